@@ -1,0 +1,51 @@
+// MacTypes.h - the platform's basic types, with the platform's widths on every target.
+//
+// UInt32 and SInt32 are the long types where long has 32 bits, which is what the platform's own
+// header says, and the int types on LP64, so that they have 32 bits everywhere.
+#pragma once
+
+typedef unsigned char UInt8;
+typedef signed char SInt8;
+typedef unsigned short UInt16;
+typedef signed short SInt16;
+#if __SIZEOF_LONG__ == 4
+typedef unsigned long UInt32;
+typedef signed long SInt32;
+#else
+typedef unsigned int UInt32;
+typedef signed int SInt32;
+#endif
+typedef unsigned long long UInt64;
+typedef signed long long SInt64;
+typedef float Float32;
+typedef double Float64;
+typedef unsigned char Boolean;
+typedef UInt16 UniChar;
+typedef UInt8 UTF8Char;
+typedef UInt16 UTF16Char;
+typedef UInt32 UTF32Char;
+typedef SInt16 OSErr;
+typedef SInt32 OSStatus;
+typedef UInt32 FourCharCode;
+typedef FourCharCode OSType;
+typedef UInt32 ByteCount;
+typedef UInt32 ItemCount;
+typedef UInt32 OptionBits;
+typedef SInt32 Duration;
+
+enum
+{
+    noErr = 0
+};
+enum
+{
+    kInvalidID = 0
+};
+
+enum
+{
+    kDurationImmediate = 0,
+    kDurationForever = 0x7FFFFFFF,
+    kDurationMillisecond = 1,
+    kDurationMicrosecond = -1
+};

@@ -1,0 +1,140 @@
+// Buffer.h - growable blocks of bytes, alone (BufferT) and shared (LBufferT, used as LIBuffer).
+//
+//     RCPtr<LIBuffer> bytes = LByteBuffer::Create(4, 0, true); // 00 00 00 00
+//     bytes->FillN('x', 1, -1);                                // 00 78 78 78
+//     bytes->GetPtr<uint32>(1);                                // null: 4 bytes do not fit behind 1
+//
+// The template's numbers say when a block is kept: every allocation is rounded up to a multiple of
+// Granule, and ResizeBytes keeps a block that is at most max(Slack, Granule - 1) bytes too large.
+//
+// A null result of the allocator is stored like any block; operations that use bytes then find
+// none. A buffer is not safe for use by two threads at once.
+#pragma once
+
+#include <QX/Allocator.h>
+#include <QX/RCPtr.h>
+#include <QX/RefCountedObject.h>
+#include <QX/Types.h>
+
+namespace QX {
+
+class QX_API IBuffer
+{
+public:
+    // Slot order is fixed; append only.
+
+    /// Returns the logical size in bytes.
+    virtual uint32 GetSizeBytes() const = 0;
+
+    /// Makes the buffer `size` bytes large without keeping its contents, and returns `size`.
+    /// A size of 0 frees the block.
+    virtual int32 SetSizeBytes(uint32 size) = 0;
+
+    /// Makes the buffer `size` bytes large, keeps the common prefix, and returns `size`. Bytes
+    /// gained are not initialised. A size of 0 is a reallocation like any other.
+    virtual int32 ResizeBytes(uint32 size) = 0;
+
+    /// Sets `count` bytes from `offset` on to `value`; a negative count means up to the end.
+    ///
+    /// Returns kResultSuccess. Fails: kResultOutOfRange for a range that leaves the buffer;
+    /// nothing is written.
+    virtual int32 FillN(char value, uint32 offset, int count) = 0;
+
+    /// As FillN, with `count` 16-bit values in the machine's byte order; `offset` is in bytes and
+    /// need not be even. A negative count means all that fit whole.
+    virtual int32 FillW(uint16 value, uint32 offset, int count) = 0;
+
+    /// Returns the size of the block in bytes.
+    virtual uint32 GetAllocatedSize() const = 0;
+
+    /// Returns the block, or null when there is none. It stays valid until the size changes.
+    virtual void* GetRawPtr() = 0;
+
+    virtual ~IBuffer();
+
+    /// Returns a pointer to the T at `byteOffset`, or null if it does not lie wholly inside. The
+    /// pointer is as aligned as the offset is.
+    template <class T>
+    T* GetPtr(uint32 byteOffset);
+    template <class T>
+    const T* GetPtr(uint32 byteOffset) const;
+
+    /// Resizes to `count` elements of T and returns the new element count. A count whose bytes do
+    /// not fit 32 bits changes nothing and returns the present count.
+    template <class T>
+    int32 Resize(uint32 count);
+};
+
+/// A block of bytes owned by one object. Third has no influence on any operation.
+template <uint32 Granule, uint32 Slack, uint32 Third, class T = char*,
+          IAllocator* (*Allocator)() = &GetSystemAllocator>
+class BufferT : public virtual IBuffer
+{
+public:
+    /// Makes a buffer of `size` bytes, zeroed if `zero`. A larger `reserve` is allocated first; the
+    /// keep rule then decides whether it stays.
+    BufferT(uint32 size, uint32 reserve, bool zero);
+    BufferT(const BufferT&) = delete;
+    BufferT& operator=(const BufferT&) = delete;
+    ~BufferT() override;
+
+    uint32 GetSizeBytes() const override { return mSize; }
+    int32 SetSizeBytes(uint32 size) override;
+    int32 ResizeBytes(uint32 size) override;
+    int32 FillN(char value, uint32 offset, int count) override;
+    int32 FillW(uint16 value, uint32 offset, int count) override;
+    uint32 GetAllocatedSize() const override { return mAllocatedSize; }
+    void* GetRawPtr() override { return mBlock; }
+
+    /// Returns the block as its element pointer; null when there is none.
+    T GetData() const noexcept { return mData; }
+
+private:
+    static_assert(Granule > 0);
+    static constexpr uint32 kKeepThreshold = Slack > Granule - 1 ? Slack : Granule - 1;
+
+    static uint32 RoundUp(uint32 size);
+    void SetBlock(void* block, uint32 allocatedSize, uint32 size);
+
+    T mData = nullptr;
+    uint32 mSize = 0;
+    void* mBlock = nullptr; ///< decides whether a block exists; the sizes alone do not
+    uint32 mAllocatedSize = 0;
+};
+
+/// A buffer that is shared through RCPtr<LIBuffer>.
+class QX_API LIBuffer : public virtual IBuffer, public virtual LRefCountedObject
+{
+public:
+    using LRefCountedObject::CreateCopy;
+
+    /// Returns a new buffer of `length` bytes that begins with this buffer's bytes from `offset`
+    /// on; what they do not fill is zero. An offset at or past the end gives zeros only.
+    virtual RCPtr<LIBuffer> CreateCopy(uint32 length, uint32 offset) const = 0;
+};
+
+template <uint32 Granule, uint32 Slack, uint32 Third, class T = char*,
+          IAllocator* (*Allocator)() = &GetSystemAllocator>
+class LBufferT : public BufferT<Granule, Slack, Third, T, Allocator>, public LIBuffer
+{
+public:
+    /// Makes a buffer with BufferT's constructor arguments and one holder.
+    static RCPtr<LIBuffer> Create(uint32 size, uint32 reserve, bool zero);
+
+    using LIBuffer::CreateCopy;
+    RCPtr<LRefCountedObject> CreateCopy() const override;
+    RCPtr<LIBuffer> CreateCopy(uint32 length, uint32 offset) const override;
+
+private:
+    using Base = BufferT<Granule, Slack, Third, T, Allocator>;
+    using Base::Base;
+};
+
+/// The exact one: no rounding, no slack. Messages and serialized records use it.
+using LByteBuffer = LBufferT<1, 0, 8>;
+/// The one for text, which keeps a block that is up to 128 bytes too large.
+using LTextBuffer = LBufferT<1, 128, 8>;
+
+} // namespace QX
+
+#include <QX/Buffer.inl>

@@ -1,0 +1,124 @@
+// RCPtr.h - the two smart pointers that hold counted objects.
+//
+// A ConstRCPtr<T> gives read access, an RCPtr<T> read and write access; both are one pointer wide,
+// and each non-null one is one reference to its object.
+//
+//     RCPtr<LIBuffer> bytes = LByteBuffer::Create(4, 0, true);
+//     ConstRCPtr<LIBuffer> reader = bytes; // count 2
+//     bytes.Unshare();                     // a private copy for `bytes`; `reader` keeps the old
+//     one
+//
+// A pointer taken to an object that is marked unshareable and already has a holder gets a private
+// copy at once. Moving never copies and never counts.
+//
+// As a parameter, take `const RCPtr<T>&` to use or keep the object; a by-value parameter counts.
+#pragma once
+
+#include <QX/RefCountedObject.h>
+
+#include <concepts>
+#include <cstddef>
+#include <type_traits>
+
+namespace QX {
+
+template <class T>
+class ConstRCPtr
+{
+public:
+    constexpr ConstRCPtr() noexcept = default;
+    constexpr ConstRCPtr(std::nullptr_t) noexcept {}
+    /// Takes a reference to `object`, which may be null.
+    explicit ConstRCPtr(T* object);
+    ConstRCPtr(const ConstRCPtr& other);
+    constexpr ConstRCPtr(ConstRCPtr&& other) noexcept;
+    template <class U>
+    requires std::convertible_to<U*, T*> ConstRCPtr(const ConstRCPtr<U>& other);
+    ~ConstRCPtr();
+
+    /// Takes the new reference before it drops the old one; the same object changes no count.
+    ///
+    /// Throws: what CreateCopy throws if the object is unshareable; this pointer is unchanged.
+    ConstRCPtr& operator=(const ConstRCPtr& other);
+    ConstRCPtr& operator=(ConstRCPtr&& other) noexcept;
+
+    const T* Get() const noexcept { return mObject; }
+    const T* operator->() const noexcept { return mObject; }
+    const T& operator*() const noexcept { return *mObject; }
+    explicit operator bool() const noexcept { return mObject != nullptr; }
+
+    void Swap(ConstRCPtr& other) noexcept;
+
+    /// Gives this holder an object of its own: nothing happens if it is null or the only holder,
+    /// otherwise the object is copied and this holder's reference to the shared one is dropped.
+    ///
+    /// Throws: what CreateCopy throws, with nothing changed; Exception<std::logic_error> naming T
+    /// if the copy is not a T, with this pointer null.
+    void Unshare();
+
+    /// Returns a pointer to `object` as a T: null if it is null or not a T.
+    template <class U>
+    static ConstRCPtr Downcast(const ConstRCPtr<U>& object);
+
+protected:
+    T* GetMutable() const noexcept { return mObject; }
+
+private:
+    template <class U>
+    friend class ConstRCPtr;
+
+    void Init();
+    LRefCountedObject& Counted() const noexcept { return *mObject; }
+
+    // Always T*, never const T*: arrays view their raw slots through this member.
+    T* mObject = nullptr;
+};
+
+template <class T>
+class RCPtr : public ConstRCPtr<T>
+{
+public:
+    /// A null pointer that exists before any dynamic initialisation.
+    static const RCPtr Null;
+
+    constexpr RCPtr() noexcept = default;
+    constexpr RCPtr(std::nullptr_t) noexcept {}
+    explicit RCPtr(T* object)
+        : ConstRCPtr<T>(object)
+    {}
+    RCPtr(const RCPtr&) = default;
+    constexpr RCPtr(RCPtr&&) noexcept = default;
+    template <class U>
+    requires std::convertible_to<U*, T*> RCPtr(const RCPtr<U>& other)
+        : ConstRCPtr<T>(other)
+    {}
+    ~RCPtr() = default;
+    RCPtr& operator=(const RCPtr&) = default;
+    RCPtr& operator=(RCPtr&&) noexcept = default;
+
+    T* Get() const noexcept { return this->GetMutable(); }
+    T* operator->() const noexcept { return this->GetMutable(); }
+    T& operator*() const noexcept { return *this->GetMutable(); }
+
+    void Swap(RCPtr& other) noexcept { ConstRCPtr<T>::Swap(other); }
+
+    /// Returns a pointer to `object` as a T: null if it is null or not a T.
+    template <class U>
+    static RCPtr Downcast(const RCPtr<U>& object);
+};
+
+/// Smart pointers are equal if they hold the same object.
+template <class T, class U>
+bool operator==(const ConstRCPtr<T>& left, const ConstRCPtr<U>& right) noexcept
+{
+    return left.Get() == right.Get();
+}
+template <class T>
+bool operator==(const ConstRCPtr<T>& pointer, std::nullptr_t) noexcept
+{
+    return pointer.Get() == nullptr;
+}
+
+} // namespace QX
+
+#include <QX/RCPtr.inl>

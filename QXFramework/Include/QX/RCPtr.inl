@@ -1,0 +1,141 @@
+// RCPtr.inl - the bodies of the smart pointers; included by RCPtr.h.
+#pragma once
+
+#include <QX/ThrowSites.h>
+
+#include <typeinfo>
+#include <utility>
+
+namespace QX {
+
+template <class T>
+ConstRCPtr<T>::ConstRCPtr(T* object)
+    : mObject(object)
+{
+    Init();
+}
+
+template <class T>
+ConstRCPtr<T>::ConstRCPtr(const ConstRCPtr& other)
+    : mObject(other.mObject)
+{
+    Init();
+}
+
+template <class T>
+constexpr ConstRCPtr<T>::ConstRCPtr(ConstRCPtr&& other) noexcept
+    : mObject(std::exchange(other.mObject, nullptr))
+{}
+
+template <class T>
+template <class U>
+requires std::convertible_to<U*, T*> ConstRCPtr<T>::ConstRCPtr(const ConstRCPtr<U>& other)
+    : mObject(other.mObject)
+{
+    Init();
+}
+
+template <class T>
+ConstRCPtr<T>::~ConstRCPtr()
+{
+    if (mObject == nullptr) {
+        return;
+    }
+    try {
+        mObject->RemoveReference();
+    } catch (...) {
+        // The reference is gone; a destructor has nobody to tell about a failed dismantling.
+    }
+}
+
+template <class T>
+ConstRCPtr<T>& ConstRCPtr<T>::operator=(const ConstRCPtr& other)
+{
+    T* const old = mObject;
+    T* const object = other.mObject;
+    if (old == object) {
+        return *this;
+    }
+    mObject = object;
+    try {
+        Init();
+    } catch (...) {
+        mObject = old;
+        throw;
+    }
+    // Last: the old object may own this very pointer, or `other`.
+    if (old != nullptr) {
+        old->RemoveReference();
+    }
+    return *this;
+}
+
+template <class T>
+ConstRCPtr<T>& ConstRCPtr<T>::operator=(ConstRCPtr&& other) noexcept
+{
+    ConstRCPtr taken(std::move(other));
+    Swap(taken);
+    return *this;
+}
+
+template <class T>
+void ConstRCPtr<T>::Swap(ConstRCPtr& other) noexcept
+{
+    std::swap(mObject, other.mObject);
+}
+
+// Takes the reference that a stored pointer stands for.
+template <class T>
+void ConstRCPtr<T>::Init()
+{
+    if (mObject == nullptr) {
+        return;
+    }
+    mObject->AddReference();
+    if (Counted().IsShareable()) {
+        return;
+    }
+    try {
+        Unshare();
+    } catch (...) {
+        if (T* const object = std::exchange(mObject, nullptr)) {
+            object->RemoveReference();
+        }
+        throw;
+    }
+}
+
+template <class T>
+void ConstRCPtr<T>::Unshare()
+{
+    if (mObject == nullptr || Counted().GetReferenceCount() < 2) {
+        return;
+    }
+    {
+        const RCPtr<LRefCountedObject> copy = Counted().CreateCopy();
+        const ConstRCPtr typed = Downcast(copy);
+        *this = typed;
+    }
+    if (mObject == nullptr) {
+        ThrowException<std::logic_error>(typeid(T).name(), ThrowSites::kRefCountedUnshare);
+    }
+}
+
+template <class T>
+template <class U>
+ConstRCPtr<T> ConstRCPtr<T>::Downcast(const ConstRCPtr<U>& object)
+{
+    return ConstRCPtr(dynamic_cast<T*>(object.mObject));
+}
+
+template <class T>
+constinit const RCPtr<T> RCPtr<T>::Null;
+
+template <class T>
+template <class U>
+RCPtr<T> RCPtr<T>::Downcast(const RCPtr<U>& object)
+{
+    return RCPtr(dynamic_cast<T*>(object.Get()));
+}
+
+} // namespace QX

@@ -1,0 +1,110 @@
+// RefCountedObject.h - the counted base class of every shared object.
+//
+// An LRefCountedObject knows how many holders it has and deletes itself when the last one lets go.
+// Its holders are RCPtr and ConstRCPtr (RCPtr.h); it lives on the heap and nowhere else.
+//
+//     RCPtr<LIBuffer> bytes = LByteBuffer::Create(64, 0, true); // one holder
+//     RCPtr<LIBuffer> alias = bytes;                            // two holders, one object
+//     alias.Unshare();                                          // one holder each, equal bytes
+//
+// Some objects are reachable from themselves: a center owns clients that point back at the center.
+// Such a reference is also counted as contained, so that the object can tell "somebody outside
+// still needs me" from "only my own members do".
+#pragma once
+
+#include <QX/Stringable.h>
+#include <QX/Types.h>
+
+namespace QX {
+
+class QX_API LRefCountedObject : public IUndoable
+{
+public:
+    /// Makes an object with no holder that may be shared.
+    LRefCountedObject() noexcept = default;
+    /// A copy starts its own life: none of the source's counts or marks is taken over.
+    LRefCountedObject(const LRefCountedObject&) noexcept
+        : LRefCountedObject()
+    {}
+    /// Throws: Exception<std::domain_error>, always, also for self-assignment.
+    LRefCountedObject& operator=(const LRefCountedObject&);
+
+    // Slot order is fixed; append only.
+
+    /// Returns "PKN2QX17LRefCountedObjectE", whatever the dynamic type is.
+    StringT<char> ToString() const override;
+
+    /// Throws: Exception<std::logic_error>; classes that can take a change back override it.
+    void Undo(const RCPtr<LRefCountedObject>& object, RCPtr<LRefCountedObject>& result) override;
+
+    /// Counts one more holder and returns the new number of holders.
+    ///
+    /// Threads: any thread that holds a reference, or has just made the object. Atomic, no lock.
+    virtual int32 AddReference();
+
+    /// Counts one holder less and returns the new number of holders; after 0 the object is gone.
+    ///
+    /// If the caller's is the only reference from outside, RemoveContainedReferences runs first
+    /// and breaks the cycle. That test reads two counters one after the other and can miss a
+    /// holder that arrives in between. It decides when a cycle is broken, never when the object
+    /// is deleted: the decrement alone settles that.
+    ///
+    /// Throws: what RemoveContainedReferences throws, after the reference has been dropped.
+    /// Threads: as AddReference; the destructor runs on the thread that drops the last reference.
+    virtual int32 RemoveReference();
+
+    /// Drops the references that this object's own members hold on it.
+    ///
+    /// The default has none to drop: it returns kResultSuccess for an object with one holder and
+    /// no contained reference, and kResultFailure otherwise.
+    virtual int32 RemoveContainedReferences();
+
+    /// Returns a new object with equal contents and counts of its own.
+    ///
+    /// Throws: Exception<std::logic_error>; copyable classes override it.
+    virtual RCPtr<LRefCountedObject> CreateCopy() const;
+
+    virtual ~LRefCountedObject();
+
+    /// Changes the number of contained references by `delta` and returns true, or returns false
+    /// with nothing changed if another thread changed it in between. It tries once.
+    bool ModifyNumContainedReferences(int32 delta);
+
+    /// Counts one more holder that is a member of this object itself, and returns the new number
+    /// of holders.
+    int32 AddContainedReference();
+
+    /// Marks the object as one that only a single holder may have: from then on every further
+    /// smart pointer to it takes a private copy. `false` takes the mark away and always succeeds.
+    ///
+    /// Throws: Exception<std::runtime_error> if `unshareable` is true and there are two or more
+    /// holders; nothing changes.
+    void SetUnshareable(bool unshareable);
+
+    /// Returns the number of holders. What their other owners wrote into the object before they
+    /// let go is visible to a caller who finds itself the only holder.
+    int32 GetReferenceCount() const noexcept
+    {
+        return __atomic_load_n(&mReferenceCount, __ATOMIC_ACQUIRE);
+    }
+    /// Returns how many of the holders are members of this object itself.
+    int32 GetContainedReferenceCount() const noexcept
+    {
+        return __atomic_load_n(&mContainedReferenceCount, __ATOMIC_RELAXED);
+    }
+    bool IsShareable() const noexcept
+    {
+        return __atomic_load_n(&mIsShareable, __ATOMIC_RELAXED) != 0;
+    }
+
+private:
+    int32 DropReference();
+
+    // All four words change atomically only, and are read by relaxed or acquire loads.
+    int32 mReferenceCount = 0;
+    int32 mContainedReferenceCount = 0;
+    int32 mReleasingContained = 0; ///< non-zero while RemoveReference runs the dismantling
+    uint32 mIsShareable = 1;
+};
+
+} // namespace QX

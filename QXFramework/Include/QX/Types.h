@@ -1,0 +1,39 @@
+// Types.h - the framework's integer types and the result codes that its operations share.
+//
+// A data operation answers with an int32: a non-negative value is a success, and often a count or
+// an index; the two failure codes are negative.
+//
+//     if (array.Insert(9, 1) == QX::kResultOutOfRange) { ... }
+#pragma once
+
+#include <type_traits>
+
+/// Marks what the shared library exports; everything else has hidden visibility.
+#define QX_API __attribute__((visibility("default")))
+
+namespace QX {
+
+// Where long has 32 bits these are the platform's own SInt32 and UInt32, so that the addresses of
+// counters can be handed to the platform's atomics.
+using int32 = std::conditional_t<sizeof(long) == 4, long, int>;
+using uint32 = std::conditional_t<sizeof(long) == 4, unsigned long, unsigned int>;
+using int64 = long long;
+using uint64 = unsigned long long;
+using uint16 = unsigned short;
+using uint8 = unsigned char;
+
+static_assert(sizeof(int32) == 4 && sizeof(uint32) == 4);
+static_assert(sizeof(int64) == 8 && sizeof(uint64) == 8);
+static_assert(sizeof(uint16) == 2 && sizeof(uint8) == 1);
+
+/// The operation did what was asked.
+inline constexpr int32 kResultSuccess = 0;
+/// There was nothing to do; a status, not an error.
+inline constexpr int32 kResultNothingDone = 1;
+/// A position, range or argument is out of bounds; nothing has changed.
+inline constexpr int32 kResultOutOfRange = static_cast<int32>(0x80000003u);
+/// The general failure: data that cannot be converted or serialized, a container that cannot reach
+/// the size needed, an operation that the object's state does not allow.
+inline constexpr int32 kResultFailure = static_cast<int32>(0x80000008u);
+
+} // namespace QX

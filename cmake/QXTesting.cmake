@@ -1,0 +1,32 @@
+# QXTesting.cmake - GoogleTest, and one function that turns sources into discovered tests.
+#
+# GoogleTest is built from Debian's sources with the compiler of the build, so that sanitizers and
+# the powerpc target see the same library as the tests.
+
+set(QX_GOOGLETEST_SOURCE /usr/src/googletest CACHE PATH "Where GoogleTest's sources are")
+set(INSTALL_GTEST OFF CACHE INTERNAL "")
+add_subdirectory(${QX_GOOGLETEST_SOURCE} ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+if(QX_SANITIZE)
+  foreach(target gtest gtest_main gmock)
+    target_compile_options(${target} PRIVATE -fsanitize=${QX_SANITIZE})
+  endforeach()
+endif()
+
+include(GoogleTest)
+
+# qx_add_tests(NAME SOURCES... LIBRARIES... [WRAP symbols...])
+#
+# Builds the test program NAME and registers each of its tests with ctest. WRAP lists functions
+# whose calls the program replaces by its own __wrap_ versions.
+function(qx_add_tests name)
+  cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES;WRAP;PROPERTIES" ${ARGN})
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} qx_options GTest::gmock GTest::gtest_main)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/Tests)
+  foreach(symbol IN LISTS arg_WRAP)
+    target_link_options(${name} PRIVATE -Wl,--wrap=${symbol})
+  endforeach()
+  gtest_discover_tests(${name}
+    DISCOVERY_TIMEOUT 60
+    PROPERTIES TIMEOUT 300 ${arg_PROPERTIES})
+endfunction()

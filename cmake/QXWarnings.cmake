@@ -1,0 +1,21 @@
+# QXWarnings.cmake - the compile options that every target of the project shares.
+#
+# qx_options is linked PRIVATE by each target, so that nothing of it reaches a consumer of the
+# installed framework.
+
+add_library(qx_options INTERFACE)
+target_compile_options(qx_options INTERFACE
+  -Wall -Wextra -Wpedantic -Werror
+  -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Woverloaded-virtual
+  -Wcast-align -Wformat=2 -Wimplicit-fallthrough -Wnull-dereference -Wundef -Wunused
+  # The level conversion and the variant's rounding are defined operation by operation; a fused
+  # multiply-add would change their last bit.
+  -ffp-contract=off)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  target_compile_options(qx_options INTERFACE -Wduplicated-cond -Wlogical-op)
+endif()
+if(QX_SANITIZE)
+  target_compile_options(qx_options INTERFACE
+    -fsanitize=${QX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(qx_options INTERFACE -fsanitize=${QX_SANITIZE})
+endif()
