@@ -2,12 +2,8 @@
 
 #include <CoreServices/DriverSynchronization.h>
 
-#pragma GCC visibility push(default)
-
 Boolean CompareAndSwap(UInt32 oldValue, UInt32 newValue, UInt32* address)
 {
     return __atomic_compare_exchange_n(address, &oldValue, newValue, false, __ATOMIC_SEQ_CST,
                                        __ATOMIC_SEQ_CST);
 }
-
-#pragma GCC visibility pop

@@ -18,6 +18,7 @@ static inline SInt32 DecrementAtomic(SInt32* address)
     return __atomic_fetch_sub(address, 1, __ATOMIC_SEQ_CST);
 }
 
+#pragma GCC visibility push(default)
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -29,3 +30,4 @@ Boolean CompareAndSwap(UInt32 oldValue, UInt32 newValue, UInt32* address);
 #ifdef __cplusplus
 }
 #endif
+#pragma GCC visibility pop

@@ -13,15 +13,30 @@ enum
     kMPInvalidIDErr = -29299
 };
 
+#pragma GCC visibility push(default)
 #ifdef __cplusplus
 extern "C" {
 #endif
 
+/// Makes a free region.
+///
+/// Fails: kMPInsufficientResourcesErr, and stores kInvalidID.
 OSStatus MPCreateCriticalRegion(MPCriticalRegionID* criticalRegion);
+/// Ends a region; threads that wait for it get kMPDeletedErr.
+///
+/// Fails: kMPInvalidIDErr.
 OSStatus MPDeleteCriticalRegion(MPCriticalRegionID criticalRegion);
+/// Enters a region, at once if the calling thread is its owner; each entry needs its own exit.
+/// A positive timeout is in milliseconds, a negative one in microseconds.
+///
+/// Fails: kMPTimeoutErr, kMPDeletedErr, kMPInvalidIDErr.
 OSStatus MPEnterCriticalRegion(MPCriticalRegionID criticalRegion, Duration timeout);
+/// Leaves a region once.
+///
+/// Fails: kMPInsufficientResourcesErr if the calling thread is not the owner; kMPInvalidIDErr.
 OSStatus MPExitCriticalRegion(MPCriticalRegionID criticalRegion);
 
 #ifdef __cplusplus
 }
 #endif
+#pragma GCC visibility pop

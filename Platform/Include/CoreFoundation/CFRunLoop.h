@@ -1,0 +1,45 @@
+// CFRunLoop.h - the event loop that each thread has, and its sources.
+#pragma once
+
+#include <CoreFoundation/CFBase.h>
+
+#include <CoreFoundation/CFDate.h>
+
+typedef struct __CFRunLoop* CFRunLoopRef;
+typedef struct __CFRunLoopSource* CFRunLoopSourceRef;
+
+enum
+{
+    kCFRunLoopRunFinished = 1,
+    kCFRunLoopRunStopped = 2,
+    kCFRunLoopRunTimedOut = 3,
+    kCFRunLoopRunHandledSource = 4
+};
+
+CF_EXTERN_C_BEGIN
+
+extern const CFStringRef kCFRunLoopDefaultMode;
+/// Stands, in AddSource and RemoveSource, for the default mode.
+extern const CFStringRef kCFRunLoopCommonModes;
+
+CFTypeID CFRunLoopGetTypeID(void);
+CFTypeID CFRunLoopSourceGetTypeID(void);
+
+/// The calling thread's loop, made on first use and gone with the thread; a Get call.
+CFRunLoopRef CFRunLoopGetCurrent(void);
+
+/// Runs the calling thread's loop in one mode for at most `seconds` (0 or less: one poll) and
+/// says why it ended: nothing to wait for, stopped, timed out, or, with
+/// `returnAfterSourceHandled`, a source was handled. Runs nest.
+SInt32 CFRunLoopRunInMode(CFStringRef mode, CFTimeInterval seconds,
+                          Boolean returnAfterSourceHandled);
+
+/// Ends the innermost run of the loop, or the next one if none is on.
+///
+/// Threads: any; also from a signal handler.
+void CFRunLoopStop(CFRunLoopRef rl);
+
+void CFRunLoopAddSource(CFRunLoopRef rl, CFRunLoopSourceRef source, CFStringRef mode);
+void CFRunLoopRemoveSource(CFRunLoopRef rl, CFRunLoopSourceRef source, CFStringRef mode);
+
+CF_EXTERN_C_END
