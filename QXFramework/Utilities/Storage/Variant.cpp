@@ -1,0 +1,259 @@
+// Variant.cpp - storage of variants: setters, pointers and the two hooks.
+
+#include <QX/Variant.h>
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <new>
+
+namespace QX {
+
+namespace {
+
+constexpr uint32 kLongestSize = 0xFFFFFFFFu;
+
+constexpr uint32 ScalarSize(Variant::Type type)
+{
+    switch (type) {
+    case Variant::kBool:
+        return 1;
+    case Variant::kInt32:
+    case Variant::kFloat:
+        return 4;
+    default:
+        return 8;
+    }
+}
+
+bool Overlap(const void* left, size_t leftSize, const void* right, size_t rightSize)
+{
+    const auto leftStart = reinterpret_cast<std::uintptr_t>(left);
+    const auto rightStart = reinterpret_cast<std::uintptr_t>(right);
+    if (leftStart < rightStart)
+        return rightStart - leftStart < leftSize;
+    return leftStart - rightStart < rightSize;
+}
+
+} // namespace
+
+Variant::~Variant()
+{
+    Clear();
+}
+
+void* Variant::AllocBuffer(uint32 size)
+{
+    return new unsigned char[size];
+}
+
+void Variant::FreeBuffer(void* block)
+{
+    delete[] static_cast<unsigned char*>(block);
+}
+
+const void* Variant::GetConstPointer(uint32& size) const
+{
+    switch (mType) {
+    case kBool:
+    case kInt32:
+    case kInt64:
+    case kFloat:
+    case kDouble:
+        size = ScalarSize(mType);
+        return mValue;
+    case kPointer:
+    case kConstPointer:
+    case kBuffer:
+    case kString:
+    case kConstBuffer:
+        size = mSize;
+        return GetBlock();
+    case kEmpty:
+        break;
+    }
+    size = 0;
+    return nullptr;
+}
+
+void* Variant::GetPointer(uint32& size)
+{
+    switch (mType) {
+    case kBool:
+    case kInt32:
+    case kInt64:
+    case kFloat:
+    case kDouble:
+        size = 4;
+        return mValue;
+    case kPointer:
+    case kBuffer:
+    case kString:
+        size = mSize;
+        return GetBlock();
+    case kEmpty:
+    case kConstPointer:
+    case kConstBuffer:
+        break;
+    }
+    size = 0;
+    return nullptr;
+}
+
+const char* Variant::GetCStr() const
+{
+    return mType == kString ? static_cast<const char*>(GetBlock()) : nullptr;
+}
+
+Variant::Type Variant::Set(Type type, const void* data, uint32 size)
+{
+    switch (type) {
+    case kBool:
+    case kInt32:
+    case kInt64:
+    case kFloat:
+    case kDouble:
+        return SetScalar(type, data, size);
+    case kPointer:
+    case kConstPointer:
+    case kBuffer:
+        return SetCopy(kBuffer, data, size);
+    case kConstBuffer:
+        return SetCopy(kConstBuffer, data, size);
+    case kString:
+        return Set(static_cast<const char*>(data));
+    case kEmpty:
+        break;
+    }
+    Clear();
+    return mType;
+}
+
+Variant::Type Variant::Set(const char* text)
+{
+    const size_t length = text != nullptr ? std::strlen(text) : kLongestSize;
+    if (length >= kLongestSize) {
+        Clear();
+        return mType;
+    }
+    return SetCopy(kString, text, static_cast<uint32>(length + 1));
+}
+
+Variant::Type Variant::SetBuffer(const void* data, uint32 size)
+{
+    return SetCopy(kBuffer, data, size);
+}
+
+Variant::Type Variant::SetPointer(void* data, uint32 size)
+{
+    Clear();
+    return Adopt(kPointer, data, size);
+}
+
+Variant::Type Variant::SetConstPointer(const void* data, uint32 size)
+{
+    Clear();
+    return Adopt(kConstPointer, data, size);
+}
+
+void Variant::Clear()
+{
+    if (OwnsBlock())
+        FreeBuffer(GetBlock());
+    std::memset(mValue, 0, sizeof mValue);
+    mSize = 0;
+    mType = kEmpty;
+}
+
+Variant::Type Variant::Adopt(Type type, const void* data, uint32 size)
+{
+    SetBlock(data);
+    mSize = size;
+    mType = type;
+    return mType;
+}
+
+void Variant::CopyFields(const Variant& other)
+{
+    std::memcpy(mValue, other.mValue, sizeof mValue);
+    mSize = other.mSize;
+    mType = other.mType;
+}
+
+void Variant::FollowBlock(const void* data, uint32 size) const
+{
+    if (GetBlock() != data)
+        SetBlock(data);
+    if (mSize != size)
+        mSize = size;
+}
+
+uint64 Variant::GetValueBits() const
+{
+    uint64 bits;
+    static_assert(sizeof bits == sizeof mValue);
+    std::memcpy(&bits, mValue, sizeof bits);
+    return bits;
+}
+
+void* Variant::GetBlock() const
+{
+    void* block;
+    std::memcpy(&block, mValue, sizeof block);
+    return block;
+}
+
+void Variant::SetBlock(const void* block) const
+{
+    std::memcpy(mValue, &block, sizeof block);
+}
+
+bool Variant::OverlapsStorage(const void* data, uint32 size) const
+{
+    return Overlap(data, size, this, sizeof *this) ||
+           (OwnsBlock() && Overlap(data, size, GetBlock(), mSize));
+}
+
+Variant::Type Variant::SetScalar(Type type, const void* data, uint32 size)
+{
+    const bool fits = data != nullptr && size == ScalarSize(type);
+    unsigned char value[sizeof mValue] = {};
+    if (fits)
+        std::memcpy(value, data, size);
+
+    Clear();
+    if (fits) {
+        std::memcpy(mValue, value, sizeof mValue);
+        mType = type;
+    }
+    return mType;
+}
+
+Variant::Type Variant::SetCopy(Type type, const void* data, uint32 size)
+{
+    // The release comes before the allocation, so a source that the release destroys is copied
+    // aside. Keeping the old block until afterwards would not do: a derived class that holds one
+    // block at a time would release the new one.
+    std::unique_ptr<unsigned char[]> aside;
+    if (data != nullptr && size > 0 && OverlapsStorage(data, size)) {
+        aside.reset(new (std::nothrow) unsigned char[size]);
+        if (aside == nullptr) {
+            Clear();
+            throw std::bad_alloc();
+        }
+        std::memcpy(aside.get(), data, size);
+        data = aside.get();
+    }
+
+    Clear();
+    if (data == nullptr && size > 0)
+        return mType;
+    void* const block = AllocBuffer(size);
+    if (block == nullptr && size > 0)
+        return mType;
+    if (size > 0)
+        std::memcpy(block, data, size);
+    return Adopt(type, block, size);
+}
+
+} // namespace QX
