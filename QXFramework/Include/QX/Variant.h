@@ -54,14 +54,14 @@ public:
 
     /// Returns the value as a signed integer.
     ///
-    /// | type                            | GetInt32                   | GetInt64 |
-    /// |---------------------------------|----------------------------|----------------------------|
-    /// | kBool                           | the byte, 0 to 255         | the same | | kInt32, kInt64
-    /// | the low 32 bits            | sign-extended              | | kFloat, kDouble | rounded half
-    /// away from 0   | the same                   | | kPointer, kConstPointer, kBuffer| the first 4
-    /// bytes          | the first 8 bytes          | | kString                         | the
-    /// string's length        | the same                   | | kEmpty, kConstBuffer            | 0
-    /// | 0                          |
+    /// | type                             | GetInt32                 | GetInt64              |
+    /// |----------------------------------|--------------------------|-----------------------|
+    /// | kBool                            | the byte, 0 to 255       | the same              |
+    /// | kInt32, kInt64                   | the low 32 bits          | sign-extended         |
+    /// | kFloat, kDouble                  | rounded half away from 0 | the same              |
+    /// | kPointer, kConstPointer, kBuffer | the first 4 bytes        | the first 8 bytes     |
+    /// | kString                          | the string's length      | the same              |
+    /// | kEmpty, kConstBuffer             | 0                        | 0                     |
     ///
     /// Rounding adds or subtracts 0.5 and truncates; GetInt64 of a float does so in single
     /// precision. What lies outside of the result's type becomes its nearest limit, and a NaN its
