@@ -1,0 +1,249 @@
+// UTFConversion.cpp - the conversions, character by character.
+
+#include "UTFCodec.h"
+
+namespace QX {
+
+namespace {
+
+/// One character taken from the source, or what is wrong with it.
+struct Taken
+{
+    UTF32 character = 0;
+    int units = 0; ///< How many source units it takes.
+    ConversionResult result = conversionOK;
+};
+
+// Surrogates are judged before the target is looked at: a source that ends in a high surrogate is
+// exhausted even when the target is full.
+Taken TakeFromUTF16(const UTF16* source, const UTF16* sourceEnd, bool strict)
+{
+    const UTF32 unit = source[0];
+    if (!IsSurrogate(unit)) {
+        return {unit, 1, conversionOK};
+    }
+    if (IsHighSurrogate(unit)) {
+        if (sourceEnd - source < 2) {
+            return {unit, 1, sourceExhausted};
+        }
+        if (IsLowSurrogate(source[1])) {
+            return {FromSurrogates(unit, source[1]), 2, conversionOK};
+        }
+    }
+    return {unit, 1, strict ? sourceIllegal : conversionOK};
+}
+
+Taken TakeFromUTF8(const UTF8* source, const UTF8* sourceEnd)
+{
+    const int length = UTF8SequenceLength(source[0]);
+    if (length > sourceEnd - source) {
+        return {0, length, sourceExhausted};
+    }
+    if (!IsLegalUTF8(source, length)) {
+        return {0, length, sourceIllegal};
+    }
+    return {GetUTF8(source, length), length, conversionOK};
+}
+
+/// Writes one character; false when it does not fit.
+bool Put(UTF32 character, UTF8*& target, const UTF8* targetEnd)
+{
+    const int length = UTF8Length(character);
+    if (targetEnd - target < length) {
+        return false;
+    }
+    PutUTF8(target, character, length);
+    target += length;
+    return true;
+}
+
+bool Put(UTF32 character, UTF16*& target, const UTF16* targetEnd)
+{
+    const int length = character > kLastBasicPlane ? 2 : 1;
+    if (targetEnd - target < length) {
+        return false;
+    }
+    if (length == 2) {
+        PutSurrogates(target, character);
+    } else {
+        *target = static_cast<UTF16>(character);
+    }
+    target += length;
+    return true;
+}
+
+bool Put(UTF32 character, UTF32*& target, const UTF32* targetEnd)
+{
+    if (target >= targetEnd) {
+        return false;
+    }
+    *target++ = character;
+    return true;
+}
+
+/// Converts with Take, which makes one Taken of the units at a place in the source.
+template <class SourceT, class TargetT, class TakeT>
+ConversionResult ConvertWith(const SourceT** sourceStart, const SourceT* sourceEnd,
+                             TargetT** targetStart, TargetT* targetEnd, TakeT take)
+{
+    const SourceT* source = *sourceStart;
+    TargetT* target = *targetStart;
+    ConversionResult result = conversionOK;
+    while (source < sourceEnd) {
+        const Taken taken = take(source);
+        result = taken.result;
+        if (result != conversionOK) {
+            break;
+        }
+        if (!Put(taken.character, target, targetEnd)) {
+            result = targetExhausted;
+            break;
+        }
+        source += taken.units;
+    }
+    *sourceStart = source;
+    *targetStart = target;
+    return result;
+}
+
+} // namespace
+
+int UTF8SequenceLength(UTF8 firstByte)
+{
+    return firstByte < 0xC0   ? 1
+           : firstByte < 0xE0 ? 2
+           : firstByte < 0xF0 ? 3
+           : firstByte < 0xF8 ? 4
+           : firstByte < 0xFC ? 5
+                              : 6;
+}
+
+bool IsLegalUTF8(const UTF8* source, int length)
+{
+    const UTF8 first = source[0];
+    if (first < 0x80) {
+        return true;
+    }
+    if (first < 0xC2 || first > 0xF4) {
+        return false;
+    }
+    // Shorter forms exist for what E0 and F0 could encode below these; ED from A0 on would be
+    // surrogates and F4 from 90 on lies above the last character.
+    const UTF8 secondLowest = first == 0xE0 ? 0xA0 : first == 0xF0 ? 0x90 : 0x80;
+    const UTF8 secondHighest = first == 0xED ? 0x9F : first == 0xF4 ? 0x8F : 0xBF;
+    if (source[1] < secondLowest || source[1] > secondHighest) {
+        return false;
+    }
+    for (int i = 2; i < length; ++i) {
+        if ((source[i] & 0xC0) != 0x80) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool IsLegalUTF8Sequence(const UTF8* source, const UTF8* sourceEnd)
+{
+    if (source >= sourceEnd) {
+        return false;
+    }
+    const int length = UTF8SequenceLength(source[0]);
+    return length <= sourceEnd - source && IsLegalUTF8(source, length);
+}
+
+ConversionResult UTF16ToUTF32(const UTF16** sourceStart, const UTF16* sourceEnd,
+                              UTF32** targetStart, UTF32* targetEnd, ConversionFlags flags)
+{
+    const bool strict = flags == strictConversion;
+    return ConvertWith(sourceStart, sourceEnd, targetStart, targetEnd, [=](const UTF16* source) {
+        return TakeFromUTF16(source, sourceEnd, strict);
+    });
+}
+
+ConversionResult UTF16ToUTF8(const UTF16** sourceStart, const UTF16* sourceEnd, UTF8** targetStart,
+                             UTF8* targetEnd, ConversionFlags flags)
+{
+    const bool strict = flags == strictConversion;
+    return ConvertWith(sourceStart, sourceEnd, targetStart, targetEnd, [=](const UTF16* source) {
+        return TakeFromUTF16(source, sourceEnd, strict);
+    });
+}
+
+// The flags change nothing: what is ill-formed stops the conversion in both modes.
+ConversionResult UTF8ToUTF16(const UTF8** sourceStart, const UTF8* sourceEnd, UTF16** targetStart,
+                             UTF16* targetEnd, ConversionFlags)
+{
+    return ConvertWith(sourceStart, sourceEnd, targetStart, targetEnd,
+                       [=](const UTF8* source) { return TakeFromUTF8(source, sourceEnd); });
+}
+
+ConversionResult UTF8ToUTF32(const UTF8** sourceStart, const UTF8* sourceEnd, UTF32** targetStart,
+                             UTF32* targetEnd, ConversionFlags)
+{
+    return ConvertWith(sourceStart, sourceEnd, targetStart, targetEnd,
+                       [=](const UTF8* source) { return TakeFromUTF8(source, sourceEnd); });
+}
+
+ConversionResult UTF32ToUTF16(const UTF32** sourceStart, const UTF32* sourceEnd,
+                              UTF16** targetStart, UTF16* targetEnd, ConversionFlags flags)
+{
+    const bool strict = flags == strictConversion;
+    const UTF32* source = *sourceStart;
+    UTF16* target = *targetStart;
+    ConversionResult result = conversionOK;
+    for (; source < sourceEnd; ++source) {
+        UTF32 character = *source;
+        // A full target is reported even where the next unit is no character.
+        if (target >= targetEnd) {
+            result = targetExhausted;
+            break;
+        }
+        if (IsSurrogate(character) && strict) {
+            result = sourceIllegal;
+            break;
+        }
+        if (character > kLastCharacter && strict) {
+            result = sourceIllegal;
+            continue;
+        }
+        if (IsSurrogate(character) || character > kLastCharacter) {
+            character = kReplacementCharacter;
+        }
+        if (!Put(character, target, targetEnd)) {
+            result = targetExhausted;
+            break;
+        }
+    }
+    *sourceStart = source;
+    *targetStart = target;
+    return result;
+}
+
+ConversionResult UTF32ToUTF8(const UTF32** sourceStart, const UTF32* sourceEnd, UTF8** targetStart,
+                             UTF8* targetEnd, ConversionFlags flags)
+{
+    const bool strict = flags == strictConversion;
+    const UTF32* source = *sourceStart;
+    UTF8* target = *targetStart;
+    ConversionResult result = conversionOK;
+    for (; source < sourceEnd; ++source) {
+        UTF32 character = *source;
+        if (IsSurrogate(character) && strict) {
+            result = sourceIllegal;
+            break;
+        }
+        if (character > kLastCharacter) {
+            result = sourceIllegal;
+            character = kReplacementCharacter;
+        }
+        if (!Put(character, target, targetEnd)) {
+            result = targetExhausted;
+            break;
+        }
+    }
+    *sourceStart = source;
+    *targetStart = target;
+    return result;
+}
+
+} // namespace QX
