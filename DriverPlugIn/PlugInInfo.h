@@ -1,0 +1,28 @@
+// PlugInInfo.h - the record that the plug-in keeps for each open device.
+#pragma once
+
+#include <CoreAudio/AudioDriverPlugIn.h>
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <cstddef>
+#include <type_traits>
+
+/// What the plug-in knows of one open device: the host info of the HAL's Open call, field by field,
+/// and the port to the server.
+///
+/// A plain record on the heap of malloc, made by Open and freed by Close.
+struct _PlugInInfo
+{
+    AudioDeviceID mDeviceID; ///< first: the record's address is also the address of the device ID
+    io_object_t mIOAudioDevice;
+    io_object_t mIOAudioEngine;
+    AudioDriverPlugInDevicePropertyChangedProc mDevicePropertyChangedProc;
+    AudioDriverPlugInStreamPropertyChangedProc mStreamPropertyChangedProc;
+    /// Null until a message is first sent while the server is there; kept from then on, and not
+    /// released with the record: the reference stays with the process.
+    CFMessagePortRef mMessagePort;
+};
+
+static_assert(std::is_standard_layout_v<_PlugInInfo> && std::is_trivial_v<_PlugInInfo>);
+static_assert(offsetof(_PlugInInfo, mDeviceID) == 0);
+static_assert(sizeof(AudioDeviceID) == 4);
