@@ -125,7 +125,7 @@ int32 BufferT<Granule, Slack, Third, T, Allocator>::FillW(uint16 value, uint32 o
     // Unit by unit through memcpy: the offset may be odd, and the slots may hold pointers.
     char* const start = static_cast<char*>(mBlock) + offset;
     for (uint32 unit = 0; unit < units; ++unit) {
-        std::memcpy(start + 2 * unit, &value, sizeof(value));
+        std::memcpy(start + sizeof(value) * unit, &value, sizeof(value));
     }
     return kResultSuccess;
 }
