@@ -5,8 +5,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <string>
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
@@ -19,10 +17,15 @@ int main(int argumentCount, char** arguments)
             // A failing input ends the process, so its name goes out first.
             std::printf("%s\n", entry.path().c_str());
             std::fflush(stdout);
-            std::ifstream file(entry.path(), std::ios::binary);
-            const std::string input{std::istreambuf_iterator<char>(file), {}};
             // A block of exactly the input's size lets a sanitizer see a read behind its end.
-            const std::vector<uint8_t> bytes(input.begin(), input.end());
+            std::vector<uint8_t> bytes(static_cast<size_t>(entry.file_size()));
+            std::ifstream file(entry.path(), std::ios::binary);
+            file.read(reinterpret_cast<char*>(bytes.data()),
+                      static_cast<std::streamsize>(bytes.size()));
+            if (!file) {
+                std::fprintf(stderr, "the input cannot be read\n");
+                return 1;
+            }
             LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
             ++inputCount;
         }
