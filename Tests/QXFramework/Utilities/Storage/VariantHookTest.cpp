@@ -1,0 +1,292 @@
+// VariantHookTest.cpp - the virtual operations, and what a derived class builds on.
+
+#include <QX/Variant.h>
+
+#include "VariantTestSupport.h"
+
+#include <memory>
+
+namespace {
+
+using namespace VariantTesting;
+
+// With the common C++ ABI a pointer to a virtual member holds one more than its table offset.
+template <class Member>
+size_t SlotOf(Member member)
+{
+    size_t word = 0;
+    std::memcpy(&word, &member, sizeof word);
+    return (word - 1) / sizeof(void*);
+}
+
+TEST(VariantHooks, VirtualOperationsKeepTheirSlots)
+{
+    // The two variants of the destructor take slots 0 and 1.
+    EXPECT_EQ(SlotOf(&Variant::GetBool), 2u);
+    EXPECT_EQ(SlotOf(&Variant::GetInt32), 3u);
+    EXPECT_EQ(SlotOf(&Variant::GetInt64), 4u);
+    EXPECT_EQ(SlotOf(&Variant::GetFloat), 5u);
+    EXPECT_EQ(SlotOf(&Variant::GetDouble), 6u);
+    EXPECT_EQ(SlotOf(&Variant::GetConstPointer), 7u);
+    EXPECT_EQ(SlotOf(&Variant::GetPointer), 8u);
+    EXPECT_EQ(SlotOf(&Variant::GetCStr), 9u);
+    EXPECT_EQ(SlotOf(&JournalVariant::AllocBuffer), 10u);
+    EXPECT_EQ(SlotOf(&JournalVariant::FreeBuffer), 11u);
+}
+
+TEST(VariantHooks, EverySetterReleasesBeforeItAllocates)
+{
+    const struct
+    {
+        const char* what;
+        void (*set)(Variant&);
+        const char* expected;
+    } rows[] = {
+        {"buffer", [](Variant& value) { value.SetBuffer("wxyz", 2); }, "free 4 alloc 2 "},
+        {"no bytes", [](Variant& value) { value.SetBuffer(nullptr, 0); }, "free 4 alloc 0 "},
+        {"text", [](Variant& value) { value.Set("x"); }, "free 4 alloc 2 "},
+        {"null text", [](Variant& value) { value.Set(nullptr); }, "free 4 "},
+        {"string", [](Variant& value) { value.Set(Variant::kString, "xy", 9); }, "free 4 alloc 3 "},
+        {"pointer copy", [](Variant& value) { value.Set(Variant::kPointer, "wxyz", 3); },
+         "free 4 alloc 3 "},
+        {"const buffer", [](Variant& value) { value.Set(Variant::kConstBuffer, "wxyz", 1); },
+         "free 4 alloc 1 "},
+        {"null bytes", [](Variant& value) { value.SetBuffer(nullptr, 1); }, "free 4 "},
+        {"scalar", [](Variant& value) { value.Set(Variant::kInt32, "wxyz", 4); }, "free 4 "},
+        {"misfit scalar", [](Variant& value) { value.Set(Variant::kInt32, "wxyz", 3); }, "free 4 "},
+        {"empty", [](Variant& value) { value.Set(Variant::kEmpty, "wxyz", 4); }, "free 4 "},
+        {"pointer", [](Variant& value) { value.SetPointer(nullptr, 4); }, "free 4 "},
+        {"const pointer", [](Variant& value) { value.SetConstPointer("wxyz", 4); }, "free 4 "},
+        {"own block", [](Variant& value) { value.Set(value.GetCStr() + 1); }, "free 4 alloc 3 "},
+        {"own block as a scalar",
+         [](Variant& value) { value.Set(Variant::kInt32, value.GetCStr(), 4); }, "free 4 "},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        std::string journal;
+        JournalVariant value(journal);
+        value.Set("abc");
+        journal.clear();
+
+        row.set(value);
+
+        EXPECT_EQ(journal, row.expected);
+    }
+}
+
+TEST(VariantHooks, EveryOwnedTypeIsReleasedOnce)
+{
+    for (const Variant::Type type : {Variant::kBuffer, Variant::kString, Variant::kConstBuffer}) {
+        SCOPED_TRACE(type);
+        std::string journal;
+        {
+            JournalVariant value(journal);
+            value.Set(type, "abc", 4);
+        }
+
+        EXPECT_EQ(journal, "alloc 4 free 4 ");
+    }
+}
+
+TEST(VariantHooks, NothingElseIsReleased)
+{
+    std::string journal;
+    {
+        JournalVariant value(journal);
+        value.Set(Variant::kBool, "abcdefgh", 1);
+        value.Set(Variant::kInt64, "abcdefgh", 8);
+        value.SetPointer(nullptr, 1);
+        value.SetConstPointer("abc", 4);
+        value.Set(Variant::kEmpty, nullptr, 0);
+    }
+
+    EXPECT_EQ(journal, "");
+}
+
+TEST(VariantHooks, ABlockOfNoBytesIsReleasedToo)
+{
+    std::string journal;
+    {
+        JournalVariant value(journal);
+        value.SetBuffer(nullptr, 0);
+    }
+
+    EXPECT_EQ(journal, "alloc 0 free 0 ");
+}
+
+TEST(VariantHooks, NullForNoBytesIsABlock)
+{
+    std::string journal;
+    {
+        JournalVariant value(journal);
+        value.mAllocation = JournalVariant::Allocation::GivesNull;
+
+        EXPECT_EQ(value.SetBuffer("abc", 0), Variant::kBuffer);
+        EXPECT_EQ(value.GetType(), Variant::kBuffer);
+        EXPECT_FALSE(value.GetBool());
+        EXPECT_EQ(value.GetInt32(), 0);
+        EXPECT_EQ(Contents(value), Bytes());
+    }
+
+    EXPECT_EQ(journal, "alloc 0 free null ");
+}
+
+TEST(VariantHooks, NullForBytesLeavesTheVariantEmpty)
+{
+    for (const Variant::Type type :
+         {Variant::kPointer, Variant::kBuffer, Variant::kString, Variant::kConstBuffer}) {
+        SCOPED_TRACE(type);
+        std::string journal;
+        {
+            JournalVariant value(journal);
+            value.Set("before");
+            value.mAllocation = JournalVariant::Allocation::GivesNull;
+
+            EXPECT_EQ(value.Set(type, "abc", 4), Variant::kEmpty);
+            EXPECT_EQ(value.GetType(), Variant::kEmpty);
+            EXPECT_EQ(Contents(value), Bytes());
+        }
+
+        EXPECT_EQ(journal, "alloc 7 free 7 alloc 4 ");
+    }
+}
+
+TEST(VariantHooks, AnExceptionLeavesTheVariantEmptyAndUsable)
+{
+    for (const Variant::Type type : {Variant::kBuffer, Variant::kString, Variant::kConstBuffer}) {
+        SCOPED_TRACE(type);
+        std::string journal;
+        {
+            JournalVariant value(journal);
+            value.Set("before");
+            value.mAllocation = JournalVariant::Allocation::Throws;
+
+            EXPECT_THROW(value.Set(type, "abc", 4), std::bad_alloc);
+            EXPECT_EQ(value.GetType(), Variant::kEmpty);
+            EXPECT_EQ(Contents(value), Bytes());
+
+            value.mAllocation = JournalVariant::Allocation::Succeeds;
+            EXPECT_EQ(value.Set("again"), Variant::kString);
+            EXPECT_STREQ(value.GetCStr(), "again");
+        }
+
+        EXPECT_EQ(journal, "alloc 7 free 7 alloc 4 alloc 6 free 6 ");
+    }
+}
+
+TEST(VariantHooks, AnExceptionAfterACopyFromTheOwnBlockLosesNothingElse)
+{
+    std::string journal;
+    {
+        JournalVariant value(journal);
+        value.Set("before");
+        value.mAllocation = JournalVariant::Allocation::Throws;
+
+        EXPECT_THROW(value.Set(value.GetCStr() + 1), std::bad_alloc);
+        EXPECT_EQ(value.GetType(), Variant::kEmpty);
+    }
+
+    EXPECT_EQ(journal, "alloc 7 free 7 alloc 6 ");
+}
+
+TEST(VariantHooks, TheBaseIgnoresANullBlock)
+{
+    class Opened : public Variant
+    {
+    public:
+        using Variant::AllocBuffer;
+        using Variant::FreeBuffer;
+    };
+    Opened value;
+
+    value.FreeBuffer(nullptr);
+    void* const block = value.AllocBuffer(3);
+    EXPECT_NE(block, nullptr);
+    value.FreeBuffer(block);
+}
+
+TEST(VariantDerived, AnAdoptedBlockIsReleasedByTheDerivedClass)
+{
+    std::string journal;
+    {
+        JournalVariant value(journal);
+        void* const block = value.AllocBuffer(3);
+        std::memcpy(block, "ab", 3);
+
+        EXPECT_EQ(value.Adopt(Variant::kString, block, 3), Variant::kString);
+        EXPECT_STREQ(value.GetCStr(), "ab");
+    }
+
+    EXPECT_EQ(journal, "alloc 3 free 3 ");
+}
+
+TEST(VariantDerived, ClearReleasesAndEmpties)
+{
+    std::string journal;
+    JournalVariant value(journal);
+    value.Set("abc");
+
+    value.Clear();
+    value.Clear();
+
+    EXPECT_EQ(value.GetType(), Variant::kEmpty);
+    EXPECT_EQ(value.GetValueBits(), 0u);
+    EXPECT_EQ(journal, "alloc 4 free 4 ");
+}
+
+TEST(VariantDerived, CopiedFieldsGiveAnEqualValue)
+{
+    std::string journal;
+    char memory[3] = {};
+    uint32 size = 0;
+    JournalVariant other(journal);
+    JournalVariant value(journal);
+    SetScalar(other, Variant::kDouble, 2.5);
+
+    value.CopyFields(other);
+    EXPECT_EQ(value.GetType(), Variant::kDouble);
+    EXPECT_EQ(value.GetDouble(), 2.5);
+
+    other.SetPointer(memory, 3);
+    value.Clear();
+    value.CopyFields(other);
+    EXPECT_EQ(value.GetType(), Variant::kPointer);
+    EXPECT_EQ(value.GetPointer(size), memory);
+    EXPECT_EQ(size, 3u);
+}
+
+TEST(VariantDerived, AFollowedBlockReplacesPointerAndSize)
+{
+    std::string journal;
+    JournalVariant value(journal);
+    char moved[2] = {7, 0};
+    value.SetBuffer("abc", 3);
+    uint32 size = 0;
+    void* const block = value.GetPointer(size);
+
+    value.FollowBlock(moved, 1);
+
+    EXPECT_EQ(value.GetType(), Variant::kBuffer);
+    EXPECT_EQ(Contents(value), FromHex("07"));
+    value.FollowBlock(block, 3);
+    EXPECT_EQ(Contents(value), FromHex("61 62 63"));
+}
+
+TEST(VariantDerived, ValueBitsAreTheFieldInTheMachinesOrder)
+{
+    std::string journal;
+    JournalVariant value(journal);
+    SetScalar(value, Variant::kInt64, int64{0x1122334455667788});
+    EXPECT_EQ(value.GetValueBits(), 0x1122334455667788u);
+    SetScalar(value, Variant::kInt32, int32{0x11223344});
+    EXPECT_EQ(value.GetValueBits(), ByOrder<uint64>(0x11223344, 0x1122334400000000));
+
+    char memory[1] = {};
+    value.SetPointer(memory, 1);
+    uint64 expected = reinterpret_cast<std::uintptr_t>(memory);
+    if (kBigEndian && sizeof(void*) == 4)
+        expected <<= 32;
+    EXPECT_EQ(value.GetValueBits(), expected);
+}
+
+} // namespace

@@ -1,0 +1,265 @@
+// VariantSerializeTest.cpp - the bytes of every type's record, and what cannot be written.
+
+#include <QX/Variant.h>
+
+#include "VariantTestSupport.h"
+
+#include <algorithm>
+#include <functional>
+
+namespace {
+
+using namespace VariantTesting;
+
+template <class T>
+std::function<void(Variant&)> Scalar(Variant::Type type, T scalar)
+{
+    return [=](Variant& value) { SetScalar(value, type, scalar); };
+}
+
+struct Row
+{
+    const char* what;
+    std::function<void(Variant&)> set;
+    const char* record;
+};
+
+const std::vector<Row>& Records()
+{
+    static char sMemory[] = "xyz";
+    static const std::vector<Row> kRows = {
+        {"empty", [](Variant&) {}, "0C000000 00000000 00000000"},
+        {"bool", Scalar(Variant::kBool, true), "0D000000 00000000 01000000 01"},
+        {"other truth", Scalar(Variant::kBool, uint8_t{0xC8}), "0D000000 00000000 01000000 C8"},
+        {"int32 1", Scalar(Variant::kInt32, int32{1}), "10000000 00000000 02000000 01000000"},
+        {"int32", Scalar(Variant::kInt32, int32{0x11223344}),
+         "10000000 00000000 02000000 44332211"},
+        {"int64", Scalar(Variant::kInt64, int64{0x1122334455667788}),
+         "14000000 00000000 03000000 8877665544332211"},
+        {"float", Scalar(Variant::kFloat, 0.5f), "10000000 00000000 04000000 0000003F"},
+        {"signalling float", Scalar(Variant::kFloat, uint32{0x7FA00001}),
+         "10000000 00000000 04000000 0100A07F"},
+        {"double", Scalar(Variant::kDouble, 1.0), "14000000 00000000 05000000 000000000000F03F"},
+        {"pointer", [](Variant& value) { value.SetPointer(sMemory, 3); },
+         "0F000000 00000000 06000000 78797A"},
+        {"const pointer", [](Variant& value) { value.SetConstPointer(sMemory, 4); },
+         "10000000 00000000 07000000 78797A00"},
+        {"buffer of 2", [](Variant& value) { value.SetBuffer("\1\2", 2); },
+         "0E000000 00000000 08000000 0102"},
+        {"buffer of 4", [](Variant& value) { value.SetBuffer("\1\2\3\4", 4); },
+         "10000000 00000000 08000000 01020304"},
+        {"buffer of 8", [](Variant& value) { value.SetBuffer("\1\2\3\4\5\6\7\10", 8); },
+         "14000000 00000000 08000000 0102030405060708"},
+        {"empty buffer", [](Variant& value) { value.SetBuffer(nullptr, 0); },
+         "0C000000 00000000 08000000"},
+        {"string", [](Variant& value) { value.Set("abc"); }, "10000000 00000000 09000000 61626300"},
+        {"empty string", [](Variant& value) { value.Set(""); }, "0D000000 00000000 09000000 00"},
+        {"const buffer", [](Variant& value) { value.Set(Variant::kConstBuffer, "\1\2\3\4", 4); },
+         "10000000 00000000 0A000000 01020304"},
+        {"empty const buffer", [](Variant& value) { value.Set(Variant::kConstBuffer, nullptr, 0); },
+         "0C000000 00000000 0A000000"},
+    };
+    return kRows;
+}
+
+TEST(VariantSerialize, WritesTheRecordOfEveryType)
+{
+    for (const Row& row : Records()) {
+        SCOPED_TRACE(row.what);
+        Variant value;
+        row.set(value);
+        const Bytes expected = FromHex(row.record);
+        Bytes out(expected.size() + 4, 0xA5);
+
+        const uint32 total = Variant::Serialize(value, out.data(), static_cast<uint32>(out.size()));
+
+        EXPECT_EQ(total, expected.size());
+        EXPECT_EQ(Bytes(out.begin(), out.end() - 4), expected);
+        EXPECT_EQ(Bytes(out.end() - 4, out.end()), FromHex("A5A5A5A5"));
+    }
+}
+
+TEST(VariantSerialize, FillsAnExactCapacityAndNoSmallerOne)
+{
+    for (const Row& row : Records()) {
+        Variant value;
+        row.set(value);
+        const Bytes expected = FromHex(row.record);
+        for (uint32 capacity = 0; capacity <= expected.size(); ++capacity) {
+            SCOPED_TRACE(std::string(row.what) + ", capacity " + std::to_string(capacity));
+            const GuardedBytes out(Bytes(capacity, 0xA5));
+
+            const uint32 total = Variant::Serialize(value, out.Get(), capacity);
+
+            const Bytes written(out.Get(), out.Get() + capacity);
+            const bool fits = capacity == expected.size();
+            EXPECT_EQ(total, fits ? capacity : kFailed);
+            EXPECT_EQ(written, fits ? expected : Bytes(capacity, 0xA5));
+        }
+    }
+}
+
+TEST(VariantSerialize, TakesAnUnalignedOutput)
+{
+    Variant value;
+    SetScalar(value, Variant::kInt64, int64{0x1122334455667788});
+    Bytes out(21, 0xA5);
+
+    EXPECT_EQ(Variant::Serialize(value, out.data() + 1, 20), 20u);
+    EXPECT_EQ(out, FromHex("A5 14000000 00000000 03000000 8877665544332211"));
+}
+
+TEST(VariantSerialize, LeavesTheValueAlone)
+{
+    Variant value;
+    SetScalar(value, Variant::kDouble, 1.0);
+    unsigned char out[20];
+
+    Variant::Serialize(value, out, sizeof out);
+
+    EXPECT_EQ(value.GetType(), Variant::kDouble);
+    EXPECT_EQ(value.GetDouble(), 1.0);
+}
+
+TEST(VariantSerialize, RefusesANullOutput)
+{
+    const Variant value;
+
+    EXPECT_EQ(Variant::Serialize(value, nullptr, 100), 0x80000008u);
+}
+
+TEST(VariantSerialize, RefusesAPointerWithoutBytes)
+{
+    unsigned char out[32];
+    std::memset(out, 0xA5, sizeof out);
+    char memory[1] = {};
+    Variant value;
+    value.SetPointer(memory, 0);
+    EXPECT_EQ(Variant::Serialize(value, out, sizeof out), kFailed);
+    value.SetConstPointer(memory, 0);
+    EXPECT_EQ(Variant::Serialize(value, out, sizeof out), kFailed);
+    value.SetPointer(nullptr, 0);
+    EXPECT_EQ(Variant::Serialize(value, out, sizeof out), kFailed);
+    value.SetConstPointer(nullptr, 8);
+    EXPECT_EQ(Variant::Serialize(value, out, sizeof out), kFailed);
+
+    EXPECT_EQ(Bytes(out, out + sizeof out), Bytes(sizeof out, 0xA5));
+}
+
+TEST(VariantSerialize, RefusesALengthThatTheHeaderCannotHold)
+{
+    unsigned char byte = 1;
+    unsigned char out[32];
+    std::memset(out, 0xA5, sizeof out);
+    ReportingVariant value;
+    SetScalar(value, Variant::kInt32, int32{1});
+    value.mData = &byte;
+    // The sum wraps, or is the failure code itself.
+    for (const uint32 size : {0xFFFFFFF4u, 0xFFFFFFF8u, 0xFFFFFFFFu, 0x7FFFFFFCu}) {
+        SCOPED_TRACE(size);
+        value.mSize = size;
+
+        EXPECT_EQ(Variant::Serialize(value, out, 0xFFFFFFFFu), kFailed);
+        EXPECT_EQ(Variant::Serialize(value, out, sizeof out), kFailed);
+    }
+    value.mSize = 0xFFFFFFF3u;
+    EXPECT_EQ(Variant::Serialize(value, out, sizeof out), kFailed);
+
+    EXPECT_EQ(Bytes(out, out + sizeof out), Bytes(sizeof out, 0xA5));
+}
+
+TEST(VariantSerialize, RefusesBytesThatAreNowhere)
+{
+    unsigned char out[32];
+    std::memset(out, 0xA5, sizeof out);
+    ReportingVariant value;
+    value.Set(Variant::kBuffer, "abc", 3);
+    value.mSize = 1;
+
+    EXPECT_EQ(Variant::Serialize(value, out, sizeof out), kFailed);
+    EXPECT_EQ(Bytes(out, out + sizeof out), Bytes(sizeof out, 0xA5));
+}
+
+TEST(VariantSerialize, SwapsAScalarByItsLength)
+{
+    const struct
+    {
+        uint32 size;
+        const char* little;
+        const char* big;
+    } rows[] = {
+        {1, "01", "01"},
+        {2, "0102", "0201"},
+        {3, "010203", "010203"},
+        {4, "01020304", "04030201"},
+        {5, "0102030405", "0102030405"},
+        {8, "0102030405060708", "0807060504030201"},
+        {9, "010203040506070809", "010203040506070809"},
+    };
+    const unsigned char bytes[] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.size);
+        ReportingVariant value;
+        SetScalar(value, Variant::kInt32, int32{1});
+        value.mData = bytes;
+        value.mSize = row.size;
+        unsigned char out[32];
+
+        EXPECT_EQ(Variant::Serialize(value, out, sizeof out), row.size + 12);
+        EXPECT_EQ(Bytes(out + 8, out + 12), FromHex("02000000"));
+        EXPECT_EQ(Bytes(out + 12, out + 12 + row.size),
+                  FromHex(ByOrder<const char*>(row.little, row.big)));
+    }
+}
+
+TEST(VariantSerialize, AScalarWithoutBytesIsABareHeader)
+{
+    ReportingVariant value;
+    SetScalar(value, Variant::kInt32, int32{1});
+    unsigned char out[12];
+
+    EXPECT_EQ(Variant::Serialize(value, out, sizeof out), 12u);
+    EXPECT_EQ(Bytes(out, out + 12), FromHex("0C000000 00000000 02000000"));
+}
+
+TEST(VariantSerialize, WritesOverTheValuesOwnBytes)
+{
+    // The value's bytes stand at 12 in the array, the record goes to each place around them.
+    for (size_t start = 0; start <= 24; ++start) {
+        SCOPED_TRACE(start);
+        Bytes memory(64, 0xA5);
+        std::memcpy(memory.data() + 12, "0123456789", 10);
+        Variant value;
+        value.SetPointer(memory.data() + 12, 10);
+        Bytes expected = memory;
+        const Bytes record = FromHex("16000000 00000000 06000000 30313233343536373839");
+        std::copy(record.begin(), record.end(), expected.begin() + static_cast<ptrdiff_t>(start));
+
+        EXPECT_EQ(Variant::Serialize(value, memory.data() + start, 22), 22u);
+
+        EXPECT_EQ(memory, expected);
+    }
+}
+
+TEST(VariantSerialize, WritesOverTheBlockThatItOwns)
+{
+    // Derived classes may own a block that is larger than the data that they report.
+    for (const size_t start : {size_t{0}, size_t{4}, size_t{12}}) {
+        SCOPED_TRACE(start);
+        ReportingVariant value;
+        value.SetBuffer("............0123456789....................", 40);
+        uint32 size = 0;
+        auto* const block = static_cast<unsigned char*>(value.GetPointer(size));
+        value.mData = block + 12;
+        value.mSize = 10;
+        Bytes expected(block, block + 40);
+        const Bytes record = FromHex("16000000 00000000 08000000 30313233343536373839");
+        std::copy(record.begin(), record.end(), expected.begin() + static_cast<ptrdiff_t>(start));
+
+        EXPECT_EQ(Variant::Serialize(value, block + start, 22), 22u);
+
+        EXPECT_EQ(Bytes(block, block + 40), expected);
+    }
+}
+
+} // namespace
