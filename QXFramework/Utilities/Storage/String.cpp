@@ -1,0 +1,126 @@
+// String.cpp - construction, comparison and numbers of 8-bit strings.
+
+#include <QX/String.h>
+
+#include "LowerCase.h"
+
+#include <algorithm>
+#include <new>
+#include <ostream>
+
+namespace QX {
+namespace {
+
+// Compares as strcmp of the lowered texts does.
+int CompareLowered(std::string_view left, std::string_view right)
+{
+    const std::size_t common = std::min(left.size(), right.size());
+    for (std::size_t index = 0; index < common; ++index) {
+        const auto leftByte = static_cast<unsigned char>(LowerCase(left[index]));
+        const auto rightByte = static_cast<unsigned char>(LowerCase(right[index]));
+        if (leftByte != rightByte) {
+            return leftByte < rightByte ? -1 : 1;
+        }
+    }
+    return left.size() == right.size() ? 0 : left.size() < right.size() ? -1 : 1;
+}
+
+int CompareTexts(std::string_view left, std::string_view right, bool caseSensitive)
+{
+    return caseSensitive ? left.compare(right) : CompareLowered(left, right);
+}
+
+std::string_view ViewOf(const char* text)
+{
+    return text != nullptr ? std::string_view(text) : std::string_view();
+}
+
+} // namespace
+
+const String String::Empty = GetEmpty();
+
+const String& String::GetEmpty()
+{
+    static const StringT sEmpty('\0');
+    return sEmpty;
+}
+
+String::StringT()
+{
+    mBuffer = GetEmpty().mBuffer;
+}
+
+String::StringT(const char* text)
+{
+    Assign(text, kWholeText);
+}
+
+String::StringT(char character)
+{
+    mBuffer = CreateTextBuffer(&character, character != '\0' ? 1 : 0);
+}
+
+String::StringT(const RCPtr<LIBuffer>& buffer)
+{
+    if (buffer == nullptr) {
+        mBuffer = GetEmpty().mBuffer;
+        return;
+    }
+    mBuffer = buffer;
+    const uint32 size = mBuffer->GetSizeBytes();
+    if (size != 0 && mBuffer->GetRawPtr() == nullptr) {
+        throw std::bad_alloc();
+    }
+    const uint32 length = StrLen(ElementsOf(*mBuffer), size);
+    // Others may be reading the buffer, so one that is right already is not written to.
+    if (size != length + 1) {
+        ResizeBuffer(*mBuffer, uint64{length} + 1);
+        ElementsOf(*mBuffer)[length] = '\0';
+    }
+}
+
+String::StringT(std::string_view text)
+{
+    const std::size_t count = std::min(text.size(), std::size_t{kWholeText});
+    SetText(text.data(), StrLen(text.data(), static_cast<uint32>(count)));
+}
+
+String::~StringT() = default;
+
+int String::StrCompare(const char* left, const char* right, bool caseSensitive)
+{
+    return CompareTexts(ViewOf(left), ViewOf(right), caseSensitive);
+}
+
+int String::Compare(const char* text, bool caseSensitive) const
+{
+    const std::string_view own(CStr(), StrLen(CStr(), GetLength()));
+    return CompareTexts(own, ViewOf(text), caseSensitive);
+}
+
+int String::Compare(const StringT& other, bool caseSensitive) const
+{
+    if (CStr() == other.CStr()) {
+        return 0;
+    }
+    const std::string_view own(CStr(), StrLen(CStr(), GetLength()));
+    const std::string_view others(other.CStr(), StrLen(other.CStr(), other.GetLength()));
+    return CompareTexts(own, others, caseSensitive);
+}
+
+bool String::IsEqual(const char* text) const
+{
+    return Compare(text, true) == 0;
+}
+
+bool String::IsEqual(const StringT& other) const
+{
+    return mBuffer == other.mBuffer || Compare(other, true) == 0;
+}
+
+std::ostream& operator<<(std::ostream& stream, const String& text)
+{
+    return stream << std::string_view(text);
+}
+
+} // namespace QX

@@ -1,0 +1,197 @@
+// StringFormat.cpp - printf formatting and number text.
+
+#include <QX/String.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+namespace QX {
+namespace {
+
+constexpr std::size_t kTextSize = 16384;
+constexpr std::size_t kFormatSize = 4096;
+
+/// A more precise number would only be cut at the end of the text.
+constexpr int kLargestPrecision = 16384;
+
+using FormatArea = std::array<char, kFormatSize>;
+using TextArea = std::array<char, kTextSize>;
+
+/// A length modifier of a conversion and what the C library calls it.
+struct LengthModifier
+{
+    std::string_view spelling;
+    std::string_view meaning;
+};
+
+constexpr LengthModifier kLengthModifiers[] = {{"I32", ""}, {"I64", "ll"}, {"L", "ll"}};
+
+// Returns the modifier at the start of `text` if an integer conversion follows it, else null.
+const LengthModifier* FindIntegerModifier(const char* text)
+{
+    for (const LengthModifier& modifier : kLengthModifiers) {
+        const std::size_t length = modifier.spelling.size();
+        if (std::strncmp(text, modifier.spelling.data(), length) == 0 && text[length] != '\0' &&
+            std::strchr("diouxX", text[length]) != nullptr) {
+            return &modifier;
+        }
+    }
+    return nullptr;
+}
+
+/// Collects a translated format in an area of fixed size; what does not fit makes it fail.
+class FormatWriter
+{
+public:
+    explicit FormatWriter(FormatArea& area)
+        : mArea(area)
+    {}
+    void Append(std::string_view text)
+    {
+        mFits = mFits && text.size() < mArea.size() - mUsed;
+        if (mFits) {
+            std::copy(text.begin(), text.end(), mArea.data() + mUsed);
+            mUsed += text.size();
+        }
+    }
+    /// Returns the terminated format, or null if it did not fit.
+    const char* Finish()
+    {
+        mArea[mUsed] = '\0';
+        return mFits ? mArea.data() : nullptr;
+    }
+
+private:
+    FormatArea& mArea;
+    std::size_t mUsed = 0; ///< always leaves room for the terminator
+    bool mFits = true;
+};
+
+// Returns the format with its length modifiers in the C library's spelling, which would read the I
+// of I32 and I64 as a flag and the digits as a width. A format too long for the area is returned as
+// it is.
+const char* TranslateFormat(const char* format, FormatArea& area)
+{
+    if (std::strpbrk(format, "IL") == nullptr) {
+        return format;
+    }
+    FormatWriter writer(area);
+    const char* rest = format;
+    while (const char* const conversion = std::strchr(rest, '%')) {
+        const char* modified = conversion + 1;
+        modified += std::strspn(modified, "-+ #'0123456789.*$");
+        if (*modified == '%') {
+            ++modified; // a percent sign, whatever flags it has
+            writer.Append({rest, modified});
+            rest = modified;
+            continue;
+        }
+        writer.Append({rest, modified});
+        rest = modified;
+        if (const LengthModifier* const modifier = FindIntegerModifier(modified)) {
+            writer.Append(modifier->meaning);
+            rest += modifier->spelling.size();
+        }
+    }
+    writer.Append(rest);
+    const char* const translated = writer.Finish();
+    return translated != nullptr ? translated : format;
+}
+
+// Fills `text` with the formatted text, cut to fit. Takes no memory from the heap itself.
+void FormatText(TextArea& text, const char* format, std::va_list arguments)
+{
+    text.front() = '\0';
+    if (format == nullptr) {
+        return;
+    }
+    FormatArea area;
+    const char* const translated = TranslateFormat(format, area);
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    const int length = std::vsnprintf(text.data(), text.size(), translated, arguments);
+#pragma GCC diagnostic pop
+    text.back() = '\0';
+    if (length < 0) {
+        text.front() = '\0';
+    }
+}
+
+// Returns the digits with a point before the last `decimals` of them.
+String InsertPoint(const String& digits, int decimals)
+{
+    if (decimals < 1) {
+        return digits;
+    }
+    const uint32 length = digits.GetLength();
+    const auto places = static_cast<uint32>(decimals);
+    if (length > places) {
+        return digits.GetSubString(0, length - places) + "." +
+               digits.GetSubString(static_cast<int>(length - places));
+    }
+    String text;
+    char* field = text.Lock(places + 2);
+    *field++ = '.';
+    field = std::fill_n(field, places - length, '0');
+    std::copy_n(digits.CStr(), length, field);
+    text.Release();
+    return text;
+}
+
+} // namespace
+
+String String::Format(const char* format, ...)
+{
+    TextArea text;
+    std::va_list arguments;
+    va_start(arguments, format);
+    FormatText(text, format, arguments);
+    va_end(arguments);
+    return StringT(text.data());
+}
+
+String& String::SetFormatted(const char* format, ...)
+{
+    TextArea text;
+    std::va_list arguments;
+    va_start(arguments, format);
+    FormatText(text, format, arguments);
+    va_end(arguments);
+    // This string may have been an argument, so it changes only now.
+    Assign(text.data(), kWholeText);
+    return *this;
+}
+
+String String::FormatNumber(double value, int precision)
+{
+    if (precision < 0) {
+        return Format("%lf", value);
+    }
+    const StringT format = Format("%%.%dlf", std::min(precision, kLargestPrecision));
+    return Format(format.CStr(), value);
+}
+
+String String::FormatNumber(float value, int precision)
+{
+    return FormatNumber(static_cast<double>(value), precision);
+}
+
+String String::FormatNumber(long long value, int decimals)
+{
+    return InsertPoint(Format("%Ld", value), decimals);
+}
+
+String String::FormatNumber(int value, int decimals)
+{
+    return InsertPoint(Format("%d", value), decimals);
+}
+
+String String::FormatNumber(unsigned int value, int decimals)
+{
+    return InsertPoint(Format("%u", value), decimals);
+}
+
+} // namespace QX
