@@ -86,6 +86,10 @@ public:
     uint32 GetAllocatedSize() const override { return mAllocatedSize; }
     void* GetRawPtr() override { return mBlock; }
 
+    /// As ResizeBytes, but a refusal of the allocator loses nothing: returns false with nothing
+    /// changed if the buffer cannot grow, and keeps a block that cannot be made smaller.
+    bool TryResizeBytes(uint32 size);
+
     /// Returns the block as its element pointer; null when there is none.
     T GetData() const noexcept { return mData; }
 

@@ -93,6 +93,31 @@ int32 BufferT<Granule, Slack, Third, T, Allocator>::ResizeBytes(uint32 size)
 }
 
 template <uint32 Granule, uint32 Slack, uint32 Third, class T, IAllocator* (*Allocator)()>
+bool BufferT<Granule, Slack, Third, T, Allocator>::TryResizeBytes(uint32 size)
+{
+    if (mBlock != nullptr && mAllocatedSize >= size && mAllocatedSize - size <= kKeepThreshold) {
+        mSize = size;
+        return true;
+    }
+    const uint32 rounded = RoundUp(size);
+    if (mBlock == nullptr && rounded == 0) {
+        SetBlock(nullptr, 0, 0);
+        return true;
+    }
+    void* const block =
+        mBlock != nullptr ? Allocator()->Realloc(mBlock, rounded) : Allocator()->Alloc(rounded);
+    if (block != nullptr || rounded == 0) {
+        SetBlock(block, rounded, size);
+        return true;
+    }
+    if (mBlock == nullptr || size > mAllocatedSize) {
+        return false;
+    }
+    mSize = size;
+    return true;
+}
+
+template <uint32 Granule, uint32 Slack, uint32 Third, class T, IAllocator* (*Allocator)()>
 int32 BufferT<Granule, Slack, Third, T, Allocator>::FillN(char value, uint32 offset, int count)
 {
     if (offset > mSize || (count >= 0 && static_cast<uint32>(count) > mSize - offset)) {
