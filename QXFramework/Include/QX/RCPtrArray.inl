@@ -1,0 +1,205 @@
+// RCPtrArray.inl - the bodies of the smart-pointer arrays; included by RCPtrArray.h.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <new>
+
+namespace QX {
+
+template <class T, uint32 Grow, uint32 Init>
+ConstRCPtrArray<T, Grow, Init>::ConstRCPtrArray(uint32 count, uint32 reserve)
+    : mSlots(BytesOf(count), BytesOf(reserve), true)
+{
+    if (count != 0 && mSlots.GetData() == nullptr) {
+        throw std::bad_alloc();
+    }
+}
+
+template <class T, uint32 Grow, uint32 Init>
+ConstRCPtrArray<T, Grow, Init>::~ConstRCPtrArray()
+{
+    // An object's destructor may take elements away, and a dismantling may throw; neither leaves
+    // a reference behind.
+    while (SlotCount() != 0) {
+        try {
+            ConstRCPtrArray::SetCount(0);
+        } catch (...) {
+            // A destructor has nobody to tell.
+        }
+    }
+}
+
+template <class T, uint32 Grow, uint32 Init>
+int32 ConstRCPtrArray<T, Grow, Init>::SetCount(uint32 count)
+{
+    const uint32 current = SlotCount();
+    if (current > count) {
+        return ConstRCPtrArray::Remove(count, current - count);
+    }
+    if (current < count) {
+        if (!ResizeSlots(count)) {
+            return kResultFailure;
+        }
+        ClearSlots(current, count);
+    }
+    return static_cast<int32>(count);
+}
+
+template <class T, uint32 Grow, uint32 Init>
+int32 ConstRCPtrArray<T, Grow, Init>::Insert(uint32 index, uint32 count)
+{
+    const uint32 current = SlotCount();
+    if (count == 0) {
+        return static_cast<int32>(current);
+    }
+    if (current < index) {
+        return kResultOutOfRange;
+    }
+    const uint64 total = uint64{current} + count;
+    if (!ResizeSlots(total)) {
+        return kResultFailure;
+    }
+    T** const opened = mSlots.GetData() + index;
+    if (index != current) {
+        std::memmove(opened + count, opened, std::size_t{current - index} * kSlotSize);
+    }
+    ClearSlots(index, index + count);
+    return static_cast<int32>(total);
+}
+
+template <class T, uint32 Grow, uint32 Init>
+int32 ConstRCPtrArray<T, Grow, Init>::Remove(uint32 index, uint32 count)
+{
+    ConstRCPtr<T> removed;
+    for (; count != 0; --count) {
+        ConstRCPtrArray::RemoveItem(index, removed);
+    }
+    removed = RCPtr<T>::Null;
+    return static_cast<int32>(SlotCount());
+}
+
+template <class T, uint32 Grow, uint32 Init>
+int32 ConstRCPtrArray<T, Grow, Init>::InsertItem(uint32 index, const ConstRCPtr<T>& item)
+{
+    // Taken before anything moves: `item` may be a slot of this array, and a copy that an
+    // unshareable object makes of itself may throw or change the array.
+    ConstRCPtr<T> taken(item);
+    const int32 result = ConstRCPtrArray::Insert(index, 1);
+    if (result < 0) {
+        return result;
+    }
+    Slot(index).Swap(taken);
+    return static_cast<int32>(index);
+}
+
+template <class T, uint32 Grow, uint32 Init>
+int32 ConstRCPtrArray<T, Grow, Init>::AppendItem(const ConstRCPtr<T>& item)
+{
+    return ConstRCPtrArray::InsertItem(SlotCount(), item);
+}
+
+template <class T, uint32 Grow, uint32 Init>
+int32 ConstRCPtrArray<T, Grow, Init>::RemoveItem(uint32 index, ConstRCPtr<T>& removed)
+{
+    return TakeItem(index, removed, ThrowSites::kConstRCPtrArrayRemoveItem);
+}
+
+template <class T, uint32 Grow, uint32 Init>
+int32 ConstRCPtrArray<T, Grow, Init>::TakeItem(uint32 index, ConstRCPtr<T>& removed, ThrowSite site)
+{
+    if (index >= SlotCount()) {
+        ThrowException<std::out_of_range>("", site);
+    }
+    ConstRCPtr<T>* const target = Reset(removed);
+    if (target == nullptr || index >= SlotCount()) {
+        ThrowException<std::out_of_range>("", site);
+    }
+    target->Swap(Slot(index));
+    return RemoveInternal(index, 1);
+}
+
+template <class T, uint32 Grow, uint32 Init>
+int32 ConstRCPtrArray<T, Grow, Init>::RemoveLast(ConstRCPtr<T>& removed)
+{
+    ConstRCPtr<T>* const target = Reset(removed);
+    if (target == nullptr || SlotCount() == 0) {
+        return kResultFailure;
+    }
+    const uint32 last = SlotCount() - 1;
+    target->Swap(Slot(last));
+    return RemoveInternal(last, 1);
+}
+
+template <class T, uint32 Grow, uint32 Init>
+int32 ConstRCPtrArray<T, Grow, Init>::Swap(uint32 left, uint32 right)
+{
+    Slot(left).Swap(Slot(right));
+    return kResultSuccess;
+}
+
+template <class T, uint32 Grow, uint32 Init>
+int32 ConstRCPtrArray<T, Grow, Init>::RemoveInternal(uint32 index, uint32 count)
+{
+    const uint32 current = SlotCount();
+    if (count == 0) {
+        return static_cast<int32>(current);
+    }
+    if (index > current || count > current - index) {
+        return kResultOutOfRange;
+    }
+    const uint32 following = current - index - count;
+    if (following != 0) {
+        T** const closed = mSlots.GetData() + index;
+        std::memmove(closed, closed + count, std::size_t{following} * kSlotSize);
+    }
+    ResizeSlots(current - count); // a smaller size is never refused
+    return static_cast<int32>(current - count);
+}
+
+template <class T, uint32 Grow, uint32 Init>
+bool ConstRCPtrArray<T, Grow, Init>::ResizeSlots(uint64 count)
+{
+    // The refusal has to come before the old block is given up: it holds references.
+    return count <= kMaxSlotCount && mSlots.TryResizeBytes(static_cast<uint32>(count) * kSlotSize);
+}
+
+template <class T, uint32 Grow, uint32 Init>
+void ConstRCPtrArray<T, Grow, Init>::ClearSlots(uint32 first, uint32 last)
+{
+    T** const slots = mSlots.GetData();
+    for (uint32 index = first; index < last; ++index) {
+        slots[index] = nullptr;
+    }
+}
+
+template <class T, uint32 Grow, uint32 Init>
+uint32 ConstRCPtrArray<T, Grow, Init>::BytesOf(uint32 count)
+{
+    if (count > kMaxSlotCount) {
+        throw std::bad_alloc();
+    }
+    return count * kSlotSize;
+}
+
+// Makes `pointer` null and returns where it is afterwards. A slot of this array may have moved, or
+// be gone (null), because dropping its reference runs a destructor that may change the array.
+template <class T, uint32 Grow, uint32 Init>
+ConstRCPtr<T>* ConstRCPtrArray<T, Grow, Init>::Reset(ConstRCPtr<T>& pointer)
+{
+    if (pointer == nullptr) {
+        return &pointer;
+    }
+    const uint64 distance = uint64{reinterpret_cast<std::uintptr_t>(&pointer)} -
+                            uint64{reinterpret_cast<std::uintptr_t>(mSlots.GetData())};
+    const uint64 index = distance / kSlotSize;
+    const bool isOwnSlot = index < SlotCount();
+    pointer = RCPtr<T>::Null;
+    if (!isOwnSlot) {
+        return &pointer;
+    }
+    return index < SlotCount() ? &Slot(static_cast<uint32>(index)) : nullptr;
+}
+
+} // namespace QX

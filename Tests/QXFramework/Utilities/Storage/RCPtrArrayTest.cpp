@@ -1,0 +1,595 @@
+// RCPtrArrayTest.cpp - slots, counts and results of the smart-pointer arrays.
+
+#include "Witness.h"
+
+#include <QX/RCPtrArray.h>
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace {
+
+using QX::ConstRCPtr;
+using QX::int32;
+using QX::RCPtr;
+using QX::uint32;
+using Array = QX::RCPtrArray<Witness, 1, 0>;
+using ConstArray = QX::ConstRCPtrArray<Witness, 1, 0>;
+
+constexpr int32 kOutOfRange = static_cast<int32>(0x80000003u);
+constexpr int32 kFailure = static_cast<int32>(0x80000008u);
+
+/// Arrays of witnesses that all write to one journal.
+class RCPtrArrayTest : public testing::Test
+{
+protected:
+    void TearDown() override { EXPECT_EQ(Witness::GetLiveCount(), 0); }
+
+    void Fill(Array& array, const std::string& names)
+    {
+        for (const char name : names) {
+            array.AppendItem(MakeWitness(name, &mJournal));
+        }
+        mJournal.clear();
+    }
+
+    std::string mJournal;
+};
+
+using RCPtrArrayInsert = RCPtrArrayTest;
+using RCPtrArrayRemove = RCPtrArrayTest;
+using RCPtrArrayRemoveItem = RCPtrArrayTest;
+using RCPtrArrayRemoveLast = RCPtrArrayTest;
+using RCPtrArraySetCount = RCPtrArrayTest;
+using RCPtrArraySwap = RCPtrArrayTest;
+using RCPtrArrayAppend = RCPtrArrayTest;
+using RCPtrArrayLife = RCPtrArrayTest;
+
+TEST_F(RCPtrArrayInsert, AtTheEndAddsNullSlots)
+{
+    Array array;
+    Fill(array, "ABC");
+
+    EXPECT_EQ(array.Insert(3, 2), 5);
+
+    EXPECT_EQ(NamesOf(array), "ABC..");
+}
+
+TEST_F(RCPtrArrayInsert, BehindTheEndIsRefused)
+{
+    Array array;
+    Fill(array, "ABC");
+
+    EXPECT_EQ(array.Insert(4, 1), kOutOfRange);
+    EXPECT_EQ(array.InsertItem(4, MakeWitness('D')), kOutOfRange);
+
+    EXPECT_EQ(NamesOf(array), "ABC");
+}
+
+TEST_F(RCPtrArrayInsert, OfNothingReturnsTheCountWhateverTheIndex)
+{
+    Array array;
+    Fill(array, "ABC");
+
+    EXPECT_EQ(array.Insert(1, 0), 3);
+    EXPECT_EQ(array.Insert(9, 0), 3);
+}
+
+TEST_F(RCPtrArrayInsert, InFrontMovesSlotsAndNoCounts)
+{
+    Array array;
+    Fill(array, "AB");
+
+    EXPECT_EQ(array.Insert(0, 1), 3);
+
+    EXPECT_EQ(NamesOf(array), ".AB");
+    EXPECT_EQ(mJournal, "");
+}
+
+TEST_F(RCPtrArrayInsert, InTheMiddleOpensWholeSlots)
+{
+    Array array;
+    Fill(array, "ABC");
+
+    EXPECT_EQ(array.Insert(1, 2), 5);
+
+    EXPECT_EQ(NamesOf(array), "A..BC");
+    EXPECT_EQ(mJournal, "");
+}
+
+TEST_F(RCPtrArrayInsert, RefusesCountsThatNoMemoryHolds)
+{
+    for (const uint32 count : {0xFFFFFFFFu, 0xFFFFFFFEu, 0x80000000u, 0x7FFFFFFFu, 0x40000000u}) {
+        SCOPED_TRACE(count);
+        Array array;
+        Fill(array, "ABC");
+
+        EXPECT_EQ(array.Insert(0, count), kFailure);
+        EXPECT_EQ(array.Insert(1, count), kFailure);
+        EXPECT_EQ(array.Insert(3, count), kFailure);
+        EXPECT_EQ(array.Insert(4, count), kOutOfRange);
+        EXPECT_EQ(array.SetCount(count), kFailure);
+
+        EXPECT_EQ(NamesOf(array), "ABC");
+    }
+}
+
+TEST_F(RCPtrArrayInsert, OfAnItemTakesOneReferenceAndReturnsTheIndex)
+{
+    Array array;
+    Fill(array, "AB");
+    const RCPtr<Witness> item = MakeWitness('C', &mJournal);
+    mJournal.clear();
+
+    EXPECT_EQ(array.InsertItem(1, item), 1);
+
+    EXPECT_EQ(NamesOf(array), "ACB");
+    EXPECT_EQ(mJournal, "+C ");
+    EXPECT_EQ(array.AppendItem(item), 3);
+    EXPECT_EQ(array.AppendItem(RCPtr<Witness>::Null), 4);
+    EXPECT_EQ(NamesOf(array), "ACBC.");
+    EXPECT_EQ(item->GetReferenceCount(), 3);
+}
+
+TEST_F(RCPtrArrayInsert, OfOneOfItsOwnElementsSurvivesTheMove)
+{
+    // The block is exactly full after each insertion, so every one of them moves it.
+    Array array;
+    Fill(array, "ABC");
+
+    for (uint32 step = 0; step < 100; ++step) {
+        EXPECT_EQ(array.InsertItem(0, *array.GetAt(2)), 0);
+    }
+
+    EXPECT_EQ(NamesOf(array).substr(0, 4), "CABC");
+    EXPECT_EQ(array.AppendItem(*array.GetAt(0)), 103);
+    EXPECT_EQ(array.GetAt(103)->Get(), array.GetAt(0)->Get());
+}
+
+TEST_F(RCPtrArrayInsert, ReturnsTheSameThroughEveryStaticType)
+{
+    Array array;
+    Fill(array, "A");
+    const RCPtr<Witness> item = MakeWitness('B');
+    const ConstRCPtr<Witness> readOnly = item;
+
+    EXPECT_EQ(array.InsertItem(1, item), 1);
+    EXPECT_EQ(static_cast<ConstArray&>(array).InsertItem(1, readOnly), 1);
+    EXPECT_EQ(static_cast<QX::IArray<RCPtr<Witness>>&>(array).InsertItem(1, item), 1);
+    EXPECT_EQ(static_cast<QX::IArray<ConstRCPtr<Witness>>&>(array).InsertItem(1, readOnly), 1);
+    EXPECT_EQ(static_cast<QX::IIterable<RCPtr<Witness>>&>(array).InsertItem(1, item), 1);
+    EXPECT_EQ(static_cast<QX::IIterable<ConstRCPtr<Witness>>&>(array).InsertItem(1, readOnly), 1);
+
+    EXPECT_EQ(NamesOf(array), "ABBBBBB");
+    EXPECT_EQ(item->GetReferenceCount(), 8);
+}
+
+TEST_F(RCPtrArrayRemove, DropsEachReferenceAfterItsSlotIsClosed)
+{
+    Array array;
+    Fill(array, "ABCD");
+    std::string seen;
+    for (uint32 index = 0; index < 4; ++index) {
+        (*array.GetAt(index))->SetOnDestroyed([&] { seen += NamesOf(array) + ' '; });
+    }
+
+    EXPECT_EQ(array.Remove(1, 2), 2);
+
+    // The reference to B goes when C has been asked for, but before C's slot is closed.
+    EXPECT_EQ(mJournal, "-B ~B -C ~C ");
+    EXPECT_EQ(seen, "ACD AD ");
+    EXPECT_EQ(NamesOf(array), "AD");
+}
+
+TEST_F(RCPtrArrayRemove, OfMoreThanThereIsRemovesTheRestAndThrows)
+{
+    Array array;
+    Fill(array, "ABC");
+    const RCPtr<Witness> last = *array.GetAt(2);
+
+    try {
+        array.Remove(1, 5);
+        FAIL() << "nothing was thrown";
+    } catch (const QX::Exception<std::out_of_range>& error) {
+        // The removal is the base's, for the view with write access too.
+        EXPECT_STREQ(error.what(),
+                     "Out of Range :  : Utilities/Storage/ConstRCPtrArray : Line 218");
+    }
+
+    EXPECT_EQ(NamesOf(array), "A");
+    EXPECT_EQ(last->GetReferenceCount(), 1);
+    EXPECT_EQ(Witness::GetLiveCount(), 2);
+}
+
+TEST_F(RCPtrArrayRemove, OfNothingReturnsTheCountWhateverTheIndex)
+{
+    Array array;
+    Fill(array, "ABC");
+
+    EXPECT_EQ(array.Remove(9, 0), 3);
+    EXPECT_EQ(array.Remove(0, 0), 3);
+}
+
+TEST_F(RCPtrArrayRemoveItem, HandsTheReferenceOver)
+{
+    Array array;
+    Fill(array, "ABC");
+    RCPtr<Witness> removed = MakeWitness('X', &mJournal);
+    mJournal.clear();
+
+    EXPECT_EQ(array.RemoveItem(1, removed), 2);
+
+    EXPECT_EQ(mJournal, "-X ~X ");
+    EXPECT_EQ(removed->GetName(), 'B');
+    EXPECT_EQ(removed->GetReferenceCount(), 1);
+    EXPECT_EQ(NamesOf(array), "AC");
+}
+
+TEST_F(RCPtrArrayRemoveItem, ThrowsBehindTheEndWithNothingChanged)
+{
+    Array array;
+    Fill(array, "ABC");
+    RCPtr<Witness> removed = MakeWitness('X');
+    ConstRCPtr<Witness> readOnly = removed;
+
+    for (const uint32 index : {3u, 5u, 0xFFFFFFFFu}) {
+        SCOPED_TRACE(index);
+        try {
+            array.RemoveItem(index, removed);
+            FAIL() << "nothing was thrown";
+        } catch (const QX::Exception<std::out_of_range>& error) {
+            EXPECT_STREQ(error.what(), "Out of Range :  : Utilities/Storage/RCPtrArray : Line 177");
+        }
+        try {
+            static_cast<ConstArray&>(array).RemoveItem(index, readOnly);
+            FAIL() << "nothing was thrown";
+        } catch (const std::out_of_range& error) {
+            EXPECT_STREQ(error.what(),
+                         "Out of Range :  : Utilities/Storage/ConstRCPtrArray : Line 218");
+        }
+    }
+
+    EXPECT_EQ(removed->GetName(), 'X');
+    EXPECT_EQ(readOnly->GetName(), 'X');
+    EXPECT_EQ(NamesOf(array), "ABC");
+}
+
+TEST_F(RCPtrArrayRemoveItem, TestsTheIndexAgainAfterTheOldReferenceIsDropped)
+{
+    Array array;
+    Fill(array, "ABC");
+    RCPtr<Witness> removed = MakeWitness('X');
+    removed->SetOnDestroyed([&] { array.SetCount(1); });
+
+    EXPECT_THROW(array.RemoveItem(2, removed), QX::Exception<std::out_of_range>);
+
+    EXPECT_EQ(removed, nullptr);
+    EXPECT_EQ(NamesOf(array), "A");
+}
+
+TEST_F(RCPtrArrayRemoveItem, IntoAnElementOfItsOwnDropsThatElement)
+{
+    struct Row
+    {
+        const char* what;
+        uint32 index;
+        uint32 target;
+        const char* after;
+        const char* journal;
+    };
+    const Row rows[] = {
+        {"into a later one", 0, 2, "BAD", "-C ~C "},
+        {"into an earlier one", 2, 0, "CBD", "-A ~A "},
+        {"into itself", 1, 1, "ACD", "-B ~B "},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        Array array;
+        Fill(array, "ABCD");
+
+        EXPECT_EQ(array.RemoveItem(row.index, *array.GetAt(row.target)), 3);
+
+        EXPECT_EQ(NamesOf(array), row.after);
+        EXPECT_EQ(mJournal, row.journal);
+        array.SetCount(0);
+        mJournal.clear();
+    }
+}
+
+TEST_F(RCPtrArrayRemoveItem, IntoAnElementWhoseDestructorMovesTheArray)
+{
+    Array array;
+    Fill(array, "ABCD");
+    (*array.GetAt(2))->SetOnDestroyed([&] { array.Insert(4, 1000); });
+
+    EXPECT_EQ(array.RemoveItem(0, *array.GetAt(2)), 1003);
+
+    EXPECT_EQ(NamesOf(array).substr(0, 4), "BAD.");
+}
+
+TEST_F(RCPtrArrayRemoveItem, IntoAnElementWhoseDestructorEmptiesTheArray)
+{
+    Array array;
+    Fill(array, "ABCD");
+    (*array.GetAt(2))->SetOnDestroyed([&] { array.SetCount(0); });
+
+    EXPECT_THROW(array.RemoveItem(0, *array.GetAt(2)), QX::Exception<std::out_of_range>);
+
+    EXPECT_EQ(array.GetCount(), 0u);
+}
+
+TEST_F(RCPtrArrayRemoveLast, HandsTheLastReferenceOver)
+{
+    Array array;
+    Fill(array, "ABC");
+    RCPtr<Witness> removed = MakeWitness('X', &mJournal);
+    mJournal.clear();
+
+    EXPECT_EQ(array.RemoveLast(removed), 2);
+
+    EXPECT_EQ(mJournal, "-X ~X ");
+    EXPECT_EQ(removed->GetName(), 'C');
+    EXPECT_EQ(removed->GetReferenceCount(), 1);
+    ConstRCPtr<Witness> readOnly;
+    EXPECT_EQ(static_cast<ConstArray&>(array).RemoveLast(readOnly), 1);
+    EXPECT_EQ(readOnly->GetName(), 'B');
+}
+
+TEST_F(RCPtrArrayRemoveLast, OfAnEmptyArrayFailsAndLeavesNull)
+{
+    Array array;
+    RCPtr<Witness> removed = MakeWitness('X');
+    ConstRCPtr<Witness> readOnly = removed;
+
+    EXPECT_EQ(array.RemoveLast(removed), kFailure);
+    EXPECT_EQ(static_cast<ConstArray&>(array).RemoveLast(readOnly), kFailure);
+
+    EXPECT_EQ(removed, nullptr);
+    EXPECT_EQ(readOnly, nullptr);
+}
+
+TEST_F(RCPtrArrayRemoveLast, IntoAnElementOfItsOwn)
+{
+    Array array;
+    Fill(array, "ABC");
+
+    EXPECT_EQ(array.RemoveLast(*array.GetAt(0)), 2);
+    EXPECT_EQ(NamesOf(array), "CB");
+    EXPECT_EQ(array.RemoveLast(*array.GetAt(1)), 1);
+    EXPECT_EQ(NamesOf(array), "C");
+}
+
+TEST_F(RCPtrArrayRemoveLast, IntoAnElementWhoseDestructorEmptiesTheArray)
+{
+    Array array;
+    Fill(array, "ABC");
+    (*array.GetAt(1))->SetOnDestroyed([&] { array.SetCount(0); });
+
+    EXPECT_EQ(array.RemoveLast(*array.GetAt(1)), kFailure);
+
+    EXPECT_EQ(array.GetCount(), 0u);
+}
+
+TEST_F(RCPtrArraySetCount, DownwardsDropsTheLastReferencesInOrder)
+{
+    Array array;
+    Fill(array, "ABC");
+
+    EXPECT_EQ(array.SetCount(1), 1);
+
+    EXPECT_EQ(mJournal, "-B ~B -C ~C ");
+    EXPECT_EQ(NamesOf(array), "A");
+}
+
+TEST_F(RCPtrArraySetCount, UpwardsAddsNullSlots)
+{
+    Array array;
+    Fill(array, "AB");
+
+    EXPECT_EQ(array.SetCount(2), 2);
+    EXPECT_EQ(array.SetCount(5), 5);
+
+    EXPECT_EQ(NamesOf(array), "AB...");
+    EXPECT_EQ(mJournal, "");
+}
+
+TEST_F(RCPtrArraySetCount, ThrowsIfADestructorTakesTheRestAway)
+{
+    Array array;
+    Fill(array, "ABCDE");
+    (*array.GetAt(1))->SetOnDestroyed([&] { array.SetCount(1); });
+
+    EXPECT_THROW(array.SetCount(1), QX::Exception<std::out_of_range>);
+
+    EXPECT_EQ(NamesOf(array), "A");
+}
+
+TEST_F(RCPtrArraySetCount, ClearEmptiesTheArray)
+{
+    Array array;
+    Fill(array, "ABC");
+
+    EXPECT_EQ(array.Clear(), 0);
+
+    EXPECT_EQ(array.GetCount(), 0u);
+    EXPECT_EQ(mJournal, "-A ~A -B ~B -C ~C ");
+}
+
+TEST_F(RCPtrArraySwap, OfTheReadOnlyViewMovesNoCount)
+{
+    Array array;
+    Fill(array, "AB");
+
+    EXPECT_EQ(static_cast<ConstArray&>(array).Swap(1, 0), 0);
+
+    EXPECT_EQ(NamesOf(array), "BA");
+    EXPECT_EQ(mJournal, "");
+}
+
+TEST_F(RCPtrArraySwap, OfTheArrayChecksAndCopies)
+{
+    Array array;
+    Fill(array, "AB");
+
+    EXPECT_EQ(array.Swap(0, 9), kOutOfRange);
+    EXPECT_EQ(static_cast<QX::IArray<RCPtr<Witness>>&>(array).Swap(9, 0), kOutOfRange);
+    EXPECT_EQ(mJournal, "");
+    EXPECT_EQ(array.Swap(0, 1), 0);
+
+    EXPECT_EQ(NamesOf(array), "BA");
+    EXPECT_EQ(mJournal, "+A +B -A +A -B -A ");
+    EXPECT_EQ(array.Swap(1, 1), 0);
+    EXPECT_EQ(NamesOf(array), "BA");
+}
+
+TEST_F(RCPtrArrayAppend, OverwritesTheFirstElements)
+{
+    Array array;
+    Fill(array, "AB");
+    Array other;
+    Fill(other, "X");
+
+    EXPECT_EQ(array.Append(other), 3);
+
+    EXPECT_EQ(NamesOf(array), "XB.");
+    EXPECT_EQ(mJournal, "+X -A ~A ");
+}
+
+TEST_F(RCPtrArrayAppend, OfItselfAddsNullSlots)
+{
+    Array array;
+    Fill(array, "AB");
+
+    EXPECT_EQ(array.Append(array), 4);
+
+    EXPECT_EQ(NamesOf(array), "AB..");
+    EXPECT_EQ(mJournal, "");
+}
+
+TEST_F(RCPtrArrayAppend, SurvivesADestructorThatEmptiesTheArray)
+{
+    Array array;
+    Fill(array, "ABC");
+    Array other;
+    Fill(other, "XYZ");
+    (*array.GetAt(1))->SetOnDestroyed([&] { array.SetCount(0); });
+
+    EXPECT_EQ(array.Append(other), 6);
+
+    EXPECT_EQ(array.GetCount(), 0u);
+    EXPECT_EQ(NamesOf(other), "XYZ");
+}
+
+TEST_F(RCPtrArrayAppend, CopyTakesReferencesOfItsOwn)
+{
+    QX::RCPtrArray<Witness, 256, 256> array;
+    Array other;
+    Fill(other, "XYZ");
+    array.SetCount(5);
+
+    EXPECT_EQ(array.Copy(other), 3);
+
+    EXPECT_EQ(NamesOf(array), "XYZ");
+    EXPECT_EQ(mJournal, "+X +Y +Z ");
+    ConstArray readOnly;
+    EXPECT_EQ(readOnly.Copy(static_cast<const ConstArray&>(other)), 3);
+    EXPECT_EQ(NamesOf(readOnly), "XYZ");
+    EXPECT_EQ(array.Copy(array), 0);
+    EXPECT_EQ(array.GetCount(), 0u);
+}
+
+TEST_F(RCPtrArrayLife, DestructorDropsEveryReferenceInOrder)
+{
+    {
+        Array array;
+        Fill(array, "ABC");
+        array.Insert(1, 1);
+    }
+
+    EXPECT_EQ(mJournal, "-A ~A -B ~B -C ~C ");
+}
+
+TEST_F(RCPtrArrayLife, DestructorCopesWithElementsThatTakeOthersAway)
+{
+    {
+        ConstArray array;
+        for (const char name : {'A', 'B', 'C', 'D'}) {
+            array.AppendItem(MakeWitness(name));
+        }
+        const_cast<Witness&>(**array.GetAt(1)).SetOnDestroyed([&] { array.SetCount(1); });
+    }
+
+    EXPECT_EQ(Witness::GetLiveCount(), 0);
+}
+
+TEST_F(RCPtrArrayLife, StartsWithTheCountsThatItIsGiven)
+{
+    const Array empty;
+    const Array three(3, 10);
+    const QX::RCPtrArray<Witness, 256, 256> reserved;
+
+    EXPECT_EQ(empty.GetCount(), 0u);
+    EXPECT_EQ(empty.GetPtr(), nullptr);
+    EXPECT_EQ(empty.GetAt(0), nullptr);
+    EXPECT_EQ(empty.GetAt(7), nullptr);
+    EXPECT_EQ(NamesOf(three), "...");
+    EXPECT_EQ(reserved.GetCount(), 0u);
+    EXPECT_EQ(reserved.GetIteratorHandleBegin(), nullptr);
+}
+
+TEST_F(RCPtrArrayLife, RefusesAnImpossibleFirstCount)
+{
+    EXPECT_THROW(Array(0xFFFFFFFF), std::bad_alloc);
+    EXPECT_THROW(Array(0x40000000), std::bad_alloc);
+    EXPECT_THROW(Array(0, 0x40000000), std::bad_alloc);
+}
+
+/// An object that cannot be shared, and whose copies are ordinary witnesses.
+class Unshareable : public Witness
+{
+public:
+    Unshareable(char name, bool isCopyable)
+        : Witness(name)
+        , mIsCopyable(isCopyable)
+    {
+        SetUnshareable(true);
+    }
+    RCPtr<LRefCountedObject> CreateCopy() const override
+    {
+        if (!mIsCopyable) {
+            return LRefCountedObject::CreateCopy();
+        }
+        return RCPtr<LRefCountedObject>(new Witness('c'));
+    }
+
+private:
+    bool mIsCopyable;
+};
+
+TEST_F(RCPtrArrayLife, AnUnshareableObjectGoesInAsACopy)
+{
+    Array array;
+    const RCPtr<Witness> item(new Unshareable('U', true));
+
+    EXPECT_EQ(array.AppendItem(item), 0);
+
+    EXPECT_EQ(NamesOf(array), "c");
+    EXPECT_EQ(item->GetReferenceCount(), 1);
+}
+
+TEST_F(RCPtrArrayLife, AFailedCopyOpensNoSlot)
+{
+    Array array;
+    Fill(array, "AB");
+    const RCPtr<Witness> item(new Unshareable('U', false));
+
+    EXPECT_THROW(array.InsertItem(1, item), QX::Exception<std::logic_error>);
+
+    EXPECT_EQ(NamesOf(array), "AB");
+    EXPECT_EQ(item->GetReferenceCount(), 1);
+}
+
+} // namespace
