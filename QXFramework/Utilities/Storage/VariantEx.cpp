@@ -1,0 +1,159 @@
+// VariantEx.cpp - shared data of extended variants, and their records.
+
+#include <QX/VariantEx.h>
+
+#include <QX/ThrowSites.h>
+
+
+namespace QX {
+
+constinit const VariantEx VariantEx::Empty;
+
+VariantEx::VariantEx(const VariantEx& other)
+{
+    Set(other);
+}
+
+VariantEx& VariantEx::operator=(const VariantEx& other)
+{
+    Set(other);
+    return *this;
+}
+
+VariantEx::~VariantEx()
+{
+    Clear();
+}
+
+void* VariantEx::AllocBuffer(uint32 size)
+{
+    mData = LTextBuffer::Create(size, 0, true);
+    void* const block = mData->GetRawPtr();
+    if (block == nullptr && size != 0) {
+        mData = nullptr;
+    }
+    return block;
+}
+
+void VariantEx::FreeBuffer(void*)
+{
+    RCPtr<LIBuffer> released;
+    released.Swap(mData);
+}
+
+StringT<char> VariantEx::ToString() const
+{
+    return GetString();
+}
+
+const RCPtr<LIBuffer>& VariantEx::GetBuffer() const
+{
+    if (GetType() != kBuffer && GetType() != kString) {
+        ThrowException<std::runtime_error>("", ThrowSites::kVariantExGetBuffer);
+    }
+    return mData;
+}
+
+Variant::Type VariantEx::Set(const VariantEx& other)
+{
+    if (this == &other) {
+        return GetType();
+    }
+    if (other.OwnsData()) {
+        // An unshareable buffer is copied here, so the data is not at the other's address.
+        RCPtr<LIBuffer> data = other.mData;
+        return AdoptData(other.GetType(), data);
+    }
+    Clear();
+    CopyFields(other);
+    return GetType();
+}
+
+Variant::Type VariantEx::Set(const StringT<char>& text)
+{
+    const String unlocked(text);
+    RCPtr<LIBuffer> data = unlocked.GetBuffer();
+    return AdoptData(kString, data);
+}
+
+Variant::Type VariantEx::Set(const ConstRCPtr<LIBuffer>& bytes)
+{
+    // Copied before the release: this variant's own buffer may be the source.
+    RCPtr<LIBuffer> data;
+    if (bytes != nullptr) {
+        data = bytes->CreateCopy(bytes->GetSizeBytes(), 0);
+    }
+    if (data == nullptr || (data->GetSizeBytes() != 0 && data->GetRawPtr() == nullptr)) {
+        Clear();
+        return GetType();
+    }
+    return AdoptData(kBuffer, data);
+}
+
+uint32 VariantEx::Serialize(RCPtr<LIBuffer>& out, uint32 offset) const
+{
+    constexpr uint32 kHeaderSize = 12;
+    uint32 length = 0;
+    Followed().GetConstPointer(length);
+    const uint64 needed = uint64{length} + kHeaderSize + offset;
+    if (needed > kUInt32Limit) {
+        return static_cast<uint32>(kResultFailure);
+    }
+    if (out == mData) {
+        // Growing it would move the very bytes that are to be written into it.
+        out.Unshare();
+    }
+    if (out == nullptr) {
+        out = LByteBuffer::Create(static_cast<uint32>(needed), 0, true);
+    } else if (const uint32 size = out->GetSizeBytes(); size < needed) {
+        out->ResizeBytes(static_cast<uint32>(needed));
+        if (size < offset && out->GetRawPtr() != nullptr) {
+            out->FillN(0, size, static_cast<int>(offset - size));
+        }
+    }
+    auto* const bytes = static_cast<unsigned char*>(out->GetRawPtr());
+    if (bytes == nullptr) {
+        return static_cast<uint32>(kResultFailure);
+    }
+    return Variant::Serialize(*this, bytes + offset, out->GetSizeBytes() - offset);
+}
+
+uint32 VariantEx::Deserialize(const unsigned char* in, uint32 length)
+{
+    Followed();
+    return Variant::Deserialize(*this, in, length);
+}
+
+// Returns this variant with its stored pointer and size as the buffer has them now.
+const VariantEx& VariantEx::Followed() const
+{
+    if (!OwnsData()) {
+        return *this;
+    }
+    if (mData == nullptr || mData->GetRawPtr() == nullptr) {
+        FollowBlock(nullptr, 0);
+    } else {
+        FollowBlock(mData->GetRawPtr(), mData->GetSizeBytes());
+    }
+    return *this;
+}
+
+// Replaces what this variant holds by the data of an owning type; `data` is null afterwards.
+Variant::Type VariantEx::AdoptData(Type type, RCPtr<LIBuffer>& data)
+{
+    Clear();
+    mData.Swap(data);
+    Adopt(type, nullptr, 0);
+    Followed();
+    return type;
+}
+
+// Returns the bytes of the data, or of the value of another type.
+std::string_view VariantEx::DataView() const
+{
+    uint32 size = 0;
+    const void* const bytes = Followed().GetConstPointer(size);
+    return {static_cast<const char*>(bytes), size};
+}
+
+} // namespace QX
