@@ -14,7 +14,7 @@ namespace {
 
 using namespace VariantTesting;
 
-// A text that strlen measures as gText* says, without 4 GiB of memory behind it.
+// A text that strlen measures as gText* says, without that much memory behind it.
 std::atomic<const char*> gText{nullptr};
 std::atomic<size_t> gTextLength{0};
 
