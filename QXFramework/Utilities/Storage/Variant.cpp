@@ -39,7 +39,9 @@ bool Overlap(const void* left, size_t leftSize, const void* right, size_t rightS
 
 Variant::~Variant()
 {
-    Clear();
+    // By now a derived class and its FreeBuffer are gone; the name says so.
+    if (OwnsBlock())
+        Variant::FreeBuffer(GetBlock());
 }
 
 void* Variant::AllocBuffer(uint32 size)
