@@ -111,12 +111,15 @@ void ConstRCPtr<T>::Unshare()
     if (mObject == nullptr || Counted().GetReferenceCount() < 2) {
         return;
     }
+    bool copyIsT = false;
     {
         const RCPtr<LRefCountedObject> copy = Counted().CreateCopy();
         const ConstRCPtr typed = Downcast(copy);
+        copyIsT = typed != nullptr;
         *this = typed;
     }
-    if (mObject == nullptr) {
+    // The shared object may have owned this very pointer, so only the local is asked.
+    if (!copyIsT) {
         ThrowException<std::logic_error>(typeid(T).name(), ThrowSites::kRefCountedUnshare);
     }
 }
