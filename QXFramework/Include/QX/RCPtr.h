@@ -5,22 +5,28 @@
 //
 //     RCPtr<LIBuffer> bytes = LByteBuffer::Create(4, 0, true);
 //     ConstRCPtr<LIBuffer> reader = bytes; // count 2
-//     bytes.Unshare();                     // a private copy for `bytes`; `reader` keeps the old
-//     one
+//     bytes.Unshare();                     // `bytes` has a private copy, `reader` the old object
 //
 // A pointer taken to an object that is marked unshareable and already has a holder gets a private
-// copy at once. Moving never copies and never counts.
+// copy at once. Moving never copies and never counts, also not to a pointer to a base class.
 //
 // As a parameter, take `const RCPtr<T>&` to use or keep the object; a by-value parameter counts.
+//
+// Threads: pointers to one object may be copied and dropped on several threads at once; one pointer
+// that several threads use needs a lock as any variable does.
 #pragma once
 
 #include <QX/RefCountedObject.h>
 
 #include <concepts>
 #include <cstddef>
-#include <type_traits>
+#include <utility>
 
 namespace QX {
+
+/// A type whose pointers turn into T* by themselves: T, or a class derived from it.
+template <class U, class T>
+concept PointerConvertibleTo = std::convertible_to<U*, T*>;
 
 template <class T>
 class ConstRCPtr
@@ -32,13 +38,18 @@ public:
     explicit ConstRCPtr(T* object);
     ConstRCPtr(const ConstRCPtr& other);
     constexpr ConstRCPtr(ConstRCPtr&& other) noexcept;
-    template <class U>
-    requires std::convertible_to<U*, T*> ConstRCPtr(const ConstRCPtr<U>& other);
+    template <PointerConvertibleTo<T> U>
+    ConstRCPtr(const ConstRCPtr<U>& other);
+    template <PointerConvertibleTo<T> U>
+    ConstRCPtr(ConstRCPtr<U>&& other) noexcept
+        : mObject(std::exchange(other.mObject, nullptr))
+    {}
     ~ConstRCPtr();
 
     /// Takes the new reference before it drops the old one; the same object changes no count.
     ///
-    /// Throws: what CreateCopy throws if the object is unshareable; this pointer is unchanged.
+    /// Throws: what Unshare throws if the object is unshareable; this pointer is unchanged. What
+    /// the old object's RemoveReference throws; this pointer holds the new object.
     ConstRCPtr& operator=(const ConstRCPtr& other);
     ConstRCPtr& operator=(ConstRCPtr&& other) noexcept;
 
@@ -48,12 +59,14 @@ public:
     explicit operator bool() const noexcept { return mObject != nullptr; }
 
     void Swap(ConstRCPtr& other) noexcept;
+    /// Deleted: it would hand out write access to the object that is only held for reading.
+    void Swap(RCPtr<T>& other) = delete;
 
     /// Gives this holder an object of its own: nothing happens if it is null or the only holder,
     /// otherwise the object is copied and this holder's reference to the shared one is dropped.
     ///
     /// Throws: what CreateCopy throws, with nothing changed; Exception<std::logic_error> naming T
-    /// if the copy is not a T, with this pointer null.
+    /// if the copy is not a T, with this pointer null and the reference to the shared object gone.
     void Unshare();
 
     /// Returns a pointer to `object` as a T: null if it is null or not a T.
@@ -88,9 +101,13 @@ public:
     {}
     RCPtr(const RCPtr&) = default;
     constexpr RCPtr(RCPtr&&) noexcept = default;
-    template <class U>
-    requires std::convertible_to<U*, T*> RCPtr(const RCPtr<U>& other)
+    template <PointerConvertibleTo<T> U>
+    RCPtr(const RCPtr<U>& other)
         : ConstRCPtr<T>(other)
+    {}
+    template <PointerConvertibleTo<T> U>
+    RCPtr(RCPtr<U>&& other) noexcept
+        : ConstRCPtr<T>(std::move(other))
     {}
     ~RCPtr() = default;
     RCPtr& operator=(const RCPtr&) = default;
@@ -100,7 +117,7 @@ public:
     T* operator->() const noexcept { return this->GetMutable(); }
     T& operator*() const noexcept { return *this->GetMutable(); }
 
-    void Swap(RCPtr& other) noexcept { ConstRCPtr<T>::Swap(other); }
+    void Swap(RCPtr& other) noexcept { ConstRCPtr<T>::Swap(static_cast<ConstRCPtr<T>&>(other)); }
 
     /// Returns a pointer to `object` as a T: null if it is null or not a T.
     template <class U>
@@ -109,6 +126,10 @@ public:
 
 /// Smart pointers are equal if they hold the same object.
 template <class T, class U>
+requires requires(const T* left, const U* right)
+{
+    left == right;
+}
 bool operator==(const ConstRCPtr<T>& left, const ConstRCPtr<U>& right) noexcept
 {
     return left.Get() == right.Get();

@@ -4,7 +4,6 @@
 #include <QX/ThrowSites.h>
 
 #include <typeinfo>
-#include <utility>
 
 namespace QX {
 
@@ -28,8 +27,8 @@ constexpr ConstRCPtr<T>::ConstRCPtr(ConstRCPtr&& other) noexcept
 {}
 
 template <class T>
-template <class U>
-requires std::convertible_to<U*, T*> ConstRCPtr<T>::ConstRCPtr(const ConstRCPtr<U>& other)
+template <PointerConvertibleTo<T> U>
+ConstRCPtr<T>::ConstRCPtr(const ConstRCPtr<U>& other)
     : mObject(other.mObject)
 {
     Init();
