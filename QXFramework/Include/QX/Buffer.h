@@ -131,7 +131,11 @@ public:
 
 private:
     using Base = BufferT<Granule, Slack, Third, T, Allocator>;
-    using Base::Base;
+
+    // Private, as a buffer outside the heap would delete itself with its last smart pointer.
+    LBufferT(uint32 size, uint32 reserve, bool zero)
+        : Base(size, reserve, zero)
+    {}
 };
 
 /// The exact one: no rounding, no slack. Messages and serialized records use it.
