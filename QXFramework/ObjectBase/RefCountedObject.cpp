@@ -35,6 +35,8 @@ int32 Add(int32 value, int32 delta)
 
 } // namespace
 
+template const RCPtr<LRefCountedObject> RCPtr<LRefCountedObject>::Null;
+
 LRefCountedObject::~LRefCountedObject() = default;
 
 LRefCountedObject& LRefCountedObject::operator=(const LRefCountedObject&)

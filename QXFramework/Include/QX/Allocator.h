@@ -8,7 +8,7 @@
 namespace QX {
 
 /// A source of memory blocks. Sizes are in bytes; a block goes back to the allocator that gave it.
-class IAllocator
+class QX_API IAllocator
 {
 public:
     // Slot order is fixed; append only.

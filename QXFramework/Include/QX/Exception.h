@@ -35,7 +35,7 @@ public:
 
 /// A standard exception of type T that is an ExceptionBase too.
 template <class T>
-class Exception : public T, public ExceptionBase
+class QX_API Exception : public T, public ExceptionBase
 {
 public:
     /// Holds `text` unchanged; a null pointer counts as "".

@@ -61,7 +61,10 @@ public:
 
     /// Returns a new object with equal contents and counts of its own.
     ///
-    /// Throws: Exception<std::logic_error>; copyable classes override it.
+    /// Copyable classes override it. The object that they return must be shareable, as the copy
+    /// constructor makes it: the first smart pointers to it would copy an unshareable one for ever.
+    ///
+    /// Throws: Exception<std::logic_error>, unless overridden.
     virtual RCPtr<LRefCountedObject> CreateCopy() const;
 
     virtual ~LRefCountedObject();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QX/StringFwd.h>
+#include <QX/Types.h>
 
 namespace QX {
 
@@ -10,7 +11,7 @@ template <class T>
 class RCPtr;
 
 /// Something that can describe itself as text.
-class IStringable
+class QX_API IStringable
 {
 public:
     virtual StringT<char> ToString() const = 0;
@@ -22,7 +23,7 @@ protected:
 };
 
 /// Something that may be able to take a change back.
-class IUndoable : public IStringable
+class QX_API IUndoable : public IStringable
 {
 public:
     /// The meaning of the two objects belongs to the class that implements it.
