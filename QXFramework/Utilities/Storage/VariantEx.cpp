@@ -4,7 +4,6 @@
 
 #include <QX/ThrowSites.h>
 
-
 namespace QX {
 
 constinit const VariantEx VariantEx::Empty;
