@@ -32,7 +32,9 @@ CFStringRef CFStringCreateWithCString(CFAllocatorRef alloc, const char* cStr,
                                       CFStringEncoding encoding);
 
 /// Formats in the manner of printf. %s takes a NUL-terminated 8-bit string in the system encoding
-/// (a null pointer gives "(null)"), %@ an object; '-', a width and a precision apply.
+/// (a null pointer gives "(null)"), %d, %i, %u, %x and %X an integer, with l, ll or q for a long
+/// one;
+/// '-', 0, a width and a precision apply.
 /// `formatOptions` is not used.
 ///
 /// Fails: null when there is no memory or the format has a conversion that is not supported.

@@ -11,7 +11,7 @@ CF_EXTERN_C_BEGIN
 /// The number of live objects of one type, such as CFDataGetTypeID(); constant objects do not
 /// count.
 SInt32 StandinGetLiveObjectCount(CFTypeID typeID);
-/// The number of live objects of all types.
+/// The number of live objects of all types but run loops, which come and go with their threads.
 SInt32 StandinGetTotalLiveObjectCount(void);
 
 /// The process that holds a message port's name for the calling user, or 0 if nobody does.

@@ -1,0 +1,19 @@
+// Base64.h - the text form of bytes in a property list.
+#pragma once
+
+#include <CoreFoundation/CFBase.h>
+
+#include <string>
+#include <string_view>
+
+namespace Standin {
+
+/// Appends `bytes` in lines that each begin with `indent` tabs and end with a line feed. A line
+/// ends when it holds 76 characters less 8 for each tab, up to 8 of them.
+void AppendBase64Lines(std::string& text, std::string_view bytes, CFIndex indent);
+
+/// Appends the bytes of `text`, in which white space has no meaning; false if another character
+/// is not of the alphabet or the padding is wrong.
+bool AppendFromBase64(std::string& bytes, std::string_view text);
+
+} // namespace Standin

@@ -1,0 +1,214 @@
+// CriticalRegion.cpp - the critical regions of Multiprocessing Services.
+//
+// A region is a word that is 0 when free, 1 when owned and 2 when owned and perhaps waited for, as
+// a kernel-assisted lock wants it: entering and leaving a free region takes one atomic operation
+// each and no system call. Deleted regions go to a list for reuse and never back to the heap, so
+// that a stale handle meets a region that says it is gone.
+
+#include <CoreServices/Multiprocessing.h>
+
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <ctime>
+#include <linux/futex.h>
+#include <mutex>
+#include <new>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+struct OpaqueMPCriticalRegionID
+{
+    std::atomic<int> mState{0};
+    /// The address of the owner's thread mark, or null; only the owner ever finds its own.
+    std::atomic<const void*> mOwner{nullptr};
+    /// Entries of the owner that have not been left; the owner's alone.
+    UInt32 mEntries = 0;
+    /// 0 while the region does not exist; grows at each creation and deletion.
+    std::atomic<UInt32> mLife{0};
+    /// Threads between the test of the region's life and their end of waiting.
+    std::atomic<UInt32> mWaiting{0};
+    OpaqueMPCriticalRegionID* mNextFree = nullptr;
+};
+
+namespace {
+
+using Region = OpaqueMPCriticalRegionID;
+
+enum State : int
+{
+    kFree = 0,
+    kOwned = 1,
+    kContended = 2,
+    kDeleted = 3
+};
+
+std::mutex gFreeMutex;
+Region* gFree = nullptr;
+
+const void* ThisThread()
+{
+    static thread_local char sMark;
+    return &sMark;
+}
+
+bool Exists(const Region* region)
+{
+    return region != nullptr && (region->mLife.load(std::memory_order_relaxed) & 1u) != 0;
+}
+
+timespec Now()
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return now;
+}
+
+SInt64 Nanoseconds(const timespec& time)
+{
+    return static_cast<SInt64>(time.tv_sec) * 1000000000 + time.tv_nsec;
+}
+
+/// Waits while the state is kContended, for at most `nanoseconds`, or for ever if negative.
+void Wait(Region& region, SInt64 nanoseconds)
+{
+    timespec timeout{};
+    timeout.tv_sec = static_cast<time_t>(nanoseconds / 1000000000);
+    timeout.tv_nsec = static_cast<long>(nanoseconds % 1000000000);
+    syscall(SYS_futex, &region.mState, FUTEX_WAIT_PRIVATE, kContended,
+            nanoseconds < 0 ? nullptr : &timeout, nullptr, 0);
+}
+
+void Wake(Region& region, int threads)
+{
+    syscall(SYS_futex, &region.mState, FUTEX_WAKE_PRIVATE, threads, nullptr, nullptr, 0);
+}
+
+SInt64 NanosecondsOf(Duration timeout)
+{
+    if (timeout == kDurationForever) {
+        return -1;
+    }
+    return timeout >= 0 ? static_cast<SInt64>(timeout) * 1000000
+                        : -static_cast<SInt64>(timeout) * 1000;
+}
+
+/// Waits until the region is the caller's.
+OSStatus EnterContended(Region& region, Duration timeout)
+{
+    const SInt64 allowed = NanosecondsOf(timeout);
+    const SInt64 start = Nanoseconds(Now());
+    for (;;) {
+        // Whoever takes the region here cannot know that nobody else waits, so it says contended.
+        int state = region.mState.load(std::memory_order_relaxed);
+        while (state != kDeleted &&
+               !region.mState.compare_exchange_weak(state, kContended, std::memory_order_acquire,
+                                                    std::memory_order_relaxed)) {
+        }
+        if (state == kDeleted) {
+            return kMPDeletedErr;
+        }
+        if (state == kFree) {
+            return noErr;
+        }
+        const SInt64 left = allowed < 0 ? -1 : allowed - (Nanoseconds(Now()) - start);
+        if (allowed >= 0 && left <= 0) {
+            return kMPTimeoutErr;
+        }
+        Wait(region, left);
+    }
+}
+
+} // namespace
+
+OSStatus MPCreateCriticalRegion(MPCriticalRegionID* criticalRegion)
+{
+    if (criticalRegion == nullptr) {
+        return kMPInvalidIDErr;
+    }
+    Region* region = nullptr;
+    {
+        const std::lock_guard lock(gFreeMutex);
+        // A region whose waiters have not yet all noticed its end is not used again.
+        Region** link = &gFree;
+        while (*link != nullptr && (*link)->mWaiting.load(std::memory_order_acquire) != 0) {
+            link = &(*link)->mNextFree;
+        }
+        region = *link;
+        if (region != nullptr) {
+            *link = region->mNextFree;
+        }
+    }
+    if (region == nullptr) {
+        region = new (std::nothrow) Region;
+    }
+    *criticalRegion = region;
+    if (region == nullptr) {
+        return kMPInsufficientResourcesErr;
+    }
+    region->mOwner.store(nullptr, std::memory_order_relaxed);
+    region->mEntries = 0;
+    region->mState.store(kFree, std::memory_order_relaxed);
+    region->mLife.fetch_add(1, std::memory_order_release);
+    return noErr;
+}
+
+OSStatus MPDeleteCriticalRegion(MPCriticalRegionID criticalRegion)
+{
+    const std::lock_guard lock(gFreeMutex);
+    if (!Exists(criticalRegion)) {
+        return kMPInvalidIDErr;
+    }
+    criticalRegion->mLife.fetch_add(1, std::memory_order_relaxed);
+    criticalRegion->mOwner.store(nullptr, std::memory_order_relaxed);
+    criticalRegion->mState.store(kDeleted, std::memory_order_release);
+    Wake(*criticalRegion, INT_MAX);
+    criticalRegion->mNextFree = gFree;
+    gFree = criticalRegion;
+    return noErr;
+}
+
+OSStatus MPEnterCriticalRegion(MPCriticalRegionID criticalRegion, Duration timeout)
+{
+    if (!Exists(criticalRegion)) {
+        return kMPInvalidIDErr;
+    }
+    Region& region = *criticalRegion;
+    const void* const self = ThisThread();
+    if (region.mOwner.load(std::memory_order_relaxed) == self) {
+        ++region.mEntries;
+        return noErr;
+    }
+    int state = kFree;
+    if (!region.mState.compare_exchange_strong(state, kOwned, std::memory_order_acquire,
+                                               std::memory_order_relaxed)) {
+        region.mWaiting.fetch_add(1, std::memory_order_relaxed);
+        const OSStatus status = EnterContended(region, timeout);
+        region.mWaiting.fetch_sub(1, std::memory_order_release);
+        if (status != noErr) {
+            return status;
+        }
+    }
+    region.mOwner.store(self, std::memory_order_relaxed);
+    region.mEntries = 1;
+    return noErr;
+}
+
+OSStatus MPExitCriticalRegion(MPCriticalRegionID criticalRegion)
+{
+    if (!Exists(criticalRegion)) {
+        return kMPInvalidIDErr;
+    }
+    Region& region = *criticalRegion;
+    if (region.mOwner.load(std::memory_order_relaxed) != ThisThread()) {
+        return kMPInsufficientResourcesErr;
+    }
+    if (--region.mEntries != 0) {
+        return noErr;
+    }
+    region.mOwner.store(nullptr, std::memory_order_relaxed);
+    if (region.mState.exchange(kFree, std::memory_order_release) == kContended) {
+        Wake(region, 1);
+    }
+    return noErr;
+}

@@ -1,0 +1,11 @@
+// Misuse.h - the end of a program that breaks a call's contract.
+#pragma once
+
+namespace Standin {
+
+/// Writes "Platform: <call>: <what>" to standard error and aborts.
+///
+/// Threads: any; takes no lock and no memory.
+[[noreturn]] void Misuse(const char* call, const char* what, const char* detail = "");
+
+} // namespace Standin
