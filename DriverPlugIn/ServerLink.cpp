@@ -1,0 +1,108 @@
+// ServerLink.cpp - opening the server's port and sending to it.
+
+#include "DriverPlugIn/ServerLink.h"
+
+#include "DriverPlugIn/DeviceMessageSerializer.h"
+#include "DriverPlugIn/ServerProtocol.h"
+
+#include <QX/Buffer.h>
+#include <QX/RCPtr.h>
+
+namespace {
+
+// The dictionary compares keys by address and retains nothing: the keys have to outlive it.
+const CFStringRef gDeviceIDKey = CFSTR(kCoreAudioDeviceIDKey);
+const CFStringRef gParameterDataKey = CFSTR(kParameterDataKey);
+
+// Acquire pairs with the release in MessagePortValid: a thread that sees another thread's port also
+// sees what the port points at.
+CFMessagePortRef GetPort(const _PlugInInfo& info)
+{
+    return __atomic_load_n(&info.mMessagePort, __ATOMIC_ACQUIRE);
+}
+
+CFDataRef CreateData(QX::LIBuffer& buffer)
+{
+    const auto* const bytes = static_cast<const UInt8*>(buffer.GetRawPtr());
+    if (bytes == nullptr) {
+        return nullptr;
+    }
+    return CFDataCreate(nullptr, bytes, static_cast<CFIndex>(buffer.GetSizeBytes()));
+}
+
+SInt32 SendDocument(const _PlugInInfo& info, CFDictionaryRef dictionary)
+{
+    const CFDataRef document = CFPropertyListCreateXMLData(nullptr, dictionary);
+    if (document == nullptr) {
+        return kCFMessagePortIsInvalid;
+    }
+    const SInt32 status =
+        CFMessagePortSendRequest(GetPort(info), kSetParameterMessage, document, kSendTimeoutSeconds,
+                                 kReceiveTimeoutSeconds, nullptr, nullptr);
+    CFRelease(document);
+    return status;
+}
+
+} // namespace
+
+int MessagePortValid(_PlugInInfo* info)
+{
+    if (GetPort(*info) != nullptr) {
+        return 1;
+    }
+    const CFStringRef name =
+        CFStringCreateWithFormat(nullptr, nullptr, CFSTR(kServerPortNameFormat), kServerPortGUID);
+    if (name == nullptr) {
+        return 0;
+    }
+    __atomic_store_n(&info->mMessagePort, CFMessagePortCreateRemote(nullptr, name),
+                     __ATOMIC_RELEASE);
+    CFRelease(name);
+    return GetPort(*info) != nullptr ? 1 : 0;
+}
+
+SInt32 SendSimpleMessageToServer(_PlugInInfo* info, SInt32 messageID)
+{
+    if (MessagePortValid(info) == 0) {
+        return kCFMessagePortIsInvalid;
+    }
+    return CFMessagePortSendRequest(GetPort(*info), messageID, nullptr, kSendTimeoutSeconds,
+                                    kReceiveTimeoutSeconds, kCFRunLoopDefaultMode, nullptr);
+}
+
+// The platform's references are bare on purpose: an exception leaves them behind, and only the
+// buffer goes with it.
+SInt32 SendMessageToServer(_PlugInInfo* info, UInt32 parameterID, QX::Variant& value)
+{
+    if (MessagePortValid(info) == 0) {
+        return kCFMessagePortIsInvalid;
+    }
+    const CFMutableDictionaryRef dictionary =
+        CFDictionaryCreateMutable(nullptr, 2, nullptr, nullptr);
+    if (dictionary == nullptr) {
+        return kCFMessagePortIsInvalid;
+    }
+    // The record's address is the address of its device ID.
+    const CFNumberRef number = CFNumberCreate(nullptr, kCFNumberSInt32Type, info);
+    if (number == nullptr) {
+        CFRelease(dictionary);
+        return kCFMessagePortIsInvalid;
+    }
+    CFDictionaryAddValue(dictionary, gDeviceIDKey, number);
+
+    auto buffer = QX::LByteBuffer::Create(0, 0, true);
+    // A value that does not serialize is sent all the same, with the bytes the block came with.
+    DeviceMessageSerializer::CreateSetParamMessage(parameterID, value, buffer);
+
+    SInt32 status = kCFMessagePortIsInvalid;
+    const CFDataRef data = CreateData(*buffer);
+    if (data != nullptr) {
+        CFDictionaryAddValue(dictionary, gParameterDataKey, data);
+        status = SendDocument(*info, dictionary);
+        CFRelease(data);
+    }
+    CFRelease(number);
+    buffer = nullptr;
+    CFRelease(dictionary);
+    return status;
+}
