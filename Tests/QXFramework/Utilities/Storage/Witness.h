@@ -4,6 +4,7 @@
 #include <QX/RCPtr.h>
 #include <QX/RefCountedObject.h>
 
+#include <atomic>
 #include <functional>
 #include <string>
 #include <utility>
@@ -65,7 +66,7 @@ private:
     std::string* mJournal;
     std::function<void()> mOnDestroyed;
 
-    inline static int sLiveCount = 0;
+    inline static std::atomic<int> sLiveCount = 0;
 };
 
 inline QX::RCPtr<Witness> MakeWitness(char name, std::string* journal = nullptr)
