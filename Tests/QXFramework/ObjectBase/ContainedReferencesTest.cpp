@@ -36,7 +36,9 @@ int32 GiveBackContained(Witness& witness)
 {
     while (witness.GetContainedReferenceCount() > 0) {
         witness.ModifyNumContainedReferences(-1);
-        witness.RemoveReference();
+        if (witness.RemoveReference() == 0) {
+            break;
+        }
     }
     return QX::kResultSuccess;
 }
