@@ -1,0 +1,38 @@
+// Terminal.cpp - colours and lines on the standard output.
+
+#include "Tools/Common/Terminal.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <unistd.h>
+
+namespace Tools {
+
+bool WantsColours()
+{
+    const char* const refusal = std::getenv("NO_COLOR");
+    if (refusal != nullptr && *refusal != '\0') {
+        return false;
+    }
+    const char* const terminal = std::getenv("TERM");
+    const bool isDumb = terminal == nullptr || std::string_view(terminal) == "dumb";
+    return !isDumb && isatty(STDOUT_FILENO) == 1;
+}
+
+std::string Paint(std::string_view text, Colour colour, bool isColoured)
+{
+    if (!isColoured) {
+        return std::string(text);
+    }
+    static constexpr const char* kCodes[] = {"\x1B[32m", "\x1B[31m", "\x1B[2m", "\x1B[1m"};
+    return kCodes[static_cast<std::size_t>(colour)] + std::string(text) + "\x1B[0m";
+}
+
+void PrintLine(std::string_view line)
+{
+    std::fwrite(line.data(), 1, line.size(), stdout);
+    std::fputc('\n', stdout);
+    std::fflush(stdout);
+}
+
+} // namespace Tools

@@ -1,0 +1,27 @@
+// Terminal.h - colours where a person reads, plain text where a program does.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace Tools {
+
+enum class Colour
+{
+    kGood,  ///< as expected
+    kBad,   ///< not as expected
+    kFaint, ///< detail
+    kStrong
+};
+
+/// Tells whether colours belong on the standard output: it is a terminal, and the environment
+/// neither sets NO_COLOR nor says that the terminal is dumb.
+bool WantsColours();
+
+/// Wraps `text` in a colour, or returns it unchanged if `isColoured` is false.
+std::string Paint(std::string_view text, Colour colour, bool isColoured);
+
+/// Writes one line to the standard output at once, also into a pipe.
+void PrintLine(std::string_view line);
+
+} // namespace Tools

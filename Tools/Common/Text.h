@@ -1,0 +1,26 @@
+// Text.h - how the tools write numbers, codes and bytes.
+#pragma once
+
+#include <CoreServices/CoreServices.h>
+
+#include <cstddef>
+#include <string>
+
+namespace Tools {
+
+/// Returns what printf would print.
+[[gnu::format(printf, 1, 2)]] std::string FormatText(const char* format, ...);
+
+/// Returns the four characters of a code, such as SLLM, or "" unless all four are printable.
+std::string FormatFourCharCode(UInt32 code);
+
+/// Returns the bytes as two hexadecimal digits each, with `separator` between them.
+std::string FormatHex(const unsigned char* bytes, std::size_t size, const char* separator = "");
+
+/// Returns the shortest decimal text that reads back as the same number; "nan", "inf", "-inf".
+std::string FormatNumber(double number);
+
+/// Returns `text` with control characters written as \n, \t or \xNN, so that it stays one line.
+std::string EscapeControls(const std::string& text);
+
+} // namespace Tools

@@ -1,0 +1,45 @@
+// PropertyListReader.h - reads the XML property list of a request, and says where it is wrong.
+//
+//     std::vector<Finding> findings;
+//     const PropertyList list = ReadPropertyList(document, size, findings);
+//     if (const Entry* device = list.Find("CoreAudioDeviceIDKey")) { ... device->integer ... }
+//
+// The platform has a reader of its own, which answers null for anything that it does not like. A
+// monitor's user needs the reason and the place, so this reader keeps the offset of every entry. It
+// knows the whole XML form (nested values, comments, entities), and keeps of a value that is
+// neither an integer nor data only what kind it is.
+#pragma once
+
+#include "Tools/Monitor/Message.h"
+
+#include <string_view>
+
+namespace Monitor {
+
+/// One key of the dictionary with its value.
+struct Entry
+{
+    std::string key;
+    std::size_t keyOffset = 0;
+    std::size_t valueOffset = 0; ///< where the value's tag begins
+    std::string kind;            ///< the value's tag: "integer", "data", "string", ...
+    std::optional<SInt64> integer;
+    std::optional<Bytes> data;
+};
+
+/// The top dictionary of a document, in the document's order.
+struct PropertyList
+{
+    bool isDictionary = false; ///< false if the document could not be read to its end
+    std::size_t offset = 0;    ///< where the dictionary's tag begins
+    std::vector<Entry> entries;
+
+    /// Returns the first entry of that key, or null.
+    const Entry* Find(std::string_view key) const;
+};
+
+/// Reads a document. What is wrong is appended to `findings`, with offsets into the document; an
+/// error of the XML itself ends the reading, a value that does not fit its tag does not.
+PropertyList ReadPropertyList(std::string_view document, std::vector<Finding>& findings);
+
+} // namespace Monitor
