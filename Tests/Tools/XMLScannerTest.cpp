@@ -2,6 +2,8 @@
 
 #include "Tools/Monitor/XMLScanner.h"
 
+#include "Tools/Common/Text.h"
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -16,7 +18,7 @@ std::string Scan(std::string_view document)
     std::string journal;
     while (true) {
         const Token token = scanner.Next();
-        const std::string offset = "@" + std::to_string(token.offset) + " ";
+        const std::string offset = Tools::FormatText("@%zu ", token.offset);
         switch (token.kind) {
         case Token::Kind::kOpen:
             journal += "<" + token.text + ">" + offset;
