@@ -34,31 +34,35 @@ void ProbeHeap(uint32 size)
 //
 // A buffer frees its block when it cannot get a larger one, so that nothing would be left of the
 // text. The bytes of a small one are saved for that case, and go back into the block that the
-// failure has just freed. Of a large one that would cost too much; a probe of the heap then tells
-// beforehand whether there is memory.
+// failure has just freed. Of a large one that would cost too much: a probe of the heap tells
+// beforehand whether there is memory, and only a resize that fails in spite of it loses the text.
 void ResizeInPlace(LIBuffer& buffer, uint32 size)
 {
     std::array<char, kSavedBytes> saved;
     const uint32 oldSize = buffer.GetRawPtr() != nullptr ? buffer.GetSizeBytes() : 0;
-    const bool fitsSaved = oldSize <= saved.size();
-    if (size > buffer.GetAllocatedSize()) {
-        if (!fitsSaved) {
-            ProbeHeap(size);
-        } else if (oldSize != 0) {
-            std::memcpy(saved.data(), buffer.GetRawPtr(), oldSize);
-        }
+    const bool grows = size > buffer.GetAllocatedSize();
+    const bool isSaved = grows && oldSize != 0 && oldSize <= saved.size();
+    if (isSaved) {
+        std::memcpy(saved.data(), buffer.GetRawPtr(), oldSize);
+    } else if (grows) {
+        ProbeHeap(size);
     }
     buffer.ResizeBytes(size);
-    if (buffer.GetRawPtr() == nullptr) {
-        buffer.ResizeBytes(oldSize);
-        if (fitsSaved && oldSize != 0 && buffer.GetRawPtr() != nullptr) {
-            std::memcpy(buffer.GetRawPtr(), saved.data(), oldSize);
+    auto* block = static_cast<char*>(buffer.GetRawPtr());
+    if (block != nullptr) {
+        if (size > oldSize) {
+            std::memset(block + oldSize, 0, size - oldSize);
         }
-        throw std::bad_alloc();
+        return;
     }
-    if (size > oldSize) {
-        std::memset(static_cast<char*>(buffer.GetRawPtr()) + oldSize, 0, size - oldSize);
+    buffer.ResizeBytes(oldSize);
+    block = static_cast<char*>(buffer.GetRawPtr());
+    if (block != nullptr && isSaved) {
+        std::memcpy(block, saved.data(), oldSize);
+    } else if (block != nullptr) {
+        std::memset(block, 0, oldSize);
     }
+    throw std::bad_alloc();
 }
 
 template <class CharT>
