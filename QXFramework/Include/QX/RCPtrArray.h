@@ -41,15 +41,15 @@ public:
 
     uint32 GetCount() const override { return SlotCount(); }
 
-    /// Returns the first slot; null if there is none.
-    ConstRCPtr<T>* GetPtr() override { return SlotCount() != 0 ? &Slot(0) : nullptr; }
-    const ConstRCPtr<T>* GetPtr() const override { return SlotCount() != 0 ? &Slot(0) : nullptr; }
+    /// Returns the first slot; null if there is no block yet.
+    ConstRCPtr<T>* GetPtr() override { return SlotAt(0); }
+    const ConstRCPtr<T>* GetPtr() const override { return SlotAt(0); }
 
-    /// Requires: an index below the count, or an empty array, for which it returns null.
-    ConstRCPtr<T>* GetAt(uint32 index) override { return SlotCount() ? &Slot(index) : nullptr; }
+    /// Requires: an index below the count. In an empty array any index gives GetPtr().
+    ConstRCPtr<T>* GetAt(uint32 index) override { return SlotAt(SlotCount() != 0 ? index : 0); }
     const ConstRCPtr<T>* GetAt(uint32 index) const override
     {
-        return SlotCount() ? &Slot(index) : nullptr;
+        return SlotAt(SlotCount() != 0 ? index : 0);
     }
 
     /// Adds null slots, or drops the last references as Remove does, and returns `count`.
@@ -98,12 +98,13 @@ protected:
     // The slots are only ever touched as T* through the block's T** and as the one member of
     // ConstRCPtr, which is a T* too. Inside any other struct, or in an array member, the compiler
     // may assume that the two are different objects, and it does.
-    ConstRCPtr<T>& Slot(uint32 index) const
+    ConstRCPtr<T>* SlotAt(uint32 index) const
     {
         static_assert(sizeof(RCPtr<T>) == sizeof(T*) && alignof(RCPtr<T>) == alignof(T*));
         static_assert(std::is_standard_layout_v<RCPtr<T>> && !std::is_polymorphic_v<RCPtr<T>>);
-        return reinterpret_cast<ConstRCPtr<T>&>(mSlots.GetData()[index]);
+        return reinterpret_cast<ConstRCPtr<T>*>(mSlots.GetData() + index);
     }
+    ConstRCPtr<T>& Slot(uint32 index) const { return *SlotAt(index); }
 
     /// RemoveItem for both views, which differ in the position that the exception names.
     int32 TakeItem(uint32 index, ConstRCPtr<T>& removed, ThrowSite site);

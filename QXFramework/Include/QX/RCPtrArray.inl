@@ -199,7 +199,7 @@ ConstRCPtr<T>* ConstRCPtrArray<T, Grow, Init>::Reset(ConstRCPtr<T>& pointer)
     if (!isOwnSlot) {
         return &pointer;
     }
-    return index < SlotCount() ? &Slot(static_cast<uint32>(index)) : nullptr;
+    return index < SlotCount() ? SlotAt(static_cast<uint32>(index)) : nullptr;
 }
 
 } // namespace QX

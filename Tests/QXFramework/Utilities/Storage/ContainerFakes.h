@@ -3,6 +3,7 @@
 
 #include <QX/Iterable.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -136,7 +137,10 @@ public:
 
     QX::int32 Insert(QX::uint32 index, QX::uint32 count) override
     {
-        mValues.insert(mValues.begin() + static_cast<int>(index), count, 0);
+        const auto old = static_cast<std::ptrdiff_t>(mValues.size());
+        mValues.resize(mValues.size() + count);
+        std::rotate(mValues.begin() + static_cast<int>(index), mValues.begin() + old,
+                    mValues.end());
         return static_cast<QX::int32>(GetCount());
     }
 
