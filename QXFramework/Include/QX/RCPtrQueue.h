@@ -62,6 +62,7 @@ private:
     uint32 CountQueued() const;
     void KeepIndicesInside();
     void MakeRoom();
+    RCPtr<T>& RingSlot(uint32 index) { return static_cast<RCPtr<T>&>(this->Slot(index)); }
     uint32 Next(uint32 index) const { return index + 1 < this->SlotCount() ? index + 1 : 0; }
 
     // The mutex guards the indices and the slots.

@@ -20,7 +20,7 @@ int32 RCPtrQueue<T, N>::Enqueue(const RCPtr<T>& item)
     RCPtr<T> taken(item);
     const MutexLock lock(mMutex);
     MakeRoom();
-    this->Slot(mWriteIndex).Swap(taken);
+    RingSlot(mWriteIndex).Swap(taken);
     mWriteIndex = Next(mWriteIndex);
     return kResultSuccess;
 }
@@ -48,7 +48,7 @@ bool RCPtrQueue<T, N>::TryDequeue(RCPtr<T>& item)
         if (CountQueued() == 0) {
             return false;
         }
-        this->Slot(mReadIndex).Swap(taken);
+        RingSlot(mReadIndex).Swap(taken);
         mReadIndex = Next(mReadIndex);
     }
     item.Swap(taken);
