@@ -1,27 +1,14 @@
-// ContainerFakes.h - the smallest containers over the two interfaces, and a look at slot numbers.
+// ContainerFakes.h - the smallest containers over the two interfaces.
 #pragma once
 
 #include <QX/Iterable.h>
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
-#include <cstring>
 #include <initializer_list>
 #include <iterator>
 #include <list>
 #include <vector>
-
-/// Returns the number of the slot that a pointer to a virtual function calls.
-///
-/// Such a pointer begins with one plus the slot's offset in bytes on both targets.
-template <class Function>
-std::size_t SlotOf(Function function)
-{
-    std::uintptr_t word = 0;
-    std::memcpy(&word, &function, sizeof(word));
-    return (word - 1) / sizeof(void*);
-}
 
 /// A linked list of int: everything that the interface does by itself is left as it is.
 ///

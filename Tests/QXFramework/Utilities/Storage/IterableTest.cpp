@@ -1,20 +1,24 @@
 // IterableTest.cpp - what the container interfaces do by themselves.
 
 #include "ContainerFakes.h"
+#include "Support/VirtualSlots.h"
 
 #include <QX/Iterable.h>
 
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cstring>
+#include <cstdint>
 #include <numeric>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace {
 
 using QX::int32;
 using QX::uint32;
+using TestSupport::SlotOf;
 
 TEST(Iterable, HoldsAtMostThePositiveInt32s)
 {
