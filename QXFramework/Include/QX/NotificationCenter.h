@@ -1,0 +1,85 @@
+// NotificationCenter.h - named meeting points, and the manager that finds and drives them.
+//
+//     RCPtr<LNotificationCenterManager> manager = LNotificationCenterManager::Create();
+//     RCPtr<LNotificationCenter> center = manager->GetOrCreateNotificationCenter("application");
+//     center->RegisterNotificationClient(client, "track.changed", 0);
+//     center->PostForBroadcast(message);                    // any thread
+//     manager->DeliverPendingNotificationsAllCenters(true); // the delivering thread
+//
+// A center is a distributor and a queue that delivers through it. When its last holder lets go it
+// asks its clients to unregister, drops what is pending undelivered, and ends; with clients that
+// stay registered it stays alive and refuses posts. A client that holds its center is a holder like
+// any other, so such a center never asks it.
+//
+// Threads: as for queues. The last holder lets go on the delivering thread, because the clients are
+// called there.
+#pragma once
+
+#include <QX/NotificationDistributor.h>
+#include <QX/NotificationQueue.h>
+#include <QX/RCPtrArray.h>
+#include <QX/String.h>
+
+namespace QX {
+
+class QX_API LNotificationCenter : public LNotificationDistributor, public LNotificationQueue
+{
+public:
+    /// Returns a center of that name whose clients are its own. Any name is accepted.
+    static RCPtr<LNotificationCenter> Create(const StringT<char, unsigned short>& name);
+
+    const StringT<char, unsigned short>& GetName() const noexcept { return mName; }
+
+    /// Dismantles the center: asks the clients to unregister, once each, and lets go of every
+    /// reference that its own members hold. What a client throws here is swallowed; it counts as
+    /// one that did not unregister. May run again; nothing is given back twice.
+    ///
+    /// Returns kResultSuccess if only the caller's reference is left, else kResultFailure.
+    int32 RemoveContainedReferences() override;
+
+protected:
+    explicit LNotificationCenter(const StringT<char, unsigned short>& name);
+    ~LNotificationCenter() override;
+
+private:
+    StringT<char, unsigned short> mName;
+};
+
+class QX_API LNotificationCenterManager : public virtual LRefCountedObject
+{
+public:
+    /// The name of the default center, "application".
+    static const StringT<char, unsigned short> DEFUALT_NOTIFICATION_CENTER_NAME;
+
+    static RCPtr<LNotificationCenterManager> Create();
+    LNotificationCenterManager();
+    ~LNotificationCenterManager() override;
+
+    /// Returns the process's default manager; null until someone sets it.
+    static const RCPtr<LNotificationCenterManager>& GetDefaultManager();
+    static void SetDefaultManager(const RCPtr<LNotificationCenterManager>& manager);
+
+    /// Returns the center of exactly that name, or RCPtr<LNotificationCenter>::Null. The reference
+    /// is to the manager's own entry and ends with the next center: copy it at once.
+    const RCPtr<LNotificationCenter>&
+    GetNotificationCenter(const StringT<char, unsigned short>& name) const;
+
+    /// As GetNotificationCenter, but makes the center if there is none; an empty name gives null.
+    const RCPtr<LNotificationCenter>&
+    GetOrCreateNotificationCenter(const StringT<char, unsigned short>& name);
+
+    /// Delivers what is pending in every center, from the last to the first; centers that clients
+    /// make meanwhile wait. Returns whether notifications are pending anywhere now.
+    ///
+    /// Throws: what a client throws; centers behind it are not called.
+    bool DeliverPendingNotificationsAllCenters(bool deliverIdle);
+
+private:
+    friend class NotificationStatics;
+
+    static RCPtr<LNotificationCenterManager> smDefaultNotificationCenterManagerRCPtr;
+
+    RCPtrArray<LNotificationCenter, 1, 0> mCenters; ///< in order of creation
+};
+
+} // namespace QX

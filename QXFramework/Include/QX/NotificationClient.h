@@ -1,0 +1,46 @@
+// NotificationClient.h - what receives notifications.
+//
+// A distributor holds its clients as RCPtr<LNotificationClient>; concrete clients derive from
+// LNotificationReceiver, or wrap a function (FunctionReceiver.h).
+#pragma once
+
+#include <QX/RCPtr.h>
+
+namespace QX {
+
+class LNotification;
+class LNotificationDistributor;
+
+/// The two calls that a distributor makes. Clients are compared by the address of this base, which
+/// a class therefore inherits once.
+class QX_API LNotificationClient : public virtual LRefCountedObject
+{
+public:
+    // Slot order is fixed; append only.
+
+    /// Receives a notification that the client registered for, on the delivering thread and with
+    /// no lock held. It may post, register and unregister anybody, and drop any holder. What it
+    /// throws ends the delivery and reaches whoever asked for it.
+    virtual void HandleNotification(const RCPtr<LNotificationDistributor>& distributor,
+                                    const ConstRCPtr<LNotification>& notification) = 0;
+
+    /// Is asked to unregister itself from the ID at the distributor. The result tells a reader of
+    /// the class whether it does; distributors do not look at it.
+    virtual int32 ForceUnregisterNotification(const RCPtr<LNotificationDistributor>& distributor,
+                                              const char* notificationID) = 0;
+
+    ~LNotificationClient() override;
+};
+
+/// The class that concrete clients derive from.
+class QX_API LNotificationReceiver : public LNotificationClient
+{
+public:
+    void HandleNotification(const RCPtr<LNotificationDistributor>& distributor,
+                            const ConstRCPtr<LNotification>& notification) override = 0;
+    int32 ForceUnregisterNotification(const RCPtr<LNotificationDistributor>& distributor,
+                                      const char* notificationID) override = 0;
+    ~LNotificationReceiver() override;
+};
+
+} // namespace QX

@@ -1,0 +1,207 @@
+// NotificationDistributor.cpp - registration, its counts, and delivery by name.
+
+#include "Notifications/NotificationStatics.h"
+
+#include <QX/NotificationDistributor.h>
+
+#include <new>
+
+namespace QX {
+
+LNotificationDistributor::LNotificationDistributor() = default;
+LNotificationDistributor::~LNotificationDistributor() = default;
+
+RCPtr<LNotificationDistributor> LNotificationDistributor::Create()
+{
+    return RCPtr<LNotificationDistributor>(new LNotificationDistributor);
+}
+
+LNotificationDistributor::DistributorArray& LNotificationDistributor::GetDistributors()
+{
+    return sNotificationDistributors;
+}
+
+int32 LNotificationDistributor::RegisterNotificationClient(const RCPtr<LNotificationClient>& client,
+                                                           const char* name, DeliveryFlags flags)
+{
+    if (!client) {
+        return kResultOutOfRange;
+    }
+    const char* const id = LNotification::GetNotificationID(name);
+    if (id == nullptr) {
+        return kResultNothingDone;
+    }
+    const RCPtr<LNotificationDistributor> self(this);
+    RCPtr<LNotificationClientPool> pool = GetNotificationClientPool(id);
+    if (pool && pool->GetClientIndex(client) >= 0) {
+        pool->AddClient(client, flags);
+        return kResultNothingDone;
+    }
+    AddRegistration();
+    try {
+        if (!pool) {
+            pool = LNotificationClientPool::Create(id);
+            if (mClientPools.AppendItem(pool) < 0) {
+                throw std::bad_alloc();
+            }
+        }
+        pool->AddClient(client, flags);
+    } catch (...) {
+        RemoveRegistration();
+        throw;
+    }
+    return kResultSuccess;
+}
+
+// Counts go up with the references first and the contained count behind, and come down the other
+// way round, so that nobody outside is overlooked in between.
+void LNotificationDistributor::AddRegistration()
+{
+    AddContainedReference();
+    ++mNumRegistrations;
+    if (mNumRegistrations != 1 || !NotificationStatics::AreAlive()) {
+        return;
+    }
+    if (sNotificationDistributors.AppendItem(RCPtr<LNotificationDistributor>(this)) < 0) {
+        RemoveRegistration();
+        throw std::bad_alloc();
+    }
+    ModifyNumContainedReferences(1);
+}
+
+// The caller holds this distributor.
+void LNotificationDistributor::RemoveRegistration()
+{
+    --mNumRegistrations;
+    if (mNumRegistrations == 0 && NotificationStatics::AreAlive()) {
+        for (uint32 index = 0; index < sNotificationDistributors.GetCount(); ++index) {
+            if (sNotificationDistributors.GetAt(index)->Get() == this) {
+                ModifyNumContainedReferences(-1);
+                RCPtr<LNotificationDistributor> removed;
+                sNotificationDistributors.RemoveItem(index, removed);
+                break;
+            }
+        }
+    }
+    ModifyNumContainedReferences(-1);
+    RemoveReference();
+}
+
+int32 LNotificationDistributor::UnregisterNotificationClient(
+    const RCPtr<LNotificationClient>& client, const char* name)
+{
+    const char* const id = LNotification::GetNotificationID(name);
+    if (!client || id == nullptr) {
+        return kResultOutOfRange;
+    }
+    // The registration may be the last holder of both, and `client` may be a member of it.
+    const RCPtr<LNotificationDistributor> self(this);
+    const RCPtr<LNotificationClient> keptClient(client);
+    const RCPtr<LNotificationClientPool> pool = GetNotificationClientPool(id);
+    if (!pool || pool->RemoveClient(keptClient) != kResultSuccess) {
+        return kResultNothingDone;
+    }
+    RemoveRegistration();
+    return kResultSuccess;
+}
+
+int32 LNotificationDistributor::UnregisterNotificationClient(
+    const RCPtr<LNotificationClient>& client)
+{
+    if (!client) {
+        return kResultOutOfRange;
+    }
+    const RCPtr<LNotificationDistributor> self(this);
+    const RCPtr<LNotificationClient> keptClient(client);
+    int32 removed = 0;
+    for (uint32 index = mClientPools.GetCount(); index > 0; --index) {
+        const char* const id = (*mClientPools.GetAt(index - 1))->GetNotificationID();
+        if (id != nullptr && UnregisterNotificationClient(keptClient, id) == kResultSuccess) {
+            ++removed;
+        }
+    }
+    return removed;
+}
+
+int32 LNotificationDistributor::GetDeliveryFlags(const RCPtr<LNotificationClient>& client,
+                                                 const char* name, DeliveryFlags& flags)
+{
+    const LNotificationClientPool* const pool = FindPool(LNotification::GetNotificationID(name));
+    return pool != nullptr ? pool->GetDeliveryFlags(client, flags) : kResultFailure;
+}
+
+bool LNotificationDistributor::IsClientRegistered(const RCPtr<LNotificationClient>& client)
+{
+    for (uint32 index = 0; index < mClientPools.GetCount(); ++index) {
+        if ((*mClientPools.GetAt(index))->GetClientIndex(client) >= 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+RCPtr<LNotificationDistributor::LNotificationClientPool>
+LNotificationDistributor::GetNotificationClientPool(const char* notificationID)
+{
+    return RCPtr<LNotificationClientPool>(FindPool(notificationID));
+}
+
+LNotificationDistributor::LNotificationClientPool*
+LNotificationDistributor::FindPool(const char* notificationID) const
+{
+    for (uint32 index = mClientPools.GetCount(); index > 0; --index) {
+        const RCPtr<LNotificationClientPool>& pool = *mClientPools.GetAt(index - 1);
+        if (pool->GetNotificationID() == notificationID) {
+            return pool.Get();
+        }
+    }
+    return nullptr;
+}
+
+int32 LNotificationDistributor::DeliverNotificationAllClients(
+    const RCPtr<LNotification>& notification)
+{
+    if (!notification) {
+        return kResultOutOfRange;
+    }
+    // A client may drop every holder outside; they are needed until the walk has ended.
+    const RCPtr<LNotificationDistributor> self(this);
+    const RCPtr<LNotification> keptNotification(notification);
+    const RCPtr<LNotificationClientPool> pool = GetNotificationClientPool(notification->GetID());
+    return pool ? pool->DeliverNotification(*this, keptNotification) : kResultNothingDone;
+}
+
+void LNotificationDistributor::DeliverNotification(const RCPtr<LNotificationClient>& client,
+                                                   const RCPtr<LNotification>& notification)
+{
+    if (!client) {
+        return;
+    }
+    const RCPtr<LNotificationDistributor> self(this);
+    client->HandleNotification(self, notification);
+}
+
+int32 LNotificationDistributor::ForceAllRegisteredClientsToUnregister()
+{
+    AskClientsToUnregister(ClientExceptions::kPass);
+    return kResultSuccess;
+}
+
+void LNotificationDistributor::AskClientsToUnregister(ClientExceptions exceptions)
+{
+    const RCPtr<LNotificationDistributor> self(this);
+    for (uint32 index = mClientPools.GetCount(); index > 0; --index) {
+        const RCPtr<LNotificationClientPool> pool(*mClientPools.GetAt(index - 1));
+        pool->AskClientsToUnregister(self, exceptions);
+    }
+}
+
+void LNotificationDistributor::SetLatestNotification(const RCPtr<LNotification>& notification)
+{
+    LNotificationClientPool* const pool = FindPool(notification->GetID());
+    if (pool != nullptr && (pool->GetDeliveryFlags() & kDeliverLatestOnly) != 0) {
+        pool->SetLatestNotification(notification);
+    }
+}
+
+} // namespace QX

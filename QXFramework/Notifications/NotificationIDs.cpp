@@ -1,0 +1,70 @@
+// NotificationIDs.cpp - the process-wide table of notification names.
+
+#include "Notifications/NameIndex.h"
+
+#include <QX/Mutex.h>
+#include <QX/Notification.h>
+
+#include <new>
+
+namespace QX {
+namespace {
+
+// The names, what finds them, and the lock of both. The lock is a leaf: it is taken under the lock
+// of the parked notifications at most, and nothing is taken under it.
+struct NameTable
+{
+    StringArrayT<char, unsigned short> names;
+    NameIndex index;
+    Mutex mutex;
+};
+
+// Built on first use, so that names work before and after the other statics.
+NameTable& GetNameTable()
+{
+    static NameTable sTable;
+    return sTable;
+}
+
+const char* AddName(NameTable& table, const char* name)
+{
+    // Of the characters, not of a string that the caller may share: the entry owns its storage.
+    const StringT<char, unsigned short> entry(name);
+    const int32 index = table.names.AppendItem(entry);
+    if (index < 0) {
+        throw std::bad_alloc();
+    }
+    const char* const id = table.names.GetAt(static_cast<uint32>(index))->CStr();
+    try {
+        table.index.Add(id);
+    } catch (...) {
+        StringT<char, unsigned short> removed;
+        table.names.RemoveLast(removed);
+        throw;
+    }
+    return id;
+}
+
+} // namespace
+
+StringArrayT<char, unsigned short>& LNotification::GetNotificationIDs()
+{
+    return GetNameTable().names;
+}
+
+const char* LNotification::GetNotificationID(const char* name)
+{
+    if (name == nullptr || *name == '\0') {
+        return nullptr;
+    }
+    // Entries are unique, so searching by content finds an ID that is passed back as well.
+    NameTable& table = GetNameTable();
+    if (const char* const id = table.index.Find(name)) {
+        return id;
+    }
+    const MutexLock lock(&table.mutex);
+    const char* const id = table.index.Find(name);
+    return id != nullptr ? id : AddName(table, name);
+}
+
+} // namespace QX

@@ -1,0 +1,65 @@
+// NotificationStatics.cpp - every static object of the notification system, in one order.
+//
+// They are built in the order in which they stand and destroyed in reverse. The name table is
+// touched first, and so outlives all that uses names.
+
+#include "Notifications/NotificationStatics.h"
+
+#include <QX/Mutex.h>
+#include <QX/Notification.h>
+#include <QX/NotificationCenter.h>
+#include <QX/NotificationDistributor.h>
+#include <QX/NotificationQueue.h>
+
+namespace QX {
+namespace {
+
+[[maybe_unused]] const auto& gNameTable = LNotification::GetNotificationIDs();
+
+} // namespace
+
+constinit bool NotificationStatics::sAreAlive = true;
+constinit std::atomic<uint32> LNotification::sIsNotificationReuseEnabled = 0;
+
+Mutex LNotification::sMutex;
+RCPtrArray<LNotification, 1, 0> LNotification::sAvailableNotificationsStack;
+
+// With reuse on, each notification that the dying stack drops would be parked in it again.
+NotificationStatics::StackGuard::~StackGuard()
+{
+    LNotification::SetNotificationReuseEnable(false);
+    sAreAlive = false;
+}
+
+namespace {
+
+const NotificationStatics::StackGuard gStackGuard;
+
+} // namespace
+
+Mutex LNotificationQueue::sMutex;
+LNotificationDistributor::DistributorArray LNotificationDistributor::sNotificationDistributors;
+
+// The list's references are counted as contained; each count goes with its reference.
+NotificationStatics::ListGuard::~ListGuard()
+{
+    auto& list = LNotificationDistributor::sNotificationDistributors;
+    while (list.GetCount() != 0) {
+        RCPtr<LNotificationDistributor> distributor;
+        list.RemoveLast(distributor);
+        distributor->ModifyNumContainedReferences(-1);
+    }
+}
+
+namespace {
+
+const NotificationStatics::ListGuard gListGuard;
+
+} // namespace
+
+const StringT<char, unsigned short>
+    LNotificationCenterManager::DEFUALT_NOTIFICATION_CENTER_NAME("application");
+RCPtr<LNotificationCenterManager>
+    LNotificationCenterManager::smDefaultNotificationCenterManagerRCPtr;
+
+} // namespace QX
