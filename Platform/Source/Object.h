@@ -21,7 +21,7 @@ namespace Standin {
 
 class Object;
 
-/// The identifiers that the ...GetTypeID calls return.
+/// What the calls that ask for a type identifier return.
 enum TypeID : CFTypeID
 {
     kNoType = 0,

@@ -19,7 +19,7 @@ enum
 CF_EXTERN_C_BEGIN
 
 extern const CFStringRef kCFRunLoopDefaultMode;
-/// Stands, in AddSource and RemoveSource, for the default mode.
+/// Stands for the default mode where a source is added or removed.
 extern const CFStringRef kCFRunLoopCommonModes;
 
 CFTypeID CFRunLoopGetTypeID(void);
