@@ -1,0 +1,411 @@
+// VariantExTest.cpp - setting, sharing and serializing extended variants.
+
+#include "VariantExTestSupport.h"
+
+#include <QX/Exception.h>
+
+#include <concepts>
+#include <stdexcept>
+#include <thread>
+
+namespace QX {
+namespace {
+
+constexpr uint32 kFailed = 0x80000008u;
+
+static_assert(std::copyable<VariantEx>);
+static_assert(std::derived_from<VariantEx, IStringable>);
+
+TEST(VariantEx, StartsEmpty)
+{
+    const VariantEx variant;
+
+    EXPECT_EQ(variant.GetType(), Variant::kEmpty);
+    EXPECT_EQ(variant, VariantEx::Empty);
+}
+
+TEST(VariantEx, PicksTheSetterOfItsArgument)
+{
+    const RCPtr<LIBuffer> buffer = BufferWith("abc");
+    const ConstRCPtr<LIBuffer> reader = buffer;
+    const unsigned char truth = 1;
+    VariantEx variant;
+
+    EXPECT_EQ(variant.Set("abc"), Variant::kString);
+    EXPECT_EQ(variant.Set(String("abc")), Variant::kString);
+    EXPECT_EQ(variant.Set(buffer), Variant::kBuffer);
+    EXPECT_EQ(variant.Set(reader), Variant::kBuffer);
+    EXPECT_EQ(variant.Set(Variant::kBool, &truth, 1), Variant::kBool);
+    EXPECT_EQ(variant.Set(OfText("abc")), Variant::kString);
+    EXPECT_EQ(variant.Set(nullptr), Variant::kEmpty);
+}
+
+TEST(VariantEx, SharesTheDataOfACopy)
+{
+    VariantEx variant = OfBytes("abc");
+
+    VariantEx copy(variant);
+    static_cast<char*>(PointerOf(copy))[0] = 'X';
+
+    EXPECT_EQ(PointerOf(copy), PointerOf(variant));
+    EXPECT_EQ(variant.GetBuffer()->GetReferenceCount(), 2);
+    EXPECT_EQ(BytesOf(variant), "Xbc");
+}
+
+TEST(VariantEx, KeepsTheSharedDataUntilTheLastHolderIsSetAgain)
+{
+    VariantEx variant = OfText("abc");
+    VariantEx copy;
+    copy = variant;
+
+    variant.Set("other");
+
+    EXPECT_EQ(TextOf(copy.GetString()), "abc");
+    EXPECT_EQ(TextOf(variant.GetString()), "other");
+}
+
+TEST(VariantEx, CopiesValuesOfEveryType)
+{
+    int target = 0;
+    for (const VariantEx& variant :
+         {VariantEx(), OfBool(2), OfInt32(-3), OfInt64(1LL << 40), OfFloat(2.5f), OfDouble(-0.1),
+          OfPointer(&target, 4), OfBytes("abc"), OfBytes(""), OfText("abc"), OfText(""),
+          OfConstBytes("abc")}) {
+        SCOPED_TRACE(variant.GetType());
+        VariantEx copy = OfText("before");
+
+        EXPECT_EQ(copy.Set(variant), variant.GetType());
+
+        EXPECT_EQ(copy, variant);
+    }
+}
+
+TEST(VariantEx, SetToItselfKeepsItsData)
+{
+    VariantEx variant = OfText("abc");
+    const LIBuffer* const buffer = variant.GetBuffer().Get();
+
+    EXPECT_EQ(variant.Set(variant), Variant::kString);
+
+    EXPECT_EQ(variant.GetBuffer().Get(), buffer);
+    EXPECT_EQ(TextOf(variant.GetString()), "abc");
+}
+
+TEST(VariantEx, SharesTheBufferOfAString)
+{
+    const String text("abc");
+    VariantEx variant;
+
+    EXPECT_EQ(variant.Set(text), Variant::kString);
+
+    EXPECT_EQ(variant.GetBuffer().Get(), BufferOf(text));
+    EXPECT_EQ(BytesOf(variant), std::string("abc", 4));
+    EXPECT_EQ(variant.GetCStr(), text.CStr());
+    EXPECT_EQ(BufferOf(variant.GetString()), BufferOf(text));
+}
+
+TEST(VariantEx, TakesTheTextOfALockedString)
+{
+    String text("ab");
+    text.Lock(50);
+    VariantEx variant;
+    RCPtr<LIBuffer> record;
+
+    variant.Set(text);
+
+    EXPECT_EQ(BytesOf(variant), std::string("ab", 3));
+    EXPECT_EQ(variant.Serialize(record, 0), 15u);
+    EXPECT_STREQ(variant.GetCStr(), "ab");
+    EXPECT_TRUE(text.IsLocked());
+}
+
+TEST(VariantEx, TakesTheStringThatItHolds)
+{
+    VariantEx variant = OfText("abc");
+    const String text = variant.GetString();
+
+    variant.Set(text);
+
+    EXPECT_EQ(TextOf(variant.GetString()), "abc");
+}
+
+TEST(VariantEx, CopiesTheBytesOfABuffer)
+{
+    const RCPtr<LIBuffer> buffer = BufferWith("abc");
+    VariantEx variant;
+
+    variant.Set(buffer);
+
+    EXPECT_EQ(BytesOf(variant), "abc");
+    EXPECT_NE(variant.GetBuffer().Get(), buffer.Get());
+    EXPECT_EQ(buffer->GetReferenceCount(), 1);
+}
+
+TEST(VariantEx, TakesTheBufferThatItHolds)
+{
+    VariantEx variant = OfBytes("abc");
+
+    EXPECT_EQ(variant.Set(variant.GetBuffer()), Variant::kBuffer);
+
+    EXPECT_EQ(BytesOf(variant), "abc");
+}
+
+TEST(VariantEx, IsEmptyAfterANullBuffer)
+{
+    VariantEx variant = OfBytes("abc");
+
+    EXPECT_EQ(variant.Set(RCPtr<LIBuffer>()), Variant::kEmpty);
+
+    EXPECT_EQ(variant.GetType(), Variant::kEmpty);
+}
+
+TEST(VariantEx, SharesNoBufferThatIsUnshareable)
+{
+    VariantEx copy;
+    {
+        const VariantEx variant = OfText("abc");
+        variant.GetBuffer()->SetUnshareable(true);
+        copy.Set(variant);
+        EXPECT_NE(copy.GetBuffer().Get(), variant.GetBuffer().Get());
+        EXPECT_EQ(variant.GetBuffer()->GetReferenceCount(), 1);
+    }
+
+    EXPECT_STREQ(copy.GetCStr(), "abc");
+    EXPECT_EQ(TextOf(copy.GetString()), "abc");
+}
+
+TEST(VariantEx, TakesInheritedSettersFromItsOwnBytes)
+{
+    VariantEx variant = OfText("abcdef");
+
+    variant.Set(variant.GetCStr() + 2);
+    EXPECT_EQ(TextOf(variant.GetString()), "cdef");
+
+    variant.SetBuffer(variant.GetCStr() + 1, 2);
+    EXPECT_EQ(BytesOf(variant), "de");
+}
+
+TEST(VariantEx, LendsTheBufferOfBuffersAndStringsOnly)
+{
+    int target = 0;
+    EXPECT_NE(OfText("abc").GetBuffer(), nullptr);
+    EXPECT_NE(OfBytes("abc").GetBuffer(), nullptr);
+    for (const VariantEx& variant : {VariantEx(), OfBool(1), OfInt32(1), OfInt64(1), OfFloat(1),
+                                     OfDouble(1), OfPointer(&target, 4), OfConstBytes("abc")}) {
+        SCOPED_TRACE(variant.GetType());
+        try {
+            variant.GetBuffer();
+            ADD_FAILURE() << "nothing was thrown";
+        } catch (const Exception<std::runtime_error>& error) {
+            EXPECT_STREQ(error.what(), "Runtime Error :  : Utilities/Storage/VariantEx : Line 293");
+        }
+    }
+}
+
+std::string Hex(const RCPtr<LIBuffer>& buffer)
+{
+    std::string text;
+    for (uint32 offset = 0; offset < buffer->GetSizeBytes(); ++offset) {
+        const auto byte = *buffer->GetPtr<unsigned char>(offset);
+        text += TextOf(String::Format("%02X", static_cast<unsigned>(byte)));
+    }
+    return text;
+}
+
+TEST(VariantExSerialize, MakesABufferThatItsRecordFits)
+{
+    RCPtr<LIBuffer> out;
+
+    EXPECT_EQ(OfInt32(0x01020304).Serialize(out, 4), 16u);
+
+    EXPECT_EQ(Hex(out), "00000000"
+                        "10000000"
+                        "00000000"
+                        "02000000"
+                        "04030201");
+}
+
+TEST(VariantExSerialize, GrowsASmallerBufferAndZeroesWhatLiesBetween)
+{
+    RCPtr<LIBuffer> out = BufferWith("xy");
+
+    EXPECT_EQ(OfBool(1).Serialize(out, 8), 13u);
+
+    EXPECT_EQ(Hex(out), "7879000000000000"
+                        "0D000000"
+                        "00000000"
+                        "01000000"
+                        "01");
+}
+
+TEST(VariantExSerialize, KeepsTheSizeOfALargerBuffer)
+{
+    RCPtr<LIBuffer> out = BufferWith("xxxxxxxxxxxxxxxx");
+    const LIBuffer* const before = out.Get();
+
+    EXPECT_EQ(VariantEx().Serialize(out, 2), 12u);
+
+    EXPECT_EQ(out.Get(), before);
+    EXPECT_EQ(Hex(out), "7878"
+                        "0C000000"
+                        "00000000"
+                        "00000000"
+                        "7878");
+}
+
+TEST(VariantExSerialize, RefusesAnOffsetBeyond32Bits)
+{
+    RCPtr<LIBuffer> out = BufferWith("kept");
+    RCPtr<LIBuffer> null;
+
+    EXPECT_EQ(OfInt32(1).Serialize(out, 0xFFFFFFFF), kFailed);
+    EXPECT_EQ(OfInt32(1).Serialize(null, 0xFFFFFFF0), kFailed);
+
+    EXPECT_EQ(Hex(out), "6B657074");
+    EXPECT_EQ(null, nullptr);
+}
+
+TEST(VariantExSerialize, RefusesAPointerWithoutBytes)
+{
+    int target = 0;
+    RCPtr<LIBuffer> out;
+
+    EXPECT_EQ(OfPointer(&target, 0).Serialize(out, 0), kFailed);
+}
+
+TEST(VariantExSerialize, WritesIntoACopyOfItsOwnBuffer)
+{
+    VariantEx variant = OfBytes("ab");
+    RCPtr<LIBuffer> out = variant.GetBuffer();
+
+    EXPECT_EQ(variant.Serialize(out, 0), 14u);
+
+    EXPECT_NE(out.Get(), variant.GetBuffer().Get());
+    EXPECT_EQ(BytesOf(variant), "ab");
+    EXPECT_EQ(Hex(out), "0E000000"
+                        "00000000"
+                        "08000000"
+                        "6162");
+}
+
+TEST(VariantExSerialize, GivesEqualValuesBack)
+{
+    for (const VariantEx& variant :
+         {VariantEx(), OfBool(2), OfInt32(-3), OfInt64(1LL << 40), OfFloat(2.5f), OfDouble(-0.1),
+          OfBytes("abc"), OfText("abc"), OfText(""), OfConstBytes("abc")}) {
+        SCOPED_TRACE(variant.GetType());
+        RCPtr<LIBuffer> record;
+        VariantEx copy = OfText("before");
+
+        const uint32 length = variant.Serialize(record, 0);
+
+        ASSERT_EQ(length, record->GetSizeBytes());
+        EXPECT_EQ(copy.Deserialize(record->GetPtr<unsigned char>(0), length), 0u);
+        EXPECT_EQ(copy, variant);
+    }
+}
+
+TEST(VariantExDeserialize, RefusesEveryTruncatedRecord)
+{
+    RCPtr<LIBuffer> record;
+    OfText("abc").Serialize(record, 0);
+    const auto* const bytes = record->GetPtr<unsigned char>(0);
+
+    for (uint32 length = 0; length < record->GetSizeBytes(); ++length) {
+        SCOPED_TRACE(length);
+        VariantEx variant = OfText("kept");
+
+        EXPECT_EQ(variant.Deserialize(bytes, length), kFailed);
+
+        EXPECT_EQ(TextOf(variant.GetString()), "kept");
+    }
+}
+
+TEST(VariantExDeserialize, ReadsARecordInItsOwnBytes)
+{
+    RCPtr<LIBuffer> record;
+    OfText("abc").Serialize(record, 0);
+    VariantEx variant;
+    variant.Set(record);
+
+    EXPECT_EQ(variant.Deserialize(static_cast<unsigned char*>(PointerOf(variant)), 16), 0u);
+
+    EXPECT_EQ(TextOf(variant.GetString()), "abc");
+}
+
+TEST(VariantExDeserialize, StaticFormsOfTheBaseStayInReach)
+{
+    unsigned char record[16];
+    VariantEx variant;
+
+    EXPECT_EQ(VariantEx::Serialize(OfInt32(7), record, 16), 16u);
+    EXPECT_EQ(VariantEx::Deserialize(variant, record, 16), 0u);
+
+    EXPECT_EQ(variant, OfInt32(7));
+}
+
+// What every operation does after another holder has resized a lent buffer.
+TEST(VariantExLentBuffer, IsFollowedByEveryOperation)
+{
+    for (const Variant::Type type : {Variant::kBuffer, Variant::kString}) {
+        for (const uint32 size : {1u, 0u, 4000u}) {
+            SCOPED_TRACE(testing::Message() << type << " resized to " << size);
+            const std::string text(1000, '7');
+            VariantEx variant = type == Variant::kString ? OfText(text.c_str()) : OfBytes(text);
+            variant.GetBuffer()->ResizeBytes(size);
+            if (size == 4000) {
+                variant.GetBuffer()->FillN('7', 1000, -1);
+            }
+            const std::string digits(size, '7');
+            RCPtr<LIBuffer> record;
+
+            EXPECT_EQ(variant.GetBool(), type == Variant::kBuffer && size != 0);
+            variant.GetInt32();
+            variant.GetInt64();
+            variant.GetFloat();
+            variant.GetDouble();
+            if (type == Variant::kString) {
+                EXPECT_EQ(TextOf(variant.GetString()), digits);
+            }
+            EXPECT_EQ(variant.GetXMLString(), variant.GetString());
+            EXPECT_TRUE(variant == variant);
+            EXPECT_FALSE(variant < variant);
+            EXPECT_EQ(variant.Compare(VariantEx(variant)), 0);
+            EXPECT_EQ(variant.Serialize(record, 0), size + 12);
+            EXPECT_EQ(BytesOf(variant).size(), size);
+        }
+    }
+}
+
+TEST(VariantExLentBuffer, MayBeTrimmedByAStringThatAdoptsIt)
+{
+    VariantEx variant;
+    variant.Set(BufferWith(std::string_view("ab\0cdef", 7)));
+
+    const String text(variant.GetBuffer());
+
+    EXPECT_TRUE(variant.GetBool());
+    EXPECT_TRUE(variant == OfBytes(std::string_view("ab\0", 3)));
+    EXPECT_EQ(TextOf(text), "ab");
+}
+
+TEST(VariantExThreads, ReadOneVariantAtOnce)
+{
+    const VariantEx text = OfText("42");
+    const VariantEx bytes = OfBytes("abc");
+    const auto read = [&] {
+        for (int round = 0; round < 200; ++round) {
+            EXPECT_EQ(text.GetInt32(), 42);
+            EXPECT_EQ(text.GetString().GetLength(), 2u);
+            EXPECT_TRUE(bytes.GetBool());
+            EXPECT_TRUE(bytes == bytes);
+        }
+    };
+
+    std::thread other(read);
+    read();
+    other.join();
+}
+
+} // namespace
+} // namespace QX
