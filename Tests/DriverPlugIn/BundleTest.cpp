@@ -1,0 +1,270 @@
+// BundleTest.cpp - the bundle as a host sees it: loaded by path, called by name, unloaded.
+
+#include "DriverPlugIn/Support/Heap.h"
+
+#include <CoreAudio/AudioDriverPlugIn.h>
+
+#include <gtest/gtest.h>
+
+#include <QX/Exception.h>
+
+#include <Standin/Standin.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include <dlfcn.h>
+#include <link.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr OSStatus kWhat = 0x77686174;
+constexpr OSStatus kWho = 0x77686F3F;
+constexpr UInt32 kEnable = 0x44476D65;
+
+constexpr const char* kEntryPoints[] = {
+    "AudioDriverPlugInOpen",
+    "AudioDriverPlugInClose",
+    "AudioDriverPlugInDeviceGetPropertyInfo",
+    "AudioDriverPlugInDeviceGetProperty",
+    "AudioDriverPlugInDeviceSetProperty",
+    "AudioDriverPlugInStreamGetPropertyInfo",
+    "AudioDriverPlugInStreamGetProperty",
+    "AudioDriverPlugInStreamSetProperty",
+};
+
+constexpr const char* kConversions[] = {
+    "ConvertUTF16toUTF32", "ConvertUTF16toUTF8", "ConvertUTF32toUTF16", "ConvertUTF32toUTF8",
+    "ConvertUTF8toUTF16",  "ConvertUTF8toUTF32", "isLegalUTF8Sequence",
+};
+
+/// A bundle that is loaded as long as this object lives.
+class LoadedBundle
+{
+public:
+    explicit LoadedBundle(const std::string& path)
+        : mHandle(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL))
+    {
+        if (mHandle == nullptr) {
+            ADD_FAILURE() << dlerror();
+            std::abort();
+        }
+    }
+    LoadedBundle(const LoadedBundle&) = delete;
+    LoadedBundle& operator=(const LoadedBundle&) = delete;
+    ~LoadedBundle() { EXPECT_EQ(dlclose(mHandle), 0); }
+
+    void* Find(const char* name) const { return dlsym(mHandle, name); }
+
+    OSStatus Open(AudioDeviceID device) const
+    {
+        AudioDriverPlugInHostInfo hostInfo = {device, 0, 0, nullptr, nullptr};
+        return Find<decltype(AudioDriverPlugInOpen)>("AudioDriverPlugInOpen")(&hostInfo);
+    }
+    OSStatus Close(AudioDeviceID device) const
+    {
+        return Find<decltype(AudioDriverPlugInClose)>("AudioDriverPlugInClose")(device);
+    }
+    OSStatus SetInteger(AudioDeviceID device, UInt32 property, UInt32 value) const
+    {
+        return Find<decltype(AudioDriverPlugInDeviceSetProperty)>(
+            "AudioDriverPlugInDeviceSetProperty")(device, nullptr, 0, 1, property, 4, &value);
+    }
+
+private:
+    template <class Function>
+    Function* Find(const char* name) const
+    {
+        return reinterpret_cast<Function*>(dlsym(mHandle, name));
+    }
+
+    void* mHandle;
+};
+
+bool IsLoaded(const std::string& path)
+{
+    void* const handle = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
+    if (handle != nullptr) {
+        dlclose(handle);
+    }
+    return handle != nullptr;
+}
+
+int CountLoadedObjects()
+{
+    int count = 0;
+    dl_iterate_phdr(
+        [](dl_phdr_info*, std::size_t, void* counter) {
+            ++*static_cast<int*>(counter);
+            return 0;
+        },
+        &count);
+    return count;
+}
+
+/// A file of a second bundle, a copy, that is deleted at the end.
+class BundleCopy
+{
+public:
+    BundleCopy()
+        : mPath(std::filesystem::temp_directory_path() /
+                ("DriverPlugInCopy-" + std::to_string(getpid()) + ".so"))
+    {
+        std::filesystem::copy_file(QX_BUNDLE_PATH, mPath,
+                                   std::filesystem::copy_options::overwrite_existing);
+    }
+    BundleCopy(const BundleCopy&) = delete;
+    BundleCopy& operator=(const BundleCopy&) = delete;
+    ~BundleCopy() { std::filesystem::remove(mPath); }
+
+    std::string GetPath() const { return mPath.string(); }
+
+private:
+    std::filesystem::path mPath;
+};
+
+TEST(Bundle, HasEveryEntryPointUnderItsName)
+{
+    const LoadedBundle bundle(QX_BUNDLE_PATH);
+
+    for (const char* const name : kEntryPoints) {
+        SCOPED_TRACE(name);
+        EXPECT_NE(bundle.Find(name), nullptr);
+    }
+}
+
+TEST(Bundle, HasEveryConversionUnderItsName)
+{
+    const LoadedBundle bundle(QX_BUNDLE_PATH);
+
+    for (const char* const name : kConversions) {
+        SCOPED_TRACE(name);
+        EXPECT_NE(bundle.Find(name), nullptr);
+    }
+}
+
+TEST(Bundle, KeepsItsOwnNamesToItself)
+{
+    const LoadedBundle bundle(QX_BUNDLE_PATH);
+
+    EXPECT_EQ(bundle.Find("gHostInfoArray"), nullptr);
+    EXPECT_EQ(bundle.Find("_Z16MessagePortValidP11_PlugInInfo"), nullptr);
+    EXPECT_EQ(bundle.Find("_Z26FetchPlugInInfoElementByIDj"), nullptr);
+    EXPECT_EQ(bundle.Find("_ZN2QX12ExceptionBaseD1Ev"), nullptr);
+}
+
+TEST(Bundle, AnswersThroughItsEntryPoints)
+{
+    const LoadedBundle bundle(QX_BUNDLE_PATH);
+
+    EXPECT_EQ(bundle.Open(258), 0);
+    EXPECT_EQ(bundle.Open(258), kWhat);
+    EXPECT_EQ(bundle.SetInteger(258, 0, 1), kWho);
+    EXPECT_EQ(bundle.SetInteger(259, kEnable, 1), kWhat);
+    EXPECT_EQ(bundle.Close(258), 0);
+    EXPECT_EQ(bundle.Close(258), kWhat);
+}
+
+TEST(Bundle, IsGoneAfterItIsUnloaded)
+{
+    ASSERT_FALSE(IsLoaded(QX_BUNDLE_PATH));
+    {
+        const LoadedBundle bundle(QX_BUNDLE_PATH);
+        EXPECT_TRUE(IsLoaded(QX_BUNDLE_PATH));
+        bundle.Open(258);
+        bundle.Close(258);
+    }
+
+    EXPECT_FALSE(IsLoaded(QX_BUNDLE_PATH));
+}
+
+TEST(Bundle, StartsWithAnEmptyRegistryEachTimeItIsLoaded)
+{
+    {
+        const LeaksAreMeant leaksAreMeant;
+        const LoadedBundle bundle(QX_BUNDLE_PATH);
+        bundle.Open(258);
+    }
+    const LoadedBundle bundle(QX_BUNDLE_PATH);
+
+    EXPECT_EQ(bundle.Open(258), 0);
+    EXPECT_EQ(bundle.Close(258), 0);
+}
+
+TEST(Bundle, LoadsAndUnloadsAnyNumberOfTimesWithoutGrowth)
+{
+    const auto use = [] {
+        const LoadedBundle bundle(QX_BUNDLE_PATH);
+        bundle.Open(258);
+        bundle.Close(258);
+    };
+    // The first rounds fill the heap's own caches of free blocks. A bound of four bytes a round is
+    // less than the smallest leak.
+    for (int round = 0; round < 50; ++round) {
+        use();
+    }
+    const SInt32 liveObjects = StandinGetTotalLiveObjectCount();
+    const int loadedObjects = CountLoadedObjects();
+    const std::size_t heapBytes = CountHeapBytes();
+
+    for (int round = 0; round < 1000; ++round) {
+        use();
+    }
+
+    EXPECT_EQ(StandinGetTotalLiveObjectCount(), liveObjects);
+    EXPECT_EQ(CountLoadedObjects(), loadedObjects);
+    EXPECT_LE(CountHeapBytes(), heapBytes + 4000);
+}
+
+TEST(Bundle, TwoInOneProcessHaveRegistriesOfTheirOwn)
+{
+    const BundleCopy copy;
+    const LoadedBundle first(QX_BUNDLE_PATH);
+    {
+        const LoadedBundle second(copy.GetPath());
+        EXPECT_NE(first.Find(kEntryPoints[0]), second.Find(kEntryPoints[0]));
+
+        EXPECT_EQ(first.Open(258), 0);
+        EXPECT_EQ(second.SetInteger(258, 0, 1), kWhat);
+        EXPECT_EQ(second.Open(258), 0);
+        EXPECT_EQ(second.Close(258), 0);
+        EXPECT_EQ(first.SetInteger(258, 0, 1), kWho);
+    }
+    EXPECT_FALSE(IsLoaded(copy.GetPath()));
+    EXPECT_EQ(first.Close(258), 0);
+}
+
+// The bundle of these tests is the real one but for two calls of the platform, which it has inside:
+// its server is always there, and making data throws an exception of the framework.
+
+TEST(ThrowingBundle, ExceptionThrownInsideIsCaughtOutsideAsTheFrameworks)
+{
+    const LeaksAreMeant leaksAreMeant;
+    const LoadedBundle bundle(QX_THROWING_BUNDLE_PATH);
+    ASSERT_EQ(bundle.Open(258), 0);
+
+    try {
+        bundle.SetInteger(258, kEnable, 1);
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const QX::ExceptionBase& error) {
+        EXPECT_STREQ(error.What(), "Logic Error : thrown inside");
+    }
+
+    EXPECT_EQ(bundle.SetInteger(258, 0, 1), kWho);
+    EXPECT_EQ(bundle.Close(258), 0);
+}
+
+TEST(ThrowingBundle, ExceptionThrownInsideIsCaughtOutsideAsTheLibrarys)
+{
+    const LeaksAreMeant leaksAreMeant;
+    const LoadedBundle bundle(QX_THROWING_BUNDLE_PATH);
+    ASSERT_EQ(bundle.Open(258), 0);
+
+    EXPECT_THROW(bundle.SetInteger(258, kEnable, 1), std::logic_error);
+
+    EXPECT_EQ(bundle.Close(258), 0);
+}
+
+} // namespace

@@ -1,0 +1,18 @@
+// Heap.h - how much of the heap is in use, under sanitizers too.
+#pragma once
+
+#include <cstddef>
+
+/// The number of bytes that are allocated and not freed.
+std::size_t CountHeapBytes();
+
+/// What is allocated while such an object lives is no leak to the leak checker: the test at hand
+/// shows that it is left behind on purpose.
+class LeaksAreMeant
+{
+public:
+    LeaksAreMeant();
+    LeaksAreMeant(const LeaksAreMeant&) = delete;
+    LeaksAreMeant& operator=(const LeaksAreMeant&) = delete;
+    ~LeaksAreMeant();
+};
