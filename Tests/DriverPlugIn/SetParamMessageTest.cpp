@@ -1,0 +1,184 @@
+// SetParamMessageTest.cpp - the bytes of a set-parameter message.
+
+#include "DriverPlugIn/DeviceMessageSerializer.h"
+#include "DriverPlugIn/Support/Bytes.h"
+#include "DriverPlugIn/Support/PlugInFixture.h"
+
+#include <cstring>
+#include <type_traits>
+
+namespace {
+
+using testing::ElementsAre;
+
+static_assert(!std::is_default_constructible_v<DeviceMessageSerializer>);
+
+/// Fails to serialize, with a size of the test's choice.
+class OddVariant : public QX::Variant
+{
+public:
+    OddVariant(const void* data, UInt32 size)
+        : mData(data)
+        , mOddSize(size)
+    {}
+
+    const void* GetConstPointer(UInt32& size) const override
+    {
+        size = mOddSize;
+        return mData;
+    }
+
+private:
+    const void* mData;
+    UInt32 mOddSize;
+};
+
+QX::RCPtr<QX::LIBuffer> MakeBuffer(UInt32 size = 0)
+{
+    return QX::LByteBuffer::Create(size, 0, true);
+}
+
+std::string GetBytes(const QX::RCPtr<QX::LIBuffer>& buffer)
+{
+    return std::string(static_cast<const char*>(buffer->GetRawPtr()), buffer->GetSizeBytes());
+}
+
+class SetParamMessage : public PlugInFixture
+{
+protected:
+    static UInt32 Create(UInt32 parameter, const QX::Variant& value,
+                         const QX::RCPtr<QX::LIBuffer>& buffer)
+    {
+        return DeviceMessageSerializer::CreateSetParamMessage(parameter, value, buffer);
+    }
+
+    QX::Variant mValue;
+};
+
+TEST_F(SetParamMessage, OfAnIntegerHas28Bytes)
+{
+    const SInt32 one = 1;
+    mValue.Set(QX::Variant::kInt32, &one, 4);
+    const auto buffer = MakeBuffer();
+
+    EXPECT_EQ(Create(0xFFFFFF05, mValue, buffer), 16u);
+
+    EXPECT_EQ(ToHex(GetBytes(buffer)),
+              kIsBigEndian ? "0000001C 00000000 FFFFFF05 10000000 00000000 02000000 01000000"
+                           : "1C000000 00000000 05FFFFFF 10000000 00000000 02000000 01000000");
+}
+
+TEST_F(SetParamMessage, OfALevelRecordHas44Bytes)
+{
+    const std::string record = FromHex(kIsBigEndian ? "0000000000000000 C018151824C7587F 00000000"
+                                                    : "0000000000000000 7F58C724181518C0 00000000");
+    mValue.SetBuffer(record.data(), 20);
+    const auto buffer = MakeBuffer();
+
+    EXPECT_EQ(Create(0xFFFFFF07, mValue, buffer), 32u);
+
+    EXPECT_EQ(ToHex(GetBytes(buffer)),
+              kIsBigEndian ? "0000002C 00000000 FFFFFF07 20000000 00000000 08000000 "
+                             "00000000 00000000 C0181518 24C7587F 00000000"
+                           : "2C000000 00000000 07FFFFFF 20000000 00000000 08000000 "
+                             "00000000 00000000 7F58C724 181518C0 00000000");
+}
+
+TEST_F(SetParamMessage, ParameterIsReadBackSignedAndUnsigned)
+{
+    const auto buffer = MakeBuffer();
+
+    Create(0xFFFFFF07, mValue, buffer);
+
+    const UInt32 parameter = TakeMessageApart(GetBytes(buffer)).parameter;
+    EXPECT_EQ(parameter, 4294967047u);
+    EXPECT_EQ(static_cast<SInt32>(parameter), -249);
+}
+
+TEST_F(SetParamMessage, OfAnyValueIsItsDataAnd24BytesLong)
+{
+    const double number = 1.0;
+    const std::string bytes(1000, 'x');
+    const auto buffer = MakeBuffer();
+
+    EXPECT_EQ(Create(1, mValue, buffer), 12u);
+    EXPECT_EQ(buffer->GetSizeBytes(), 24u);
+    mValue.Set(QX::Variant::kDouble, &number, 8);
+    EXPECT_EQ(Create(1, mValue, buffer), 20u);
+    EXPECT_EQ(buffer->GetSizeBytes(), 32u);
+    mValue.Set("abc");
+    EXPECT_EQ(Create(1, mValue, buffer), 16u);
+    EXPECT_EQ(buffer->GetSizeBytes(), 28u);
+    mValue.SetBuffer(bytes.data(), 1000);
+    EXPECT_EQ(Create(1, mValue, buffer), 1012u);
+    EXPECT_EQ(buffer->GetSizeBytes(), 1024u);
+    EXPECT_EQ(GetBytes(buffer).substr(24), bytes);
+}
+
+TEST_F(SetParamMessage, IsOneAllocationOfItsSize)
+{
+    const auto buffer = MakeBuffer();
+    const SInt32 one = 1;
+    mValue.Set(QX::Variant::kInt32, &one, 4);
+    PlatformCalls::RecordBlocks();
+
+    Create(0xFFFFFF05, mValue, buffer);
+
+    EXPECT_THAT(PlatformCalls::GetJournal(), ElementsAre("allocate 28"));
+    EXPECT_EQ(buffer->GetAllocatedSize(), 28u);
+}
+
+TEST_F(SetParamMessage, WithoutABufferFails)
+{
+    EXPECT_EQ(Create(1, mValue, QX::RCPtr<QX::LIBuffer>()), 0x80000008u);
+}
+
+TEST_F(SetParamMessage, ThatDoesNotFit32BitsLeavesTheBufferAsItWas)
+{
+    const auto buffer = MakeBuffer(4);
+
+    for (const UInt32 size : {0xFFFFFFE8u, 0xFFFFFFF0u, 0xFFFFFFFFu}) {
+        SCOPED_TRACE(size);
+        EXPECT_EQ(Create(1, OddVariant("", size), buffer), 0x80000008u);
+        EXPECT_EQ(ToHex(GetBytes(buffer)), "00000000");
+    }
+}
+
+TEST_F(SetParamMessage, OfBytesInsideTheBufferFailsAndLeavesItAsItWas)
+{
+    const auto buffer = MakeBuffer(8);
+    const auto* const bytes = static_cast<const char*>(buffer->GetRawPtr());
+
+    EXPECT_EQ(Create(1, OddVariant(bytes, 8), buffer), 0x80000008u);
+    EXPECT_EQ(Create(1, OddVariant(bytes + 7, 1), buffer), 0x80000008u);
+
+    EXPECT_EQ(ToHex(GetBytes(buffer)), "00000000 00000000");
+}
+
+TEST_F(SetParamMessage, WithoutMemoryFailsAndLeavesNoBytes)
+{
+    const SInt32 one = 1;
+    mValue.Set(QX::Variant::kInt32, &one, 4);
+    const auto buffer = MakeBuffer();
+    PlatformCalls::FailAllocation(28);
+
+    EXPECT_EQ(Create(1, mValue, buffer), 0x80000008u);
+
+    EXPECT_EQ(buffer->GetRawPtr(), nullptr);
+}
+
+TEST_F(SetParamMessage, OfAValueThatDoesNotSerializeHasItsHeaderAndUnwrittenValueBytes)
+{
+    QX::Variant pointer;
+    pointer.SetPointer(&pointer, 0);
+    const auto buffer = MakeBuffer();
+    PlatformCalls::PoisonAllocations();
+
+    EXPECT_EQ(Create(0xFFFFFF05, pointer, buffer), 0x80000008u);
+
+    EXPECT_EQ(ToHex(GetBytes(buffer)),
+              kIsBigEndian ? "00000018 00000000 FFFFFF05 A5A5A5A5 A5A5A5A5 A5A5A5A5"
+                           : "18000000 00000000 05FFFFFF A5A5A5A5 A5A5A5A5 A5A5A5A5");
+}
+
+} // namespace
