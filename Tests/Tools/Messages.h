@@ -1,32 +1,13 @@
 // Messages.h - the bytes and documents that the tests of the tools start from.
 #pragma once
 
-#include "Tools/Monitor/Message.h"
+#include "Support/Hex.h"
 
 #include <string>
-#include <string_view>
 
 namespace ToolsTests {
 
-/// The bytes of hexadecimal digits; spaces are passed over.
-inline Monitor::Bytes FromHex(std::string_view digits)
-{
-    Monitor::Bytes bytes;
-    int high = -1;
-    for (const char character : digits) {
-        if (character == ' ') {
-            continue;
-        }
-        const int value = character <= '9' ? character - '0' : character - 'A' + 10;
-        if (high < 0) {
-            high = value;
-        } else {
-            bytes.push_back(static_cast<unsigned char>(high << 4 | value));
-            high = -1;
-        }
-    }
-    return bytes;
-}
+using TestSupport::FromHex;
 
 /// State 1 as a big-endian and as a little-endian host sends it.
 inline constexpr const char* kBigEndianState = "0000001C 00000000 FFFFFF05 "

@@ -1,0 +1,32 @@
+// Arguments.h - what the command line of the monitor asks for.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+namespace Monitor {
+
+enum ExitCode : int
+{
+    kExitDone = 0,
+    kExitMalformed = 1,
+    kExitUsage = 2,
+    kExitPortTaken = 3,
+    kExitUnreadable = 4
+};
+
+struct Arguments
+{
+    bool hasBytes = false;
+    bool isJSON = false;
+    std::optional<std::size_t> count;  ///< end after that many messages
+    std::optional<double> seconds;     ///< end after that time
+    std::optional<std::string> decode; ///< decode this file instead; "-" is the standard input
+};
+
+/// Reads the command line. Returns nothing, with the exit code to end with, when that is all there
+/// is to do: after --help, or after telling what is wrong.
+std::optional<Arguments> ReadArguments(int count, const char* const* values, int& exitCode);
+
+} // namespace Monitor

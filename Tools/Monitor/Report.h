@@ -1,0 +1,37 @@
+// Report.h - what the monitor tells its user: that it is ready, each message, and the last states.
+#pragma once
+
+#include "Tools/Monitor/StateTable.h"
+
+#include <memory>
+
+namespace Monitor {
+
+/// A message as it arrived.
+struct Arrival
+{
+    std::size_t number = 0; ///< 1 for the first
+    std::string time;       ///< local time to the millisecond, or "" for a captured document
+    DecodedMessage message;
+};
+
+/// The standard output in one of its forms. Each call writes whole lines at once.
+class IReport
+{
+public:
+    virtual ~IReport() = default;
+
+    /// The port of that name is held; from now on messages arrive.
+    virtual void ShowReady(const std::string& portName) = 0;
+    virtual void ShowMessage(const Arrival& arrival) = 0;
+    /// The last states; the report's end.
+    virtual void ShowSummary(const StateTable& table) = 0;
+};
+
+/// Aligned text for a person; with `hasBytes`, every field's bytes stand beside its name.
+std::unique_ptr<IReport> MakeTextReport(bool hasBytes, bool isColoured);
+
+/// One JSON object a line; with `hasBytes`, each message lists its fields.
+std::unique_ptr<IReport> MakeJSONReport(bool hasBytes);
+
+} // namespace Monitor
