@@ -1,0 +1,97 @@
+// JSONReport.cpp - the host's output for a program: one JSON object a line.
+
+#include "Tools/Common/Terminal.h"
+#include "Tools/Common/Text.h"
+#include "Tools/Host/Report.h"
+#include "Tools/Host/Status.h"
+
+#include <nlohmann/json.hpp>
+
+namespace Host {
+namespace {
+
+using JSON = nlohmann::ordered_json;
+
+void Print(const JSON& object)
+{
+    // A path or the text of an exception need not be UTF-8.
+    Tools::PrintLine(object.dump(-1, ' ', false, JSON::error_handler_t::replace));
+}
+
+void AddProperty(JSON& object, const Step& step)
+{
+    object["channel"] = step.channel;
+    object["input"] = step.isInput != 0;
+    object["selector"] = step.property;
+    object["property"] = Tools::FormatFourCharCode(step.property);
+    object["name"] = GetProperty(step.property).name;
+    object["size"] = step.size;
+    if (step.action == Action::kSet || step.action == Action::kStreamSet) {
+        object["value"] = step.valueText;
+        object["data"] = Tools::FormatHex(step.data.data(), step.data.size());
+    }
+}
+
+class JSONReport final : public IReport
+{
+public:
+    void ShowPlugIn(const std::string& path) override
+    {
+        Print({{"event", "plugin"}, {"path", path}});
+    }
+
+    void ShowServer(const std::string& portName, bool isThere) override
+    {
+        Print({{"event", "server"}, {"port", portName}, {"running", isThere}});
+    }
+
+    void ShowCall(std::size_t number, const Step& step, const CallResult& result) override;
+
+    void ShowTotals(const Totals& totals) override
+    {
+        Print({{"event", "summary"},
+               {"calls", totals.calls},
+               {"unexpected", totals.unexpected},
+               {"shortestMicroseconds", totals.shortest},
+               {"longestMicroseconds", totals.longest},
+               {"totalMicroseconds", totals.sum}});
+    }
+};
+
+void JSONReport::ShowCall(std::size_t number, const Step& step, const CallResult& result)
+{
+    JSON object = {{"event", "call"},
+                   {"number", number},
+                   {"entryPoint", GetEntryPointName(step.action)},
+                   {"device", result.device}};
+    if (step.action != Action::kOpen && step.action != Action::kClose) {
+        AddProperty(object, step);
+    }
+    if (result.exception.empty()) {
+        object["status"] = result.status;
+        object["code"] = Tools::FormatFourCharCode(static_cast<UInt32>(result.status));
+        object["explanation"] = ExplainStatus(result.status);
+    } else {
+        object["exception"] = result.exception;
+    }
+    if (step.action == Action::kInfo) {
+        object["outSize"] = result.size;
+        object["outWritable"] = result.isWritable != 0;
+    }
+    if (!result.data.empty()) {
+        object["outData"] = Tools::FormatHex(result.data.data(), result.data.size());
+    }
+    object["expected"] = step.isAnyExpected ? JSON() : JSON(step.expected);
+    object["asExpected"] = result.isAsExpected;
+    object["microseconds"] = result.microseconds;
+    Print(object);
+}
+
+} // namespace
+
+std::unique_ptr<IReport> MakeJSONReport()
+{
+    return std::make_unique<JSONReport>();
+}
+
+} // namespace Host
