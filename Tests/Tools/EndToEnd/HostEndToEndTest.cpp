@@ -1,0 +1,274 @@
+// HostEndToEndTest.cpp - qxhost as a process: the bundle's answers, and what reaches a real server.
+
+#include "DriverPlugIn/ServerProtocol.h"
+#include "Tests/Tools/EndToEnd/ChildProcess.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+namespace {
+
+using ToolsTests::ChildProcess;
+using ToolsTests::kHostProgram;
+using ToolsTests::kMonitorProgram;
+using JSON = nlohmann::json;
+
+/// What a run has printed with --json, and how it ended.
+struct HostRun
+{
+    std::vector<JSON> calls;
+    JSON server;
+    JSON summary;
+    int exitCode = 0;
+};
+
+HostRun RunHost(std::vector<std::string> arguments, const std::string& input = "")
+{
+    arguments.push_back("--json");
+    ChildProcess host(kHostProgram, arguments, input);
+    HostRun run;
+    while (const std::optional<std::string> line = host.ReadLine()) {
+        JSON object = JSON::parse(*line);
+        if (object["event"] == "call") {
+            run.calls.push_back(std::move(object));
+        } else if (object["event"] == "server") {
+            run.server = std::move(object);
+        } else if (object["event"] == "summary") {
+            run.summary = std::move(object);
+        }
+    }
+    run.exitCode = host.Wait();
+    return run;
+}
+
+/// The statuses of all calls, in order.
+std::vector<int> GetStatuses(const HostRun& run)
+{
+    std::vector<int> statuses;
+    for (const JSON& call : run.calls) {
+        statuses.push_back(call["status"].get<int>());
+    }
+    return statuses;
+}
+
+/// Ends a monitor and returns its messages as "device name value" and its summary.
+std::vector<std::string> CollectMessages(ChildProcess& monitor)
+{
+    std::vector<std::string> messages;
+    while (const std::optional<std::string> line = monitor.ReadLine()) {
+        const JSON object = JSON::parse(*line);
+        if (object["event"] != "message") {
+            continue;
+        }
+        if (object["code"] != "SLLM") {
+            messages.push_back(object["code"].get<std::string>());
+        } else if (object["name"] == "level") {
+            messages.push_back(object["device"].dump() + " level " + object["channelIndex"].dump() +
+                               " " + object["first"].dump() + " " + object["second"].dump());
+        } else {
+            messages.push_back(object["device"].dump() + " " + object["name"].get<std::string>() +
+                               " " + object["value"].dump());
+        }
+    }
+    return messages;
+}
+
+constexpr int kUnknownProperty = 0x77686F3F;
+constexpr int kUnsupported = 0x756E6F70;
+constexpr int kUnspecified = 0x77686174;
+constexpr int kBadSize = 0x2173697A;
+
+TEST(Host, SendsWhatAScriptSetsToARealServer)
+{
+    ChildProcess monitor(kMonitorProgram, {"--json", "--count", "7"});
+    monitor.ReadLine();
+
+    const HostRun run = RunHost({"run", "-"}, "open 258\n"
+                                              "open 0xFFFFFFFE\n"
+                                              "set enable 0xFFFFFFFF device=258\n"
+                                              "set state 2\n"
+                                              "set level 1.0 10.0 channel=2\n"
+                                              "set level 0 -1 channel=0\n"
+                                              "set state off\n"
+                                              "close 258\n"
+                                              "close\n");
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.server["running"], true);
+    EXPECT_EQ(GetStatuses(run), std::vector<int>(9, 0));
+    EXPECT_EQ(CollectMessages(monitor),
+              (std::vector<std::string>{
+                  "258 enable -1", "OpLM", "4294967294 state 2", "4294967294 level 1 0.0 20.0",
+                  "4294967294 level 4294967295 -999.0 -999.0", "4294967294 state 0", "ClLM"}));
+}
+
+TEST(Host, SaysPlainlyThatNoServerRuns)
+{
+    const HostRun run = RunHost({"run", "-"}, "open 258\n"
+                                              "set enable on\nexpect -3\n"
+                                              "set state on\nexpect -3\n"
+                                              "set level 1 1\nexpect 0\n"
+                                              "close\n");
+    ChildProcess text(kHostProgram, {"set", "enable", "on"});
+    const std::vector<std::string> lines = text.ReadLines();
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.server["port"], kServerPortName);
+    EXPECT_EQ(run.server["running"], false);
+    EXPECT_EQ(GetStatuses(run), (std::vector<int>{0, -3, -3, 0, 0}));
+    EXPECT_EQ(text.Wait(), 1);
+    EXPECT_EQ(lines.at(1), "qxhost: no server is running: nobody holds the port " +
+                               std::string(kServerPortName));
+    EXPECT_NE(std::find(lines.begin(), lines.end(), "       !! expected 0"), lines.end());
+}
+
+TEST(Host, ReachesAServerThatStartsBetweenTwoRunsOfTheSameDevice)
+{
+    EXPECT_EQ(RunHost({"set", "state", "1"}).exitCode, 1);
+
+    ChildProcess monitor(kMonitorProgram, {"--json", "--count", "2"});
+    monitor.ReadLine();
+
+    EXPECT_EQ(RunHost({"set", "state", "1"}).exitCode, 0);
+    EXPECT_EQ(CollectMessages(monitor), (std::vector<std::string>{"OpLM", "258 state 1"}));
+}
+
+TEST(Host, ShowsEveryRefusalOfThePlugIn)
+{
+    const HostRun run = RunHost({"run", "-"}, "get enable\nexpect what\n"
+                                              "open 1\n"
+                                              "open 1\nexpect what\n"
+                                              "get enable\n"
+                                              "get enable channel=1\nexpect what\n"
+                                              "get enable size=8\nexpect !siz\n"
+                                              "get level side=output\nexpect what\n"
+                                              "set enable 1 channel=2\nexpect unop\n"
+                                              "set enable 1 side=output\nexpect what\n"
+                                              "set level 1 1 size=7\nexpect !siz\n"
+                                              "set 'VoLu' 1\nexpect who?\n"
+                                              "stream info enable\n"
+                                              "close\nclose\nexpect what\n");
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.summary["unexpected"], 0);
+    EXPECT_EQ(GetStatuses(run),
+              (std::vector<int>{kUnspecified, 0, kUnspecified, kUnsupported, kUnspecified, kBadSize,
+                                kUnspecified, kUnsupported, kUnspecified, kBadSize,
+                                kUnknownProperty, kUnknownProperty, 0, kUnspecified}));
+}
+
+TEST(Host, DescribesACallFieldByField)
+{
+    HostRun run = RunHost({"info", "level", "--device", "7"});
+
+    ASSERT_EQ(run.calls.size(), 3u);
+    JSON& call = run.calls[1];
+    EXPECT_GE(call["microseconds"].get<double>(), 0);
+    call.erase("microseconds");
+    EXPECT_EQ(call, JSON::parse(R"({
+        "event": "call", "number": 2, "entryPoint": "AudioDriverPlugInDeviceGetPropertyInfo",
+        "device": 7, "channel": 1, "input": true, "selector": 1145531756, "property": "DGml",
+        "name": "level", "size": 8, "status": 0, "code": "", "explanation": "success",
+        "outSize": 8, "outWritable": true, "expected": 0, "asExpected": true})"));
+}
+
+TEST(Host, DrivesSeveralDevicesInOneProcess)
+{
+    const HostRun run =
+        RunHost({"get", "state", "--device", "1", "--device", "2", "--repeat", "2"});
+
+    std::vector<std::string> calls;
+    for (const JSON& call : run.calls) {
+        calls.push_back(call["entryPoint"].get<std::string>().substr(17) + " " +
+                        call["device"].dump());
+    }
+    EXPECT_EQ(calls, (std::vector<std::string>{"Open 1", "Open 2", "DeviceGetProperty 1",
+                                               "DeviceGetProperty 2", "DeviceGetProperty 1",
+                                               "DeviceGetProperty 2", "Close 1", "Close 2"}));
+    EXPECT_EQ(run.exitCode, 0);
+}
+
+TEST(Host, CallsTheThreeStreamEntryPoints)
+{
+    const HostRun run = RunHost({"stream"});
+
+    EXPECT_EQ(GetStatuses(run),
+              (std::vector<int>{0, kUnknownProperty, kUnknownProperty, kUnknownProperty, 0}));
+    EXPECT_EQ(run.exitCode, 0);
+}
+
+TEST(Host, ShowsOnlyWhatDiffersWhenQuiet)
+{
+    const HostRun asExpected = RunHost({"get", "--quiet", "--repeat", "100"});
+    const HostRun differing = RunHost({"get", "enable", "--quiet", "--expect", "ok"});
+
+    EXPECT_TRUE(asExpected.calls.empty());
+    EXPECT_EQ(asExpected.summary["calls"], 302);
+    EXPECT_EQ(asExpected.exitCode, 0);
+    ASSERT_EQ(differing.calls.size(), 1u);
+    EXPECT_EQ(differing.calls[0]["status"], kUnsupported);
+    EXPECT_EQ(differing.calls[0]["asExpected"], false);
+    EXPECT_EQ(differing.exitCode, 1);
+}
+
+TEST(Host, TakesNegativeNumbersAndOptionsAnywhere)
+{
+    const HostRun run = RunHost({"--expect", "-3", "set", "enable", "-1", "--channel", "0"});
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.calls.at(1)["data"], "FFFFFFFF");
+}
+
+TEST(Host, DrivesABundleThatIsNotOurs)
+{
+    const HostRun run =
+        RunHost({"--plugin", QX_ANSWERING_PLUGIN, "get", "enable", "--device", "5"});
+
+    EXPECT_EQ(GetStatuses(run), (std::vector<int>{5, 5, 5}));
+    EXPECT_EQ(run.exitCode, 1);
+}
+
+TEST(Host, SaysWhyABundleCannotBeLoaded)
+{
+    ChildProcess missing(kHostProgram, {"info", "--plugin", "/nonexistent/bundle.so"});
+    ChildProcess lacking(kHostProgram, {"info", "--plugin", QX_LACKING_PLUGIN});
+
+    EXPECT_EQ(missing.Wait(), 3);
+    EXPECT_NE(missing.GetErrors().find("cannot load the plug-in /nonexistent/bundle.so"),
+              std::string::npos);
+    EXPECT_EQ(lacking.Wait(), 3);
+    EXPECT_NE(lacking.GetErrors().find("lacks the entry point AudioDriverPlugInClose"),
+              std::string::npos);
+}
+
+TEST(Host, RefusesACommandLineOrScriptThatItDoesNotKnow)
+{
+    const std::vector<std::string> kCases[] = {
+        {},
+        {"play"},
+        {"set"},
+        {"set", "volume", "1"},
+        {"set", "level", "1"},
+        {"set", "enable", "loud"},
+        {"get", "enable", "--device", "x"},
+        {"get", "enable", "--expect", "never"},
+        {"get", "enable", "--repeat", "0"},
+        {"run", "/nonexistent.qxs"},
+        {"run", "-"},
+    };
+    for (const auto& arguments : kCases) {
+        SCOPED_TRACE(arguments.empty() ? "nothing" : arguments.back());
+        ChildProcess host(kHostProgram, arguments, "open 1\njump\n");
+
+        EXPECT_EQ(host.Wait(), 2);
+        EXPECT_NE(host.GetErrors(), "");
+    }
+    ChildProcess script(kHostProgram, {"run", "-"}, "open 1\njump\n");
+    script.Wait();
+    EXPECT_TRUE(script.GetErrors().starts_with("qxhost: -:2: unknown statement"))
+        << script.GetErrors();
+}
+
+} // namespace

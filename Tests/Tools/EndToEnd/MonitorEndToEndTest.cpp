@@ -1,0 +1,348 @@
+// MonitorEndToEndTest.cpp - qxmon as a process: what it shows of real messages, and how it ends.
+
+#include "DriverPlugIn/ServerProtocol.h"
+#include "Tests/Tools/EndToEnd/ChildProcess.h"
+#include "Tests/Tools/Messages.h"
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace {
+
+using ToolsTests::ChildProcess;
+using ToolsTests::kBigEndianLevelText;
+using ToolsTests::kBigEndianStateText;
+using ToolsTests::kMonitorProgram;
+using ToolsTests::MakeDocument;
+using JSON = nlohmann::json;
+
+/// A sender of any bytes to the monitor's port.
+class Sender
+{
+public:
+    Sender()
+        : mPort(CFMessagePortCreateRemote(nullptr, CFSTR(kServerPortName)))
+    {}
+    ~Sender()
+    {
+        if (mPort != nullptr) {
+            CFRelease(mPort);
+        }
+    }
+    Sender(const Sender&) = delete;
+    Sender& operator=(const Sender&) = delete;
+
+    bool HasPort() const { return mPort != nullptr; }
+
+    SInt32 Send(SInt32 id, const std::string& bytes) const
+    {
+        constexpr double kPatienceSeconds = 30;
+        const CFDataRef data = CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(bytes.data()),
+                                            static_cast<CFIndex>(bytes.size()));
+        const SInt32 status =
+            CFMessagePortSendRequest(mPort, id, data, kPatienceSeconds, 0, nullptr, nullptr);
+        CFRelease(data);
+        return status;
+    }
+
+    /// Sends without data and waits for the reply, whose length is returned in `replySize`.
+    SInt32 Ask(SInt32 id, CFIndex& replySize) const
+    {
+        constexpr double kPatienceSeconds = 30;
+        CFDataRef reply = nullptr;
+        const SInt32 status = CFMessagePortSendRequest(
+            mPort, id, nullptr, kPatienceSeconds, kPatienceSeconds, kCFRunLoopDefaultMode, &reply);
+        if (reply != nullptr) {
+            replySize = CFDataGetLength(reply);
+            CFRelease(reply);
+        }
+        return status;
+    }
+
+private:
+    const CFMessagePortRef mPort;
+};
+
+/// The next line, as JSON; null at the end of the output.
+JSON ReadObject(ChildProcess& process)
+{
+    const std::optional<std::string> line = process.ReadLine();
+    return line ? JSON::parse(*line) : JSON();
+}
+
+TEST(Monitor, SaysThatItIsReadyAndHoldsThePort)
+{
+    ChildProcess monitor(kMonitorProgram, {"--json"});
+
+    const JSON ready = ReadObject(monitor);
+
+    EXPECT_EQ(ready["event"], "ready");
+    EXPECT_EQ(ready["port"], kServerPortName);
+    EXPECT_EQ(ready["process"], monitor.GetID());
+    EXPECT_TRUE(Sender().HasPort());
+}
+
+TEST(Monitor, GivesThePortBackWhenItEnds)
+{
+    {
+        ChildProcess monitor(kMonitorProgram, {"--json"});
+        ReadObject(monitor);
+        monitor.Signal(SIGTERM);
+        EXPECT_EQ(monitor.Wait(), 0);
+    }
+
+    EXPECT_FALSE(Sender().HasPort());
+}
+
+TEST(Monitor, ShowsAMessageFieldByField)
+{
+    ChildProcess monitor(kMonitorProgram, {"--json", "--count", "1"});
+    ReadObject(monitor);
+
+    EXPECT_EQ(Sender().Send(kSetParameterMessage, MakeDocument("258", kBigEndianLevelText)), 0);
+
+    JSON message = ReadObject(monitor);
+    EXPECT_EQ(message["time"].get<std::string>().size(), 12u);
+    message.erase("time");
+    EXPECT_EQ(message, JSON::parse(R"({
+        "event": "message", "number": 1, "messageID": 1397509197, "code": "SLLM",
+        "dataSize": 353, "wellFormed": true, "device": 258, "byteOrder": "big-endian",
+        "parameter": -249, "name": "level", "type": 8, "typeName": "kBuffer",
+        "channel": 1, "channelIndex": 0, "first": 0.0, "second": -6.020599913279624,
+        "bytes":
+"0000002C00000000FFFFFF072000000000000000080000000000000000000000C018151824C7587F00000000",
+        "findings": []})"));
+    EXPECT_EQ(ReadObject(monitor), JSON::parse(R"({
+        "event": "summary", "received": 1, "malformed": 0, "opens": 0, "closes": 0,
+        "devices": [{"device": 258, "messages": 1, "enable": null, "state": null,
+                     "channels": [{"channel": 1, "first": 0.0, "second": -6.020599913279624}]}]})"));
+    EXPECT_EQ(monitor.Wait(), 0);
+}
+
+TEST(Monitor, RepliesToMessagesThatAskForIt)
+{
+    ChildProcess monitor(kMonitorProgram, {"--json", "--count", "2"});
+    ReadObject(monitor);
+    const Sender sender;
+    CFIndex replySize = -1;
+
+    EXPECT_EQ(sender.Ask(kOpenDirectMonitorMessage, replySize), 0);
+    EXPECT_EQ(replySize, 0);
+    EXPECT_EQ(sender.Ask(kCloseDirectMonitorMessage, replySize), 0);
+
+    EXPECT_EQ(ReadObject(monitor)["code"], "OpLM");
+    EXPECT_EQ(ReadObject(monitor)["code"], "ClLM");
+    const JSON summary = ReadObject(monitor);
+    EXPECT_EQ(summary["opens"], 1);
+    EXPECT_EQ(summary["closes"], 1);
+}
+
+TEST(Monitor, ReportsMalformedMessagesAndGoesOn)
+{
+    const struct
+    {
+        const char* what;
+        SInt32 id;
+        std::string data;
+        JSON finding;
+    } kCases[] = {
+        {"unknown ID",
+         7,
+         "",
+         {{"place", "request"}, {"offset", 0}, {"text", "unknown message ID"}}},
+        {"data with a simple message",
+         kOpenDirectMonitorMessage,
+         "abc",
+         {{"place", "document"},
+          {"offset", 0},
+          {"text", "3 bytes came with a message that has none"}}},
+        {"no property list",
+         kSetParameterMessage,
+         std::string("\xFF\x00\xFE", 3),
+         {{"place", "document"},
+          {"offset", 0},
+          {"text", "no property list: <plist> is expected, but text is there"}}},
+        {"no device",
+         kSetParameterMessage,
+         "<plist><dict><key>ParameterDataKey</key><data>" + std::string(kBigEndianStateText) +
+             "</data></dict></plist>",
+         {{"place", "document"},
+          {"offset", 7},
+          {"text", "missing key: the dictionary has no \"CoreAudioDeviceIDKey\""}}},
+        {"truncated",
+         kSetParameterMessage,
+         MakeDocument("258", "AAAACgAAAAD//w=="),
+         {{"place", "message"},
+          {"offset", 8},
+          {"text", "truncated: the parameter needs 4 bytes, 2 are left"}}},
+    };
+    ChildProcess monitor(kMonitorProgram, {"--json", "--count", "6"});
+    ReadObject(monitor);
+    const Sender sender;
+
+    for (const auto& entry : kCases) {
+        SCOPED_TRACE(entry.what);
+        EXPECT_EQ(sender.Send(entry.id, entry.data), 0);
+
+        const JSON message = ReadObject(monitor);
+
+        EXPECT_EQ(message["wellFormed"], false);
+        EXPECT_EQ(message["findings"], JSON::array({entry.finding}));
+    }
+    EXPECT_EQ(sender.Send(kSetParameterMessage, MakeDocument("-2", kBigEndianStateText)), 0);
+
+    EXPECT_EQ(ReadObject(monitor)["device"], 4294967294u);
+    const JSON summary = ReadObject(monitor);
+    EXPECT_EQ(summary["received"], 6);
+    EXPECT_EQ(summary["malformed"], 5);
+    EXPECT_EQ(summary["devices"].size(), 1u);
+    EXPECT_EQ(monitor.Wait(), 1);
+}
+
+TEST(Monitor, EndsOnASignalWithTheLastStates)
+{
+    for (const int signal : {SIGINT, SIGTERM}) {
+        SCOPED_TRACE(signal);
+        ChildProcess monitor(kMonitorProgram, {});
+        monitor.ReadLine();
+        Sender().Send(kSetParameterMessage, MakeDocument("258", kBigEndianStateText));
+
+        monitor.Signal(signal);
+
+        const std::vector<std::string> lines = monitor.ReadLines();
+        EXPECT_EQ(monitor.Wait(), 0);
+        ASSERT_FALSE(lines.empty());
+        EXPECT_EQ(lines.back(), "  258                1           -           1  -");
+    }
+}
+
+TEST(Monitor, ShowsMessagesThatWereSentBeforeItsEnd)
+{
+    ChildProcess monitor(kMonitorProgram, {"--json"});
+    ReadObject(monitor);
+    const Sender sender;
+    monitor.Signal(SIGSTOP);
+    for (int count = 0; count < 3; ++count) {
+        EXPECT_EQ(sender.Send(kSetParameterMessage, MakeDocument("1", kBigEndianStateText)), 0);
+    }
+
+    monitor.Signal(SIGTERM);
+    monitor.Signal(SIGCONT);
+
+    EXPECT_EQ(monitor.ReadLines().size(), 4u);
+    EXPECT_EQ(monitor.Wait(), 0);
+}
+
+TEST(Monitor, EndsAfterTheTimeThatItIsGiven)
+{
+    ChildProcess monitor(kMonitorProgram, {"--json", "--for", "0.05"});
+
+    const std::vector<std::string> lines = monitor.ReadLines();
+
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(JSON::parse(lines[1])["received"], 0);
+    EXPECT_EQ(monitor.Wait(), 0);
+}
+
+TEST(Monitor, NamesTheHolderOfAPortThatIsTaken)
+{
+    ChildProcess first(kMonitorProgram, {"--json"});
+    ReadObject(first);
+    ChildProcess second(kMonitorProgram, {"--json"});
+
+    EXPECT_TRUE(second.ReadLines().empty());
+    EXPECT_EQ(second.Wait(), 3);
+    const std::string holder = "process " + std::to_string(first.GetID());
+    EXPECT_NE(second.GetErrors().find(holder), std::string::npos) << second.GetErrors();
+}
+
+TEST(Monitor, ShowsTheBytesBesideTheFieldNames)
+{
+    ChildProcess monitor(kMonitorProgram, {"--hex", "--count", "1"});
+    monitor.ReadLine();
+    monitor.ReadLine();
+
+    Sender().Send(kSetParameterMessage, MakeDocument("258", kBigEndianLevelText));
+
+    const std::vector<std::string> lines = monitor.ReadLines();
+    ASSERT_GT(lines.size(), 10u);
+    EXPECT_EQ(lines[0].substr(21), "'SLLM'  device 258        level   channel 1          0.00 dB   "
+                                   "-6.02 dB  [big-endian]");
+    EXPECT_EQ(lines[1], "            0  00 00 00 2C              message length    44, big-endian");
+    EXPECT_EQ(lines[8], "           32  C0 18 15 18 24 C7 58 7F  second level      -6.02 dB");
+    EXPECT_EQ(lines[9], "           40  00 00 00 00              channel index     0, channel 1");
+    for (const std::string& line : lines) {
+        EXPECT_EQ(line.find('\x1B'), std::string::npos) << "a colour in a pipe";
+    }
+}
+
+TEST(Monitor, DecodesACapturedDocument)
+{
+    const std::filesystem::path file =
+        std::filesystem::path(::testing::TempDir()) / "qxmon-test-captured.xml";
+    std::ofstream(file) << MakeDocument("258", kBigEndianStateText);
+    ChildProcess ofFile(kMonitorProgram, {"decode", file.string(), "--json"});
+    ChildProcess ofInput(kMonitorProgram, {"decode", "-", "--json"},
+                         MakeDocument("258", kBigEndianLevelText));
+
+    const JSON state = ReadObject(ofFile);
+    const JSON level = ReadObject(ofInput);
+
+    EXPECT_EQ(state["device"], 258);
+    EXPECT_EQ(state["name"], "state");
+    EXPECT_EQ(state["value"], 1);
+    EXPECT_FALSE(state.contains("time"));
+    EXPECT_EQ(level["second"], -6.020599913279624);
+    EXPECT_EQ(ofFile.Wait(), 0);
+    EXPECT_EQ(ofInput.Wait(), 0);
+    std::filesystem::remove(file);
+}
+
+TEST(Monitor, ListsTheFieldsAsJSONWhenAskedForBytes)
+{
+    ChildProcess monitor(kMonitorProgram, {"decode", "-", "--json", "--hex"},
+                         MakeDocument("258", kBigEndianStateText));
+
+    const JSON fields = ReadObject(monitor)["fields"];
+
+    ASSERT_EQ(fields.size(), 7u);
+    EXPECT_EQ(fields[2], JSON::parse(R"({"offset": 8, "size": 4, "name": "parameter",
+                                         "meaning": "-251, state"})"));
+}
+
+TEST(Monitor, SaysInItsExitCodeWhetherADocumentIsWellFormed)
+{
+    ChildProcess malformed(kMonitorProgram, {"decode", "-"}, "<plist>");
+    ChildProcess unreadable(kMonitorProgram, {"decode", "/nonexistent.xml"});
+    ChildProcess folder(kMonitorProgram, {"decode", "/"});
+
+    EXPECT_EQ(malformed.Wait(), 1);
+    EXPECT_EQ(malformed.ReadLines().at(1),
+              "       ! document offset 7: a <dict> is expected, but the end is there");
+    EXPECT_EQ(unreadable.Wait(), 4);
+    EXPECT_EQ(folder.Wait(), 4);
+}
+
+TEST(Monitor, RefusesACommandLineThatItDoesNotKnow)
+{
+    const std::vector<std::string> kCases[] = {
+        {"--loud"}, {"--count", "0"}, {"--count", "x"}, {"--for", "-1"}, {"decode"}};
+    for (const auto& arguments : kCases) {
+        SCOPED_TRACE(arguments.back());
+        ChildProcess monitor(kMonitorProgram, arguments);
+
+        EXPECT_EQ(monitor.Wait(), 2);
+        EXPECT_NE(monitor.GetErrors(), "");
+    }
+    ChildProcess help(kMonitorProgram, {"--help"});
+    const std::vector<std::string> lines = help.ReadLines();
+    EXPECT_EQ(help.Wait(), 0);
+    EXPECT_NE(std::find(lines.begin(), lines.end(), "Exit codes:"), lines.end());
+}
+
+} // namespace
