@@ -26,7 +26,8 @@
 // the source is exhausted, any other that is not in the table is illegal.
 //
 // A character that does not fit into the target stops the conversion before that character:
-// nothing partial is written.
+// nothing partial is written, and what lies behind the result stays as it was. Source and target
+// must not overlap.
 #pragma once
 
 #include <QX/Types.h>

@@ -1,6 +1,6 @@
 // UTFConversion.cpp - the conversions, character by character.
 
-#include "UTFCodec.h"
+#include "UTFRuns.h"
 
 namespace QX {
 
@@ -81,29 +81,55 @@ bool Put(UTF32 character, UTF32*& target, const UTF32* targetEnd)
     return true;
 }
 
-/// Converts with Take, which makes one Taken of the units at a place in the source.
-template <class SourceT, class TargetT, class TakeT>
+/// Converts with step, which treats one character and stops by answering other than conversionOK.
+template <class SourceT, class TargetT, class StepT>
 ConversionResult ConvertWith(const SourceT** sourceStart, const SourceT* sourceEnd,
-                             TargetT** targetStart, TargetT* targetEnd, TakeT take)
+                             TargetT** targetStart, TargetT* targetEnd, StepT step)
 {
-    const SourceT* source = *sourceStart;
-    TargetT* target = *targetStart;
+    Cursor<SourceT, TargetT> at{*sourceStart, sourceEnd, *targetStart, targetEnd};
     ConversionResult result = conversionOK;
-    while (source < sourceEnd) {
-        const Taken taken = take(source);
-        result = taken.result;
-        if (result != conversionOK) {
+    while (result == conversionOK) {
+        Run(at);
+        if (at.source >= at.sourceEnd) {
             break;
         }
-        if (!Put(taken.character, target, targetEnd)) {
-            result = targetExhausted;
-            break;
-        }
-        source += taken.units;
+        result = step(at);
     }
-    *sourceStart = source;
-    *targetStart = target;
+    *sourceStart = at.source;
+    *targetStart = at.target;
     return result;
+}
+
+template <class SourceT, class TargetT>
+ConversionResult PutTaken(const Taken& taken, Cursor<SourceT, TargetT>& at)
+{
+    if (taken.result != conversionOK) {
+        return taken.result;
+    }
+    if (!Put(taken.character, at.target, at.targetEnd)) {
+        return targetExhausted;
+    }
+    at.source += taken.units;
+    return conversionOK;
+}
+
+template <class TargetT>
+ConversionResult ConvertFromUTF16(const UTF16** sourceStart, const UTF16* sourceEnd,
+                                  TargetT** targetStart, TargetT* targetEnd, ConversionFlags flags)
+{
+    const bool strict = flags == strictConversion;
+    return ConvertWith(sourceStart, sourceEnd, targetStart, targetEnd, [strict](auto& at) {
+        return PutTaken(TakeFromUTF16(at.source, at.sourceEnd, strict), at);
+    });
+}
+
+template <class TargetT>
+ConversionResult ConvertFromUTF8(const UTF8** sourceStart, const UTF8* sourceEnd,
+                                 TargetT** targetStart, TargetT* targetEnd)
+{
+    return ConvertWith(sourceStart, sourceEnd, targetStart, targetEnd, [](auto& at) {
+        return PutTaken(TakeFromUTF8(at.source, at.sourceEnd), at);
+    });
 }
 
 } // namespace
@@ -154,96 +180,76 @@ bool IsLegalUTF8Sequence(const UTF8* source, const UTF8* sourceEnd)
 ConversionResult UTF16ToUTF32(const UTF16** sourceStart, const UTF16* sourceEnd,
                               UTF32** targetStart, UTF32* targetEnd, ConversionFlags flags)
 {
-    const bool strict = flags == strictConversion;
-    return ConvertWith(sourceStart, sourceEnd, targetStart, targetEnd, [=](const UTF16* source) {
-        return TakeFromUTF16(source, sourceEnd, strict);
-    });
+    return ConvertFromUTF16(sourceStart, sourceEnd, targetStart, targetEnd, flags);
 }
 
 ConversionResult UTF16ToUTF8(const UTF16** sourceStart, const UTF16* sourceEnd, UTF8** targetStart,
                              UTF8* targetEnd, ConversionFlags flags)
 {
-    const bool strict = flags == strictConversion;
-    return ConvertWith(sourceStart, sourceEnd, targetStart, targetEnd, [=](const UTF16* source) {
-        return TakeFromUTF16(source, sourceEnd, strict);
-    });
+    return ConvertFromUTF16(sourceStart, sourceEnd, targetStart, targetEnd, flags);
 }
 
 // The flags change nothing: what is ill-formed stops the conversion in both modes.
 ConversionResult UTF8ToUTF16(const UTF8** sourceStart, const UTF8* sourceEnd, UTF16** targetStart,
                              UTF16* targetEnd, ConversionFlags)
 {
-    return ConvertWith(sourceStart, sourceEnd, targetStart, targetEnd,
-                       [=](const UTF8* source) { return TakeFromUTF8(source, sourceEnd); });
+    return ConvertFromUTF8(sourceStart, sourceEnd, targetStart, targetEnd);
 }
 
 ConversionResult UTF8ToUTF32(const UTF8** sourceStart, const UTF8* sourceEnd, UTF32** targetStart,
                              UTF32* targetEnd, ConversionFlags)
 {
-    return ConvertWith(sourceStart, sourceEnd, targetStart, targetEnd,
-                       [=](const UTF8* source) { return TakeFromUTF8(source, sourceEnd); });
+    return ConvertFromUTF8(sourceStart, sourceEnd, targetStart, targetEnd);
 }
 
 ConversionResult UTF32ToUTF16(const UTF32** sourceStart, const UTF32* sourceEnd,
                               UTF16** targetStart, UTF16* targetEnd, ConversionFlags flags)
 {
     const bool strict = flags == strictConversion;
-    const UTF32* source = *sourceStart;
-    UTF16* target = *targetStart;
-    ConversionResult result = conversionOK;
-    for (; source < sourceEnd; ++source) {
-        UTF32 character = *source;
+    bool leftOut = false;
+    const auto step = [strict, &leftOut](Cursor<UTF32, UTF16>& at) {
         // A full target is reported even where the next unit is no character.
-        if (target >= targetEnd) {
-            result = targetExhausted;
-            break;
+        if (at.target >= at.targetEnd) {
+            return targetExhausted;
         }
+        UTF32 character = *at.source;
         if (IsSurrogate(character) && strict) {
-            result = sourceIllegal;
-            break;
+            return sourceIllegal;
         }
         if (character > kLastCharacter && strict) {
-            result = sourceIllegal;
-            continue;
+            leftOut = true;
+            ++at.source;
+            return conversionOK;
         }
         if (IsSurrogate(character) || character > kLastCharacter) {
             character = kReplacementCharacter;
         }
-        if (!Put(character, target, targetEnd)) {
-            result = targetExhausted;
-            break;
-        }
-    }
-    *sourceStart = source;
-    *targetStart = target;
-    return result;
+        return PutTaken({character, 1, conversionOK}, at);
+    };
+    const ConversionResult result =
+        ConvertWith(sourceStart, sourceEnd, targetStart, targetEnd, step);
+    return result == conversionOK && leftOut ? sourceIllegal : result;
 }
 
 ConversionResult UTF32ToUTF8(const UTF32** sourceStart, const UTF32* sourceEnd, UTF8** targetStart,
                              UTF8* targetEnd, ConversionFlags flags)
 {
     const bool strict = flags == strictConversion;
-    const UTF32* source = *sourceStart;
-    UTF8* target = *targetStart;
-    ConversionResult result = conversionOK;
-    for (; source < sourceEnd; ++source) {
-        UTF32 character = *source;
+    bool replaced = false;
+    const auto step = [strict, &replaced](Cursor<UTF32, UTF8>& at) {
+        UTF32 character = *at.source;
         if (IsSurrogate(character) && strict) {
-            result = sourceIllegal;
-            break;
+            return sourceIllegal;
         }
         if (character > kLastCharacter) {
-            result = sourceIllegal;
+            replaced = true;
             character = kReplacementCharacter;
         }
-        if (!Put(character, target, targetEnd)) {
-            result = targetExhausted;
-            break;
-        }
-    }
-    *sourceStart = source;
-    *targetStart = target;
-    return result;
+        return PutTaken({character, 1, conversionOK}, at);
+    };
+    const ConversionResult result =
+        ConvertWith(sourceStart, sourceEnd, targetStart, targetEnd, step);
+    return result == conversionOK && replaced ? sourceIllegal : result;
 }
 
 } // namespace QX
