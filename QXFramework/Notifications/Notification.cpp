@@ -14,7 +14,8 @@ LNotification::~LNotification() = default;
 
 RCPtr<LNotification> LNotification::Create(const char* name, const RCPtr<LRefCountedObject>& data)
 {
-    if (sIsNotificationReuseEnabled.load(std::memory_order_relaxed) == 0) {
+    if (sIsNotificationReuseEnabled.load(std::memory_order_relaxed) == 0 ||
+        !NotificationStatics::IsStackAlive()) {
         return CreateInternal(name, data);
     }
     // Both outlive the lock: dropping a notification enters it, and a payload runs foreign code.
@@ -51,8 +52,13 @@ void LNotification::SetNotificationReuseEnable(bool enable)
 {
     // The flag first: what is released afterwards is not parked again.
     sIsNotificationReuseEnabled.store(enable, std::memory_order_relaxed);
-    if (!enable && NotificationStatics::AreAlive()) {
-        sAvailableNotificationsStack.SetCount(0);
+    if (enable || !NotificationStatics::IsStackAlive()) {
+        return;
+    }
+    // From the top, so that nothing moves up for each of them.
+    while (sAvailableNotificationsStack.GetCount() != 0) {
+        RCPtr<LNotification> released;
+        sAvailableNotificationsStack.RemoveLast(released);
     }
 }
 
@@ -60,16 +66,17 @@ void LNotification::NotificationIsAvailable(LNotification& notification)
 {
     notification.SetData(RCPtr<LRefCountedObject>::Null);
     if (sIsNotificationReuseEnabled.load(std::memory_order_relaxed) == 0 ||
-        !NotificationStatics::AreAlive()) {
+        !NotificationStatics::IsStackAlive()) {
         return;
     }
+    // Before there is a slot: a notification that must not be shared throws here.
+    RCPtr<LNotification> parked(&notification);
     const MutexLock lock(&sMutex);
     const int32 index = sAvailableNotificationsStack.AppendItem(RCPtr<LNotification>::Null);
     if (index < 0) {
         throw std::bad_alloc();
     }
-    *sAvailableNotificationsStack.GetAt(static_cast<uint32>(index)) =
-        RCPtr<LNotification>(&notification);
+    sAvailableNotificationsStack.GetAt(static_cast<uint32>(index))->Swap(parked);
 }
 
 int32 LNotification::SetName(const char* name)

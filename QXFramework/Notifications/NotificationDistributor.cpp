@@ -59,7 +59,7 @@ void LNotificationDistributor::AddRegistration()
 {
     AddContainedReference();
     ++mNumRegistrations;
-    if (mNumRegistrations != 1 || !NotificationStatics::AreAlive()) {
+    if (mNumRegistrations != 1 || !NotificationStatics::IsListAlive()) {
         return;
     }
     if (sNotificationDistributors.AppendItem(RCPtr<LNotificationDistributor>(this)) < 0) {
@@ -73,7 +73,7 @@ void LNotificationDistributor::AddRegistration()
 void LNotificationDistributor::RemoveRegistration()
 {
     --mNumRegistrations;
-    if (mNumRegistrations == 0 && NotificationStatics::AreAlive()) {
+    if (mNumRegistrations == 0 && NotificationStatics::IsListAlive()) {
         for (uint32 index = 0; index < sNotificationDistributors.GetCount(); ++index) {
             if (sNotificationDistributors.GetAt(index)->Get() == this) {
                 ModifyNumContainedReferences(-1);

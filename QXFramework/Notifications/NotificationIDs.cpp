@@ -14,10 +14,22 @@ namespace {
 // of the parked notifications at most, and nothing is taken under it.
 struct NameTable
 {
+    NameTable() = default;
+    ~NameTable();
+    NameTable(const NameTable&) = delete;
+    NameTable& operator=(const NameTable&) = delete;
+
     StringArrayT<char, unsigned short> names;
     NameIndex index;
     Mutex mutex;
 };
+
+constinit bool gIsNameTableGone = false;
+
+NameTable::~NameTable()
+{
+    gIsNameTableGone = true;
+}
 
 // Built on first use, so that names work before and after the other statics.
 NameTable& GetNameTable()
@@ -54,6 +66,11 @@ StringArrayT<char, unsigned short>& LNotification::GetNotificationIDs()
 
 const char* LNotification::GetNotificationID(const char* name)
 {
+    // Static objects that are destroyed later still pass IDs back, to unregister from what they
+    // registered for. Their characters are gone, but addresses are all that is compared.
+    if (gIsNameTableGone) {
+        return name;
+    }
     if (name == nullptr || *name == '\0') {
         return nullptr;
     }

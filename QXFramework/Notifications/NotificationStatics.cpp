@@ -18,7 +18,8 @@ namespace {
 
 } // namespace
 
-constinit bool NotificationStatics::sAreAlive = true;
+constinit bool NotificationStatics::sIsStackAlive = false;
+constinit bool NotificationStatics::sIsListAlive = false;
 constinit std::atomic<uint32> LNotification::sIsNotificationReuseEnabled = 0;
 
 Mutex LNotification::sMutex;
@@ -28,7 +29,7 @@ RCPtrArray<LNotification, 1, 0> LNotification::sAvailableNotificationsStack;
 NotificationStatics::StackGuard::~StackGuard()
 {
     LNotification::SetNotificationReuseEnable(false);
-    sAreAlive = false;
+    sIsStackAlive = false;
 }
 
 namespace {
@@ -40,9 +41,11 @@ const NotificationStatics::StackGuard gStackGuard;
 Mutex LNotificationQueue::sMutex;
 LNotificationDistributor::DistributorArray LNotificationDistributor::sNotificationDistributors;
 
-// The list's references are counted as contained; each count goes with its reference.
+// The list's references are counted as contained; each count goes with its reference. Nobody enters
+// or leaves the list meanwhile, whatever the clients of a distributor that ends here do.
 NotificationStatics::ListGuard::~ListGuard()
 {
+    sIsListAlive = false;
     auto& list = LNotificationDistributor::sNotificationDistributors;
     while (list.GetCount() != 0) {
         RCPtr<LNotificationDistributor> distributor;
@@ -62,4 +65,15 @@ const StringT<char, unsigned short>
 RCPtr<LNotificationCenterManager>
     LNotificationCenterManager::smDefaultNotificationCenterManagerRCPtr;
 
+// Whoever asks for the manager afterwards gets null.
+NotificationStatics::ManagerGuard::~ManagerGuard()
+{
+    LNotificationCenterManager::SetDefaultManager(nullptr);
+}
+
+namespace {
+
+const NotificationStatics::ManagerGuard gManagerGuard;
+
+} // namespace
 } // namespace QX

@@ -1,27 +1,38 @@
-// NotificationStatics.h - whether the static objects of the notification system can be used.
+// NotificationStatics.h - which static objects of the notification system can be used.
 #pragma once
 
 namespace QX {
 
-/// Guards the use of the statics at the process's exit, when notifications and registrations may
-/// be released after the stack and the list have gone.
+/// Guards the use of the statics before they are built and at the process's exit, when names,
+/// notifications and registrations may still be used by the static objects of other files.
 class NotificationStatics
 {
 public:
-    static bool AreAlive() noexcept { return sAreAlive; }
+    /// Whether notifications can be parked.
+    static bool IsStackAlive() noexcept { return sIsStackAlive; }
+    /// Whether distributors can enter and leave the process-wide list.
+    static bool IsListAlive() noexcept { return sIsListAlive; }
 
-    // Each is a static object behind the one that it winds up, and so destroyed before it.
+    // Each is a static object behind the one that it winds up: built after it and destroyed before.
     struct StackGuard
     {
+        StackGuard() noexcept { sIsStackAlive = true; }
         ~StackGuard();
     };
     struct ListGuard
     {
+        ListGuard() noexcept { sIsListAlive = true; }
         ~ListGuard();
+    };
+    struct ManagerGuard
+    {
+        ~ManagerGuard();
     };
 
 private:
-    static bool sAreAlive; ///< constant-initialised and never destroyed
+    // Constant-initialised and never destroyed.
+    static bool sIsStackAlive;
+    static bool sIsListAlive;
 };
 
 } // namespace QX
