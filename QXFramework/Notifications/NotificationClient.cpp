@@ -33,6 +33,9 @@ void LFunctionReceiver::HandleNotification(const RCPtr<LNotificationDistributor>
 int32 LFunctionReceiver::ForceUnregisterNotification(
     const RCPtr<LNotificationDistributor>& distributor, const char* notificationID)
 {
+    if (!distributor) {
+        return kResultOutOfRange;
+    }
     return distributor->UnregisterNotificationClient(RCPtr<LNotificationClient>(this),
                                                      notificationID);
 }

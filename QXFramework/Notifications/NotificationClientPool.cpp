@@ -155,15 +155,17 @@ int32 Pool::GetDeliveryFlags(const RCPtr<LNotificationClient>& client, DeliveryF
 int32 Pool::DeliverNotification(LNotificationDistributor& distributor,
                                 const RCPtr<LNotification>& notification)
 {
-    const RCPtr<LNotificationClientPool> self(this);
-    const RCPtr<LNotificationDistributor> keptDistributor(&distributor);
     const uint32 count = mClients.GetCount();
     if (count == 0) {
         return kResultNothingDone;
     }
+    // A client may drop every holder outside; all three are needed until the walk has ended.
+    const RCPtr<LNotificationClientPool> self(this);
+    const RCPtr<LNotificationDistributor> keptDistributor(&distributor);
+    const ConstRCPtr<LNotification> keptNotification(notification);
     for (int32 index = static_cast<int32>(count) - 1; index >= 0; --index) {
         index = static_cast<int32>(
-            DeliverToClient(distributor, static_cast<uint32>(index), notification));
+            DeliverToClient(keptDistributor, static_cast<uint32>(index), keptNotification));
     }
     return kResultSuccess;
 }
@@ -173,26 +175,27 @@ uint32 Pool::DeliverNotification(LNotificationDistributor& distributor, uint32 i
 {
     const RCPtr<LNotificationClientPool> self(this);
     const RCPtr<LNotificationDistributor> keptDistributor(&distributor);
-    return DeliverToClient(distributor, index, notification);
+    const ConstRCPtr<LNotification> keptNotification(notification);
+    return DeliverToClient(keptDistributor, index, keptNotification);
 }
 
-// The caller holds this pool and the distributor.
-uint32 Pool::DeliverToClient(LNotificationDistributor& distributor, uint32 index,
-                             const RCPtr<LNotification>& notification)
+// The caller holds this pool, the distributor and the notification by pointers that no client has.
+uint32 Pool::DeliverToClient(const RCPtr<LNotificationDistributor>& distributor, uint32 index,
+                             const ConstRCPtr<LNotification>& notification)
 {
-    if (index >= mClients.GetCount()) {
+    if (!notification || index >= mClients.GetCount()) {
         return index;
     }
     const RCPtr<Info> info(*mClients.GetAt(index));
-    const RCPtr<LNotificationClient> client(info->mClient);
     if ((info->mDeliveryFlags & kDeliverLatestOnly) != 0) {
         if (info->mLatestNotification != notification) {
             return index;
         }
         info->mLatestNotification = nullptr;
     }
+    // Nobody replaces the client of a record, so the record is all that has to be held.
     const Cursor cursor(*this, index);
-    distributor.DeliverNotification(client, notification);
+    info->mClient->HandleNotification(distributor, notification);
     return cursor.GetIndex();
 }
 

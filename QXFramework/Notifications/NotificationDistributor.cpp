@@ -32,6 +32,9 @@ int32 LNotificationDistributor::RegisterNotificationClient(const RCPtr<LNotifica
         return kResultNothingDone;
     }
     const RCPtr<LNotificationDistributor> self(this);
+    if ((flags & kDeliverLatestOnly) != 0) {
+        mMayHaveLatestOnlyClients.store(true, std::memory_order_relaxed);
+    }
     RCPtr<LNotificationClientPool> pool = GetNotificationClientPool(id);
     if (pool && pool->GetClientIndex(client) >= 0) {
         pool->AddClient(client, flags);
@@ -90,8 +93,8 @@ void LNotificationDistributor::RemoveRegistration()
 int32 LNotificationDistributor::UnregisterNotificationClient(
     const RCPtr<LNotificationClient>& client, const char* name)
 {
-    const char* const id = LNotification::GetNotificationID(name);
-    if (!client || id == nullptr) {
+    const char* const id = client ? LNotification::GetNotificationID(name) : nullptr;
+    if (id == nullptr) {
         return kResultOutOfRange;
     }
     // The registration may be the last holder of both, and `client` may be a member of it.
@@ -149,10 +152,11 @@ LNotificationDistributor::GetNotificationClientPool(const char* notificationID)
 LNotificationDistributor::LNotificationClientPool*
 LNotificationDistributor::FindPool(const char* notificationID) const
 {
+    const RCPtr<LNotificationClientPool>* const pools = mClientPools.GetPtr();
     for (uint32 index = mClientPools.GetCount(); index > 0; --index) {
-        const RCPtr<LNotificationClientPool>& pool = *mClientPools.GetAt(index - 1);
+        LNotificationClientPool* const pool = pools[index - 1].Get();
         if (pool->GetNotificationID() == notificationID) {
-            return pool.Get();
+            return pool;
         }
     }
     return nullptr;
@@ -164,21 +168,22 @@ int32 LNotificationDistributor::DeliverNotificationAllClients(
     if (!notification) {
         return kResultOutOfRange;
     }
-    // A client may drop every holder outside; they are needed until the walk has ended.
-    const RCPtr<LNotificationDistributor> self(this);
-    const RCPtr<LNotification> keptNotification(notification);
-    const RCPtr<LNotificationClientPool> pool = GetNotificationClientPool(notification->GetID());
-    return pool ? pool->DeliverNotification(*this, keptNotification) : kResultNothingDone;
+    // A pool is never removed, so it lives as long as the distributor that the walk holds.
+    LNotificationClientPool* const pool = FindPool(notification->GetID());
+    return pool != nullptr ? pool->DeliverNotification(*this, notification) : kResultNothingDone;
 }
 
 void LNotificationDistributor::DeliverNotification(const RCPtr<LNotificationClient>& client,
                                                    const RCPtr<LNotification>& notification)
 {
-    if (!client) {
+    if (!client || !notification) {
         return;
     }
+    // The client may drop every holder outside, of itself too.
     const RCPtr<LNotificationDistributor> self(this);
-    client->HandleNotification(self, notification);
+    const RCPtr<LNotificationClient> keptClient(client);
+    const ConstRCPtr<LNotification> keptNotification(notification);
+    keptClient->HandleNotification(self, keptNotification);
 }
 
 int32 LNotificationDistributor::ForceAllRegisteredClientsToUnregister()
@@ -198,7 +203,7 @@ void LNotificationDistributor::AskClientsToUnregister(ClientExceptions exception
 
 void LNotificationDistributor::SetLatestNotification(const RCPtr<LNotification>& notification)
 {
-    LNotificationClientPool* const pool = FindPool(notification->GetID());
+    LNotificationClientPool* const pool = notification ? FindPool(notification->GetID()) : nullptr;
     if (pool != nullptr && (pool->GetDeliveryFlags() & kDeliverLatestOnly) != 0) {
         pool->SetLatestNotification(notification);
     }

@@ -20,6 +20,8 @@
 #include <QX/NotificationClient.h>
 #include <QX/RCPtrArray.h>
 
+#include <atomic>
+
 namespace QX {
 
 class QX_API LNotificationDistributor : public virtual LRefCountedObject
@@ -92,6 +94,15 @@ public:
     /// when they accept a post.
     void SetLatestNotification(const RCPtr<LNotification>& notification);
 
+    /// Returns false as long as no client has ever registered as latest-only. For queues, which
+    /// then need not look at the pools when they accept a post.
+    ///
+    /// Threads: any. Whoever posts after such a registration has returned gets true.
+    bool MayHaveLatestOnlyClients() const noexcept
+    {
+        return mMayHaveLatestOnlyClients.load(std::memory_order_relaxed);
+    }
+
 protected:
     enum class ClientExceptions
     {
@@ -111,6 +122,8 @@ private:
 
     RCPtrArray<LNotificationClientPool, 1, 0> mClientPools; ///< by creation; none ever leaves
     int32 mNumRegistrations = 0; ///< of all pools; each is a contained reference to this object
+    /// Relaxed: what orders a registration before a post orders this flag as well.
+    std::atomic<bool> mMayHaveLatestOnlyClients = false;
 };
 
 /// One client's registration in a pool.
@@ -180,8 +193,8 @@ private:
     class Cursor;
 
     LNotificationRegisteredClientInfo& InfoAt(uint32 index) const;
-    uint32 DeliverToClient(LNotificationDistributor& distributor, uint32 index,
-                           const RCPtr<LNotification>& notification);
+    uint32 DeliverToClient(const RCPtr<LNotificationDistributor>& distributor, uint32 index,
+                           const ConstRCPtr<LNotification>& notification);
     void AskClientsToUnregister(const RCPtr<LNotificationDistributor>& distributor,
                                 ClientExceptions exceptions);
     void SetLatestNotification(const RCPtr<LNotification>& notification);
