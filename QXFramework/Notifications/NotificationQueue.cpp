@@ -44,8 +44,16 @@ int32 LNotificationQueue::SetDistributor(const RCPtr<LNotificationDistributor>& 
     if (mDistributor || !mPostingReceiver) {
         return kResultFailure;
     }
-    mDistributor = distributor;
+    ExchangeDistributor(distributor);
     return kResultSuccess;
+}
+
+// What the member held is released without the lock.
+void LNotificationQueue::ExchangeDistributor(const RCPtr<LNotificationDistributor>& distributor)
+{
+    RCPtr<LNotificationDistributor> exchanged(distributor);
+    const MutexLock lock(&sMutex);
+    mDistributor.Swap(exchanged);
 }
 
 void LNotificationQueue::ReleaseDistributor()
@@ -55,7 +63,9 @@ void LNotificationQueue::ReleaseDistributor()
     if (TakeDistributorIsContained()) {
         ModifyNumContainedReferences(-1);
     }
-    mDistributor = nullptr;
+    ExchangeDistributor(nullptr);
+    // What other threads posted up to now; from now on they are refused.
+    FlushPendingNotifications();
     // Taken out first: what the receiver lets go may come back here.
     RCPtr<LPostingReceiver> receiver;
     receiver.Swap(mPostingReceiver);
@@ -71,12 +81,29 @@ int32 LNotificationQueue::PostForBroadcast(const RCPtr<LNotification>& notificat
     if (!notification || notification->IsPosted()) {
         return kResultOutOfRange;
     }
-    if (!mDistributor) {
-        return kResultFailure;
+    RCPtr<LNotificationDistributor> latestOnly;
+    {
+        // Entered again by the ring; it keeps the delivering thread from taking the distributor
+        // away between the test and the end of the post.
+        const MutexLock lock(&sMutex);
+        if (!mDistributor) {
+            return kResultFailure;
+        }
+        if (!mDistributor->MayHaveLatestOnlyClients()) {
+            return Enqueue(notification);
+        }
+        latestOnly = mDistributor;
     }
-    mDistributor->SetLatestNotification(notification);
-    // Of several posters of one notification the first wins. The mark stands before the ring has
-    // the notification: the delivering thread takes it away as soon as it has delivered.
+    // Without the lock, because releasing the notification before runs foreign code.
+    const RCPtr<LNotification> kept(notification);
+    latestOnly->SetLatestNotification(kept);
+    return Enqueue(kept);
+}
+
+// Of several posters of one notification the first wins. The mark stands before the ring has the
+// notification: the delivering thread takes it away as soon as it has delivered.
+int32 LNotificationQueue::Enqueue(const RCPtr<LNotification>& notification)
+{
     if (!notification->TryMarkPosted()) {
         return kResultOutOfRange;
     }
@@ -159,11 +186,11 @@ LNotificationQueue::LPostingReceiver::Create(const RCPtr<LNotificationQueue>& qu
 void LNotificationQueue::LPostingReceiver::HandleNotification(
     const RCPtr<LNotificationDistributor>&, const ConstRCPtr<LNotification>& notification)
 {
-    if (!mQueue) {
-        return;
+    const RCPtr<LNotificationQueue> queue = GetQueue();
+    if (queue && notification) {
+        queue->PostForBroadcast(
+            LNotification::Create(notification->GetID(), notification->GetData()));
     }
-    const RCPtr<LNotificationQueue> queue(mQueue);
-    queue->PostForBroadcast(LNotification::Create(notification->GetID(), notification->GetData()));
 }
 
 int32 LNotificationQueue::LPostingReceiver::ForceUnregisterNotification(
@@ -174,7 +201,16 @@ int32 LNotificationQueue::LPostingReceiver::ForceUnregisterNotification(
 
 void LNotificationQueue::LPostingReceiver::ReleaseQueue()
 {
-    mQueue = nullptr;
+    RCPtr<LNotificationQueue> released;
+    const MutexLock lock(&sMutex);
+    mQueue.Swap(released);
+}
+
+// The distributor that the receiver forwards from may be another thread's than the queue.
+RCPtr<LNotificationQueue> LNotificationQueue::LPostingReceiver::GetQueue() const
+{
+    const MutexLock lock(&sMutex);
+    return mQueue;
 }
 
 } // namespace QX

@@ -9,9 +9,10 @@
 // A queue and its posting receiver hold each other. ReleaseDistributor breaks that cycle; a queue
 // whose holders let go without it stays alive for ever. (A center ends by itself.)
 //
-// Threads: PostForBroadcast from any thread; everything else, and registration at the distributor,
-// on the delivering thread. Latest-only registrations are read by posts, so they are made before
-// others post. No lock is held while clients run.
+// Threads: PostForBroadcast from any thread that holds the queue, also while it is shut down;
+// everything else, and registration at the distributor, on the delivering thread. Posts read the
+// latest-only registrations: once one has been made, registrations change only while nobody posts.
+// No lock is held while clients run.
 #pragma once
 
 #include <QX/Notification.h>
@@ -42,7 +43,8 @@ public:
     /// Stores `notification` for delivery and marks it as posted.
     ///
     /// Fails, with nothing changed: kResultOutOfRange for null or one that is posted already,
-    /// kResultFailure without a distributor. Throws: std::bad_alloc.
+    /// kResultFailure without a distributor. Throws: std::bad_alloc; the notification is not
+    /// posted, but latest-only clients of its name no longer wait for the one before.
     ///
     /// Threads: any. Notifications of one poster keep their order.
     int32 PostForBroadcast(const RCPtr<LNotification>& notification);
@@ -76,10 +78,14 @@ protected:
 private:
     friend class NotificationStatics;
 
-    static Mutex sMutex; ///< guards the rings of all queues and nothing else
+    int32 Enqueue(const RCPtr<LNotification>& notification);
+    void ExchangeDistributor(const RCPtr<LNotificationDistributor>& distributor);
+
+    static Mutex sMutex; ///< guards, for all queues, the members that say so
 
     uint32 mIsDelivering = 0; ///< stops a client from delivering inside a delivery
-    RCPtrQueue<LNotification, 256> mPendingNotifications;
+    RCPtrQueue<LNotification, 256> mPendingNotifications; ///< under sMutex
+    /// Written under sMutex by the delivering thread, which alone reads it without.
     RCPtr<LNotificationDistributor> mDistributor;
     RCPtr<LPostingReceiver> mPostingReceiver; ///< non-null while its reference here is counted
     RCPtr<LNotification> mIdleNotification;
@@ -106,7 +112,9 @@ protected:
     explicit LPostingReceiver(const RCPtr<LNotificationQueue>& queue);
 
 private:
-    RCPtr<LNotificationQueue> mQueue;
+    RCPtr<LNotificationQueue> GetQueue() const;
+
+    RCPtr<LNotificationQueue> mQueue; ///< under sMutex
 };
 
 } // namespace QX
