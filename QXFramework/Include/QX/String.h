@@ -55,7 +55,7 @@ public:
     StringT& operator=(const StringT& other) = default;
 
     /// Views the text without copying it; valid as long as CStr is.
-    operator std::string_view() const { return {CStr(), GetLength()}; }
+    operator std::string_view() const;
 
     /// Compares two texts as strcmp does, or the two in lower case; only the sign of the result
     /// has a meaning. A null pointer is an empty text.
@@ -141,7 +141,10 @@ public:
     {
         return std::string_view(left) == right;
     }
-    friend bool operator==(const StringT& left, const char* right) { return left.IsEqual(right); }
+    friend bool operator==(const StringT& left, const char* right)
+    {
+        return left == (right != nullptr ? std::string_view(right) : std::string_view());
+    }
 
     friend std::strong_ordering operator<=>(const StringT& left, const StringT& right)
     {
@@ -153,7 +156,7 @@ public:
     }
     friend std::strong_ordering operator<=>(const StringT& left, const char* right)
     {
-        return left.Compare(right, true) <=> 0;
+        return left <=> (right != nullptr ? std::string_view(right) : std::string_view());
     }
 
 private:

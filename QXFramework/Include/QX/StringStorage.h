@@ -96,6 +96,9 @@ protected:
     /// new buffer. A length of 0 shares the one empty buffer.
     void SetText(const CharT* text, uint32 length);
 
+    /// Returns CStr and stores GetLength.
+    const CharT* GetText(uint32& length) const;
+
     /// Returns a new buffer of exactly the text and its terminator.
     static RCPtr<LIBuffer> CreateTextBuffer(const CharT* text, uint32 length);
 

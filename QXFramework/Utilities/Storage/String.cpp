@@ -35,6 +35,12 @@ std::string_view ViewOf(const char* text)
     return text != nullptr ? std::string_view(text) : std::string_view();
 }
 
+// Another holder of a buffer may have written a NUL into the text, where C strings end.
+std::string_view UpToNul(std::string_view text)
+{
+    return text.substr(0, text.find('\0'));
+}
+
 } // namespace
 
 const String String::Empty = GetEmpty();
@@ -87,6 +93,13 @@ String::StringT(std::string_view text)
 
 String::~StringT() = default;
 
+String::operator std::string_view() const
+{
+    uint32 length = 0;
+    const char* const text = GetText(length);
+    return {text, length};
+}
+
 int String::StrCompare(const char* left, const char* right, bool caseSensitive)
 {
     return CompareTexts(ViewOf(left), ViewOf(right), caseSensitive);
@@ -94,8 +107,7 @@ int String::StrCompare(const char* left, const char* right, bool caseSensitive)
 
 int String::Compare(const char* text, bool caseSensitive) const
 {
-    const std::string_view own(CStr(), StrLen(CStr(), GetLength()));
-    return CompareTexts(own, ViewOf(text), caseSensitive);
+    return CompareTexts(UpToNul(*this), ViewOf(text), caseSensitive);
 }
 
 int String::Compare(const StringT& other, bool caseSensitive) const
@@ -103,9 +115,7 @@ int String::Compare(const StringT& other, bool caseSensitive) const
     if (CStr() == other.CStr()) {
         return 0;
     }
-    const std::string_view own(CStr(), StrLen(CStr(), GetLength()));
-    const std::string_view others(other.CStr(), StrLen(other.CStr(), other.GetLength()));
-    return CompareTexts(own, others, caseSensitive);
+    return CompareTexts(UpToNul(*this), UpToNul(other), caseSensitive);
 }
 
 bool String::IsEqual(const char* text) const

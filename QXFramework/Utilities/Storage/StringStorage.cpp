@@ -22,20 +22,26 @@ constexpr CharT kNoText{};
 /// A string with a larger buffer does not save its bytes before it grows in place.
 constexpr uint32 kSavedBytes = 1024;
 
+/// Whether a heap runs out of addresses long before it runs out of memory.
+constexpr bool kAddressesAreScarce = sizeof(void*) == 4;
+
 // Throws if the heap has no block of this size now.
 void ProbeHeap(uint32 size)
 {
-    if (LTextBuffer::Create(size, 0, false)->GetRawPtr() == nullptr) {
+    void* const block = GetSystemAllocator()->Alloc(size);
+    if (block == nullptr) {
         throw std::bad_alloc();
     }
+    GetSystemAllocator()->Free(block);
 }
 
 // Resizes a buffer in place and zeroes the bytes gained.
 //
 // A buffer frees its block when it cannot get a larger one, so that nothing would be left of the
 // text. The bytes of a small one are saved for that case, and go back into the block that the
-// failure has just freed. Of a large one that would cost too much: a probe of the heap tells
-// beforehand whether there is memory, and only a resize that fails in spite of it loses the text.
+// failure has just freed. Of a large one that would cost too much: where addresses are scarce, a
+// probe of the heap tells beforehand whether there is a block. Only a resize that fails in spite of
+// that loses the text.
 void ResizeInPlace(LIBuffer& buffer, uint32 size)
 {
     std::array<char, kSavedBytes> saved;
@@ -44,7 +50,7 @@ void ResizeInPlace(LIBuffer& buffer, uint32 size)
     const bool isSaved = grows && oldSize != 0 && oldSize <= saved.size();
     if (isSaved) {
         std::memcpy(saved.data(), buffer.GetRawPtr(), oldSize);
-    } else if (grows) {
+    } else if (grows && kAddressesAreScarce) {
         ProbeHeap(size);
     }
     buffer.ResizeBytes(size);
@@ -87,11 +93,10 @@ StringStorageT<CharT>::~StringStorageT() = default;
 
 template <class CharT>
 StringStorageT<CharT>::StringStorageT(const StringStorageT& other)
+    : mBuffer(other.IsLocked() ? RCPtr<LIBuffer>() : other.mBuffer)
 {
-    if (other.IsLocked()) {
+    if (mBuffer == nullptr) {
         SetText(other.CStr(), other.GetLength());
-    } else {
-        mBuffer = other.mBuffer;
     }
 }
 
@@ -158,12 +163,22 @@ const CharT* StringStorageT<CharT>::CStr() const
 template <class CharT>
 uint32 StringStorageT<CharT>::GetLength() const
 {
+    uint32 length = 0;
+    GetText(length);
+    return length;
+}
+
+template <class CharT>
+const CharT* StringStorageT<CharT>::GetText(uint32& length) const
+{
     const CharT* const text = ElementsOf(*mBuffer);
     if (text == nullptr) {
-        return 0;
+        length = 0;
+        return &kNoText<CharT>;
     }
     const uint32 count = ElementCount<CharT>(*mBuffer);
-    return IsLocked() ? StrLen(text, count) : count - 1;
+    length = IsLocked() ? StrLen(text, count) : count - 1;
+    return text;
 }
 
 template <class CharT>

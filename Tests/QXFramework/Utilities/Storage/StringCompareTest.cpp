@@ -77,6 +77,19 @@ TEST(StringCompare, HasTheSignOfStrcmp)
     }
 }
 
+TEST(StringCompare, EndsAtANulThatAnotherHolderHasWritten)
+{
+    const RCPtr<LIBuffer> buffer = BufferWith(std::string_view("abcd", 5));
+    const String text(buffer);
+    static_cast<char*>(buffer->GetRawPtr())[2] = '\0';
+
+    EXPECT_TRUE(text.IsEqual("ab"));
+    EXPECT_TRUE(String("ab").IsEqual(text));
+    EXPECT_EQ(text.Compare("ab", true), 0);
+    EXPECT_EQ(text.Compare(String("AB"), false), 0);
+    EXPECT_EQ(text.GetLength(), 4u);
+}
+
 TEST(StringCompare, OfOneBufferIsZero)
 {
     const String text("abc");

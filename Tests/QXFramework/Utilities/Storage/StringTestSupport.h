@@ -15,8 +15,8 @@ namespace QX {
 /// The units of a text with a NUL behind them.
 inline std::vector<unsigned short> Units(std::u16string_view text)
 {
-    std::vector<unsigned short> units(text.begin(), text.end());
-    units.push_back(0);
+    std::vector<unsigned short> units(text.size() + 1);
+    std::copy(text.begin(), text.end(), units.begin());
     return units;
 }
 
