@@ -241,8 +241,8 @@ int32 StringStorageT<CharT>::Release()
         mBuffer = StringT<CharT>::GetEmpty().GetBuffer();
         return kResultSuccess;
     }
+    // The text ends at a NUL already, or at the capacity, and what a buffer gains is NUL.
     ResizeBuffer(*mBuffer, uint64{length} + 1);
-    ElementsOf(*mBuffer)[length] = 0;
     mBuffer->SetUnshareable(false);
     return kResultSuccess;
 }

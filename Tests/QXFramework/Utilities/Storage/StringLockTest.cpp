@@ -217,7 +217,7 @@ TEST(StringUnterminated, NumbersEndAtTheCapacity)
 
 TEST(StringUnterminated, SixteenBitStringsAreReadToTheirCapacity)
 {
-    String16 locked = Wide(u"abcd");
+    String16 locked = Wide(u"abc");
     locked.Lock(4)[3] = 'd';
 
     EXPECT_EQ(TextOf(String16(locked)), u"abcd");
@@ -311,6 +311,21 @@ TEST(StringAdoption, SurvivesAHolderWhoEmptiesTheBuffer)
     EXPECT_EQ(TextOf(text.ToLower()), "");
     EXPECT_EQ(TextOf(String16(text)), u"");
     EXPECT_EQ(text.ToInt(), 0);
+}
+
+TEST(StringAdoption, SurvivesAHolderWhoCutsTheBuffer)
+{
+    const RCPtr<LIBuffer> buffer = BufferWith(std::string_view("1234", 5));
+    const String text(buffer);
+
+    buffer->ResizeBytes(2);
+
+    EXPECT_EQ(TextOf(text), "1");
+    EXPECT_EQ(text.ToInt(), 1);
+    EXPECT_EQ(text.ToDouble(), 1.0);
+    EXPECT_EQ(TextOf(text + "x"), "1x");
+    EXPECT_EQ(TextOf(String16(text)), u"1");
+    EXPECT_TRUE(text.IsEqual("1"));
 }
 
 TEST(StringAdoption, DoesNotWriteToATextThatTwoThreadsAdopt)
@@ -409,6 +424,18 @@ TEST(StringFailure, ACopyWithoutMemoryLeavesTheSharersAsTheyWere)
     EXPECT_EQ(Holders(text), 2);
     EXPECT_FALSE(text.IsLocked());
     EXPECT_EQ(TextOf(text), "abc");
+}
+
+TEST(StringFailure, ACopyThatCannotGrowLeavesTheSharersAsTheyWere)
+{
+    String text(HookedBuffer::Create(std::string_view("abc", 4), {.copiesRefuseGrowth = true}));
+    const String sharer(text);
+
+    EXPECT_THROW(text.Lock(100), std::bad_alloc);
+
+    EXPECT_EQ(BufferOf(text), BufferOf(sharer));
+    EXPECT_EQ(Holders(text), 2);
+    EXPECT_FALSE(text.IsLocked());
 }
 
 TEST(StringFailure, LockThrowsForACopyThatIsNoBuffer)

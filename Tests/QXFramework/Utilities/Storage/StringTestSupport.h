@@ -79,10 +79,11 @@ inline RCPtr<LIBuffer> BufferWith(std::string_view bytes)
 /// What a HookedBuffer does instead of what a buffer does.
 struct BufferFaults
 {
-    bool refusesGrowth = false;     ///< a larger size finds no memory
-    bool copiesAreForeign = false;  ///< CreateCopy gives an object of another kind
-    bool copiesThrow = false;       ///< CreateCopy throws a std::domain_error
-    bool copiesHaveNoBlock = false; ///< CreateCopy finds no memory
+    bool refusesGrowth = false;      ///< a larger size finds no memory
+    bool copiesAreForeign = false;   ///< CreateCopy gives an object of another kind
+    bool copiesThrow = false;        ///< CreateCopy throws a std::domain_error
+    bool copiesHaveNoBlock = false;  ///< CreateCopy finds no memory
+    bool copiesRefuseGrowth = false; ///< what CreateCopy gives finds no memory for a larger size
 };
 
 /// A counted byte buffer that can fail as one on an exhausted heap does.
@@ -123,7 +124,8 @@ public:
         if (mFaults.copiesAreForeign) {
             return RCPtr<LRefCountedObject>(new LRefCountedObject);
         }
-        RCPtr<LIBuffer> copy(new HookedBuffer({mBlock.get(), mSize}, {}));
+        RCPtr<LIBuffer> copy(
+            new HookedBuffer({mBlock.get(), mSize}, {.refusesGrowth = mFaults.copiesRefuseGrowth}));
         if (mFaults.copiesHaveNoBlock) {
             static_cast<HookedBuffer&>(*copy).mBlock.reset();
         }

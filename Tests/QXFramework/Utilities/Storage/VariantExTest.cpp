@@ -91,6 +91,15 @@ TEST(VariantEx, SetToItselfKeepsItsData)
     EXPECT_EQ(TextOf(variant.GetString()), "abc");
 }
 
+TEST(VariantEx, SetToItselfKeepsItsNumber)
+{
+    VariantEx variant = OfInt32(42);
+
+    EXPECT_EQ(variant.Set(variant), Variant::kInt32);
+
+    EXPECT_EQ(variant.GetInt32(), 42);
+}
+
 TEST(VariantEx, SharesTheBufferOfAString)
 {
     const String text("abc");
