@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
+#include <utility>
 
 namespace QX {
 
@@ -97,7 +98,13 @@ int32 ConstRCPtrArray<T, Grow, Init>::InsertItem(uint32 index, const ConstRCPtr<
 template <class T, uint32 Grow, uint32 Init>
 int32 ConstRCPtrArray<T, Grow, Init>::AppendItem(const ConstRCPtr<T>& item)
 {
-    return ConstRCPtrArray::InsertItem(SlotCount(), item);
+    ConstRCPtr<T> taken(item); // first, as in InsertItem
+    const uint32 index = SlotCount();
+    if (!ResizeSlots(uint64{index} + 1)) {
+        return kResultFailure;
+    }
+    new (SlotAt(index)) ConstRCPtr<T>(std::move(taken));
+    return static_cast<int32>(index);
 }
 
 template <class T, uint32 Grow, uint32 Init>
