@@ -123,9 +123,10 @@ void TextReport::ShowFields(const DecodedMessage& message)
 void TextReport::ShowSummary(const StateTable& table)
 {
     PrintLine("");
-    PrintLine(FormatText("%zu messages: %zu well formed, %zu malformed; 'OpLM' %zu, 'ClLM' %zu",
-                         table.GetReceived(), table.GetReceived() - table.GetMalformed(),
-                         table.GetMalformed(), table.GetOpens(), table.GetCloses()));
+    PrintLine(FormatText("%zu message%s: %zu well formed, %zu malformed; 'OpLM' %zu, 'ClLM' %zu",
+                         table.GetReceived(), table.GetReceived() == 1 ? "" : "s",
+                         table.GetReceived() - table.GetMalformed(), table.GetMalformed(),
+                         table.GetOpens(), table.GetCloses()));
     if (table.GetDevices().empty()) {
         PrintLine("No device has set anything.");
         return;
