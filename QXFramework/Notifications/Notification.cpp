@@ -73,10 +73,12 @@ void LNotification::NotificationIsAvailable(LNotification& notification)
     RCPtr<LNotification> parked(&notification);
     const MutexLock lock(&sMutex);
     const int32 index = sAvailableNotificationsStack.AppendItem(RCPtr<LNotification>::Null);
-    if (index < 0) {
+    RCPtr<LNotification>* const slot =
+        index >= 0 ? sAvailableNotificationsStack.GetAt(static_cast<uint32>(index)) : nullptr;
+    if (slot == nullptr) {
         throw std::bad_alloc();
     }
-    sAvailableNotificationsStack.GetAt(static_cast<uint32>(index))->Swap(parked);
+    slot->Swap(parked);
 }
 
 int32 LNotification::SetName(const char* name)

@@ -58,7 +58,7 @@ const RCPtr<LNotificationCenter>&
 LNotificationCenterManager::GetNotificationCenter(const StringT<char, unsigned short>& name) const
 {
     for (uint32 index = 0; index < mCenters.GetCount(); ++index) {
-        const RCPtr<LNotificationCenter>& center = *mCenters.GetAt(index);
+        const RCPtr<LNotificationCenter>& center = mCenters.GetPtr()[index];
         if (center->GetName().IsEqual(name)) {
             return center;
         }
@@ -80,7 +80,7 @@ LNotificationCenterManager::GetOrCreateNotificationCenter(const StringT<char, un
     if (index < 0) {
         throw std::bad_alloc();
     }
-    return *mCenters.GetAt(static_cast<uint32>(index));
+    return mCenters.GetPtr()[index];
 }
 
 bool LNotificationCenterManager::DeliverPendingNotificationsAllCenters(bool deliverIdle)
@@ -88,7 +88,7 @@ bool LNotificationCenterManager::DeliverPendingNotificationsAllCenters(bool deli
     const RCPtr<LNotificationCenterManager> self(this);
     bool arePending = false;
     for (uint32 index = mCenters.GetCount(); index > 0; --index) {
-        const RCPtr<LNotificationCenter> center(*mCenters.GetAt(index - 1));
+        const RCPtr<LNotificationCenter> center(mCenters.GetPtr()[index - 1]);
         arePending |= center->DeliverPendingNotifications(deliverIdle);
     }
     return arePending;

@@ -79,7 +79,7 @@ RCPtr<Pool> Pool::Create(const char* notificationID)
 
 Info& Pool::InfoAt(uint32 index) const
 {
-    return **mClients.GetAt(index);
+    return *mClients.GetPtr()[index];
 }
 
 int32 Pool::AddClient(const RCPtr<LNotificationClient>& client, DeliveryFlags flags)
@@ -186,7 +186,7 @@ uint32 Pool::DeliverToClient(const RCPtr<LNotificationDistributor>& distributor,
     if (!notification || index >= mClients.GetCount()) {
         return index;
     }
-    const RCPtr<Info> info(*mClients.GetAt(index));
+    const RCPtr<Info> info(mClients.GetPtr()[index]);
     if ((info->mDeliveryFlags & kDeliverLatestOnly) != 0) {
         if (info->mLatestNotification != notification) {
             return index;
@@ -223,7 +223,7 @@ void Pool::SetLatestNotification(const RCPtr<LNotification>& notification)
         if (index > mClients.GetCount()) {
             continue;
         }
-        const RCPtr<Info> info(*mClients.GetAt(index - 1));
+        const RCPtr<Info> info(mClients.GetPtr()[index - 1]);
         if ((info->mDeliveryFlags & kDeliverLatestOnly) != 0) {
             info->mLatestNotification = notification;
         }

@@ -78,7 +78,7 @@ void LNotificationDistributor::RemoveRegistration()
     --mNumRegistrations;
     if (mNumRegistrations == 0 && NotificationStatics::IsListAlive()) {
         for (uint32 index = 0; index < sNotificationDistributors.GetCount(); ++index) {
-            if (sNotificationDistributors.GetAt(index)->Get() == this) {
+            if (sNotificationDistributors.GetPtr()[index].Get() == this) {
                 ModifyNumContainedReferences(-1);
                 RCPtr<LNotificationDistributor> removed;
                 sNotificationDistributors.RemoveItem(index, removed);
@@ -118,7 +118,7 @@ int32 LNotificationDistributor::UnregisterNotificationClient(
     const RCPtr<LNotificationClient> keptClient(client);
     int32 removed = 0;
     for (uint32 index = mClientPools.GetCount(); index > 0; --index) {
-        const char* const id = (*mClientPools.GetAt(index - 1))->GetNotificationID();
+        const char* const id = mClientPools.GetPtr()[index - 1]->GetNotificationID();
         if (id != nullptr && UnregisterNotificationClient(keptClient, id) == kResultSuccess) {
             ++removed;
         }
@@ -136,7 +136,7 @@ int32 LNotificationDistributor::GetDeliveryFlags(const RCPtr<LNotificationClient
 bool LNotificationDistributor::IsClientRegistered(const RCPtr<LNotificationClient>& client)
 {
     for (uint32 index = 0; index < mClientPools.GetCount(); ++index) {
-        if ((*mClientPools.GetAt(index))->GetClientIndex(client) >= 0) {
+        if (mClientPools.GetPtr()[index]->GetClientIndex(client) >= 0) {
             return true;
         }
     }
@@ -196,7 +196,7 @@ void LNotificationDistributor::AskClientsToUnregister(ClientExceptions exception
 {
     const RCPtr<LNotificationDistributor> self(this);
     for (uint32 index = mClientPools.GetCount(); index > 0; --index) {
-        const RCPtr<LNotificationClientPool> pool(*mClientPools.GetAt(index - 1));
+        const RCPtr<LNotificationClientPool> pool(mClientPools.GetPtr()[index - 1]);
         pool->AskClientsToUnregister(self, exceptions);
     }
 }
