@@ -136,6 +136,7 @@ bool Connection::NoticeEnd()
     RemoveFromEveryLoop(mEndSource.get());
     const std::lock_guard lock(mMutex);
     for (Waiter* waiter : mWaiters) {
+        waiter->mIsOver.store(true, std::memory_order_release);
         waiter->mLoop->WakeUp();
     }
     return true;
@@ -164,6 +165,7 @@ void Connection::DeliverReply(const Frame& frame, const unsigned char* data)
         Held<CFDataRef>(CFDataCreate(nullptr, data, static_cast<CFIndex>(frame.mLength)));
     mWaiters.erase(found);
     waiter.mIsDone.store(true, std::memory_order_release);
+    waiter.mIsOver.store(true, std::memory_order_release);
     // The waiting thread cannot leave before it has taken this connection's mutex once more.
     if (waiter.mLoop != CFRunLoopGetCurrent()) {
         waiter.mLoop->WakeUp();
@@ -185,9 +187,10 @@ bool Connection::ReadOne()
     ssize_t size = -1;
     do {
         // The size of a packet that does not fit is its whole size; such a reply is one that
-        // nobody waits for.
+        // nobody waits for. A server that ends with messages unread leaves an error in front of
+        // what it has sent, which the first look takes away.
         size = recvmsg(mSocket.Get(), &message, MSG_DONTWAIT | MSG_TRUNC);
-    } while (size < 0 && errno == EINTR);
+    } while (size < 0 && (errno == EINTR || errno == ECONNRESET));
     if (size < 0 && errno == EAGAIN) {
         return false;
     }

@@ -30,6 +30,8 @@ public:
         UInt32 mConversation = 0;
         __CFRunLoop* mLoop = nullptr;
         std::atomic<bool> mIsDone{false};
+        /// The reply is there, or none will come.
+        std::atomic<bool> mIsOver{false};
         Held<CFDataRef> mReply;
     };
 

@@ -141,8 +141,13 @@ bool LocalPort::TakeFrom(UInt32 slot, Message& message)
     msghdr packet{};
     packet.msg_iov = parts;
     packet.msg_iovlen = 2;
-    const ssize_t size = recvmsg(client.mSocket.Get(), &packet, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
-    if (size < 0 && (errno == EAGAIN || errno == EINTR)) {
+    ssize_t size = -1;
+    do {
+        // A client that ends with acknowledgements unread leaves an error in front of its last
+        // messages, which the first look takes away.
+        size = recvmsg(client.mSocket.Get(), &packet, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
+    } while (size < 0 && (errno == EINTR || errno == ECONNRESET));
+    if (size < 0 && errno == EAGAIN) {
         return false;
     }
     Frame frame{};

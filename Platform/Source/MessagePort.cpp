@@ -179,7 +179,8 @@ public:
         mWaiter.mLoop->Add(mSource, mMode);
         do {
             const auto left = std::max<Nanoseconds>(deadline - Now(), 0);
-            mWaiter.mLoop->Run(mMode, static_cast<CFTimeInterval>(left) * 1e-9, true);
+            mWaiter.mLoop->Run(mMode, static_cast<CFTimeInterval>(left) * 1e-9, true,
+                               &mWaiter.mIsOver);
         } while (!IsDone() && Now() < deadline && port.IsValid());
     }
 

@@ -199,7 +199,7 @@ bool __CFRunLoop::PerformReady(const Sources& sources, const std::vector<pollfd>
 }
 
 SInt32 __CFRunLoop::Run(std::string_view mode, CFTimeInterval seconds,
-                        bool returnAfterSourceHandled)
+                        bool returnAfterSourceHandled, const std::atomic<bool>* isOver)
 {
     const Standin::Nanoseconds deadline = Standin::DeadlineAfter(seconds);
     std::vector<pollfd> entries;
@@ -207,6 +207,9 @@ SInt32 __CFRunLoop::Run(std::string_view mode, CFTimeInterval seconds,
         const Sources sources = SourcesOf(mode);
         if (sources.empty()) {
             return kCFRunLoopRunFinished;
+        }
+        if (isOver != nullptr && isOver->load(std::memory_order_acquire)) {
+            return kCFRunLoopRunHandledSource;
         }
         if (mStopped.exchange(false)) {
             return kCFRunLoopRunStopped;

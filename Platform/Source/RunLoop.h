@@ -39,7 +39,10 @@ struct __CFRunLoop : Standin::Object
 
     __CFRunLoop();
 
-    SInt32 Run(std::string_view mode, CFTimeInterval seconds, bool returnAfterSourceHandled);
+    /// Runs as CFRunLoopRunInMode; also ends, as after a handled source, once `isOver` is true,
+    /// which another thread says before it wakes the loop.
+    SInt32 Run(std::string_view mode, CFTimeInterval seconds, bool returnAfterSourceHandled,
+               const std::atomic<bool>* isOver = nullptr);
     void Add(std::shared_ptr<Standin::LoopSource> source, std::string_view mode);
     void Remove(const Standin::LoopSource* source, std::string_view mode);
     void RemoveFromEveryMode(const Standin::LoopSource* source);

@@ -102,7 +102,10 @@ int CompareUnits(std::string_view left, std::string_view right)
 {
     UInt32 one = 0;
     UInt32 other = 0;
-    while (TakeCodePoint(left, one) && TakeCodePoint(right, other)) {
+    while (!left.empty() && !right.empty()) {
+        // The texts of strings are well formed.
+        TakeCodePoint(left, one);
+        TakeCodePoint(right, other);
         if (one == other) {
             continue;
         }

@@ -1,0 +1,56 @@
+// PlatformTesting.h - what the tests of the platform share: objects from C++ values and back, and
+// a fixture that checks the ledger of live objects.
+#pragma once
+
+#include <CoreFoundation/CoreFoundation.h>
+#include <Standin/Standin.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+#include <unistd.h>
+
+namespace Platform {
+
+inline CFDataRef MakeData(std::string_view bytes)
+{
+    return CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(bytes.data()),
+                        static_cast<CFIndex>(bytes.size()));
+}
+
+inline CFStringRef MakeString(const char* text)
+{
+    return CFStringCreateWithCString(nullptr, text, kCFStringEncodingUTF8);
+}
+
+inline std::string BytesOf(CFDataRef data)
+{
+    return {reinterpret_cast<const char*>(CFDataGetBytePtr(data)),
+            static_cast<std::size_t>(CFDataGetLength(data))};
+}
+
+inline std::string TextOf(CFStringRef string)
+{
+    char buffer[512] = "";
+    EXPECT_TRUE(CFStringGetCString(string, buffer, sizeof buffer, kCFStringEncodingUTF8));
+    return buffer;
+}
+
+/// A port name that no other process uses.
+inline std::string UniqueName(const char* purpose)
+{
+    return std::string("org.qxaudio.test.") + purpose + "." + std::to_string(getpid());
+}
+
+/// Fails a test that leaves objects behind.
+class LedgerTest : public testing::Test
+{
+protected:
+    ~LedgerTest() override { EXPECT_EQ(StandinGetTotalLiveObjectCount(), mLiveAtStart); }
+
+private:
+    const SInt32 mLiveAtStart = StandinGetTotalLiveObjectCount();
+};
+
+} // namespace Platform

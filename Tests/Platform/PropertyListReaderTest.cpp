@@ -1,0 +1,237 @@
+// PropertyListReaderTest.cpp - documents of every kind to property lists, and the answer to bytes
+// that are none.
+
+#include "Platform/PlatformTesting.h"
+
+#include <random>
+#include <vector>
+
+namespace {
+
+using PropertyListReader = Platform::LedgerTest;
+
+/// Reads a document; `error` gets what is wrong.
+CFPropertyListRef Read(std::string_view document, std::string* error = nullptr)
+{
+    CFDataRef data = Platform::MakeData(document);
+    CFStringRef text = CFSTR("not touched");
+    CFPropertyListRef read =
+        CFPropertyListCreateFromXMLData(nullptr, data, kCFPropertyListImmutable, &text);
+    CFRelease(data);
+    EXPECT_EQ(read == nullptr, text != nullptr) << document;
+    if (text != nullptr) {
+        if (error != nullptr) {
+            *error = Platform::TextOf(text);
+        }
+        CFRelease(text);
+    }
+    return read;
+}
+
+std::string ErrorOf(std::string_view document)
+{
+    std::string error = "<none>";
+    CFPropertyListRef read = Read(document, &error);
+    if (read != nullptr) {
+        CFRelease(read);
+    }
+    return error;
+}
+
+/// Reads a document and writes the list again, without the first three lines and the last.
+std::string Rewritten(std::string_view document)
+{
+    CFPropertyListRef read = Read(document);
+    if (read == nullptr) {
+        return "<null>";
+    }
+    CFDataRef written = CFPropertyListCreateXMLData(nullptr, read);
+    std::string text = Platform::BytesOf(written);
+    CFRelease(written);
+    CFRelease(read);
+    const std::string start = "<plist version=\"1.0\">\n";
+    text = text.substr(text.find(start) + start.size());
+    return text.substr(0, text.find("</plist>"));
+}
+
+TEST_F(PropertyListReader, ReadsWhatTheWriterWrites)
+{
+    const std::string document = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                                 "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+                                 "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+                                 "<plist version=\"1.0\">\n"
+                                 "<dict>\n"
+                                 "\t<key>CoreAudioDeviceIDKey</key>\n"
+                                 "\t<integer>258</integer>\n"
+                                 "\t<key>ParameterDataKey</key>\n"
+                                 "\t<data>\n"
+                                 "\tAAAAHAAAAAD///8FEAAAAAAAAAACAAAAAQAAAA==\n"
+                                 "\t</data>\n"
+                                 "</dict>\n"
+                                 "</plist>\n";
+
+    CFPropertyListRef read = Read(document);
+
+    ASSERT_NE(read, nullptr);
+    ASSERT_EQ(CFGetTypeID(read), CFDictionaryGetTypeID());
+    const auto dictionary = static_cast<CFDictionaryRef>(read);
+    EXPECT_EQ(CFDictionaryGetCount(dictionary), 2);
+    const auto number =
+        static_cast<CFNumberRef>(CFDictionaryGetValue(dictionary, CFSTR("CoreAudioDeviceIDKey")));
+    SInt32 device = 0;
+    EXPECT_TRUE(CFNumberGetValue(number, kCFNumberSInt32Type, &device));
+    EXPECT_EQ(device, 258);
+    const auto data =
+        static_cast<CFDataRef>(CFDictionaryGetValue(dictionary, CFSTR("ParameterDataKey")));
+    EXPECT_EQ(Platform::BytesOf(data),
+              std::string_view("\x00\x00\x00\x1C\x00\x00\x00\x00\xFF\xFF\xFF\x05"
+                               "\x10\x00\x00\x00\x00\x00\x00\x00\x02\x00\x00\x00"
+                               "\x01\x00\x00\x00",
+                               28));
+    CFRelease(read);
+}
+
+TEST_F(PropertyListReader, ReadsEveryKindOfElement)
+{
+    struct
+    {
+        const char* document;
+        const char* expected;
+    } const cases[] = {
+        {"<plist><string>a &lt;&amp;&gt; &#65;&#x42;&apos;&quot;</string></plist>",
+         "<string>a &lt;&amp;&gt; AB'\"</string>\n"},
+        {"<plist><string><![CDATA[<raw> & ]]>x<!-- y --></string></plist>",
+         "<string>&lt;raw&gt; &amp; x</string>\n"},
+        {"<plist><string/></plist>", "<string></string>\n"},
+        {"<integer> -12 </integer>", "<integer>-12</integer>\n"},
+        {"<integer>+0x1F</integer>", "<integer>31</integer>\n"},
+        {"<integer>-9223372036854775808</integer>", "<integer>-9223372036854775808</integer>\n"},
+        {"<integer>9223372036854775807</integer>", "<integer>9223372036854775807</integer>\n"},
+        {"<real>-2.5e3</real>", "<real>-2500</real>\n"},
+        {"<real>+infinity</real>", "<real>+infinity</real>\n"},
+        {"<true/>", "<true/>\n"},
+        {"<false></false>", "<false/>\n"},
+        {"<data/>", "<data>\n</data>\n"},
+        {"<data>QU\n\t JD</data>", "<data>\nQUJD\n</data>\n"},
+        {"<data>QQ==</data>", "<data>\nQQ==\n</data>\n"},
+        {"<date>2026-11-25T08:20:00Z</date>", "<date>2026-11-25T08:20:00Z</date>\n"},
+        {"<array><true/><array/><dict/></array>", "<array>\n\t<true/>\n\t<array/>\n\t<dict/>\n"
+                                                  "</array>\n"},
+        {"<dict><key>b</key><true/><key>a</key><false/><key>b</key><integer>2</integer></dict>",
+         "<dict>\n\t<key>a</key>\n\t<false/>\n\t<key>b</key>\n\t<integer>2</integer>\n</dict>\n"},
+        {"\xEF\xBB\xBF<?xml version='1.0'?><!-- c --><!DOCTYPE plist [<!ENTITY e \"]>\">]>"
+         "<plist version = '1.0' ><true /></plist > <!-- end -->\n",
+         "<true/>\n"}};
+
+    for (const auto& entry : cases) {
+        EXPECT_EQ(Rewritten(entry.document), entry.expected) << entry.document;
+    }
+}
+
+TEST_F(PropertyListReader, SaysWhatIsWrongAndWhere)
+{
+    struct
+    {
+        const char* document;
+        const char* expected;
+    } const cases[] = {
+        {"", "line 1: the document ends where a tag is expected"},
+        {"bplist00", "line 1: text stands where a tag is expected"},
+        {"<plist/>", "line 1: the property list is empty"},
+        {"<plist>\n</plist>", "line 2: the property list is empty"},
+        {"<plist>\n<true/>\n<true/></plist>", "line 3: the property list has more than one object"},
+        {"<plist><true/></plist>x", "line 1: something stands behind the end of the property list"},
+        {"<plist><dict></plist>", "line 1: a dictionary holds an element where a key belongs: "
+                                  "plist"},
+        {"<dict><key>a</key></dict>", "line 1: a key of a dictionary has no value"},
+        {"<dict><true/></dict>", "line 1: a dictionary holds an element where a key belongs: true"},
+        {"<array><true/></dict>", "line 1: an end tag that no start tag belongs to: dict"},
+        {"<array><true/>", "line 1: the document ends where a tag is expected"},
+        {"<unknown/>", "line 1: an element of unknown name: unknown"},
+        {"<integer/>", "line 1: an integer element holds no integer"},
+        {"<integer>12a</integer>", "line 1: an integer element holds no integer"},
+        {"<integer>--1</integer>", "line 1: an integer element holds no integer"},
+        {"<integer>9223372036854775808</integer>", "line 1: an integer has more than 64 bits"},
+        {"<integer>99999999999999999999999</integer>", "line 1: an integer has more than 64 bits"},
+        {"<real>x</real>", "line 1: a real element holds no number"},
+        {"<real>1e999</real>", "line 1: a real number is out of range"},
+        {"<true>x</true>", "line 1: a boolean element holds text"},
+        {"<date>2026-02-30T00:00:00Z</date>", "line 1: a date element holds no date"},
+        {"<date>yesterday</date>", "line 1: a date element holds no date"},
+        {"<data>Q!==</data>", "line 1: a data element does not hold base64 text"},
+        {"<data>QUJ</data>", "line 1: a data element does not hold base64 text"},
+        {"<data>Q===</data>", "line 1: a data element does not hold base64 text"},
+        {"<data>QQ==QQ==</data>", "line 1: a data element does not hold base64 text"},
+        {"<string>&unknown;</string>", "line 1: a character reference is unknown: &unknown;"},
+        {"<string>&#0;</string>", "line 1: a character reference is unknown: &#0;"},
+        {"<string>&#xD800;</string>", "line 1: a character reference is unknown: &#xD800;"},
+        {"<string>&;</string>", "line 1: a character reference is unknown: &;"},
+        {"<string>& </string>", "line 1: a character reference has no end"},
+        {"<string><b/></string>", "line 1: an element stands within another that holds text: b"},
+        {"<string>a", "line 1: the document ends within an element: string"},
+        {"<!-- a", "line 1: the document ends within a comment"},
+        {"<?xml", "line 1: the document ends within a processing instruction"},
+        {"<!DOCTYPE plist", "line 1: the document ends within the document type"},
+        {"<!DOCTYPE plist \"x", "line 1: the document ends within the document type"},
+        {"<string><![CDATA[x", "line 1: the document ends within a CDATA section"},
+        {"<plist version></plist>", "line 1: an attribute has no value: version"},
+        {"<plist version=1></plist>", "line 1: the value of an attribute is not in quotes: "
+                                      "version"},
+        {"<plist version=\"1", "line 1: the document ends within an attribute"},
+        {"<", "line 1: a tag has no name"},
+        {"<true", "line 1: a tag has no end: true"},
+        {"<true/\xFF>", "line 1: the document is not UTF-8 text"}};
+
+    for (const auto& entry : cases) {
+        EXPECT_EQ(ErrorOf(entry.document), entry.expected) << entry.document;
+    }
+}
+
+TEST_F(PropertyListReader, TakesANullPlaceForTheError)
+{
+    CFDataRef data = Platform::MakeData("garbage");
+
+    EXPECT_EQ(CFPropertyListCreateFromXMLData(nullptr, data, 0, nullptr), nullptr);
+
+    CFRelease(data);
+}
+
+TEST_F(PropertyListReader, RefusesElementsThatAreNestedTooDeep)
+{
+    std::string deep;
+    for (int level = 0; level < 100000; ++level) {
+        deep += "<array>";
+    }
+
+    EXPECT_EQ(ErrorOf(deep), "line 1: the elements are nested too deep");
+}
+
+TEST_F(PropertyListReader, RefusesEveryTruncatedDocument)
+{
+    const std::string document = "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>k</key>"
+                                 "<data>QUJD</data><key>l</key><integer>5</integer></dict></plist>";
+
+    for (std::size_t length = 0; length < document.size(); ++length) {
+        EXPECT_NE(ErrorOf(document.substr(0, length)), "<none>") << length;
+    }
+    EXPECT_EQ(ErrorOf(document), "<none>");
+}
+
+TEST_F(PropertyListReader, SurvivesChangedBytes)
+{
+    const std::string document =
+        "<?xml version=\"1.0\"?><!DOCTYPE plist><plist><dict><key>a&amp;</key><data>QUJDRA==</data>"
+        "<key>b</key><array><integer>5</integer><real>1.5</real><true/></array></dict></plist>";
+    std::mt19937 random(11);
+
+    for (int round = 0; round < 3000; ++round) {
+        std::string changed = document;
+        for (int change = 0; change < 3; ++change) {
+            changed[random() % changed.size()] = static_cast<char>(random() % 256);
+        }
+        // Whatever the answer is, it is one, and the ledger ends even.
+        ErrorOf(changed);
+    }
+}
+
+} // namespace
