@@ -43,6 +43,7 @@ public:
     {
         CFRunLoopStop(mLoop);
         mThread.join();
+        CFRelease(mLoop);
     }
 
     /// Waits until so many messages have arrived and returns all.
@@ -65,7 +66,9 @@ private:
         CFRunLoopAddSource(CFRunLoopGetCurrent(), source, kCFRunLoopDefaultMode);
         {
             const std::lock_guard lock(mMutex);
+            // The loop outlives its thread until the one that stops it has let go.
             mLoop = CFRunLoopGetCurrent();
+            CFRetain(mLoop);
         }
         mChanged.notify_all();
         EXPECT_EQ(CFRunLoopRunInMode(kCFRunLoopDefaultMode, 1000.0, false), kCFRunLoopRunStopped);

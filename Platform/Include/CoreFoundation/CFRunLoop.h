@@ -36,7 +36,8 @@ SInt32 CFRunLoopRunInMode(CFStringRef mode, CFTimeInterval seconds,
 
 /// Ends the innermost run of the loop, or the next one if none is on.
 ///
-/// Threads: any; also from a signal handler.
+/// Threads: any; also from a signal handler. Another thread than the loop's retains the loop first,
+/// or the thread may end, and its loop with it, during the call.
 void CFRunLoopStop(CFRunLoopRef rl);
 
 void CFRunLoopAddSource(CFRunLoopRef rl, CFRunLoopSourceRef source, CFStringRef mode);
