@@ -26,7 +26,7 @@ LNotificationQueue::LNotificationQueue()
 
 LNotificationQueue::~LNotificationQueue()
 {
-    FlushPendingNotifications();
+    Flush();
     mIdleNotification = nullptr;
     if (mPostingReceiver) {
         // Only when the constructor of a derived class threw: the receiver still holds this queue,
@@ -59,13 +59,13 @@ void LNotificationQueue::ExchangeDistributor(const RCPtr<LNotificationDistributo
 void LNotificationQueue::ReleaseDistributor()
 {
     const RCPtr<LNotificationQueue> self(this);
-    FlushPendingNotifications();
+    Flush();
     if (TakeDistributorIsContained()) {
         ModifyNumContainedReferences(-1);
     }
     ExchangeDistributor(nullptr);
     // What other threads posted up to now; from now on they are refused.
-    FlushPendingNotifications();
+    Flush();
     // Taken out first: what the receiver lets go may come back here.
     RCPtr<LPostingReceiver> receiver;
     receiver.Swap(mPostingReceiver);
@@ -94,7 +94,9 @@ int32 LNotificationQueue::PostForBroadcast(const RCPtr<LNotification>& notificat
         }
         latestOnly = mDistributor;
     }
-    // Without the lock, because releasing the notification before runs foreign code.
+    // Without the lock, because releasing the notification before runs foreign code, which may let
+    // go of everything.
+    const RCPtr<LNotificationQueue> self(this);
     const RCPtr<LNotification> kept(notification);
     latestOnly->SetLatestNotification(kept);
     return Enqueue(kept);
@@ -125,7 +127,7 @@ bool LNotificationQueue::DeliverPendingNotifications(bool deliverIdle)
             // Read afresh: a client may flush the queue or release the distributor.
             const RCPtr<LNotificationDistributor> distributor(mDistributor);
             if (!distributor) {
-                FlushPendingNotifications();
+                Flush();
                 break;
             }
             RCPtr<LNotification> notification;
@@ -146,6 +148,14 @@ bool LNotificationQueue::DeliverPendingNotifications(bool deliverIdle)
 }
 
 bool LNotificationQueue::FlushPendingNotifications()
+{
+    // The end of a payload may drop the last holder outside.
+    const RCPtr<LNotificationQueue> self(this);
+    return Flush();
+}
+
+// Called by the destructor too, so it makes no smart pointer to this queue.
+bool LNotificationQueue::Flush()
 {
     for (uint32 count = mPendingNotifications.GetQueuedObjectsCount(); count > 0; --count) {
         RCPtr<LNotification> notification;

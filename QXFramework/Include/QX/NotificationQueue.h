@@ -79,6 +79,7 @@ private:
     friend class NotificationStatics;
 
     int32 Enqueue(const RCPtr<LNotification>& notification);
+    bool Flush();
     void ExchangeDistributor(const RCPtr<LNotificationDistributor>& distributor);
 
     static Mutex sMutex; ///< guards, for all queues, the members that say so
