@@ -2,10 +2,7 @@
 
 #include "DriverPlugIn/PlugInInfo.h"
 
-#include <QX/Buffer.h>
-#include <QX/Exception.h>
-#include <QX/RCPtr.h>
-#include <QX/Variant.h>
+#include <QX/QX.h>
 
 namespace QX {
 
@@ -16,9 +13,21 @@ template class Exception<std::out_of_range>;
 template class RCPtr<LRefCountedObject>;
 template class LBufferT<1, 0, 8>;
 template class LBufferT<1, 128, 8>;
+template class IteratorT<RCPtr<LNotification>>;
+template class RCPtrArray<LNotification, 1, 0>;
+template class StringArrayT<char, unsigned short>;
+template class RCPtrQueue<LNotification, 256>;
 
 } // namespace QX
 
 _PlugInInfo gPlugInInfo;
 QX::SystemAllocator gAllocator;
 QX::Variant gVariant;
+QX::VariantEx gVariantEx;
+QX::String gString;
+QX::String16 gString16;
+QX::Mutex gMutex;
+QX::RCPtr<QX::LNotificationCenter> gCenter;
+QX::RCPtr<QX::LNotificationCenterManager> gManager;
+QX::RCPtr<QX::LNotificationQueue::LPostingReceiver> gPostingReceiver;
+QX::RCPtr<QX::LFunctionReceiver> gFunctionReceiver;
