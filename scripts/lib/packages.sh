@@ -12,10 +12,10 @@ packages_of() {
     build) echo "cmake ninja-build g++" ;;
     tools) echo "libcli11-dev nlohmann-json3-dev" ;;
     test) echo "googletest python3 binutils pkg-config libicu-dev libplist-dev" ;;
-    clang) echo "clang" ;;
+    clang) echo "clang libclang-rt-14-dev" ;;
     powerpc) echo "g++-powerpc-linux-gnu qemu-user" ;;
-    benchmark) echo "libbenchmark-dev libboost-dev libglib2.0-dev libicu-dev libpoco-dev pkg-config" ;;
-    checks) echo "clang-format clang-tidy git python3 python3-pyelftools" ;;
+    benchmark) echo "libbenchmark-dev libboost-dev libglib2.0-dev libicu-dev libplist-dev libpoco-dev pkg-config" ;;
+    checks) echo "clang-format git python3 python3-pyelftools" ;;
     *)
       echo "packages: there is no group \"$1\"" >&2
       return 1
