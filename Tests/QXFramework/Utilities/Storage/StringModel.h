@@ -31,6 +31,10 @@ public:
             Entry& entry = mEntries[Next() % mEntries.size()];
             Entry& other = mEntries[Next() % mEntries.size()];
             Apply(operation, entry, other);
+            if (entry.text.size() > kLongestText) {
+                entry.string = String();
+                entry.Set("");
+            }
             const std::string difference = FindDifference();
             if (!difference.empty()) {
                 std::ostringstream message;
@@ -42,6 +46,9 @@ public:
     }
 
 private:
+    /// A text that got longer is emptied: appended to itself, it would double with each step.
+    static constexpr std::size_t kLongestText = 4096;
+
     struct Entry
     {
         String string;
