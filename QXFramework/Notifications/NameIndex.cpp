@@ -22,10 +22,9 @@ NameIndex::NameIndex()
     mCurrent.store(mGenerations.back().get(), std::memory_order_release);
 }
 
-const char* NameIndex::Find(std::string_view name) const
+const char* NameIndex::Find(std::string_view name, uint32 hash) const
 {
     const Slots& slots = *mCurrent.load(std::memory_order_acquire);
-    const uint32 hash = Hash(name);
     for (uint32 position = hash & slots.mask;; position = (position + 1) & slots.mask) {
         const Slot& slot = slots.slots[position];
         const char* const candidate = slot.name.load(std::memory_order_acquire);
@@ -38,13 +37,13 @@ const char* NameIndex::Find(std::string_view name) const
     }
 }
 
-void NameIndex::Add(const char* name)
+void NameIndex::Add(const char* name, uint32 hash)
 {
     // At most half full, so that every search ends at an empty slot soon.
     if (2 * (mCount + 1) > mGenerations.back()->mask) {
         Grow();
     }
-    Insert(*mGenerations.back(), name, Hash(name));
+    Insert(*mGenerations.back(), name, hash);
     ++mCount;
 }
 

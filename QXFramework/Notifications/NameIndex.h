@@ -18,16 +18,19 @@ class NameIndex
 public:
     NameIndex();
 
+    /// Returns the number that Find and Add want of a name, so that it is computed once for both.
+    static uint32 Hash(std::string_view name);
+
     /// Returns the entry equal to `name`, or null.
     ///
     /// Threads: any, beside one that adds. A name whose addition has not returned yet may or may
     /// not be found; look again under the adders' lock before adding.
-    const char* Find(std::string_view name) const;
+    const char* Find(std::string_view name, uint32 hash) const;
 
     /// Adds a name that is not in the set; its characters outlive the set.
     ///
     /// Threads: one at a time. Throws: std::bad_alloc, with nothing changed.
-    void Add(const char* name);
+    void Add(const char* name, uint32 hash);
 
 private:
     struct Slot
@@ -43,7 +46,6 @@ private:
         std::unique_ptr<Slot[]> slots;
     };
 
-    static uint32 Hash(std::string_view name);
     static void Insert(Slots& slots, const char* name, uint32 hash);
     void Grow();
 

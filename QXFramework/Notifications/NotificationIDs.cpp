@@ -6,6 +6,7 @@
 #include <QX/Notification.h>
 
 #include <new>
+#include <string_view>
 
 namespace QX {
 namespace {
@@ -38,7 +39,7 @@ NameTable& GetNameTable()
     return sTable;
 }
 
-const char* AddName(NameTable& table, const char* name)
+const char* AddName(NameTable& table, const char* name, uint32 hash)
 {
     // Of the characters, not of a string that the caller may share: the entry owns its storage.
     const StringT<char, unsigned short> entry(name);
@@ -48,7 +49,7 @@ const char* AddName(NameTable& table, const char* name)
     }
     const char* const id = table.names.GetAt(static_cast<uint32>(index))->CStr();
     try {
-        table.index.Add(id);
+        table.index.Add(id, hash);
     } catch (...) {
         StringT<char, unsigned short> removed;
         table.names.RemoveLast(removed);
@@ -76,12 +77,14 @@ const char* LNotification::GetNotificationID(const char* name)
     }
     // Entries are unique, so searching by content finds an ID that is passed back as well.
     NameTable& table = GetNameTable();
-    if (const char* const id = table.index.Find(name)) {
+    const std::string_view text(name);
+    const uint32 hash = NameIndex::Hash(text);
+    if (const char* const id = table.index.Find(text, hash)) {
         return id;
     }
     const MutexLock lock(&table.mutex);
-    const char* const id = table.index.Find(name);
-    return id != nullptr ? id : AddName(table, name);
+    const char* const id = table.index.Find(text, hash);
+    return id != nullptr ? id : AddName(table, name, hash);
 }
 
 } // namespace QX
