@@ -82,8 +82,9 @@ uint32 RCPtrQueue<T, N>::CountQueued() const
     if (capacity == 0) {
         return 0;
     }
-    const uint32 write = mWriteIndex % capacity;
-    const uint32 read = mReadIndex % capacity;
+    // A division costs as much as an atomic operation, and is due only for a shortened array.
+    const uint32 write = mWriteIndex < capacity ? mWriteIndex : mWriteIndex % capacity;
+    const uint32 read = mReadIndex < capacity ? mReadIndex : mReadIndex % capacity;
     return write >= read ? write - read : write - read + capacity;
 }
 
