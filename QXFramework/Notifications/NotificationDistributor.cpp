@@ -168,9 +168,19 @@ int32 LNotificationDistributor::DeliverNotificationAllClients(
     if (!notification) {
         return kResultOutOfRange;
     }
-    // A pool is never removed, so it lives as long as the distributor that the walk holds.
-    LNotificationClientPool* const pool = FindPool(notification->GetID());
-    return pool != nullptr ? pool->DeliverNotification(*this, notification) : kResultNothingDone;
+    // A client may drop every holder outside; both are needed until the walk has ended.
+    const RCPtr<LNotificationDistributor> self(this);
+    const RCPtr<LNotification> keptNotification(notification);
+    return DeliverHeld(self, keptNotification);
+}
+
+// The caller holds both by pointers that no client has. A pool is never removed, so the distributor
+// holds it.
+int32 LNotificationDistributor::DeliverHeld(const RCPtr<LNotificationDistributor>& distributor,
+                                            const RCPtr<LNotification>& notification)
+{
+    LNotificationClientPool* const pool = distributor->FindPool(notification->GetID());
+    return pool != nullptr ? pool->DeliverToAll(distributor, notification) : kResultNothingDone;
 }
 
 void LNotificationDistributor::DeliverNotification(const RCPtr<LNotificationClient>& client,

@@ -121,11 +121,12 @@ int32 LNotificationQueue::Enqueue(const RCPtr<LNotification>& notification)
 bool LNotificationQueue::DeliverPendingNotifications(bool deliverIdle)
 {
     const RCPtr<LNotificationQueue> self(this);
+    RCPtr<LNotificationDistributor> distributor;
     if (mIsDelivering == 0) {
         mIsDelivering = 1;
         for (uint32 count = mPendingNotifications.GetQueuedObjectsCount(); count > 0; --count) {
             // Read afresh: a client may flush the queue or release the distributor.
-            const RCPtr<LNotificationDistributor> distributor(mDistributor);
+            distributor = mDistributor;
             if (!distributor) {
                 Flush();
                 break;
@@ -134,15 +135,15 @@ bool LNotificationQueue::DeliverPendingNotifications(bool deliverIdle)
             if (!mPendingNotifications.TryDequeue(notification)) {
                 break;
             }
-            distributor->DeliverNotificationAllClients(notification);
+            LNotificationDistributor::DeliverHeld(distributor, notification);
             // Before the reference goes, which may park the notification.
             notification->SetPosted(false);
         }
         mIsDelivering = 0;
     }
     if (deliverIdle && mDistributor) {
-        const RCPtr<LNotificationDistributor> distributor(mDistributor);
-        distributor->DeliverNotificationAllClients(mIdleNotification);
+        distributor = mDistributor;
+        LNotificationDistributor::DeliverHeld(distributor, mIdleNotification);
     }
     return mPendingNotifications.GetQueuedObjectsCount() != 0;
 }

@@ -113,7 +113,10 @@ protected:
 
 private:
     friend class NotificationStatics;
+    friend class LNotificationQueue;
 
+    static int32 DeliverHeld(const RCPtr<LNotificationDistributor>& distributor,
+                             const RCPtr<LNotification>& notification);
     LNotificationClientPool* FindPool(const char* notificationID) const;
     void AddRegistration();
     void RemoveRegistration();
@@ -193,8 +196,11 @@ private:
     class Cursor;
 
     LNotificationRegisteredClientInfo& InfoAt(uint32 index) const;
-    uint32 DeliverToClient(const RCPtr<LNotificationDistributor>& distributor, uint32 index,
-                           const ConstRCPtr<LNotification>& notification);
+    int32 DeliverToAll(const RCPtr<LNotificationDistributor>& distributor,
+                       const RCPtr<LNotification>& notification);
+    static void Serve(LNotificationRegisteredClientInfo& record,
+                      const RCPtr<LNotificationDistributor>& distributor,
+                      const RCPtr<LNotification>& notification);
     void AskClientsToUnregister(const RCPtr<LNotificationDistributor>& distributor,
                                 ClientExceptions exceptions);
     void SetLatestNotification(const RCPtr<LNotification>& notification);
