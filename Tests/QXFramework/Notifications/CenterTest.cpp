@@ -1,0 +1,327 @@
+// CenterTest.cpp - centers as meeting points, and their manager.
+
+#include "NotificationFixture.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace NotificationTests {
+namespace {
+
+using Center = LNotificationCenter;
+using Manager = LNotificationCenterManager;
+using QX::String;
+
+class NotificationCenter : public NotificationFixture
+{};
+
+TEST_F(NotificationCenter, HasTheNameThatItWasMadeWith)
+{
+    EXPECT_STREQ(KeepCenter("application").GetName().CStr(), "application");
+    EXPECT_STREQ(KeepCenter("").GetName().CStr(), "");
+}
+
+TEST_F(NotificationCenter, DeliversToItsOwnClients)
+{
+    auto& center = KeepCenter();
+    auto& other = KeepCenter("other");
+    const auto client = MakeClient('a');
+    client->onHandle = [&center](const auto& by, const auto&) { EXPECT_EQ(by.Get(), &center); };
+    center.RegisterNotificationClient(client, "A", 0);
+
+    center.PostForBroadcast(Make());
+    other.PostForBroadcast(Make());
+    EXPECT_FALSE(center.DeliverPendingNotifications(false));
+    EXPECT_FALSE(other.DeliverPendingNotifications(false));
+
+    EXPECT_EQ(journal, "a");
+}
+
+TEST_F(NotificationCenter, RefusesAnotherDistributor)
+{
+    auto& center = KeepCenter();
+
+    EXPECT_EQ(center.SetDistributor(LNotificationDistributor::Create()), kResultFailure);
+}
+
+TEST_F(NotificationCenter, DiscardsWhatIsPendingWhenItsLastHolderGoes)
+{
+    RCPtr<Center> held = Center::Create("center");
+    const auto client = MakeClient('a');
+    held->RegisterNotificationClient(client, "A", 0);
+    held->RegisterNotificationClient(client, "B", 0);
+    const auto pending = LNotification::Create("A", MakePayload());
+    held->PostForBroadcast(pending);
+
+    held = nullptr;
+
+    EXPECT_EQ(journal, "!a!a");
+    EXPECT_FALSE(pending->IsPosted());
+    EXPECT_EQ(pending->GetReferenceCount(), 1);
+}
+
+TEST_F(NotificationCenter, FinishesItsDeliveryWhenAClientDropsTheLastHolder)
+{
+    RCPtr<Center> held = Center::Create("center");
+    std::vector<RCPtr<LTestClient>> clients = {MakeClient('a'), MakeClient('b')};
+    for (const auto& client : clients) {
+        held->RegisterNotificationClient(client, "A", 0);
+    }
+    clients[1]->onHandle = [&held](const auto& by, const auto&) {
+        if (held) {
+            by->DeliverNotificationAllClients(nullptr);
+            held->PostForBroadcast(Make());
+            held = nullptr;
+        }
+    };
+    held->PostForBroadcast(Make());
+    held->PostForBroadcast(Make());
+    Center& center = *held;
+
+    EXPECT_TRUE(center.DeliverPendingNotifications(false)) << "one was posted meanwhile";
+
+    EXPECT_EQ(journal, "baba!b!a");
+}
+
+TEST_F(NotificationCenter, EndsAfterADirectDeliveryInWhichItsLastHolderWent)
+{
+    RCPtr<Center> held = Center::Create("center");
+    const auto client = MakeClient('a');
+    held->RegisterNotificationClient(client, "A", 0);
+    client->onHandle = [&held](const auto&, const auto&) { held = nullptr; };
+    Center& center = *held;
+
+    EXPECT_EQ(center.DeliverNotificationAllClients(Make()), kResultSuccess);
+
+    EXPECT_EQ(journal, "a!a");
+}
+
+TEST_F(NotificationCenter, MayBePostedToWhileItAsksItsClients)
+{
+    RCPtr<Center> held = Center::Create("center");
+    const auto client = MakeClient('a');
+    const RCPtr<LNotification> late = Make();
+    Center& center = *held;
+    client->onForce = [&](const auto& by, const char* id) {
+        EXPECT_EQ(center.PostForBroadcast(late), kResultSuccess);
+        return client->Leave(by, id);
+    };
+    held->RegisterNotificationClient(client, "A", 0);
+
+    held = nullptr;
+
+    EXPECT_EQ(journal, "!a");
+    EXPECT_FALSE(late->IsPosted());
+    EXPECT_EQ(late->GetReferenceCount(), 1);
+}
+
+TEST_F(NotificationCenter, IsNotDismantledWhileAClientHoldsIt)
+{
+    RCPtr<Center> held = Center::Create("center");
+    RCPtr<Center> clients = held;
+    const auto client = MakeClient('a');
+    held->RegisterNotificationClient(client, "A", 0);
+
+    held = nullptr;
+
+    EXPECT_EQ(journal, "");
+    clients = nullptr;
+    EXPECT_EQ(journal, "!a");
+}
+
+class CenterManager : public NotificationFixture
+{
+protected:
+    void SetUp() override
+    {
+        NotificationFixture::SetUp();
+        manager = Manager::Create();
+    }
+    void TearDown() override
+    {
+        manager = nullptr;
+        NotificationFixture::TearDown();
+    }
+
+    RCPtr<Manager> manager;
+};
+
+TEST_F(CenterManager, MakesNoCenterForAnEmptyName)
+{
+    const auto& none = manager->GetOrCreateNotificationCenter("");
+
+    EXPECT_EQ(&none, &RCPtr<Center>::Null);
+    EXPECT_EQ(manager->GetNotificationCenter(""), nullptr);
+    EXPECT_FALSE(manager->DeliverPendingNotificationsAllCenters(true));
+}
+
+TEST_F(CenterManager, FindsTheCenterThatItHasMade)
+{
+    EXPECT_EQ(&manager->GetNotificationCenter("application"), &RCPtr<Center>::Null);
+
+    const RCPtr<Center> made = manager->GetOrCreateNotificationCenter("application");
+    EXPECT_EQ(manager->GetOrCreateNotificationCenter("application"), made);
+    EXPECT_EQ(manager->GetNotificationCenter("application"), made);
+    EXPECT_EQ(manager->GetNotificationCenter(Manager::DEFUALT_NOTIFICATION_CENTER_NAME), made);
+
+    const RCPtr<Center> other = manager->GetOrCreateNotificationCenter("other");
+    EXPECT_NE(other, made);
+    EXPECT_EQ(manager->GetNotificationCenter("application"), made);
+    EXPECT_EQ(CountsOf(*made), "4/2");
+}
+
+TEST_F(CenterManager, GivesAReferenceToItsOwnEntry)
+{
+    const RCPtr<Center>& made = manager->GetOrCreateNotificationCenter("one");
+    const RCPtr<Center>& found = manager->GetNotificationCenter("one");
+
+    EXPECT_EQ(&made, &found);
+    EXPECT_EQ(CountsOf(*made), "3/2");
+}
+
+TEST_F(CenterManager, ComparesNamesExactly)
+{
+    const RCPtr<Center> lower = manager->GetOrCreateNotificationCenter("name");
+
+    EXPECT_EQ(manager->GetNotificationCenter("Name"), nullptr);
+    EXPECT_EQ(manager->GetNotificationCenter("name "), nullptr);
+    EXPECT_NE(manager->GetOrCreateNotificationCenter("Name"), lower);
+}
+
+TEST_F(CenterManager, KeepsCopiedEntriesValidWhileItGrows)
+{
+    const RCPtr<Center> first = manager->GetOrCreateNotificationCenter("first");
+
+    for (int number = 0; number < 100; ++number) {
+        const RCPtr<Center> next =
+            manager->GetOrCreateNotificationCenter(String::Format("center %d", number));
+        ASSERT_STREQ(next->GetName().CStr(), String::Format("center %d", number).CStr());
+    }
+
+    EXPECT_EQ(manager->GetNotificationCenter("first"), first);
+    EXPECT_EQ(manager->GetNotificationCenter(first->GetName()), first);
+}
+
+TEST_F(CenterManager, DeliversInAllCentersFromTheLast)
+{
+    const auto client = MakeClient('x');
+    std::string order;
+    client->onHandle = [&order](const auto& by, const auto&) {
+        order += RCPtr<Center>::Downcast(by)->GetName().CStr();
+    };
+    for (const char* const name : {"1", "2", "3"}) {
+        const RCPtr<Center> center = manager->GetOrCreateNotificationCenter(name);
+        center->RegisterNotificationClient(client, "A", 0);
+        center->RegisterNotificationClient(client, QX::NID_IDLE, 0);
+        center->PostForBroadcast(Make());
+    }
+
+    EXPECT_FALSE(manager->DeliverPendingNotificationsAllCenters(false));
+    EXPECT_EQ(order, "321");
+    EXPECT_FALSE(manager->DeliverPendingNotificationsAllCenters(true));
+    EXPECT_EQ(order, "321321");
+}
+
+TEST_F(CenterManager, SaysWhetherAnythingIsPendingAnywhere)
+{
+    const RCPtr<Center> first = manager->GetOrCreateNotificationCenter("1");
+    const RCPtr<Center> second = manager->GetOrCreateNotificationCenter("2");
+    const auto client = MakeClient('a');
+    first->RegisterNotificationClient(client, "A", 0);
+    second->RegisterNotificationClient(client, "A", 0);
+    client->onHandle = [&](const auto& by, const auto&) {
+        // The center delivered first posts again; the other one is called nevertheless.
+        if (by == second) {
+            second->PostForBroadcast(Make("B"));
+        }
+    };
+    first->PostForBroadcast(Make());
+    second->PostForBroadcast(Make());
+
+    EXPECT_TRUE(manager->DeliverPendingNotificationsAllCenters(false));
+    EXPECT_EQ(journal, "aa");
+    EXPECT_FALSE(manager->DeliverPendingNotificationsAllCenters(false));
+}
+
+TEST_F(CenterManager, LeavesCentersThatClientsMakeToTheNextCall)
+{
+    const RCPtr<Center> first = manager->GetOrCreateNotificationCenter("first");
+    const auto client = MakeClient('a');
+    first->RegisterNotificationClient(client, QX::NID_IDLE, 0);
+    client->onHandle = [this, &client, made = 0](const auto&, const auto&) mutable {
+        for (int count = 0; count < 20; ++count) {
+            const RCPtr<Center> center =
+                manager->GetOrCreateNotificationCenter(String::Format("%d", made++));
+            center->RegisterNotificationClient(client, QX::NID_IDLE, 0);
+        }
+    };
+
+    EXPECT_FALSE(manager->DeliverPendingNotificationsAllCenters(true));
+    EXPECT_EQ(TakeJournal(), "a");
+
+    client->onHandle = nullptr;
+    EXPECT_FALSE(manager->DeliverPendingNotificationsAllCenters(true));
+    EXPECT_EQ(TakeJournal(), std::string(21, 'a'));
+}
+
+TEST_F(CenterManager, LivesUntilTheEndOfADeliveryInWhichItIsDropped)
+{
+    const auto client = MakeClient('a');
+    for (const char* const name : {"1", "2"}) {
+        const RCPtr<Center> center = manager->GetOrCreateNotificationCenter(name);
+        center->RegisterNotificationClient(client, "A", 0);
+        center->PostForBroadcast(Make());
+    }
+    client->onHandle = [this](const auto&, const auto&) { manager = nullptr; };
+    Manager& dropped = *manager;
+
+    EXPECT_FALSE(dropped.DeliverPendingNotificationsAllCenters(false));
+
+    EXPECT_EQ(journal, "aa!a!a");
+}
+
+TEST_F(CenterManager, LetsAnExceptionEndTheRound)
+{
+    const RCPtr<Center> first = manager->GetOrCreateNotificationCenter("1");
+    const RCPtr<Center> second = manager->GetOrCreateNotificationCenter("2");
+    const auto client = MakeClient('a');
+    first->RegisterNotificationClient(client, "A", 0);
+    second->RegisterNotificationClient(client, "A", 0);
+    client->onHandle = [](const auto&, const auto&) { throw 1; };
+    first->PostForBroadcast(Make());
+    second->PostForBroadcast(Make());
+
+    EXPECT_THROW(manager->DeliverPendingNotificationsAllCenters(false), int);
+
+    EXPECT_EQ(journal, "a");
+}
+
+TEST_F(CenterManager, DismantlesItsCentersAtItsEnd)
+{
+    const auto client = MakeClient('a');
+    for (const char* const name : {"1", "2"}) {
+        manager->GetOrCreateNotificationCenter(name)->RegisterNotificationClient(client, "A", 0);
+    }
+
+    manager = nullptr;
+
+    EXPECT_EQ(journal, "!a!a");
+}
+
+TEST_F(CenterManager, IsTheDefaultOnlyWhenItHasBeenSet)
+{
+    EXPECT_EQ(Manager::GetDefaultManager(), nullptr);
+    EXPECT_STREQ(Manager::DEFUALT_NOTIFICATION_CENTER_NAME.CStr(), "application");
+
+    Manager::SetDefaultManager(manager);
+    EXPECT_EQ(Manager::GetDefaultManager(), manager);
+    EXPECT_EQ(manager->GetReferenceCount(), 2);
+
+    Manager::SetDefaultManager(nullptr);
+    EXPECT_EQ(Manager::GetDefaultManager(), nullptr);
+}
+
+} // namespace
+} // namespace NotificationTests

@@ -1,0 +1,418 @@
+// CountsTest.cpp - the two counts of distributors, queues and centers, step by step.
+//
+// "n/k" is the number of references and how many of them are contained. At every quiet point n is
+// k and the holders, and k is the registrations, the listing, the distributor that is the object
+// itself, and the receiver's reference.
+
+#include "NotificationFixture.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace NotificationTests {
+namespace {
+
+int sEnds = 0;
+
+class LWatchedDistributor : public LNotificationDistributor
+{
+public:
+    ~LWatchedDistributor() override { ++sEnds; }
+};
+
+class LWatchedQueue : public LNotificationQueue
+{
+public:
+    ~LWatchedQueue() override { ++sEnds; }
+};
+
+class Counts : public NotificationFixture
+{
+protected:
+    void SetUp() override
+    {
+        NotificationFixture::SetUp();
+        sEnds = 0;
+        first = MakeClient('a');
+        second = MakeClient('b');
+        liveBlocks = TestSupport::CountLiveBlocks();
+    }
+    void TearDown() override
+    {
+        first = nullptr;
+        second = nullptr;
+        NotificationFixture::TearDown();
+    }
+    void RegisterBoth(LNotificationDistributor& distributor)
+    {
+        distributor.RegisterNotificationClient(first, "A", 0);
+        distributor.RegisterNotificationClient(second, "A", 0);
+    }
+    /// Whether all objects that the test has made since its start are gone.
+    bool IsAllGone() const { return TestSupport::CountLiveBlocks() == liveBlocks; }
+
+    RCPtr<LTestClient> first;
+    RCPtr<LTestClient> second;
+    long liveBlocks = 0;
+};
+
+TEST_F(Counts, OfADistributorWhoseClientLeavesFirst)
+{
+    RCPtr<LNotificationDistributor> held(new LWatchedDistributor);
+    EXPECT_EQ(CountsOf(*held), "1/0");
+
+    held->RegisterNotificationClient(first, "A", 0);
+    EXPECT_EQ(CountsOf(*held), "3/2");
+    held->RegisterNotificationClient(first, "B", 0);
+    EXPECT_EQ(CountsOf(*held), "4/3");
+
+    held->UnregisterNotificationClient(first);
+    EXPECT_EQ(CountsOf(*held), "1/0");
+
+    held = nullptr;
+    EXPECT_EQ(sEnds, 1);
+    EXPECT_EQ(journal, "");
+}
+
+TEST_F(Counts, OfADistributorWhoseHolderLeavesFirst)
+{
+    RCPtr<LNotificationDistributor> held(new LWatchedDistributor);
+    LNotificationDistributor& distributor = *held;
+    held->RegisterNotificationClient(first, "A", 0);
+
+    held = nullptr;
+    EXPECT_EQ(CountsOf(distributor), "2/2");
+    EXPECT_EQ(journal, "") << "only centers ask";
+
+    EXPECT_EQ(distributor.UnregisterNotificationClient(first, "A"), kResultSuccess);
+    EXPECT_EQ(sEnds, 1);
+}
+
+TEST_F(Counts, OfADistributorThatAllItsClientsLeaveAtOnce)
+{
+    RCPtr<LNotificationDistributor> held(new LWatchedDistributor);
+    LNotificationDistributor& distributor = *held;
+    for (const char* const name : {"A", "B", "C"}) {
+        held->RegisterNotificationClient(first, name, 0);
+    }
+    held = nullptr;
+
+    EXPECT_EQ(distributor.UnregisterNotificationClient(first), 3);
+    EXPECT_EQ(sEnds, 1);
+}
+
+TEST_F(Counts, OfAQueueThatIsShutDown)
+{
+    const RCPtr<LNotificationDistributor> distributor = LNotificationDistributor::Create();
+    RCPtr<LNotificationQueue> held(new LWatchedQueue);
+    EXPECT_EQ(CountsOf(*held), "2/1");
+
+    held->SetDistributor(distributor);
+    EXPECT_EQ(CountsOf(*held), "2/1");
+    EXPECT_EQ(CountsOf(*distributor), "2/0");
+
+    held->ReleaseDistributor();
+    EXPECT_EQ(CountsOf(*held), "1/0");
+    EXPECT_EQ(CountsOf(*distributor), "1/0");
+
+    held->ReleaseDistributor();
+    EXPECT_EQ(CountsOf(*held), "1/0");
+
+    held = nullptr;
+    EXPECT_EQ(sEnds, 1);
+}
+
+TEST_F(Counts, OfAQueueThatIsDroppedWithoutBeingShutDown)
+{
+    RCPtr<LNotificationQueue> held(new LWatchedQueue);
+    LNotificationQueue& queue = *held;
+
+    held = nullptr;
+    EXPECT_EQ(CountsOf(queue), "1/1") << "its own receiver holds it";
+    EXPECT_EQ(sEnds, 0);
+
+    queue.ReleaseDistributor();
+    EXPECT_EQ(sEnds, 1);
+}
+
+TEST_F(Counts, OfAQueueWithSeveralHolders)
+{
+    RCPtr<LNotificationQueue> held(new LWatchedQueue);
+    RCPtr<LNotificationQueue> another = held;
+
+    held->ReleaseDistributor();
+    EXPECT_EQ(CountsOf(*held), "2/0");
+
+    another = nullptr;
+    held = nullptr;
+    EXPECT_EQ(sEnds, 1);
+}
+
+TEST_F(Counts, OfACenterWithoutClients)
+{
+    RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
+    EXPECT_EQ(CountsOf(*held), "3/2");
+
+    held = nullptr;
+    EXPECT_TRUE(IsAllGone());
+}
+
+TEST_F(Counts, OfACenterWhoseClientsUnregister)
+{
+    RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
+    held->RegisterNotificationClient(first, "A", 0);
+    EXPECT_EQ(CountsOf(*held), "5/4");
+    held->RegisterNotificationClient(second, "A", 0);
+    EXPECT_EQ(CountsOf(*held), "6/5");
+
+    held = nullptr;
+    EXPECT_EQ(TakeJournal(), "!b!a");
+    EXPECT_TRUE(IsAllGone());
+}
+
+TEST_F(Counts, OfACenterWhoseClientsStay)
+{
+    RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
+    LNotificationCenter& center = *held;
+    RegisterBoth(center);
+    first->Refuse();
+    second->Refuse();
+
+    held = nullptr;
+    EXPECT_EQ(TakeJournal(), "!b!a");
+    EXPECT_EQ(CountsOf(center), "3/3");
+    EXPECT_EQ(center.PostForBroadcast(Make()), kResultFailure);
+    EXPECT_EQ(center.GetPostingReceiver(), nullptr);
+    EXPECT_EQ(LNotificationDistributor::GetDistributors().GetCount(), 1u);
+
+    held = RCPtr<LNotificationCenter>(&center);
+    EXPECT_EQ(CountsOf(center), "4/3");
+    center.UnregisterNotificationClient(second);
+    EXPECT_EQ(CountsOf(center), "3/2");
+    center.UnregisterNotificationClient(first);
+    EXPECT_EQ(CountsOf(center), "1/0");
+    EXPECT_EQ(TakeJournal(), "");
+
+    held = nullptr;
+    EXPECT_TRUE(IsAllGone());
+}
+
+TEST_F(Counts, OfACenterWhoseClientsLeaveAfterItsLastHolder)
+{
+    RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
+    LNotificationCenter& center = *held;
+    RegisterBoth(center);
+    first->Refuse();
+    second->Refuse();
+    held = nullptr;
+    EXPECT_EQ(TakeJournal(), "!b!a");
+
+    center.UnregisterNotificationClient(second);
+    EXPECT_EQ(CountsOf(center), "2/2");
+    EXPECT_EQ(TakeJournal(), "!a") << "whoever is left is asked again";
+
+    center.UnregisterNotificationClient(first);
+    EXPECT_TRUE(IsAllGone());
+}
+
+TEST_F(Counts, OfACenterWithOneClientThatThrows)
+{
+    struct Row
+    {
+        const char* what;
+        bool firstThrows;
+        bool secondThrows;
+        const char* counts;
+    };
+    const Row rows[] = {
+        {"the first asked", false, true, "2/2"},
+        {"the last asked", true, false, "2/2"},
+        {"both", true, true, "3/3"},
+    };
+
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
+        LNotificationCenter& center = *held;
+        RegisterBoth(center);
+        const auto thrower = [](const auto&, const char*) -> int32 { throw 1; };
+        first->onForce = nullptr;
+        second->onForce = nullptr;
+        if (row.firstThrows) {
+            first->onForce = thrower;
+        }
+        if (row.secondThrows) {
+            second->onForce = thrower;
+        }
+
+        held = nullptr;
+        EXPECT_EQ(TakeJournal(), "!b!a");
+        EXPECT_EQ(CountsOf(center), row.counts);
+
+        held = RCPtr<LNotificationCenter>(&center);
+        center.UnregisterNotificationClient(first);
+        center.UnregisterNotificationClient(second);
+        EXPECT_EQ(CountsOf(center), "1/0");
+        TakeJournal();
+    }
+}
+
+TEST_F(Counts, OfACenterThatIsShutDownDirectly)
+{
+    struct Row
+    {
+        int holders;
+        int clients;
+        const char* before;
+        const char* after;
+    };
+    const Row rows[] = {
+        {1, 0, "3/2", "1/0"}, {1, 2, "6/5", "4/3"}, {2, 0, "4/2", "2/0"},
+        {2, 2, "7/5", "5/3"}, {3, 0, "5/2", "3/0"}, {3, 2, "8/5", "6/3"},
+    };
+
+    for (const bool fromAClient : {false, true}) {
+        for (const Row& row : rows) {
+            SCOPED_TRACE(testing::Message() << row.holders << " holders, " << row.clients
+                                            << " clients" << (fromAClient ? ", by one" : ""));
+            liveBlocks = TestSupport::CountLiveBlocks();
+            auto& center = KeepCenter();
+            for (int holder = 1; holder < row.holders; ++holder) {
+                Keep(RCPtr<LNotificationCenter>(&center));
+            }
+            if (row.clients != 0) {
+                RegisterBoth(center);
+            }
+            EXPECT_EQ(CountsOf(center), row.before);
+
+            if (fromAClient) {
+                const auto outsider = MakeUnkeptClient('o');
+                outsider->onHandle = [&center](const auto&, const auto&) {
+                    center.ReleaseDistributor();
+                };
+                center.DeliverNotification(outsider, Make());
+                EXPECT_EQ(TakeJournal(), "o");
+            } else {
+                center.ReleaseDistributor();
+            }
+            EXPECT_EQ(CountsOf(center), row.after);
+
+            center.ReleaseDistributor();
+            EXPECT_EQ(CountsOf(center), row.after);
+            EXPECT_EQ(center.PostForBroadcast(Make()), kResultFailure);
+            EXPECT_EQ(TakeJournal(), "") << "nobody is asked while there is a holder";
+
+            LetGoOf(center);
+            EXPECT_EQ(TakeJournal(), row.clients != 0 ? "!b!a" : "");
+            EXPECT_TRUE(IsAllGone());
+        }
+    }
+}
+
+TEST_F(Counts, OfACenterThatAClientShutsDownDuringADelivery)
+{
+    auto& center = KeepCenter();
+    RegisterBoth(center);
+    second->onHandle = [&center](const auto&, const auto&) { center.ReleaseDistributor(); };
+    center.PostForBroadcast(Make());
+    center.PostForBroadcast(Make());
+
+    EXPECT_FALSE(center.DeliverPendingNotifications(true));
+
+    EXPECT_EQ(TakeJournal(), "ba") << "the delivery in progress goes on, the next one is flushed";
+    EXPECT_EQ(CountsOf(center), "4/3");
+}
+
+TEST_F(Counts, OfACenterThatAClientShutsDownWhenItIsAsked)
+{
+    RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
+    LNotificationCenter& center = *held;
+    RegisterBoth(center);
+    second->onForce = [this, &center](const auto& by, const char* id) {
+        center.ReleaseDistributor();
+        return second->Leave(by, id);
+    };
+
+    held = nullptr;
+
+    EXPECT_EQ(TakeJournal(), "!b!a");
+    EXPECT_TRUE(IsAllGone());
+}
+
+TEST_F(Counts, OfACenterThatIsDismantledDirectly)
+{
+    RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
+    RegisterBoth(*held);
+
+    EXPECT_EQ(held->RemoveContainedReferences(), kResultSuccess);
+    EXPECT_EQ(CountsOf(*held), "1/0");
+    EXPECT_EQ(TakeJournal(), "!b!a");
+    EXPECT_EQ(held->RemoveContainedReferences(), kResultSuccess);
+
+    held = nullptr;
+    EXPECT_TRUE(IsAllGone());
+}
+
+TEST_F(Counts, OfACenterThatIsDismantledDirectlyInVain)
+{
+    RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
+    RCPtr<LNotificationCenter> another = held;
+    RegisterBoth(*held);
+    first->Refuse();
+
+    EXPECT_EQ(held->RemoveContainedReferences(), kResultFailure);
+    EXPECT_EQ(CountsOf(*held), "4/2");
+
+    first->onForce = nullptr;
+    EXPECT_EQ(held->RemoveContainedReferences(), kResultFailure) << "there are two holders";
+    EXPECT_EQ(CountsOf(*held), "2/0");
+    another = nullptr;
+    EXPECT_EQ(held->RemoveContainedReferences(), kResultSuccess);
+}
+
+TEST_F(Counts, OfACenterThatAClientTakesHoldOfWhenItIsAsked)
+{
+    RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
+    RCPtr<LNotificationDistributor> kept;
+    RegisterBoth(*held);
+    first->onForce = [this, &kept](const auto& by, const char* id) {
+        kept = by;
+        return first->Leave(by, id);
+    };
+
+    held = nullptr;
+
+    EXPECT_EQ(CountsOf(*kept), "1/0");
+    kept = nullptr;
+    EXPECT_TRUE(IsAllGone());
+}
+
+TEST_F(Counts, AreOneForAllThePointersThatACenterIsHeldBy)
+{
+    const RCPtr<LNotificationCenter> center = LNotificationCenter::Create("center");
+    const RCPtr<LNotificationDistributor> distributor = center;
+    const RCPtr<LNotificationQueue> queue = center;
+    const RCPtr<LRefCountedObject> object = center;
+
+    EXPECT_EQ(CountsOf(*object), "6/2");
+    EXPECT_EQ(CountsOf(*queue), "6/2");
+    EXPECT_EQ(RCPtr<LNotificationCenter>::Downcast(object), center);
+    EXPECT_EQ(RCPtr<LNotificationCenter>::Downcast(queue), center);
+    EXPECT_EQ(RCPtr<LNotificationClient>::Downcast(object), nullptr);
+}
+
+TEST_F(Counts, AreReadWithoutDismantlingWhenAReferenceComesAndGoes)
+{
+    const RCPtr<LNotificationCenter> center = LNotificationCenter::Create("center");
+    RegisterBoth(*center);
+
+    center->AddReference();
+    center->RemoveReference();
+
+    EXPECT_EQ(CountsOf(*center), "6/5");
+    EXPECT_EQ(journal, "");
+}
+
+} // namespace
+} // namespace NotificationTests

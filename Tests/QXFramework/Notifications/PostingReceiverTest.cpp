@@ -1,0 +1,236 @@
+// PostingReceiverTest.cpp - clients that forward into a queue, and clients made of a function.
+
+#include "NotificationFixture.h"
+
+#include <QX/FunctionReceiver.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+namespace NotificationTests {
+namespace {
+
+using QX::LFunctionReceiver;
+using LPostingReceiver = LNotificationQueue::LPostingReceiver;
+
+class PostingReceiver : public NotificationFixture
+{
+protected:
+    void SetUp() override
+    {
+        NotificationFixture::SetUp();
+        source = &KeepDistributor();
+        target = &KeepCenter();
+        source->RegisterNotificationClient(target->GetPostingReceiver(), "A", 0);
+    }
+
+    LNotificationDistributor* source = nullptr;
+    LNotificationCenter* target = nullptr;
+};
+
+TEST_F(PostingReceiver, PostsACopyOfWhatItReceives)
+{
+    const RCPtr<LPostingReceiver> receiver = target->GetPostingReceiver();
+    const auto client = MakeClient('a');
+    const RCPtr<LNotification> original = LNotification::Create("A", MakePayload());
+    client->onHandle = [&original](const auto&, const auto& notification) {
+        EXPECT_NE(notification, original);
+        EXPECT_EQ(notification->GetID(), original->GetID());
+        EXPECT_EQ(notification->GetData(), original->GetData());
+    };
+    target->RegisterNotificationClient(client, "A", 0);
+    original->SetPosted(true);
+
+    source->DeliverNotificationAllClients(original);
+    EXPECT_EQ(journal, "");
+    EXPECT_FALSE(target->DeliverPendingNotifications(false));
+
+    EXPECT_EQ(journal, "a");
+    source->UnregisterNotificationClient(receiver);
+}
+
+TEST_F(PostingReceiver, PostsARecycledCopyWhileReuseIsOn)
+{
+    LNotification::SetNotificationReuseEnable(true);
+    RCPtr<LNotification> parked = Make("B");
+    const LNotification* const object = parked.Get();
+    parked = nullptr;
+    const auto client = MakeClient('a');
+    client->onHandle = [object](const auto&, const auto& notification) {
+        EXPECT_EQ(notification.Get(), object);
+    };
+    target->RegisterNotificationClient(client, "A", 0);
+
+    source->DeliverNotificationAllClients(LNotification::CreateInternal("A", nullptr));
+    target->DeliverPendingNotifications(false);
+
+    EXPECT_EQ(journal, "a");
+    source->UnregisterNotificationClient(target->GetPostingReceiver());
+}
+
+TEST_F(PostingReceiver, RefusesToUnregister)
+{
+    const RCPtr<LPostingReceiver> receiver = target->GetPostingReceiver();
+
+    EXPECT_EQ(receiver->ForceUnregisterNotification(RCPtr<LNotificationDistributor>(source),
+                                                    LNotification::GetNotificationID("A")),
+              kResultFailure);
+    source->ForceAllRegisteredClientsToUnregister();
+
+    EXPECT_TRUE(source->IsClientRegistered(receiver));
+    source->UnregisterNotificationClient(receiver);
+}
+
+TEST_F(PostingReceiver, IsInertAfterItsQueueWasShutDown)
+{
+    const RCPtr<LPostingReceiver> receiver = target->GetPostingReceiver();
+
+    target->ReleaseDistributor();
+
+    EXPECT_EQ(target->GetPostingReceiver(), nullptr);
+    EXPECT_EQ(source->DeliverNotificationAllClients(Make()), kResultSuccess);
+    EXPECT_FALSE(target->DeliverPendingNotifications(true));
+    EXPECT_TRUE(source->IsClientRegistered(receiver));
+    source->UnregisterNotificationClient(receiver);
+}
+
+TEST_F(PostingReceiver, IgnoresANullNotification)
+{
+    const RCPtr<LPostingReceiver> receiver = target->GetPostingReceiver();
+
+    receiver->HandleNotification(RCPtr<LNotificationDistributor>(source), nullptr);
+
+    EXPECT_FALSE(target->FlushPendingNotifications());
+    source->UnregisterNotificationClient(receiver);
+}
+
+TEST_F(PostingReceiver, KeepsOneNotificationPendingWhenItForwardsIntoItself)
+{
+    const RCPtr<LPostingReceiver> receiver = target->GetPostingReceiver();
+    source->UnregisterNotificationClient(receiver);
+    const auto client = MakeClient('a');
+    target->RegisterNotificationClient(client, "A", 0);
+    target->RegisterNotificationClient(receiver, "A", 0);
+    target->PostForBroadcast(Make());
+
+    for (int call = 0; call < 10; ++call) {
+        EXPECT_TRUE(target->DeliverPendingNotifications(false));
+    }
+
+    EXPECT_EQ(journal, "aaaaaaaaaa");
+    EXPECT_FALSE(target->FlushPendingNotifications());
+    target->UnregisterNotificationClient(receiver);
+}
+
+TEST_F(PostingReceiver, ForwardsBetweenTwoQueuesForEver)
+{
+    auto& other = KeepCenter("other");
+    const RCPtr<LPostingReceiver> receiver = target->GetPostingReceiver();
+    source->UnregisterNotificationClient(receiver);
+    other.RegisterNotificationClient(receiver, "A", 0);
+    target->RegisterNotificationClient(other.GetPostingReceiver(), "A", 0);
+    target->PostForBroadcast(Make());
+
+    for (int call = 0; call < 5; ++call) {
+        EXPECT_FALSE(target->DeliverPendingNotifications(false));
+        EXPECT_FALSE(other.DeliverPendingNotifications(false));
+    }
+
+    EXPECT_FALSE(target->FlushPendingNotifications());
+    other.UnregisterNotificationClient(receiver);
+    target->UnregisterNotificationClient(other.GetPostingReceiver());
+}
+
+class FunctionReceiver : public NotificationFixture
+{};
+
+TEST_F(FunctionReceiver, CallsItsFunctionForEachNotification)
+{
+    auto& center = KeepCenter();
+    std::string names;
+    const auto client = LFunctionReceiver::Create(
+        [&names, &center](const auto& distributor, const auto& notification) {
+            EXPECT_EQ(distributor.Get(), &center);
+            names += notification->GetID();
+        });
+    center.RegisterNotificationClient(client, "A", 0);
+    center.RegisterNotificationClient(client, "B", 0);
+
+    center.PostForBroadcast(Make("A"));
+    center.PostForBroadcast(Make("B"));
+    center.DeliverPendingNotifications(false);
+
+    EXPECT_EQ(names, "AB");
+    center.UnregisterNotificationClient(client);
+}
+
+TEST_F(FunctionReceiver, DoesNothingWithoutAFunction)
+{
+    auto& center = KeepCenter();
+    const auto client = LFunctionReceiver::Create(nullptr);
+    center.RegisterNotificationClient(client, "A", 0);
+
+    EXPECT_EQ(center.DeliverNotificationAllClients(Make()), kResultSuccess);
+
+    center.UnregisterNotificationClient(client);
+}
+
+TEST_F(FunctionReceiver, LeavesWhenItIsAsked)
+{
+    auto& distributor = KeepDistributor();
+    const auto client = LFunctionReceiver::Create([](const auto&, const auto&) {});
+    const RCPtr<LNotificationDistributor> held(&distributor);
+    distributor.RegisterNotificationClient(client, "A", 0);
+    const char* const id = LNotification::GetNotificationID("A");
+
+    EXPECT_EQ(client->ForceUnregisterNotification(held, id), kResultSuccess);
+    EXPECT_EQ(client->ForceUnregisterNotification(held, id), kResultNothingDone);
+    EXPECT_EQ(client->ForceUnregisterNotification(nullptr, id), kResultOutOfRange);
+    EXPECT_FALSE(distributor.IsClientRegistered(client));
+}
+
+TEST_F(FunctionReceiver, EndsWithItsCenterAndReleasesWhatItsFunctionHolds)
+{
+    const auto held = std::make_shared<int>(1);
+    {
+        const auto center = LNotificationCenter::Create("center");
+        center->RegisterNotificationClient(
+            LFunctionReceiver::Create([held](const auto&, const auto&) {}), "A", 0);
+        EXPECT_EQ(held.use_count(), 2);
+    }
+
+    EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST_F(FunctionReceiver, MayUnregisterItselfFromItsFunction)
+{
+    auto& center = KeepCenter();
+    RCPtr<LFunctionReceiver> client;
+    const auto held = std::make_shared<int>(1);
+    client = LFunctionReceiver::Create([&, held](const auto& distributor, const auto&) {
+        const RCPtr<LNotificationClient> self = std::move(client);
+        EXPECT_EQ(distributor->UnregisterNotificationClient(self), 1);
+        EXPECT_EQ(*held, 1);
+    });
+    center.RegisterNotificationClient(client, "A", 0);
+
+    center.DeliverNotificationAllClients(Make());
+
+    EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST_F(FunctionReceiver, LetsExceptionsPass)
+{
+    auto& center = KeepCenter();
+    const auto client = LFunctionReceiver::Create([](const auto&, const auto&) { throw 1; });
+    center.RegisterNotificationClient(client, "A", 0);
+
+    EXPECT_THROW(center.DeliverNotificationAllClients(Make()), int);
+
+    center.UnregisterNotificationClient(client);
+}
+
+} // namespace
+} // namespace NotificationTests

@@ -1,0 +1,388 @@
+// QueueTest.cpp - posting and delivery.
+
+#include "NotificationFixture.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace NotificationTests {
+namespace {
+
+class Queue : public NotificationFixture
+{
+protected:
+    void SetUp() override
+    {
+        NotificationFixture::SetUp();
+        distributor = &KeepDistributor();
+        queue = &KeepQueue(*distributor);
+        client = MakeClient('a');
+        distributor->RegisterNotificationClient(client, "A", 0);
+    }
+    void TearDown() override
+    {
+        client = nullptr;
+        NotificationFixture::TearDown();
+    }
+
+    std::vector<RCPtr<LNotification>> PostThree()
+    {
+        std::vector<RCPtr<LNotification>> posted;
+        for (int count = 0; count < 3; ++count) {
+            posted.push_back(Make());
+            EXPECT_EQ(queue->PostForBroadcast(posted.back()), kResultSuccess);
+        }
+        return posted;
+    }
+
+    LNotificationDistributor* distributor = nullptr;
+    LNotificationQueue* queue = nullptr;
+    RCPtr<LTestClient> client;
+};
+
+TEST_F(Queue, StoresPostsUntilTheyAreDelivered)
+{
+    const RCPtr<LNotification> notification = Make();
+
+    EXPECT_EQ(queue->PostForBroadcast(notification), kResultSuccess);
+    EXPECT_EQ(journal, "");
+    EXPECT_TRUE(notification->IsPosted());
+    EXPECT_EQ(notification->GetReferenceCount(), 2);
+
+    EXPECT_FALSE(queue->DeliverPendingNotifications(false));
+    EXPECT_EQ(journal, "a");
+    EXPECT_FALSE(notification->IsPosted());
+    EXPECT_EQ(notification->GetReferenceCount(), 1);
+}
+
+TEST_F(Queue, TakesANotificationAgainAfterItsDelivery)
+{
+    const RCPtr<LNotification> notification = Make();
+
+    EXPECT_EQ(queue->PostForBroadcast(notification), kResultSuccess);
+    EXPECT_EQ(queue->PostForBroadcast(notification), kResultOutOfRange);
+    queue->DeliverPendingNotifications(false);
+    EXPECT_EQ(queue->PostForBroadcast(notification), kResultSuccess);
+    queue->DeliverPendingNotifications(false);
+
+    EXPECT_EQ(journal, "aa");
+}
+
+TEST_F(Queue, RefusesInTheOrderOfItsTests)
+{
+    LNotificationQueue& bare = Keep(LNotificationQueue::Create());
+    const RCPtr<LNotification> fresh = Make();
+    const RCPtr<LNotification> posted = Make();
+    posted->SetPosted(true);
+
+    EXPECT_EQ(queue->PostForBroadcast(nullptr), kResultOutOfRange);
+    EXPECT_EQ(queue->PostForBroadcast(posted), kResultOutOfRange);
+    EXPECT_EQ(bare.PostForBroadcast(nullptr), kResultOutOfRange);
+    EXPECT_EQ(bare.PostForBroadcast(posted), kResultOutOfRange);
+    EXPECT_EQ(bare.PostForBroadcast(fresh), kResultFailure);
+
+    EXPECT_FALSE(fresh->IsPosted());
+    EXPECT_EQ(fresh->GetReferenceCount(), 1);
+}
+
+TEST_F(Queue, DeliversInTheOrderOfPosting)
+{
+    std::string order;
+    client->onHandle = [&order](const auto&, const auto& notification) {
+        order += notification->GetID();
+    };
+    for (const char* const name : {"B", "C", "D"}) {
+        distributor->RegisterNotificationClient(client, name, 0);
+    }
+
+    for (const char* const name : {"C", "A", "D", "B", "A"}) {
+        queue->PostForBroadcast(Make(name));
+    }
+    queue->DeliverPendingNotifications(false);
+
+    EXPECT_EQ(order, "CADBA");
+}
+
+TEST_F(Queue, KeepsTheOrderBeyondItsFirstSlots)
+{
+    std::vector<const LNotification*> delivered;
+    client->onHandle = [&delivered](const auto&, const auto& notification) {
+        delivered.push_back(notification.Get());
+    };
+    std::vector<RCPtr<LNotification>> posted;
+    for (int count = 0; count < 1000; ++count) {
+        posted.push_back(Make());
+        ASSERT_EQ(queue->PostForBroadcast(posted.back()), kResultSuccess);
+    }
+
+    EXPECT_FALSE(queue->DeliverPendingNotifications(false));
+
+    ASSERT_EQ(delivered.size(), 1000u);
+    for (std::size_t index = 0; index < 1000; ++index) {
+        ASSERT_EQ(delivered[index], posted[index].Get());
+    }
+}
+
+TEST_F(Queue, LeavesWhatClientsPostToTheNextCall)
+{
+    const RCPtr<LNotification> second = Make();
+    client->onHandle = [this, &second](const auto&, const auto&) {
+        queue->PostForBroadcast(second);
+    };
+    queue->PostForBroadcast(Make());
+
+    EXPECT_TRUE(queue->DeliverPendingNotifications(false));
+    EXPECT_EQ(TakeJournal(), "a");
+
+    client->onHandle = nullptr;
+    EXPECT_FALSE(queue->DeliverPendingNotifications(false));
+    EXPECT_EQ(TakeJournal(), "a");
+}
+
+TEST_F(Queue, RefusesTheNotificationThatIsBeingDelivered)
+{
+    const RCPtr<LNotification> notification = Make();
+    client->onHandle = [this, &notification](const auto&, const auto&) {
+        EXPECT_EQ(queue->PostForBroadcast(notification), kResultOutOfRange);
+        EXPECT_EQ(notification->SetName("B"), kResultFailure);
+    };
+
+    queue->PostForBroadcast(notification);
+    EXPECT_FALSE(queue->DeliverPendingNotifications(false));
+
+    EXPECT_EQ(journal, "a");
+}
+
+TEST_F(Queue, DeliversTheIdleNotificationLastAndUnposted)
+{
+    const auto idle = MakeClient('i');
+    idle->onHandle = [](const auto&, const auto& notification) {
+        EXPECT_EQ(notification->GetID(), LNotification::GetNotificationID(QX::NID_IDLE));
+        EXPECT_EQ(notification->GetData(), nullptr);
+        EXPECT_FALSE(notification->IsPosted());
+    };
+    distributor->RegisterNotificationClient(idle, QX::NID_IDLE, 0);
+
+    EXPECT_FALSE(queue->DeliverPendingNotifications(true));
+    EXPECT_EQ(TakeJournal(), "i");
+
+    PostThree();
+    EXPECT_FALSE(queue->DeliverPendingNotifications(true));
+    EXPECT_EQ(TakeJournal(), "aaai");
+
+    EXPECT_FALSE(queue->DeliverPendingNotifications(false));
+    EXPECT_EQ(TakeJournal(), "");
+}
+
+TEST_F(Queue, DeliversOnlyTheIdleNotificationInsideADelivery)
+{
+    const auto idle = MakeClient('i');
+    distributor->RegisterNotificationClient(idle, QX::NID_IDLE, 0);
+    client->onHandle = [this](const auto&, const auto&) {
+        queue->DeliverPendingNotifications(true);
+    };
+    PostThree();
+
+    EXPECT_FALSE(queue->DeliverPendingNotifications(false));
+
+    EXPECT_EQ(journal, "aiaiai");
+}
+
+TEST_F(Queue, SaysInsideADeliveryWhatIsStillPending)
+{
+    std::string pending;
+    client->onHandle = [this, &pending](const auto&, const auto&) {
+        pending += queue->DeliverPendingNotifications(false) ? 'y' : 'n';
+    };
+    PostThree();
+
+    queue->DeliverPendingNotifications(false);
+
+    EXPECT_EQ(pending, "yyn");
+}
+
+TEST_F(Queue, FlushesWithoutDelivering)
+{
+    const auto posted = PostThree();
+
+    EXPECT_FALSE(queue->FlushPendingNotifications());
+
+    EXPECT_EQ(journal, "");
+    for (const auto& notification : posted) {
+        EXPECT_FALSE(notification->IsPosted());
+        EXPECT_EQ(notification->GetReferenceCount(), 1);
+    }
+    EXPECT_FALSE(queue->DeliverPendingNotifications(false));
+    EXPECT_EQ(journal, "");
+}
+
+TEST_F(Queue, FlushesOnceWhatPayloadsPostAtTheirEnd)
+{
+    queue->PostForBroadcast(
+        LNotification::Create("A", MakePayload([this] { queue->PostForBroadcast(Make()); })));
+
+    EXPECT_TRUE(queue->FlushPendingNotifications());
+    EXPECT_FALSE(queue->FlushPendingNotifications());
+}
+
+TEST_F(Queue, GoesOnAfterAClientHasFlushedIt)
+{
+    const auto posted = PostThree();
+    client->onHandle = [this](const auto&, const auto&) { queue->FlushPendingNotifications(); };
+
+    EXPECT_FALSE(queue->DeliverPendingNotifications(false));
+    EXPECT_EQ(TakeJournal(), "a");
+    for (const auto& notification : posted) {
+        EXPECT_FALSE(notification->IsPosted());
+    }
+
+    client->onHandle = nullptr;
+    EXPECT_EQ(queue->PostForBroadcast(posted[2]), kResultSuccess);
+    EXPECT_FALSE(queue->DeliverPendingNotifications(false));
+    EXPECT_EQ(TakeJournal(), "a");
+}
+
+TEST_F(Queue, EndsItsDeliveryWhenAClientReleasesTheDistributor)
+{
+    const auto posted = PostThree();
+    client->onHandle = [this](const auto&, const auto&) { queue->ReleaseDistributor(); };
+
+    EXPECT_FALSE(queue->DeliverPendingNotifications(true));
+
+    EXPECT_EQ(journal, "a");
+    for (const auto& notification : posted) {
+        EXPECT_FALSE(notification->IsPosted());
+    }
+    EXPECT_EQ(queue->PostForBroadcast(posted[0]), kResultFailure);
+}
+
+TEST_F(Queue, TakesADistributorOnce)
+{
+    LNotificationQueue& fresh = Keep(LNotificationQueue::Create());
+    const RCPtr<LNotificationDistributor> held(distributor);
+
+    EXPECT_EQ(fresh.SetDistributor(nullptr), kResultSuccess);
+    EXPECT_EQ(fresh.PostForBroadcast(Make()), kResultFailure);
+    EXPECT_EQ(fresh.SetDistributor(held), kResultSuccess);
+    EXPECT_EQ(fresh.SetDistributor(held), kResultFailure);
+    EXPECT_EQ(fresh.SetDistributor(nullptr), kResultFailure);
+    fresh.ReleaseDistributor();
+    EXPECT_EQ(fresh.SetDistributor(held), kResultFailure);
+}
+
+TEST_F(Queue, DeliversNothingWithoutADistributor)
+{
+    LNotificationQueue& bare = Keep(LNotificationQueue::Create());
+    EXPECT_FALSE(bare.DeliverPendingNotifications(true));
+    EXPECT_FALSE(bare.FlushPendingNotifications());
+
+    queue->ReleaseDistributor();
+    EXPECT_FALSE(queue->DeliverPendingNotifications(true));
+    EXPECT_EQ(journal, "");
+}
+
+TEST_F(Queue, DeliversOnlyIdleAfterAnExceptionButCanBeFlushed)
+{
+    const auto idle = MakeClient('i');
+    distributor->RegisterNotificationClient(idle, QX::NID_IDLE, 0);
+    const auto posted = PostThree();
+    int calls = 0;
+    client->onHandle = [&calls](const auto&, const auto&) {
+        if (++calls == 2) {
+            throw std::runtime_error("no");
+        }
+    };
+
+    EXPECT_THROW(queue->DeliverPendingNotifications(true), std::runtime_error);
+    EXPECT_EQ(TakeJournal(), "aa");
+    EXPECT_FALSE(posted[0]->IsPosted());
+    EXPECT_TRUE(posted[1]->IsPosted());
+    EXPECT_EQ(posted[1]->GetReferenceCount(), 1);
+    EXPECT_TRUE(posted[2]->IsPosted());
+
+    EXPECT_TRUE(queue->DeliverPendingNotifications(true));
+    EXPECT_EQ(TakeJournal(), "i");
+    EXPECT_FALSE(queue->FlushPendingNotifications());
+    EXPECT_FALSE(posted[2]->IsPosted());
+    EXPECT_EQ(queue->PostForBroadcast(posted[0]), kResultSuccess);
+    EXPECT_TRUE(queue->DeliverPendingNotifications(false));
+    EXPECT_EQ(TakeJournal(), "");
+    posted[1]->SetPosted(false);
+}
+
+TEST_F(Queue, CountsItsReferencesRightAfterAnException)
+{
+    client->onHandle = [](const auto&, const auto&) { throw 1; };
+    PostThree();
+
+    EXPECT_THROW(queue->DeliverPendingNotifications(false), int);
+
+    EXPECT_EQ(CountsOf(*queue), "2/1");
+    EXPECT_EQ(CountsOf(*distributor), "4/2") << "kept, the queue's, a registration, the list's";
+    queue->ReleaseDistributor();
+    EXPECT_EQ(CountsOf(*queue), "1/0");
+}
+
+TEST_F(Queue, ParksADeliveredNotificationWithoutItsPayload)
+{
+    LNotification::SetNotificationReuseEnable(true);
+    RCPtr<LNotification> notification = LNotification::Create("A", MakePayload());
+    const LNotification* const object = notification.Get();
+    queue->PostForBroadcast(notification);
+    notification = nullptr;
+
+    queue->DeliverPendingNotifications(false);
+
+    EXPECT_EQ(LPayload::sLiveCount, 0);
+    const RCPtr<LNotification> again = Make("B");
+    EXPECT_EQ(again.Get(), object);
+    EXPECT_FALSE(again->IsPosted());
+}
+
+TEST_F(Queue, ParksAFlushedNotificationWithoutItsPayload)
+{
+    LNotification::SetNotificationReuseEnable(true);
+    queue->PostForBroadcast(LNotification::Create("A", MakePayload()));
+
+    queue->FlushPendingNotifications();
+
+    EXPECT_EQ(LPayload::sLiveCount, 0);
+    EXPECT_FALSE(LNotification::Create("", nullptr)->IsPosted());
+}
+
+TEST_F(Queue, ANotificationLostInAnExceptionIsUsableAgain)
+{
+    LNotification::SetNotificationReuseEnable(true);
+    client->onHandle = [](const auto&, const auto&) { throw 1; };
+    RCPtr<LNotification> notification = LNotification::Create("A", MakePayload());
+    const LNotification* const object = notification.Get();
+    queue->PostForBroadcast(notification);
+    notification = nullptr;
+    EXPECT_THROW(queue->DeliverPendingNotifications(false), int);
+
+    const RCPtr<LNotification> again = Make("B");
+
+    EXPECT_EQ(again.Get(), object);
+    EXPECT_STREQ(again->GetID(), "B");
+    EXPECT_EQ(queue->PostForBroadcast(again), kResultSuccess);
+}
+
+TEST_F(Queue, FlushesAtItsEnd)
+{
+    LNotificationQueue& ending = KeepQueue(*distributor);
+    const RCPtr<LNotification> notification = LNotification::Create("A", MakePayload());
+    ending.PostForBroadcast(notification);
+
+    ending.ReleaseDistributor();
+    LetGoOf(ending);
+
+    EXPECT_FALSE(notification->IsPosted());
+    EXPECT_EQ(notification->GetReferenceCount(), 1);
+    EXPECT_EQ(journal, "");
+}
+
+} // namespace
+} // namespace NotificationTests

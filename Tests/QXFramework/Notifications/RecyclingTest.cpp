@@ -1,0 +1,265 @@
+// RecyclingTest.cpp - notifications that are parked and handed out again.
+
+#include "NotificationFixture.h"
+
+#include "Support/FailingNew.h"
+#include "Support/Threads.h"
+
+#include <gtest/gtest.h>
+
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace NotificationTests {
+namespace {
+
+class Recycling : public NotificationFixture
+{
+protected:
+    void SetUp() override
+    {
+        NotificationFixture::SetUp();
+        LNotification::SetNotificationReuseEnable(true);
+    }
+
+    /// Makes `count` notifications of that name at once and drops them in the order of their
+    /// making.
+    static std::vector<const LNotification*> Park(std::size_t count, const char* name = "A")
+    {
+        std::vector<RCPtr<LNotification>> made;
+        std::vector<const LNotification*> parked;
+        for (std::size_t index = 0; index < count; ++index) {
+            made.push_back(LNotification::Create(name, MakePayload()));
+            parked.push_back(made.back().Get());
+        }
+        for (RCPtr<LNotification>& notification : made) {
+            notification = nullptr;
+        }
+        return parked;
+    }
+};
+
+TEST_F(Recycling, IsOffAtFirst)
+{
+    LNotification::SetNotificationReuseEnable(false);
+    const long before = TestSupport::CountLiveBlocks();
+
+    RCPtr<LNotification> notification = Make();
+    notification = nullptr;
+
+    EXPECT_EQ(TestSupport::CountLiveBlocks(), before);
+    EXPECT_EQ(LNotification::Create("", nullptr), nullptr);
+}
+
+TEST_F(Recycling, HandsOutTheSameObjectWithItsNewNameAndPayload)
+{
+    const auto parked = Park(1);
+    EXPECT_EQ(LPayload::sLiveCount, 0);
+    const RCPtr<LRefCountedObject> payload = MakePayload();
+
+    const RCPtr<LNotification> again = LNotification::Create("B", payload);
+
+    EXPECT_EQ(again.Get(), parked[0]);
+    EXPECT_STREQ(again->GetID(), "B");
+    EXPECT_EQ(again->GetData(), payload);
+    EXPECT_EQ(again->GetReferenceCount(), 1);
+    EXPECT_FALSE(again->IsPosted());
+}
+
+TEST_F(Recycling, HandsOutTheLastParkedFirst)
+{
+    const auto parked = Park(3);
+
+    const RCPtr<LNotification> first = Make();
+    const RCPtr<LNotification> second = Make();
+    const RCPtr<LNotification> third = Make();
+    const RCPtr<LNotification> fresh = Make();
+
+    EXPECT_EQ(first.Get(), parked[2]);
+    EXPECT_EQ(second.Get(), parked[1]);
+    EXPECT_EQ(third.Get(), parked[0]);
+    EXPECT_EQ(std::count(parked.begin(), parked.end(), fresh.Get()), 0);
+}
+
+TEST_F(Recycling, KeepsTheNameOfAParkedNotificationThatIsAskedForWithoutOne)
+{
+    const auto parked = Park(2, "C");
+    const RCPtr<LRefCountedObject> payload = MakePayload();
+
+    const RCPtr<LNotification> first = LNotification::Create("", payload);
+    const RCPtr<LNotification> second = LNotification::Create(nullptr, nullptr);
+    const RCPtr<LNotification> third = LNotification::Create("", payload);
+
+    EXPECT_EQ(first.Get(), parked[1]);
+    EXPECT_STREQ(first->GetID(), "C");
+    EXPECT_EQ(first->GetData(), payload);
+    EXPECT_STREQ(second->GetID(), "C");
+    EXPECT_EQ(third, nullptr);
+}
+
+TEST_F(Recycling, NeverTouchesWhatCreateInternalMakes)
+{
+    const auto parked = Park(1);
+
+    const RCPtr<LNotification> fresh = LNotification::CreateInternal("A", nullptr);
+
+    EXPECT_NE(fresh.Get(), parked[0]);
+    EXPECT_EQ(LNotification::CreateInternal("", nullptr), nullptr);
+}
+
+TEST_F(Recycling, ReleasesAllParkedNotificationsWhenItIsSwitchedOff)
+{
+    const long before = TestSupport::CountLiveBlocks();
+    static_cast<void>(Park(3));
+    EXPECT_EQ(TestSupport::CountLiveBlocks(), before + 3);
+
+    LNotification::SetNotificationReuseEnable(false);
+
+    EXPECT_EQ(TestSupport::CountLiveBlocks(), before);
+    EXPECT_EQ(LNotification::Create("", nullptr), nullptr);
+}
+
+TEST_F(Recycling, IsSwitchedOffInTimeThatGrowsWithTheirNumber)
+{
+    const long before = TestSupport::CountLiveBlocks();
+    static_cast<void>(Park(5000));
+
+    LNotification::SetNotificationReuseEnable(false);
+
+    EXPECT_EQ(TestSupport::CountLiveBlocks(), before);
+}
+
+TEST_F(Recycling, LeavesLiveNotificationsAloneWhenItIsSwitchedOff)
+{
+    RCPtr<LNotification> live = LNotification::Create("B", MakePayload());
+    static_cast<void>(Park(1));
+
+    LNotification::SetNotificationReuseEnable(false);
+
+    EXPECT_STREQ(live->GetID(), "B");
+    EXPECT_EQ(live->GetReferenceCount(), 1);
+    live = nullptr;
+    EXPECT_EQ(LPayload::sLiveCount, 0);
+}
+
+TEST_F(Recycling, StaysOnWhenItIsSwitchedOnAgain)
+{
+    const auto parked = Park(1);
+
+    LNotification::SetNotificationReuseEnable(true);
+
+    EXPECT_EQ(Make().Get(), parked[0]);
+}
+
+TEST_F(Recycling, FreesOneThatWasParkedWhileItWasPosted)
+{
+    RCPtr<LNotification> posted = LNotification::Create("A", MakePayload());
+    const LNotification* const object = posted.Get();
+    posted->SetPosted(true);
+    posted = nullptr;
+    EXPECT_EQ(LPayload::sLiveCount, 1) << "a posted notification keeps its payload";
+    const RCPtr<LRefCountedObject> payload = MakePayload();
+
+    const RCPtr<LNotification> again = LNotification::Create("B", payload);
+
+    EXPECT_EQ(again.Get(), object);
+    EXPECT_STREQ(again->GetID(), "B");
+    EXPECT_EQ(again->GetData(), payload);
+    EXPECT_FALSE(again->IsPosted());
+    EXPECT_EQ(LPayload::sLiveCount, 1);
+}
+
+TEST_F(Recycling, ReleasesAStalePayloadOutsideItsLock)
+{
+    RCPtr<LNotification> made;
+    RCPtr<LNotification> posted = LNotification::Create(
+        "A", MakePayload([&made] {
+            // Would wait for ever if this thread's lock were not its own to enter again; another
+            // thread's call shows that it is not held at all.
+            TestSupport::RunOnThreads(1, [&made](std::size_t) { made = Make("C"); });
+        }));
+    posted->SetPosted(true);
+    posted = nullptr;
+
+    const RCPtr<LNotification> again = Make("B");
+
+    ASSERT_NE(made, nullptr);
+    EXPECT_STREQ(made->GetID(), "C");
+}
+
+TEST_F(Recycling, PayloadsMayMakeNotificationsWhenTheyEnd)
+{
+    RCPtr<LNotification> made;
+    RCPtr<LNotification> notification =
+        LNotification::Create("A", MakePayload([&made] { made = Make("B"); }));
+
+    notification = nullptr;
+
+    ASSERT_NE(made, nullptr);
+    EXPECT_STREQ(made->GetID(), "B");
+}
+
+TEST_F(Recycling, PutsTheObjectBackWhenItsNewNameCannotBeEntered)
+{
+    const auto parked = Park(1);
+    bool hasThrown = false;
+    int call = 1;
+    for (; call < 100 && (call == 1 || hasThrown); ++call) {
+        SCOPED_TRACE(call);
+        hasThrown = false;
+        const std::string name = "unheard.of." + std::to_string(call);
+        const TestSupport::FailingNew failing(call);
+        try {
+            EXPECT_EQ(LNotification::Create(name.c_str(), nullptr).Get(), parked[0]);
+        } catch (const std::bad_alloc&) {
+            hasThrown = true;
+        }
+    }
+    EXPECT_GT(call, 2) << "at least one call had to fail";
+
+    const RCPtr<LNotification> again = LNotification::Create("", nullptr);
+    EXPECT_EQ(again.Get(), parked[0]);
+    const RCPtr<LNotification> none = LNotification::Create("", nullptr);
+    EXPECT_EQ(none, nullptr);
+    // The lock is free: another thread gets in.
+    TestSupport::RunOnThreads(1, [](std::size_t) { EXPECT_NE(Make(), nullptr); });
+}
+
+TEST_F(Recycling, DoesNotParkWhatMustNotBeShared)
+{
+    RCPtr<LNotification> notification = Make();
+    notification->SetUnshareable(true);
+
+    {
+        const RCPtr<LNotification> dropped = std::move(notification);
+    }
+
+    EXPECT_EQ(LNotification::Create("", nullptr), nullptr);
+}
+
+TEST_F(Recycling, LosesNoObjectBetweenThreads)
+{
+    constexpr std::size_t kThreads = 4;
+    constexpr int kRounds = 2000;
+    const long before = TestSupport::CountLiveBlocks();
+
+    TestSupport::RunOnThreads(kThreads, [](std::size_t) {
+        for (int round = 0; round < kRounds; ++round) {
+            RCPtr<LNotification> first = Make("A");
+            const RCPtr<LNotification> second = Make("B");
+            ASSERT_STREQ(first->GetID(), "A");
+            first = nullptr;
+        }
+    });
+
+    const long parked = TestSupport::CountLiveBlocks() - before;
+    EXPECT_GE(parked, 0);
+    EXPECT_LE(parked, static_cast<long>(2 * kThreads));
+    LNotification::SetNotificationReuseEnable(false);
+    EXPECT_EQ(TestSupport::CountLiveBlocks(), before);
+}
+
+} // namespace
+} // namespace NotificationTests
