@@ -10,6 +10,7 @@
 #include <cstring>
 #include <functional>
 #include <new>
+#include <typeinfo>
 #include <utility>
 
 namespace QX {
@@ -19,56 +20,48 @@ namespace {
 template <class CharT>
 constexpr CharT kNoText{};
 
-/// A string with a larger buffer does not save its bytes before it grows in place.
+/// A buffer of another class with more bytes does not have them saved before it grows in place.
 constexpr uint32 kSavedBytes = 1024;
 
-/// Whether a heap runs out of addresses long before it runs out of memory.
-constexpr bool kAddressesAreScarce = sizeof(void*) == 4;
-
-// Throws if the heap has no block of this size now.
-void ProbeHeap(uint32 size)
-{
-    void* const block = GetSystemAllocator()->Alloc(size);
-    if (block == nullptr) {
-        throw std::bad_alloc();
-    }
-    GetSystemAllocator()->Free(block);
-}
-
-// Resizes a buffer in place and zeroes the bytes gained.
-//
-// A buffer frees its block when it cannot get a larger one, so that nothing would be left of the
-// text. The bytes of a small one are saved for that case, and go back into the block that the
-// failure has just freed. Of a large one that would cost too much: where addresses are scarce, a
-// probe of the heap tells beforehand whether there is a block. Only a resize that fails in spite of
-// that loses the text.
-void ResizeInPlace(LIBuffer& buffer, uint32 size)
+// Resizes a buffer of a class that gives its block up when it cannot get a larger one. The bytes
+// of a small one go back into the block that the failure has just freed; a large one loses them.
+void ResizeForeign(LIBuffer& buffer, uint32 size)
 {
     std::array<char, kSavedBytes> saved;
     const uint32 oldSize = buffer.GetRawPtr() != nullptr ? buffer.GetSizeBytes() : 0;
-    const bool grows = size > buffer.GetAllocatedSize();
-    const bool isSaved = grows && oldSize != 0 && oldSize <= saved.size();
+    const bool isSaved = oldSize != 0 && oldSize <= saved.size();
     if (isSaved) {
         std::memcpy(saved.data(), buffer.GetRawPtr(), oldSize);
-    } else if (grows && kAddressesAreScarce) {
-        ProbeHeap(size);
     }
     buffer.ResizeBytes(size);
-    auto* block = static_cast<char*>(buffer.GetRawPtr());
-    if (block != nullptr) {
-        if (size > oldSize) {
-            std::memset(block + oldSize, 0, size - oldSize);
-        }
+    if (buffer.GetRawPtr() != nullptr) {
         return;
     }
     buffer.ResizeBytes(oldSize);
-    block = static_cast<char*>(buffer.GetRawPtr());
-    if (block != nullptr && isSaved) {
-        std::memcpy(block, saved.data(), oldSize);
-    } else if (block != nullptr) {
-        std::memset(block, 0, oldSize);
+    if (void* const block = buffer.GetRawPtr()) {
+        if (isSaved) {
+            std::memcpy(block, saved.data(), oldSize);
+        } else {
+            std::memset(block, 0, oldSize);
+        }
     }
     throw std::bad_alloc();
+}
+
+// Resizes a buffer in place and zeroes the bytes gained. The strings' own buffers keep their text
+// when the heap refuses; only an adopted one can be of another class.
+void ResizeInPlace(LIBuffer& buffer, uint32 size)
+{
+    const uint32 oldSize = buffer.GetRawPtr() != nullptr ? buffer.GetSizeBytes() : 0;
+    if (typeid(buffer) != typeid(LTextBuffer)) {
+        ResizeForeign(buffer, size);
+    } else if (!static_cast<LTextBuffer&>(buffer).TryResizeBytes(size)) {
+        throw std::bad_alloc();
+    }
+    auto* const block = static_cast<char*>(buffer.GetRawPtr());
+    if (block != nullptr && size > oldSize) {
+        std::memset(block + oldSize, 0, size - oldSize);
+    }
 }
 
 template <class CharT>
@@ -284,7 +277,7 @@ template <class CharT>
 RCPtr<LIBuffer> StringStorageT<CharT>::CreateTextBuffer(const CharT* text, uint32 length)
 {
     RCPtr<LIBuffer> buffer = CreateBuffer(uint64{length} + 1);
-    CharT* const target = ElementsOf(*buffer);
+    auto* const target = static_cast<CharT*>(buffer->GetRawPtr());
     std::copy_n(text, length, target);
     target[length] = 0;
     return buffer;

@@ -63,7 +63,7 @@ TEST(StringFormat, TranslatesAFormatThatJustFits)
 
 TEST(StringFormat, CutsLongText)
 {
-    for (const uint32 length : {kLongest - 1, kLongest, kLongest + 1, 20000u}) {
+    for (const uint32 length : {kLongest - 1, kLongest, kLongest + 1, uint32{20000}}) {
         SCOPED_TRACE(length);
         const std::string text(length, 'x');
 
