@@ -183,6 +183,25 @@ TEST_F(LatestOnly, PostsSurviveAPayloadThatEmptiesThePoolWhenItIsReplaced)
     EXPECT_EQ(journal, "");
 }
 
+TEST_F(LatestOnly, ANotificationPostedInsideItsOwnPostIsPostedOnce)
+{
+    center->RegisterNotificationClient(latest, "A", kLatest);
+    const auto notification = Make();
+    // The end of the one before comes between the test of the mark and its setting.
+    center->PostForBroadcast(
+        LNotification::Create("A", MakePayload([this, &notification] {
+                                  EXPECT_EQ(center->PostForBroadcast(notification), kResultSuccess);
+                              })));
+    center->FlushPendingNotifications();
+
+    EXPECT_EQ(center->PostForBroadcast(notification), kResultOutOfRange);
+
+    EXPECT_FALSE(center->DeliverPendingNotifications(false));
+    EXPECT_EQ(journal, "l");
+    EXPECT_FALSE(notification->IsPosted());
+    EXPECT_EQ(notification->GetReferenceCount(), 1);
+}
+
 TEST_F(LatestOnly, AClientThatPostsItselfTheNextReceivesThatLater)
 {
     center->RegisterNotificationClient(latest, "A", kLatest);
