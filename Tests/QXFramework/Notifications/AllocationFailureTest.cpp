@@ -198,17 +198,20 @@ TEST_F(AllocationFailure, InAPostLeavesTheNotificationUnposted)
 
 TEST_F(AllocationFailure, InTheNameTableEntersNothing)
 {
-    const std::string name = "refused." + std::string(100, 'x');
-    const uint32 before = LNotification::GetNotificationIDs().GetCount();
-    const char* id = nullptr;
+    // So many that everything that grows with them does so.
+    for (int number = 0; number < 300; ++number) {
+        const std::string name = "refused." + std::to_string(number);
+        const uint32 before = LNotification::GetNotificationIDs().GetCount();
+        const char* id = nullptr;
 
-    const int thrown = RefuseEach(
-        [&] { id = LNotification::GetNotificationID(name.c_str()); },
-        [&] { EXPECT_EQ(LNotification::GetNotificationIDs().GetCount(), before); }, [] {});
+        const int thrown = RefuseEach(
+            [&] { id = LNotification::GetNotificationID(name.c_str()); },
+            [&] { ASSERT_EQ(LNotification::GetNotificationIDs().GetCount(), before); }, [] {});
 
-    EXPECT_GE(thrown, 2);
-    EXPECT_EQ(id, name);
-    EXPECT_EQ(LNotification::GetNotificationIDs().GetCount(), before + 1);
+        ASSERT_GE(thrown, 2);
+        ASSERT_EQ(id, name);
+        ASSERT_EQ(LNotification::GetNotificationIDs().GetCount(), before + 1);
+    }
 }
 
 TEST_F(AllocationFailure, InParkingDestroysTheNotification)
