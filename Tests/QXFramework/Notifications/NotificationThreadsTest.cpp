@@ -85,7 +85,7 @@ protected:
 
 void NotificationThreads::Soak(bool isReuseEnabled)
 {
-    const uint32 total = SoakCount() / kPosters * kPosters;
+    const uint32 total = (SoakCount() + kPosters - 1) / kPosters * kPosters;
     LNotification::SetNotificationReuseEnable(isReuseEnabled);
     auto& center = KeepCenter();
     const RCPtr<LOrderClient> client(new LOrderClient);
