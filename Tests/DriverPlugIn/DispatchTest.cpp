@@ -314,21 +314,32 @@ private:
 TEST_F(Dispatch, SetReadsExactlyTheDataAtAnyAlignment)
 {
     const GuardedPage page;
+    const UInt32 integer = 0x12345678;
+    const Float32 gains[2] = {1.0F, 0.5F};
     const struct
     {
         const char* what;
         UInt32 property;
         UInt32 size;
-    } cases[] = {{"enable", kEnable, 4}, {"level", kLevel, 8}, {"state", kState, 4}};
-    for (const auto& [what, property, size] : cases) {
+        const void* data;
+    } cases[] = {
+        {"enable", kEnable, 4, &integer},
+        {"level", kLevel, 8, gains},
+        {"state", kState, 4, &integer},
+    };
+    for (const auto& [what, property, size, aligned] : cases) {
         SCOPED_TRACE(what);
+        AudioDriverPlugInDeviceSetProperty(kDevice, nullptr, 0, 1, property, size, aligned);
+        const std::string expected = PlatformCalls::GetSent().back().data;
         for (UInt32 distance = size; distance < size + 4; ++distance) {
             unsigned char* const data = page.GetEnd() - distance;
-            std::memset(data, 0, size);
+            std::memcpy(data, aligned, size);
 
             EXPECT_EQ(
                 AudioDriverPlugInDeviceSetProperty(kDevice, nullptr, 0, 1, property, size, data),
                 0);
+
+            EXPECT_EQ(PlatformCalls::GetSent().back().data, expected);
         }
     }
 }

@@ -75,6 +75,18 @@ TEST_F(Registry, OpenCopiesTheHostInfoBeforeItAppendsTheRecord)
     EXPECT_EQ(AudioDriverPlugInClose(258), 0);
 }
 
+TEST_F(Registry, OpenSetsThePortAfterItHasAppendedTheRecord)
+{
+    PlatformCalls::PoisonAllocations();
+
+    Open(258);
+
+    ASSERT_THAT(PlatformCalls::GetAppended(), testing::SizeIs(1));
+    CFMessagePortRef poison = nullptr;
+    std::memset(&poison, 0xA5, sizeof(poison));
+    EXPECT_EQ(PlatformCalls::GetAppended().front().mMessagePort, poison);
+}
+
 TEST_F(Registry, SecondOpenOfADeviceIsRefusedAndLeavesOneRecord)
 {
     Open(258);
@@ -113,7 +125,7 @@ TEST_F(Registry, ClosingTheOnlyDeviceReleasesTheArrayAndTheNextOpenMakesANewOne)
 
     Close(258);
 
-    EXPECT_THAT(PlatformCalls::GetJournal(), ElementsAre("release array"));
+    EXPECT_THAT(PlatformCalls::GetJournal(), ElementsAre("remove 0", "release array"));
     EXPECT_EQ(CountArrays(), 0);
     PlatformCalls::ClearJournal();
     Open(300);
@@ -153,8 +165,10 @@ TEST_F(Registry, ClosingTheLastOfTwoLeavesTheFirst)
     Open(1);
     Open(2);
 
+    PlatformCalls::ClearJournal();
     Close(2);
 
+    EXPECT_THAT(PlatformCalls::GetJournal(), ElementsAre("remove 1"));
     EXPECT_TRUE(IsOpen(1));
     EXPECT_FALSE(IsOpen(2));
     EXPECT_EQ(CountArrays(), 1);
@@ -176,7 +190,7 @@ TEST_F(Registry, HoldsMoreDevicesThanTheCapacityHint)
     EXPECT_TRUE(IsOpen(5));
 }
 
-TEST_F(Registry, RecordIsOneBlockThatCloseFrees)
+TEST_F(Registry, RecordIsOneBlockThatCloseFreesAfterItsRemoval)
 {
     PlatformCalls::RecordBlocks();
     const std::string size = std::to_string(sizeof(_PlugInInfo));
@@ -186,11 +200,12 @@ TEST_F(Registry, RecordIsOneBlockThatCloseFrees)
 
     std::vector<std::string> blocks;
     for (const std::string& entry : PlatformCalls::GetJournal()) {
-        if (entry.find(size) != std::string::npos || entry.find("release") == 0) {
+        if (entry.find(size) != std::string::npos || entry.find("re") == 0) {
             blocks.push_back(entry);
         }
     }
-    EXPECT_THAT(blocks, ElementsAre("allocate " + size, "free " + size, "release array"));
+    EXPECT_THAT(blocks,
+                ElementsAre("allocate " + size, "remove 0", "free " + size, "release array"));
 }
 
 TEST_F(Registry, NewRecordHasNoPortWhateverItsMemoryHeld)
@@ -212,7 +227,7 @@ TEST_F(Registry, CloseKeepsThePortAndReopeningMakesAnother)
     PlatformCalls::ClearJournal();
 
     Close(258);
-    EXPECT_THAT(PlatformCalls::GetJournal(), ElementsAre("release array"));
+    EXPECT_THAT(PlatformCalls::GetJournal(), ElementsAre("remove 0", "release array"));
     Open(258);
     SetInteger(258, kEnable, 1);
 

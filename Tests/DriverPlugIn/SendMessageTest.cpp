@@ -28,6 +28,17 @@ public:
     }
 };
 
+/// Says that it has more bytes than a message can carry.
+class HugeVariant : public QX::Variant
+{
+public:
+    const void* GetConstPointer(UInt32& size) const override
+    {
+        size = 0xFFFFFFF0;
+        return this;
+    }
+};
+
 class SendMessage : public PlugInFixture
 {
 protected:
@@ -235,6 +246,18 @@ TEST_F(SendMessage, WithoutMemoryForTheBytesMakesNoData)
                             "release dictionary"));
 }
 
+TEST_F(SendMessage, OfAValueTooLargeMakesNoData)
+{
+    HugeVariant value;
+
+    EXPECT_EQ(SendMessageToServer(&mInfo, kParameter, value), -3);
+
+    EXPECT_THAT(PlatformCalls::GetJournal(),
+                ElementsAre("create dictionary null 2 null null", "create number null 3",
+                            "add number as CoreAudioDeviceIDKey", "release number",
+                            "release dictionary"));
+}
+
 TEST_F(SendMessage, SendsAValueThatDoesNotSerialize)
 {
     mValue.SetPointer(&mInfo, 0);
@@ -296,6 +319,19 @@ TEST_F(SendMessage, ExceptionOfDocumentCreationFreesTheBufferAlone)
     EXPECT_EQ(PlatformCalls::GetJournal().back(), "free 28");
     EXPECT_EQ(StandinGetLiveObjectCount(CFDataGetTypeID()), 1);
     ExpectLeftBehind({"dictionary", "number", "data"});
+}
+
+TEST_F(SendMessage, ExceptionOfTheSendFreesTheBufferAlone)
+{
+    PlatformCalls::Throw(Call::kSend);
+
+    EXPECT_THROW(Send(), QX::ExceptionBase);
+
+    const std::vector<std::string>& journal = PlatformCalls::GetJournal();
+    ASSERT_GE(journal.size(), 2u);
+    EXPECT_EQ(journal[journal.size() - 2], "send SLLM");
+    EXPECT_EQ(journal.back(), "free 28");
+    ExpectLeftBehind({"dictionary", "number", "data", "document"});
 }
 
 TEST_F(SendMessage, ExceptionBeforeTheBufferLeavesWhatWasMade)

@@ -80,6 +80,15 @@ bool Begin(Call call, const std::string& entry)
     return gState.failing.count(call) != 0;
 }
 
+/// Throws if a `new` of this size is to fail.
+void FailIfChosen(std::size_t size)
+{
+    if (gRecordingDepth == 0 && gFailingObject != 0 && size == gFailingObject) {
+        gFailingObject = 0;
+        throw std::bad_alloc();
+    }
+}
+
 std::string GetName(const void* object)
 {
     const auto found = gState.names.find(object);
@@ -199,6 +208,8 @@ CFMutableArrayRef __wrap_CFArrayCreateMutable(CFAllocatorRef allocator, CFIndex 
                                               const CFArrayCallBacks* callBacks);
 void __real_CFArrayAppendValue(CFMutableArrayRef array, const void* value);
 void __wrap_CFArrayAppendValue(CFMutableArrayRef array, const void* value);
+void __real_CFArrayRemoveValueAtIndex(CFMutableArrayRef array, CFIndex index);
+void __wrap_CFArrayRemoveValueAtIndex(CFMutableArrayRef array, CFIndex index);
 CFStringRef __real_CFStringCreateWithFormat(CFAllocatorRef allocator, CFDictionaryRef options,
                                             CFStringRef format, ...);
 CFStringRef __wrap_CFStringCreateWithFormat(CFAllocatorRef allocator, CFDictionaryRef options,
@@ -231,22 +242,33 @@ void __wrap_CFRelease(CFTypeRef object);
 #if __SIZEOF_SIZE_T__ == 8
 void* __real__Znwm(std::size_t size);
 void* __wrap__Znwm(std::size_t size);
+void* __real__Znam(std::size_t size);
+void* __wrap__Znam(std::size_t size);
 #define REAL_NEW __real__Znwm
 #define WRAP_NEW __wrap__Znwm
+#define REAL_NEW_ARRAY __real__Znam
+#define WRAP_NEW_ARRAY __wrap__Znam
 #else
 void* __real__Znwj(std::size_t size);
 void* __wrap__Znwj(std::size_t size);
+void* __real__Znaj(std::size_t size);
+void* __wrap__Znaj(std::size_t size);
 #define REAL_NEW __real__Znwj
 #define WRAP_NEW __wrap__Znwj
+#define REAL_NEW_ARRAY __real__Znaj
+#define WRAP_NEW_ARRAY __wrap__Znaj
 #endif
 
 void* WRAP_NEW(std::size_t size)
 {
-    if (gRecordingDepth == 0 && gFailingObject != 0 && size == gFailingObject) {
-        gFailingObject = 0;
-        throw std::bad_alloc();
-    }
+    FailIfChosen(size);
     return REAL_NEW(size);
+}
+
+void* WRAP_NEW_ARRAY(std::size_t size)
+{
+    FailIfChosen(size);
+    return REAL_NEW_ARRAY(size);
 }
 
 void* __wrap_malloc(std::size_t size)
@@ -304,6 +326,13 @@ void __wrap_CFArrayAppendValue(CFMutableArrayRef array, const void* value)
     __real_CFArrayAppendValue(array, value);
 }
 
+void __wrap_CFArrayRemoveValueAtIndex(CFMutableArrayRef array, CFIndex index)
+{
+    const Recording recording;
+    gState.journal.push_back("remove " + std::to_string(index));
+    __real_CFArrayRemoveValueAtIndex(array, index);
+}
+
 CFStringRef __wrap_CFStringCreateWithFormat(CFAllocatorRef allocator, CFDictionaryRef options,
                                             CFStringRef format, ...)
 {
@@ -336,7 +365,7 @@ SInt32 __wrap_CFMessagePortSendRequest(CFMessagePortRef remote, SInt32 messageID
                                        CFStringRef replyMode, CFDataRef* returnData)
 {
     const Recording recording;
-    gState.journal.push_back("send " + DescribeFourCharCode(messageID));
+    Begin(Call::kSend, "send " + DescribeFourCharCode(messageID));
     SentMessage message;
     message.port = remote;
     message.id = messageID;

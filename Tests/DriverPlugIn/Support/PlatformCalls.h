@@ -23,6 +23,7 @@ enum class Call
     kNumberCreate,
     kDataCreate,
     kDocumentCreate,
+    kSend, ///< can only throw; what it answers is AnswerSends' choice
 };
 
 struct SentMessage
@@ -55,7 +56,8 @@ public:
 
     /// Makes the next allocation of exactly `size` bytes by malloc give null.
     static void FailAllocation(std::size_t size);
-    /// Makes the next `new` of exactly `size` bytes throw std::bad_alloc.
+    /// Makes the next `new`, of an object or an array, of exactly `size` bytes throw
+    /// std::bad_alloc.
     static void FailObject(std::size_t size);
     /// Fills what malloc gives with 0xA5 from now on.
     static void PoisonAllocations();
