@@ -173,6 +173,31 @@ TEST_F(BufferSize, ResizingKeepsTheCommonPrefixForEveryPairOfSizes)
     CheckEveryPairOfSizes<Pointers>(4, 3, 40);
 }
 
+// Says how often the operation was reached through the table.
+class Overriding : public Exact
+{
+public:
+    using Exact::Exact;
+
+    int32 SetSizeBytes(uint32 size) override
+    {
+        ++calls;
+        return Exact::SetSizeBytes(size);
+    }
+
+    int calls = 0;
+};
+
+TEST_F(BufferSize, ResizingWithoutABlockIsTheVirtualSetSize)
+{
+    Overriding buffer(0, 0, false);
+
+    EXPECT_EQ(buffer.ResizeBytes(5), 5);
+    EXPECT_EQ(buffer.calls, 1);
+    EXPECT_EQ(buffer.ResizeBytes(6), 6);
+    EXPECT_EQ(buffer.calls, 1) << "with a block it is not";
+}
+
 TEST_F(BufferSize, BytesGainedAreNotCleared)
 {
     Exact buffer(1, 0, true);
