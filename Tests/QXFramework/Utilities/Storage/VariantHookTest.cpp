@@ -1,5 +1,7 @@
 // VariantHookTest.cpp - the virtual operations, and what a derived class builds on.
 
+#include "Support/VirtualSlots.h"
+
 #include <QX/Variant.h>
 
 #include "VariantTestSupport.h"
@@ -9,15 +11,7 @@
 namespace {
 
 using namespace VariantTesting;
-
-// With the common C++ ABI a pointer to a virtual member holds one more than its table offset.
-template <class Member>
-size_t SlotOf(Member member)
-{
-    size_t word = 0;
-    std::memcpy(&word, &member, sizeof word);
-    return (word - 1) / sizeof(void*);
-}
+using TestSupport::SlotOf;
 
 TEST(VariantHooks, VirtualOperationsKeepTheirSlots)
 {
