@@ -16,13 +16,28 @@ void ReleaseObject(CFAllocatorRef, const void* value)
     CFRelease(value);
 }
 
+bool EqualArray(const Standin::Object* left, const Standin::Object* right)
+{
+    const auto& one = *static_cast<const __CFArray*>(left);
+    const auto& other = *static_cast<const __CFArray*>(right);
+    const CFArrayEqualCallBack equal = one.mCallBacks.equal;
+    return equal != nullptr && equal == other.mCallBacks.equal &&
+           std::equal(one.mValues, one.mValues + one.mCount, other.mValues,
+                      other.mValues + other.mCount, equal);
+}
+
+CFHashCode HashArray(const Standin::Object* object)
+{
+    return static_cast<CFHashCode>(static_cast<const __CFArray*>(object)->mCount);
+}
+
 } // namespace
 
 const CFArrayCallBacks kCFTypeArrayCallBacks = {0, &RetainObject, &ReleaseObject, nullptr,
                                                 &CFEqual};
 
 const Standin::Type __CFArray::kType = {Standin::kArrayType, "CFArray",
-                                        &Standin::Destroy<__CFArray>, nullptr, nullptr};
+                                        &Standin::Destroy<__CFArray>, &EqualArray, &HashArray};
 
 __CFArray::__CFArray(const CFArrayCallBacks* callBacks)
     : Object(kType)

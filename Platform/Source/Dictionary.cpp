@@ -2,6 +2,7 @@
 
 #include "Dictionary.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace {
@@ -18,6 +19,28 @@ void ReleaseObject(CFAllocatorRef, const void* value)
     CFRelease(value);
 }
 
+bool EqualDictionary(const Standin::Object* left, const Standin::Object* right)
+{
+    const auto& one = *static_cast<const __CFDictionary*>(left);
+    const auto& other = *static_cast<const __CFDictionary*>(right);
+    const CFDictionaryEqualCallBack equal = one.mValueCallBacks.equal;
+    if (one.mCount != other.mCount || equal == nullptr || one.mKeyCallBacks.equal == nullptr ||
+        equal != other.mValueCallBacks.equal ||
+        one.mKeyCallBacks.equal != other.mKeyCallBacks.equal) {
+        return false;
+    }
+    return std::all_of(one.mEntries, one.mEntries + one.mCount,
+                       [&](const __CFDictionary::Entry& entry) {
+                           const __CFDictionary::Entry* const found = other.Find(entry.mKey);
+                           return found != nullptr && equal(entry.mValue, found->mValue);
+                       });
+}
+
+CFHashCode HashDictionary(const Standin::Object* object)
+{
+    return static_cast<CFHashCode>(static_cast<const __CFDictionary*>(object)->mCount);
+}
+
 } // namespace
 
 const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks = {
@@ -26,7 +49,8 @@ const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks = {
     0, &RetainObject, &ReleaseObject, nullptr, &CFEqual};
 
 const Standin::Type __CFDictionary::kType = {Standin::kDictionaryType, "CFDictionary",
-                                             &Standin::Destroy<__CFDictionary>, nullptr, nullptr};
+                                             &Standin::Destroy<__CFDictionary>, &EqualDictionary,
+                                             &HashDictionary};
 
 __CFDictionary::__CFDictionary(const CFDictionaryKeyCallBacks* keyCallBacks,
                                const CFDictionaryValueCallBacks* valueCallBacks)

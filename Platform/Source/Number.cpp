@@ -12,15 +12,18 @@ bool EqualNumber(const Standin::Object* left, const Standin::Object* right)
 {
     const auto& one = *static_cast<const __CFNumber*>(left);
     const auto& other = *static_cast<const __CFNumber*>(right);
+    // A NaN equals a NaN: a number is equal to what is read from its own text.
     return one.IsReal() == other.IsReal() && one.mInteger == other.mInteger &&
-           one.mReal == other.mReal;
+           (one.mReal == other.mReal || (std::isnan(one.mReal) && std::isnan(other.mReal)));
 }
 
 CFHashCode HashNumber(const Standin::Object* object)
 {
     const auto& number = *static_cast<const __CFNumber*>(object);
+    const Float64 real =
+        std::isnan(number.mReal) ? std::numeric_limits<Float64>::quiet_NaN() : number.mReal;
     return static_cast<CFHashCode>(number.mInteger) ^
-           static_cast<CFHashCode>(std::hash<Float64>()(number.mReal));
+           static_cast<CFHashCode>(std::hash<Float64>()(real));
 }
 
 CFNumberType TypeByWidth(CFNumberType type)
