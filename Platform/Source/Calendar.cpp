@@ -82,7 +82,8 @@ bool DateFromText(std::string_view text, CFAbsoluteTime& time)
     const int hours = Digits(text, 11, 2);
     const int minutes = Digits(text, 14, 2);
     const int seconds = Digits(text, 17, 2);
-    if (!date.ok() || hours > 23 || minutes > 59 || seconds > 59) {
+    // The first day that can be written is the first of year 1.
+    if (!date.ok() || date.year() < year(1) || hours > 23 || minutes > 59 || seconds > 59) {
         return false;
     }
     const SInt64 days = (sys_days(date) - kEpoch).count();
