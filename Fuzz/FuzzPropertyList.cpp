@@ -1,0 +1,79 @@
+// FuzzPropertyList.cpp - arbitrary bytes as a property-list document of the platform's.
+//
+// A document is refused with a reason, or gives an object that is written and read again without a
+// difference: the second object equals the first, and the second writing has the bytes of the
+// first. No object stays behind either way.
+
+#include "FuzzCheck.h"
+
+#include <CoreFoundation/CoreFoundation.h>
+#include <Standin/Standin.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+namespace {
+
+CFPropertyListRef Read(CFDataRef document, CFStringRef& error)
+{
+    return CFPropertyListCreateFromXMLData(nullptr, document, kCFPropertyListImmutable, &error);
+}
+
+/// A reason names the line that is wrong.
+void CheckReason(CFStringRef error)
+{
+    FUZZ_CHECK(error != nullptr);
+    const CFIndex room =
+        1 + CFStringGetMaximumSizeForEncoding(CFStringGetLength(error), kCFStringEncodingUTF8);
+    std::vector<char> text(static_cast<std::size_t>(room));
+    FUZZ_CHECK(CFStringGetCString(error, text.data(), room, kCFStringEncodingUTF8));
+    FUZZ_CHECK(std::strncmp(text.data(), "line ", 5) == 0);
+    CFRelease(error);
+}
+
+bool HasEqualBytes(CFDataRef left, CFDataRef right)
+{
+    return CFDataGetLength(left) == CFDataGetLength(right) &&
+           std::memcmp(CFDataGetBytePtr(left), CFDataGetBytePtr(right),
+                       static_cast<std::size_t>(CFDataGetLength(left))) == 0;
+}
+
+void CheckRoundTrip(CFPropertyListRef list)
+{
+    const CFDataRef document = CFPropertyListCreateXMLData(nullptr, list);
+    FUZZ_CHECK(document != nullptr);
+    CFStringRef error = nullptr;
+    const CFPropertyListRef again = Read(document, error);
+    FUZZ_CHECK(again != nullptr && error == nullptr);
+    FUZZ_CHECK(CFEqual(list, again) && CFEqual(again, list));
+    FUZZ_CHECK(CFHash(list) == CFHash(again));
+    const CFDataRef second = CFPropertyListCreateXMLData(nullptr, again);
+    FUZZ_CHECK(second != nullptr && HasEqualBytes(document, second));
+    CFRelease(second);
+    CFRelease(again);
+    CFRelease(document);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    const SInt32 liveBefore = StandinGetTotalLiveObjectCount();
+    const CFDataRef document = CFDataCreate(nullptr, data, static_cast<CFIndex>(size));
+    CFStringRef error = nullptr;
+
+    const CFPropertyListRef list = Read(document, error);
+
+    if (list == nullptr) {
+        CheckReason(error);
+    } else {
+        FUZZ_CHECK(error == nullptr);
+        CheckRoundTrip(list);
+        CFRelease(list);
+    }
+    CFRelease(document);
+    FUZZ_CHECK(StandinGetTotalLiveObjectCount() == liveBefore);
+    return 0;
+}
