@@ -16,6 +16,7 @@
 #include <CoreAudio/AudioDriverPlugIn.h>
 #include <Standin/Standin.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <memory>
@@ -116,7 +117,7 @@ void Set(FuzzInput& input, EntryPointModel& model)
     unsigned char value[8] = {};
     size_t valueSize = EntryPointModel::GetSize(given.selector);
     const uint8_t* const bytes = input.TakeBytes(valueSize);
-    std::memcpy(value, bytes, valueSize);
+    std::copy_n(bytes, valueSize, value);
     // A block of exactly the property's size, at an odd address.
     std::vector<unsigned char> block(1 + EntryPointModel::GetSize(given.selector));
     std::memcpy(block.data() + 1, value, block.size() - 1);

@@ -20,6 +20,7 @@
 #include <cmath>
 #include <cstring>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -196,7 +197,8 @@ void SetValue(Variant& value, uint8_t choice, const uint8_t* data, std::size_t s
         value.SetConstPointer(data, length);
     } else {
         unsigned char scalar[8] = {};
-        std::memcpy(scalar, data, std::min<std::size_t>(size, sizeof scalar));
+        // Not memcpy: an empty input has no address.
+        std::copy_n(data, std::min<std::size_t>(size, sizeof scalar), scalar);
         const UInt32 scalarSize = type == Variant::kBool                               ? 1
                                   : type == Variant::kInt32 || type == Variant::kFloat ? 4
                                                                                        : 8;
@@ -241,8 +243,10 @@ Monitor::Value Show(const Variant& value, UInt32 parameter)
 /// The message as a host of the other byte order would have built it.
 Bytes Swap(Bytes bytes, bool isLevel)
 {
-    const auto reverse = [&bytes](std::ptrdiff_t offset, std::ptrdiff_t size) {
-        std::reverse(bytes.begin() + offset, bytes.begin() + offset + size);
+    const auto reverse = [&bytes](std::size_t first, std::size_t size) {
+        for (std::size_t last = first + size - 1; first < last; ++first, --last) {
+            std::swap(bytes.at(first), bytes.at(last));
+        }
     };
     reverse(0, 4);
     reverse(8, 4);
