@@ -144,6 +144,17 @@ TEST_F(SetParamMessage, ThatDoesNotFit32BitsLeavesTheBufferAsItWas)
     }
 }
 
+TEST_F(SetParamMessage, OfTheLargestValueThatFitsIsAskedOfTheHeap)
+{
+    const auto buffer = MakeBuffer(4);
+    PlatformCalls::FailAllocation(0xFFFFFFFF);
+
+    EXPECT_EQ(Create(1, OddVariant("", 0xFFFFFFE7), buffer), 0x80000008u);
+
+    EXPECT_EQ(buffer->GetSizeBytes(), 0xFFFFFFFFu);
+    EXPECT_EQ(buffer->GetRawPtr(), nullptr);
+}
+
 TEST_F(SetParamMessage, OfBytesInsideTheBufferFailsAndLeavesItAsItWas)
 {
     const auto buffer = MakeBuffer(8);
