@@ -79,4 +79,42 @@ TEST(StateTable, CountsOpensAndCloses)
     EXPECT_EQ(table.GetCloses(), 1u);
 }
 
+TEST(StateTable, KeepsNoMoreRowsThanItHas)
+{
+    StateTable table;
+    DecodedMessage message = MakeMessage(0, ToolsTests::kBigEndianState);
+    for (UInt32 device = 0; device < StateTable::kMostRows + 3; ++device) {
+        message.device = device;
+        table.Take(message);
+    }
+
+    message.device = 5;
+    table.Take(message);
+    table.Take(MakeMessage(5, ToolsTests::kBigEndianLevel));
+
+    EXPECT_EQ(table.GetDevices().size(), 4096u);
+    EXPECT_EQ(table.GetDevices().at(5).messages, 2u);
+    EXPECT_TRUE(table.GetDevices().at(5).levels.empty());
+    EXPECT_EQ(table.GetUnkept(), 4u);
+    EXPECT_EQ(table.GetReceived(), 4101u);
+    EXPECT_EQ(table.GetMalformed(), 0u);
+}
+
+TEST(StateTable, CountsARowForEachFurtherChannel)
+{
+    StateTable table;
+    DecodedMessage message = MakeMessage(1, ToolsTests::kBigEndianLevel);
+    for (UInt32 index = 0; index < StateTable::kMostRows + 2; ++index) {
+        message.value = Monitor::Levels{0, 0, index};
+        table.Take(message);
+    }
+
+    message.value = Monitor::Levels{-1, -2, 7};
+    table.Take(message);
+
+    EXPECT_EQ(table.GetDevices().at(1).levels.size(), 4096u);
+    EXPECT_EQ(table.GetDevices().at(1).levels.at(8).second, -2.0);
+    EXPECT_EQ(table.GetUnkept(), 2u);
+}
+
 } // namespace

@@ -137,12 +137,16 @@ void JSONReport::ShowSummary(const StateTable& table)
                            {"state", ToJSON(device.state)},
                            {"channels", std::move(channels)}});
     }
-    Print({{"event", "summary"},
-           {"received", table.GetReceived()},
-           {"malformed", table.GetMalformed()},
-           {"opens", table.GetOpens()},
-           {"closes", table.GetCloses()},
-           {"devices", std::move(devices)}});
+    JSON object = {{"event", "summary"},
+                   {"received", table.GetReceived()},
+                   {"malformed", table.GetMalformed()},
+                   {"opens", table.GetOpens()},
+                   {"closes", table.GetCloses()},
+                   {"devices", std::move(devices)}};
+    if (table.GetUnkept() > 0) {
+        object["unkept"] = table.GetUnkept();
+    }
+    Print(object);
 }
 
 } // namespace

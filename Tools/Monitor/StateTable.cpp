@@ -21,6 +21,25 @@ void StateTable::Take(const DecodedMessage& message)
         ++mCloses;
         return;
     }
+    TakeSet(message);
+}
+
+void StateTable::TakeSet(const DecodedMessage& message)
+{
+    const auto known = mDevices.find(*message.device);
+    const Levels* const levels = std::get_if<Levels>(&message.value);
+    const UInt32 channel = levels != nullptr ? levels->channelIndex + 1 : 0;
+    const bool isNewDevice = known == mDevices.end();
+    const bool isNewChannel =
+        levels != nullptr && !isNewDevice && known->second.levels.count(channel) == 0;
+    if ((isNewDevice || isNewChannel) && !HasRoom()) {
+        ++mUnkept;
+        return;
+    }
+    // The first channel of a device stands in the device's own row.
+    if (isNewDevice || (isNewChannel && !known->second.levels.empty())) {
+        ++mRows;
+    }
     DeviceState& device = mDevices[*message.device];
     ++device.messages;
     switch (static_cast<UInt32>(*message.parameter)) {
@@ -30,11 +49,9 @@ void StateTable::Take(const DecodedMessage& message)
     case kDirectMonitorStateParameter:
         device.state = std::get<SInt64>(message.value);
         break;
-    case kDirectMonitorLevelParameter: {
-        const Levels& levels = std::get<Levels>(message.value);
-        device.levels[levels.channelIndex + 1] = levels;
+    case kDirectMonitorLevelParameter:
+        device.levels[channel] = *levels;
         break;
-    }
     }
 }
 

@@ -21,6 +21,10 @@ struct DeviceState
 class StateTable
 {
 public:
+    /// The rows of the table, one for each device and for each further channel of it. A sender that
+    /// makes up device after device must not use up the memory.
+    static constexpr std::size_t kMostRows = 4096;
+
     /// Counts a message and, if it is well formed, takes over what it sets.
     void Take(const DecodedMessage& message);
 
@@ -29,13 +33,20 @@ public:
     std::size_t GetMalformed() const { return mMalformed; }
     std::size_t GetOpens() const { return mOpens; }
     std::size_t GetCloses() const { return mCloses; }
+    /// Well-formed messages that the full table had no row for.
+    std::size_t GetUnkept() const { return mUnkept; }
 
 private:
+    bool HasRoom() const { return mRows < kMostRows; }
+    void TakeSet(const DecodedMessage& message);
+
     std::map<UInt32, DeviceState> mDevices;
     std::size_t mReceived = 0;
     std::size_t mMalformed = 0;
     std::size_t mOpens = 0;
     std::size_t mCloses = 0;
+    std::size_t mUnkept = 0;
+    std::size_t mRows = 0;
 };
 
 } // namespace Monitor

@@ -127,6 +127,12 @@ void TextReport::ShowSummary(const StateTable& table)
                          table.GetReceived(), table.GetReceived() == 1 ? "" : "s",
                          table.GetReceived() - table.GetMalformed(), table.GetMalformed(),
                          table.GetOpens(), table.GetCloses()));
+    if (table.GetUnkept() > 0) {
+        PrintLine(
+            FormatText("The table is full: %zu messages of further devices or channels are not "
+                       "in it.",
+                       table.GetUnkept()));
+    }
     if (table.GetDevices().empty()) {
         PrintLine("No device has set anything.");
         return;
