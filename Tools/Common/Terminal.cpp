@@ -35,4 +35,9 @@ void PrintLine(std::string_view line)
     std::fflush(stdout);
 }
 
+bool IsOutputWritten()
+{
+    return std::ferror(stdout) == 0;
+}
+
 } // namespace Tools

@@ -24,4 +24,7 @@ std::string Paint(std::string_view text, Colour colour, bool isColoured);
 /// Writes one line to the standard output at once, also into a pipe.
 void PrintLine(std::string_view line);
 
+/// Tells whether every line so far has gone out.
+bool IsOutputWritten();
+
 } // namespace Tools

@@ -2,16 +2,12 @@
 
 #include "Tools/Host/Arguments.h"
 
+#include "Tools/Common/File.h"
 #include "Tools/Host/Script.h"
 #include "Tools/Host/Session.h"
 #include "Tools/Host/Status.h"
 
 #include <CLI/CLI.hpp>
-
-#include <fstream>
-#include <iostream>
-#include <iterator>
-#include <sstream>
 
 namespace Host {
 namespace {
@@ -29,6 +25,7 @@ constexpr const char* kFooter =
     "  1  a call answered otherwise, or threw an exception\n"
     "  2  the command line or the script is wrong\n"
     "  3  the plug-in cannot be loaded, or lacks an entry point\n"
+    "  4  the standard output cannot be written\n"
     "\n"
     "Examples:\n"
     "  qxhost info                              what the plug-in says of its properties\n"
@@ -67,26 +64,15 @@ Property RequireProperty(const std::string& word)
     return *property;
 }
 
-std::string ReadScriptFile(const std::string& name)
-{
-    std::ostringstream text;
-    if (name == "-") {
-        text << std::cin.rdbuf();
-        return text.str();
-    }
-    std::ifstream file(name, std::ios::binary);
-    if (!file || !(text << file.rdbuf())) {
-        if (!file || file.peek() != std::ifstream::traits_type::eof()) {
-            Refuse("cannot read the script " + name);
-        }
-    }
-    return text.str();
-}
-
 void LoadScript(const Options& options, Arguments& arguments)
 {
     const std::string& name = options.words.front();
-    Script script = ParseScript(ReadScriptFile(name));
+    std::string text;
+    const std::string failure = Tools::ReadWholeFile(name, text);
+    if (!failure.empty()) {
+        Refuse("cannot read the script " + name + ": " + failure);
+    }
+    Script script = ParseScript(text);
     if (!script.error.empty()) {
         Refuse(name + ":" + std::to_string(script.errorLine) + ": " + script.error);
     }

@@ -14,7 +14,8 @@ enum ExitCode : int
     kExitAsExpected = 0,
     kExitUnexpected = 1,
     kExitUsage = 2,
-    kExitNotLoaded = 3
+    kExitNotLoaded = 3,
+    kExitUnwritten = 4
 };
 
 struct Arguments

@@ -49,6 +49,10 @@ int Drive(const Arguments& arguments, const PlugIn& plugIn)
     }
     RunAll(session, arguments.closing);
     report->ShowTotals(totals);
+    if (!Tools::IsOutputWritten()) {
+        std::fputs("qxhost: the standard output could not be written\n", stderr);
+        return kExitUnwritten;
+    }
     return totals.unexpected > 0 ? kExitUnexpected : kExitAsExpected;
 }
 

@@ -19,6 +19,7 @@ constexpr const char* kFooter =
     "  2  the command line is wrong\n"
     "  3  the port is held by another process, or cannot be made\n"
     "  4  the file to decode cannot be read\n"
+    "  5  the standard output cannot be written\n"
     "\n"
     "Examples:\n"
     "  qxmon                      show messages until Ctrl-C\n"
@@ -29,6 +30,17 @@ constexpr const char* kFooter =
 std::string FormatFailure(const CLI::App*, const CLI::Error& error)
 {
     return std::string("qxmon: ") + error.what() + "\nqxmon --help tells more.\n";
+}
+
+/// What is wrong with a count or a time of the command line, or "". A time that is not a number
+/// would never be over.
+std::string CheckIsPositive(const std::string& text)
+{
+    double number = 0;
+    if (!CLI::detail::lexical_cast(text, number) || !(number > 0)) {
+        return "\"" + text + "\" is no number above 0";
+    }
+    return {};
 }
 
 } // namespace
@@ -44,10 +56,10 @@ std::optional<Arguments> ReadArguments(int count, const char* const* values, int
     app.add_flag("--json", arguments.isJSON, "Print one JSON object a line and nothing else");
     app.add_option("--count", arguments.count, "End after this many messages")
         ->type_name("N")
-        ->check(CLI::PositiveNumber);
+        ->check(CheckIsPositive);
     app.add_option("--for", arguments.seconds, "End after this many seconds")
         ->type_name("SECONDS")
-        ->check(CLI::PositiveNumber);
+        ->check(CheckIsPositive);
     CLI::App* const decode =
         app.add_subcommand("decode", "Decode a captured XML document, without any port");
     std::string file;

@@ -13,7 +13,8 @@ enum ExitCode : int
     kExitMalformed = 1,
     kExitUsage = 2,
     kExitPortTaken = 3,
-    kExitUnreadable = 4
+    kExitUnreadable = 4,
+    kExitUnwritten = 5
 };
 
 struct Arguments

@@ -1,6 +1,7 @@
 // main.cpp - qxmon: holds the server's port, decodes, keeps and shows what arrives.
 
 #include "DriverPlugIn/ServerProtocol.h"
+#include "Tools/Common/File.h"
 #include "Tools/Common/Terminal.h"
 #include "Tools/Monitor/Arguments.h"
 #include "Tools/Monitor/Clock.h"
@@ -10,11 +11,9 @@
 #include "Tools/Monitor/ServerPort.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <limits>
 #include <string>
 
@@ -49,6 +48,10 @@ std::unique_ptr<IReport> MakeReport(const Arguments& arguments)
 int Finish(IReport& report, const StateTable& table)
 {
     report.ShowSummary(table);
+    if (!Tools::IsOutputWritten()) {
+        std::fputs("qxmon: the standard output could not be written\n", stderr);
+        return kExitUnwritten;
+    }
     return table.GetMalformed() > 0 ? kExitMalformed : kExitDone;
 }
 
@@ -103,44 +106,20 @@ int Listen(const Arguments& arguments)
     return Finish(*report, table);
 }
 
-/// Reads a whole file, or the standard input for "-". Returns false after telling why not.
-bool ReadDocument(const std::string& name, Bytes& document)
-{
-    // A document is below a kilobyte; what is longer is not one, and may have no end.
-    constexpr std::size_t kLimit = std::size_t{16} << 20;
-    const bool isStandardInput = name == "-";
-    std::FILE* const file = isStandardInput ? stdin : std::fopen(name.c_str(), "rb");
-    if (file == nullptr) {
-        std::fprintf(stderr, "qxmon: cannot open %s: %s\n", name.c_str(), std::strerror(errno));
-        return false;
-    }
-    unsigned char block[4096];
-    std::size_t count = 0;
-    while (document.size() <= kLimit && (count = std::fread(block, 1, sizeof block, file)) > 0) {
-        document.insert(document.end(), block, block + count);
-    }
-    const bool hasFailed = std::ferror(file) != 0;
-    const int error = errno;
-    if (!isStandardInput) {
-        std::fclose(file);
-    }
-    if (hasFailed || document.size() > kLimit) {
-        std::fprintf(stderr, "qxmon: cannot read %s: %s\n", name.c_str(),
-                     hasFailed ? std::strerror(error) : "it is longer than 16 megabytes");
-        return false;
-    }
-    return true;
-}
-
 int Decode(const Arguments& arguments)
 {
-    Bytes document;
-    if (!ReadDocument(*arguments.decode, document)) {
+    std::string document;
+    const std::string failure = Tools::ReadWholeFile(*arguments.decode, document);
+    if (!failure.empty()) {
+        std::fprintf(stderr, "qxmon: cannot read %s: %s\n", arguments.decode->c_str(),
+                     failure.c_str());
         return kExitUnreadable;
     }
     const std::unique_ptr<IReport> report = MakeReport(arguments);
     const Arrival arrival{1, "",
-                          DecodeRequest(kSetParameterMessage, document.data(), document.size())};
+                          DecodeRequest(kSetParameterMessage,
+                                        reinterpret_cast<const unsigned char*>(document.data()),
+                                        document.size())};
     StateTable table;
     table.Take(arrival.message);
     report->ShowMessage(arrival);

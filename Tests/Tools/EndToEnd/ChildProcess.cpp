@@ -51,7 +51,11 @@ int MakeInput(const std::string& text)
 ChildProcess::ChildProcess(const std::string& program, std::vector<std::string> arguments,
                            const std::string& input)
 {
-    std::vector<std::string> words = GetEmulator();
+    // A tool is named with its path; what is named without one is a program of this machine.
+    std::vector<std::string> words;
+    if (program.find('/') != std::string::npos) {
+        words = GetEmulator();
+    }
     words.push_back(program);
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> values;

@@ -256,6 +256,8 @@ TEST(Host, RefusesACommandLineOrScriptThatItDoesNotKnow)
         {"get", "enable", "--expect", "never"},
         {"get", "enable", "--repeat", "0"},
         {"run", "/nonexistent.qxs"},
+        {"run", "/"},
+        {"run", "/dev/zero"},
         {"run", "-"},
     };
     for (const auto& arguments : kCases) {
@@ -269,6 +271,14 @@ TEST(Host, RefusesACommandLineOrScriptThatItDoesNotKnow)
     script.Wait();
     EXPECT_TRUE(script.GetErrors().starts_with("qxhost: -:2: unknown statement"))
         << script.GetErrors();
+}
+
+TEST(Host, SaysThatItsOutputCannotBeWritten)
+{
+    ChildProcess host("sh", {"-c", QX_EMULATOR " \"$0\" info >/dev/full", kHostProgram});
+
+    EXPECT_EQ(host.Wait(), 4);
+    EXPECT_EQ(host.GetErrors(), "qxhost: the standard output could not be written\n");
 }
 
 } // namespace

@@ -330,8 +330,8 @@ TEST(Monitor, SaysInItsExitCodeWhetherADocumentIsWellFormed)
 
 TEST(Monitor, RefusesACommandLineThatItDoesNotKnow)
 {
-    const std::vector<std::string> kCases[] = {
-        {"--loud"}, {"--count", "0"}, {"--count", "x"}, {"--for", "-1"}, {"decode"}};
+    const std::vector<std::string> kCases[] = {{"--loud"},      {"--count", "0"}, {"--count", "x"},
+                                               {"--for", "-1"}, {"--for", "nan"}, {"decode"}};
     for (const auto& arguments : kCases) {
         SCOPED_TRACE(arguments.back());
         ChildProcess monitor(kMonitorProgram, arguments);
@@ -343,6 +343,15 @@ TEST(Monitor, RefusesACommandLineThatItDoesNotKnow)
     const std::vector<std::string> lines = help.ReadLines();
     EXPECT_EQ(help.Wait(), 0);
     EXPECT_NE(std::find(lines.begin(), lines.end(), "Exit codes:"), lines.end());
+}
+
+TEST(Monitor, SaysThatItsOutputCannotBeWritten)
+{
+    ChildProcess monitor(
+        "sh", {"-c", QX_EMULATOR " \"$0\" decode /dev/null >/dev/full", kMonitorProgram});
+
+    EXPECT_EQ(monitor.Wait(), 5);
+    EXPECT_EQ(monitor.GetErrors(), "qxmon: the standard output could not be written\n");
 }
 
 } // namespace
