@@ -2,6 +2,7 @@
 
 #include "Tools/Common/Text.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdarg>
@@ -60,13 +61,24 @@ std::string FormatNumber(double number)
 std::string EscapeControls(const std::string& text)
 {
     std::string escaped;
+    unsigned char last = 0;
+    int awaited = 0; // bytes that belong to the character that has begun
     for (const char character : text) {
         const unsigned char byte = static_cast<unsigned char>(character);
+        // In UTF-8 the controls U+0080 to U+009F are 0xC2 and their own number; where no character
+        // has begun, such a byte is a control of an 8-bit terminal.
+        const bool isHighControl = byte >= 0x80 && byte <= 0x9F && (awaited == 0 || last == 0xC2);
+        awaited = byte >= 0xF0   ? 3
+                  : byte >= 0xE0 ? 2
+                  : byte >= 0xC2 ? 1
+                  : byte >= 0x80 ? std::max(0, awaited - 1)
+                                 : 0;
+        last = byte;
         if (character == '\n') {
             escaped += "\\n";
         } else if (character == '\t') {
             escaped += "\\t";
-        } else if (byte < 0x20 || byte == 0x7F) {
+        } else if (byte < 0x20 || byte == 0x7F || isHighControl) {
             escaped += "\\x" + FormatHex(&byte, 1);
         } else {
             escaped.push_back(character);

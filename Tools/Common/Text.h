@@ -20,8 +20,8 @@ std::string FormatHex(const unsigned char* bytes, std::size_t size, const char* 
 /// Returns the shortest decimal text that reads back as the same number; "nan", "inf", "-inf".
 std::string FormatNumber(double number);
 
-/// Returns `text` with control characters written as \n, \t or their number, so that it is one
-/// line.
+/// Returns `text` with control characters, those above the ASCII ones too, written as \n, \t or the
+/// numbers of their bytes: it is then one line, and no terminal does anything but show it.
 std::string EscapeControls(const std::string& text);
 
 } // namespace Tools
