@@ -236,6 +236,16 @@ TEST_F(Registry, CloseKeepsThePortAndReopeningMakesAnother)
     EXPECT_NE(PlatformCalls::GetSent()[0].port, PlatformCalls::GetSent()[1].port);
 }
 
+TEST_F(Registry, CloseSucceedsWhenItsSecondScanFindsNothing)
+{
+    Open(258);
+    PlatformCalls::HideRecordsFromScan(2);
+
+    EXPECT_EQ(AudioDriverPlugInClose(258), 0);
+    Close(258); // the record is still there
+    EXPECT_EQ(AudioDriverPlugInClose(258), kWhat);
+}
+
 TEST(PlugInInfo, HasTheHostInfosFieldsInOrderAndThenThePort)
 {
     EXPECT_EQ(offsetof(_PlugInInfo, mDeviceID), 0u);

@@ -34,6 +34,7 @@ bool gRecordsBlocks = false;
 bool gPoisons = false;
 std::size_t gFailingAllocation = 0;
 std::size_t gFailingObject = 0;
+int gScansToHidden = 0;
 int gRecordingDepth = 0;
 
 /// While one lives, what is allocated is the recorder's and not the plug-in's.
@@ -112,6 +113,7 @@ void PlatformCalls::Reset()
     gPoisons = false;
     gFailingAllocation = 0;
     gFailingObject = 0;
+    gScansToHidden = 0;
     gState = State();
 }
 
@@ -159,6 +161,11 @@ void PlatformCalls::PoisonAllocations()
 void PlatformCalls::RecordBlocks()
 {
     gRecordsBlocks = true;
+}
+
+void PlatformCalls::HideRecordsFromScan(int scan)
+{
+    gScansToHidden = scan;
 }
 
 const std::vector<std::string>& PlatformCalls::GetJournal()
@@ -210,6 +217,8 @@ void __real_CFArrayAppendValue(CFMutableArrayRef array, const void* value);
 void __wrap_CFArrayAppendValue(CFMutableArrayRef array, const void* value);
 void __real_CFArrayRemoveValueAtIndex(CFMutableArrayRef array, CFIndex index);
 void __wrap_CFArrayRemoveValueAtIndex(CFMutableArrayRef array, CFIndex index);
+CFIndex __real_CFArrayGetCount(CFArrayRef array);
+CFIndex __wrap_CFArrayGetCount(CFArrayRef array);
 CFStringRef __real_CFStringCreateWithFormat(CFAllocatorRef allocator, CFDictionaryRef options,
                                             CFStringRef format, ...);
 CFStringRef __wrap_CFStringCreateWithFormat(CFAllocatorRef allocator, CFDictionaryRef options,
@@ -331,6 +340,14 @@ void __wrap_CFArrayRemoveValueAtIndex(CFMutableArrayRef array, CFIndex index)
     const Recording recording;
     gState.journal.push_back("remove " + std::to_string(index));
     __real_CFArrayRemoveValueAtIndex(array, index);
+}
+
+CFIndex __wrap_CFArrayGetCount(CFArrayRef array)
+{
+    if (gScansToHidden > 0 && --gScansToHidden == 0) {
+        return 0;
+    }
+    return __real_CFArrayGetCount(array);
 }
 
 CFStringRef __wrap_CFStringCreateWithFormat(CFAllocatorRef allocator, CFDictionaryRef options,

@@ -65,6 +65,10 @@ public:
     /// From now on the journal also names blocks that come from malloc and go to free.
     static void RecordBlocks();
 
+    /// Makes the scan-th scan of the registry from now on find nothing, as if another thread had
+    /// emptied the array; 1 is the next one. The others find what there is.
+    static void HideRecordsFromScan(int scan);
+
     /// Releases the objects that were made and not released since Reset, and returns their names.
     static std::vector<std::string> ReleaseLeftBehind();
 
