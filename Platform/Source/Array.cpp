@@ -54,16 +54,22 @@ __CFArray::~__CFArray()
     std::free(mValues);
 }
 
+bool __CFArray::Grow()
+{
+    const CFIndex room = mRoom == 0 ? 4 : mRoom * 2;
+    void* grown = std::realloc(mValues, static_cast<std::size_t>(room) * sizeof(void*));
+    if (grown == nullptr) {
+        return false;
+    }
+    mValues = static_cast<const void**>(grown);
+    mRoom = room;
+    return true;
+}
+
 void __CFArray::Append(const void* value)
 {
-    if (mCount == mRoom) {
-        const CFIndex room = mRoom == 0 ? 4 : mRoom * 2;
-        void* grown = std::realloc(mValues, static_cast<std::size_t>(room) * sizeof(void*));
-        if (grown == nullptr) {
-            Standin::Misuse("CFArrayAppendValue", "there is no memory for one more value");
-        }
-        mValues = static_cast<const void**>(grown);
-        mRoom = room;
+    if (mCount == mRoom && !Grow()) {
+        Standin::Misuse("CFArrayAppendValue", "there is no memory for one more value");
     }
     mValues[mCount++] = mCallBacks.retain != nullptr ? mCallBacks.retain(nullptr, value) : value;
 }
@@ -97,7 +103,12 @@ CFMutableArrayRef CFArrayCreateMutable(CFAllocatorRef, CFIndex capacity,
     if (capacity < 0) {
         Standin::Misuse("CFArrayCreateMutable", "the capacity is negative");
     }
-    return Standin::Make<__CFArray>(callBacks);
+    Standin::Held<CFMutableArrayRef> made(Standin::Make<__CFArray>(callBacks));
+    // As with a dictionary: with a hint, the first values have their memory from the start.
+    if (made.Get() != nullptr && capacity > 0 && !made.Get()->Grow()) {
+        return nullptr;
+    }
+    return made.Detach();
 }
 
 CFIndex CFArrayGetCount(CFArrayRef theArray)

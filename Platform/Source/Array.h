@@ -12,6 +12,8 @@ struct __CFArray : Standin::Object
     explicit __CFArray(const CFArrayCallBacks* callBacks);
     ~__CFArray();
 
+    /// Makes room for more values; false, with nothing changed, when there is no memory.
+    bool Grow();
     void Append(const void* value);
     const void* GetAt(CFIndex index, const char* call) const;
     void RemoveAt(CFIndex index);

@@ -2,6 +2,8 @@
 
 #include "Date.h"
 
+#include <functional>
+
 namespace {
 
 bool EqualDate(const Standin::Object* left, const Standin::Object* right)
@@ -12,7 +14,7 @@ bool EqualDate(const Standin::Object* left, const Standin::Object* right)
 CFHashCode HashDate(const Standin::Object* object)
 {
     return static_cast<CFHashCode>(
-        static_cast<SInt64>(static_cast<const __CFDate*>(object)->mTime / 4.0));
+        std::hash<CFAbsoluteTime>()(static_cast<const __CFDate*>(object)->mTime));
 }
 
 } // namespace

@@ -118,33 +118,36 @@ void __CFDictionary::Index(CFIndex place)
     mTable[slot] = static_cast<UInt32>(place) + 1;
 }
 
-void __CFDictionary::Grow()
+bool __CFDictionary::Grow()
 {
     const CFIndex room = mRoom == 0 ? 4 : mRoom * 2;
     void* grown = std::realloc(mEntries, static_cast<std::size_t>(room) * sizeof(Entry));
     if (grown == nullptr) {
-        Standin::Misuse("CFDictionaryAddValue", "there is no memory for one more entry");
+        return false;
     }
     mEntries = static_cast<Entry*>(grown);
-    mRoom = room;
     if (room <= kSmall) {
-        return;
+        mRoom = room;
+        return true;
+    }
+    void* const table = std::calloc(static_cast<std::size_t>(room) * 2, sizeof(UInt32));
+    if (table == nullptr) {
+        return false;
     }
     std::free(mTable);
-    mTable = static_cast<UInt32*>(std::calloc(static_cast<std::size_t>(room) * 2, sizeof(UInt32)));
-    if (mTable == nullptr) {
-        Standin::Misuse("CFDictionaryAddValue", "there is no memory for one more entry");
-    }
+    mTable = static_cast<UInt32*>(table);
+    mRoom = room;
     mTableMask = static_cast<UInt32>(room) * 2 - 1;
     for (CFIndex place = 0; place < mCount; ++place) {
         Index(place);
     }
+    return true;
 }
 
 void __CFDictionary::Add(const void* key, const void* value)
 {
-    if (mCount == mRoom) {
-        Grow();
+    if (mCount == mRoom && !Grow()) {
+        Standin::Misuse("CFDictionaryAddValue", "there is no memory for one more entry");
     }
     const void* const keptKey =
         mKeyCallBacks.retain != nullptr ? mKeyCallBacks.retain(nullptr, key) : key;
@@ -179,7 +182,14 @@ CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef, CFIndex capacit
     if (capacity < 0) {
         Standin::Misuse("CFDictionaryCreateMutable", "the capacity is negative");
     }
-    return Standin::Make<__CFDictionary>(keyCallBacks, valueCallBacks);
+    Standin::Held<CFMutableDictionaryRef> made(
+        Standin::Make<__CFDictionary>(keyCallBacks, valueCallBacks));
+    // With a hint, the memory for the first entries is there or the dictionary is not: an addition
+    // has no way to fail.
+    if (made.Get() != nullptr && capacity > 0 && !made.Get()->Grow()) {
+        return nullptr;
+    }
+    return made.Detach();
 }
 
 CFIndex CFDictionaryGetCount(CFDictionaryRef theDict)

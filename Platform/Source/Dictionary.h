@@ -23,6 +23,8 @@ struct __CFDictionary : Standin::Object
                    const CFDictionaryValueCallBacks* valueCallBacks);
     ~__CFDictionary();
 
+    /// Makes room for more entries; false, with nothing changed, when there is no memory.
+    bool Grow();
     Entry* Find(const void* key) const;
     /// Requires: the key is not present.
     void Add(const void* key, const void* value);
@@ -38,7 +40,6 @@ struct __CFDictionary : Standin::Object
 private:
     CFHashCode Hash(const void* key) const;
     bool Matches(const Entry& entry, const void* key, CFHashCode hash) const;
-    void Grow();
     void Index(CFIndex place);
 
     /// One more than the place of an entry, or 0; open addressing, at most half full. Null while

@@ -194,6 +194,33 @@ private:
 // Not among the platform's names, but returned by it.
 constexpr SInt32 kBecameInvalid = -5;
 
+/// Sends a message and waits for its reply. Without memory for the one it is not handed over;
+/// without memory for the other no reply comes in time.
+SInt32 Request(__CFMessagePort& port, SInt32 messageID, CFDataRef data, Nanoseconds deadline,
+               CFTimeInterval receiveTimeout, std::string_view mode, CFDataRef* returnData)
+{
+    const Held<CFMessagePortRef> kept(Retained(&port));
+    SInt32 status = kCFMessagePortTransportError;
+    try {
+        ReplyWait wait(port, mode);
+        status = port.mConnection->Send(messageID, data, deadline, &wait.GetWaiter());
+        if (status != kCFMessagePortSuccess) {
+            return status;
+        }
+        status = kCFMessagePortReceiveTimeout;
+        wait.Run(port, receiveTimeout);
+        if (!wait.IsDone()) {
+            return port.IsValid() ? status : kBecameInvalid;
+        }
+        if (returnData != nullptr) {
+            *returnData = wait.GetWaiter().mReply.Detach();
+        }
+        return kCFMessagePortSuccess;
+    } catch (const std::bad_alloc&) {
+        return status;
+    }
+}
+
 } // namespace
 
 } // namespace Standin
@@ -271,8 +298,12 @@ CFRunLoopSourceRef __CFMessagePort::CopySource()
         return nullptr;
     }
     if (mSource == nullptr) {
-        mSource =
-            Standin::Make<__CFRunLoopSource>(std::make_shared<Standin::LocalPortSource>(this));
+        try {
+            mSource =
+                Standin::Make<__CFRunLoopSource>(std::make_shared<Standin::LocalPortSource>(this));
+        } catch (const std::bad_alloc&) {
+            return nullptr;
+        }
     }
     return mSource != nullptr ? Standin::Retained(mSource) : nullptr;
 }
@@ -324,16 +355,29 @@ CFMessagePortRef CFMessagePortCreateLocal(CFAllocatorRef, CFStringRef name,
             return nullptr;
         }
     }
-    auto* port = Make<__CFMessagePort>(text, std::move(receiver), callout, context);
-    if (port != nullptr) {
-        ports.mLocal.push_back(port);
-        if (name != nullptr) {
-            ports.mByName.insert_or_assign(port->mName, port);
+    // Not released before the lock: the end of a port takes it.
+    Held<CFMessagePortRef> made;
+    try {
+        made = Held<CFMessagePortRef>(
+            Make<__CFMessagePort>(text, std::move(receiver), callout, context));
+        if (made.Get() == nullptr) {
+            return nullptr;
         }
+        ports.mLocal.push_back(made.Get());
+        if (name != nullptr) {
+            ports.mByName.insert_or_assign(made.Get()->mName, made.Get());
+        }
+    } catch (const std::bad_alloc&) {
         lock.unlock();
-        port->RetainInfo();
+        if (made.Get() != nullptr) {
+            // The info has not been retained.
+            made.Get()->mContext = CFMessagePortContext();
+        }
+        return nullptr;
     }
-    return port;
+    lock.unlock();
+    made.Get()->RetainInfo();
+    return made.Detach();
 }
 
 CFMessagePortRef CFMessagePortCreateRemote(CFAllocatorRef, CFStringRef name)
@@ -343,12 +387,16 @@ CFMessagePortRef CFMessagePortCreateRemote(CFAllocatorRef, CFStringRef name)
     if (text.size() > kLongestName) {
         return nullptr;
     }
-    std::shared_ptr<Connection> connection = Connection::Open(text);
-    if (connection == nullptr) {
+    try {
+        std::shared_ptr<Connection> connection = Connection::Open(text);
+        if (connection == nullptr) {
+            return nullptr;
+        }
+        connection->WatchFromThisThread();
+        return Make<__CFMessagePort>(std::move(connection));
+    } catch (const std::bad_alloc&) {
         return nullptr;
     }
-    connection->WatchFromThisThread();
-    return Make<__CFMessagePort>(std::move(connection));
 }
 
 SInt32 CFMessagePortSendRequest(CFMessagePortRef remote, SInt32 msgid, CFDataRef data,
@@ -367,20 +415,8 @@ SInt32 CFMessagePortSendRequest(CFMessagePortRef remote, SInt32 msgid, CFDataRef
     if (replyMode == nullptr) {
         return port.mConnection->Send(msgid, data, deadline, nullptr);
     }
-    const Held<CFMessagePortRef> kept(Retained(remote));
-    ReplyWait wait(port, ModeText(replyMode, "CFMessagePortSendRequest"));
-    const SInt32 status = port.mConnection->Send(msgid, data, deadline, &wait.GetWaiter());
-    if (status != kCFMessagePortSuccess) {
-        return status;
-    }
-    wait.Run(port, rcvTimeout);
-    if (!wait.IsDone()) {
-        return port.IsValid() ? static_cast<SInt32>(kCFMessagePortReceiveTimeout) : kBecameInvalid;
-    }
-    if (returnData != nullptr) {
-        *returnData = wait.GetWaiter().mReply.Detach();
-    }
-    return kCFMessagePortSuccess;
+    return Request(port, msgid, data, deadline, rcvTimeout,
+                   ModeText(replyMode, "CFMessagePortSendRequest"), returnData);
 }
 
 CFRunLoopSourceRef CFMessagePortCreateRunLoopSource(CFAllocatorRef, CFMessagePortRef local, CFIndex)

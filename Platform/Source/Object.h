@@ -89,9 +89,14 @@ T* MakeWithRoom(std::size_t extraBytes, Arguments&&... arguments)
     if (memory == nullptr) {
         return nullptr;
     }
-    T* made = new (memory) T(std::forward<Arguments>(arguments)...);
-    CountBirth(made->GetType().mID);
-    return made;
+    try {
+        T* made = new (memory) T(std::forward<Arguments>(arguments)...);
+        CountBirth(made->GetType().mID);
+        return made;
+    } catch (const std::bad_alloc&) {
+        std::free(memory);
+        return nullptr;
+    }
 }
 
 template <class T, class... Arguments>

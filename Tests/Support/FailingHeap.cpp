@@ -91,4 +91,9 @@ std::string FailingHeap::GetJournal() const
     return sJournal;
 }
 
+bool FailingHeap::HasRefused() const
+{
+    return sFailingCall > 0 && sCalls >= sFailingCall;
+}
+
 } // namespace TestSupport

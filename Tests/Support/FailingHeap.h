@@ -21,6 +21,9 @@ public:
 
     /// Returns for example "malloc 16, realloc 32, free"; calls beyond 255 letters are left out.
     std::string GetJournal() const;
+
+    /// Tells whether the call to be refused has come.
+    bool HasRefused() const;
 };
 
 } // namespace TestSupport

@@ -23,10 +23,12 @@ constexpr SInt32 kHandled = -1000;
 
 const pid_t gTestProcess = getpid();
 
+// Made once: a test may leave no memory when the name is asked for.
+const std::string gPortName = kServerPortName "." + std::to_string(gTestProcess);
+
 CFStringRef CreatePortName()
 {
-    const std::string name = kServerPortName "." + std::to_string(gTestProcess);
-    return CFStringCreateWithCString(nullptr, name.c_str(), kCFStringEncodingUTF8);
+    return CFStringCreateWithCString(nullptr, gPortName.c_str(), kCFStringEncodingUTF8);
 }
 
 void Write(int file, const void* bytes, std::size_t size)
@@ -74,12 +76,16 @@ struct Pipes
     int output;
     int control;
     bool waits;
+    bool tells;
 };
 
 CFDataRef Handle(CFMessagePortRef /*port*/, SInt32 id, CFDataRef data, void* info)
 {
     const Pipes& pipes = *static_cast<Pipes*>(info);
-    Tell(pipes.output, id, CFDataGetBytePtr(data), static_cast<std::size_t>(CFDataGetLength(data)));
+    if (pipes.tells) {
+        Tell(pipes.output, id, CFDataGetBytePtr(data),
+             static_cast<std::size_t>(CFDataGetLength(data)));
+    }
     char permission = 0;
     if (pipes.waits && read(pipes.control, &permission, 1) != 1) {
         _exit(4);
@@ -119,7 +125,7 @@ ServerProcess::~ServerProcess()
 
 void ServerProcess::Serve(Behaviour behaviour, int output, int control)
 {
-    Pipes pipes = {output, control, behaviour == kWaitsToReply};
+    Pipes pipes = {output, control, behaviour == kWaitsToReply, behaviour != kSwallows};
     CFMessagePortContext context = {0, &pipes, nullptr, nullptr, nullptr};
     Boolean isExisting = 0;
     const CFMessagePortRef port =
@@ -166,6 +172,11 @@ void ServerProcess::Kill()
     }
 }
 
+void ServerProcess::KillSoon()
+{
+    kill(mProcess, SIGKILL);
+}
+
 void ServerProcess::Stop()
 {
     kill(mProcess, SIGSTOP);
@@ -193,7 +204,12 @@ SInt32 __wrap_CFMessagePortSendRequest(CFMessagePortRef remote, SInt32 messageID
 namespace {
 
 std::mutex gMutex;
-std::vector<CFMessagePortRef> gOpenedPorts; ///< guarded by gMutex
+/// Has room for more ports than a test opens; guarded by gMutex.
+std::vector<CFMessagePortRef> gOpenedPorts = [] {
+    std::vector<CFMessagePortRef> ports;
+    ports.reserve(1024);
+    return ports;
+}();
 bool gSendsAreSwallowed = false;
 
 } // namespace
@@ -201,6 +217,9 @@ bool gSendsAreSwallowed = false;
 CFMessagePortRef __wrap_CFMessagePortCreateRemote(CFAllocatorRef allocator, CFStringRef /*name*/)
 {
     const CFStringRef name = CreatePortName();
+    if (name == nullptr) {
+        return nullptr;
+    }
     const CFMessagePortRef port = __real_CFMessagePortCreateRemote(allocator, name);
     CFRelease(name);
     if (port != nullptr) {

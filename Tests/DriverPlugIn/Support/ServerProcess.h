@@ -27,6 +27,7 @@ public:
     enum Behaviour
     {
         kServes,       ///< receives and replies
+        kSwallows,     ///< receives and replies, but does not tell what
         kNeverRuns,    ///< holds the port and does nothing more
         kWaitsToReply, ///< replies to each message only when the test says LetReply
     };
@@ -45,6 +46,8 @@ public:
 
     /// Ends the process, and waits for its end.
     void Kill();
+    /// Ends the process at some moment from now on.
+    void KillSoon();
     /// Keeps the process from running, and waits until it stands.
     void Stop();
     void Continue();
