@@ -2,6 +2,7 @@
 
 #include "Connection.h"
 
+#include "PortName.h"
 #include "PortSocket.h"
 
 #include <CoreFoundation/CFMessagePort.h>
@@ -99,7 +100,7 @@ std::shared_ptr<Connection> Connection::Open(std::string_view name)
     if (known != nullptr && known->IsAlive()) {
         return known;
     }
-    FileDescriptor socket = ConnectTo(name);
+    FileDescriptor socket = FindHolder(name);
     if (!socket) {
         return nullptr;
     }

@@ -2,6 +2,7 @@
 
 #include "LocalPort.h"
 
+#include "PortName.h"
 #include "PortSocket.h"
 
 #include <algorithm>
@@ -29,7 +30,7 @@ std::unique_ptr<LocalPort> LocalPort::Listen(std::string_view name)
 {
     try {
         auto port = std::make_unique<LocalPort>();
-        port->mListening = ListenAt(name);
+        port->mListening = TakeName(name);
         port->mReadiness = FileDescriptor(epoll_create1(EPOLL_CLOEXEC));
         port->mSpare = OpenSpare();
         if (!port->mListening || !port->mReadiness || !port->mSpare ||

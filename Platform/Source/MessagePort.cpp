@@ -2,6 +2,7 @@
 
 #include "MessagePort.h"
 
+#include "PortName.h"
 #include "PortSocket.h"
 #include "String.h"
 
@@ -443,7 +444,7 @@ void CFMessagePortInvalidate(CFMessagePortRef ms)
 SInt32 StandinGetPortHolder(CFStringRef name)
 {
     const Standin::FileDescriptor connected =
-        Standin::ConnectTo(Standin::Text(name, "StandinGetPortHolder"));
+        Standin::FindHolder(Standin::Text(name, "StandinGetPortHolder"));
     pid_t holder = 0;
     return connected && Standin::HasOwnPeer(connected.Get(), holder) ? static_cast<SInt32>(holder)
                                                                      : 0;

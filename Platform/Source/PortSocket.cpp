@@ -4,8 +4,6 @@
 
 #include <cerrno>
 #include <cstddef>
-#include <cstdio>
-#include <cstring>
 #include <sys/socket.h>
 #include <sys/un.h>
 
@@ -13,29 +11,12 @@ namespace Standin {
 
 namespace {
 
-/// The abstract address of a name. Names that do not fit are told apart by two hashes.
-socklen_t MakeAddress(std::string_view name, sockaddr_un& address)
+socklen_t ToSocketAddress(std::string_view text, sockaddr_un& address)
 {
+    static_assert(kLongestAddress == sizeof address.sun_path - 1);
     address = sockaddr_un();
     address.sun_family = AF_UNIX;
-    char* const path = address.sun_path + 1;
-    constexpr std::size_t kRoom = sizeof address.sun_path - 1;
-    int used = std::snprintf(path, kRoom, "qx-port:%lu:", static_cast<unsigned long>(geteuid()));
-    auto length = static_cast<std::size_t>(used);
-    if (name.size() <= kRoom - length) {
-        std::memcpy(path + length, name.data(), name.size());
-        length += name.size();
-    } else {
-        UInt64 forward = 0xCBF29CE484222325u;
-        UInt64 backward = forward;
-        for (std::size_t index = 0; index < name.size(); ++index) {
-            forward = (forward ^ static_cast<unsigned char>(name[index])) * 0x100000001B3u;
-            backward = (backward ^ static_cast<unsigned char>(name[name.size() - 1 - index])) *
-                       0x100000001B3u;
-        }
-        used = std::snprintf(path + length, kRoom - length, "#%016llx%016llx", forward, backward);
-        length += static_cast<std::size_t>(used);
-    }
+    const std::size_t length = text.copy(address.sun_path + 1, kLongestAddress);
     return static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + length);
 }
 
@@ -46,26 +27,26 @@ FileDescriptor MakeSocket()
 
 } // namespace
 
-FileDescriptor ListenAt(std::string_view name)
+FileDescriptor ListenAt(std::string_view address)
 {
     FileDescriptor made = MakeSocket();
-    sockaddr_un address;
-    const socklen_t size = MakeAddress(name, address);
-    if (!made || bind(made.Get(), reinterpret_cast<const sockaddr*>(&address), size) != 0 ||
+    sockaddr_un bound;
+    const socklen_t size = ToSocketAddress(address, bound);
+    if (!made || bind(made.Get(), reinterpret_cast<const sockaddr*>(&bound), size) != 0 ||
         listen(made.Get(), SOMAXCONN) != 0) {
         return FileDescriptor();
     }
     return made;
 }
 
-FileDescriptor ConnectTo(std::string_view name)
+FileDescriptor ConnectTo(std::string_view address)
 {
     FileDescriptor made = MakeSocket();
-    sockaddr_un address;
-    const socklen_t size = MakeAddress(name, address);
+    sockaddr_un target;
+    const socklen_t size = ToSocketAddress(address, target);
     int result = -1;
     do {
-        result = made ? connect(made.Get(), reinterpret_cast<const sockaddr*>(&address), size) : -1;
+        result = made ? connect(made.Get(), reinterpret_cast<const sockaddr*>(&target), size) : -1;
     } while (made && result != 0 && errno == EINTR);
     pid_t holder = 0;
     if (result != 0 || !HasOwnPeer(made.Get(), holder)) {

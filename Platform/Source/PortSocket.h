@@ -1,8 +1,7 @@
-// PortSocket.h - the sockets behind message ports: names, owners and packets.
+// PortSocket.h - the sockets behind message ports: addresses, owners and packets.
 //
-// A port's name is an address in the abstract namespace that contains the user's number. Anybody
-// can bind or connect to any abstract address, so each end asks the kernel who the other one is
-// and has nothing to do with another user's process.
+// Addresses are texts in the abstract namespace. Anybody can bind or connect to any of them, so
+// each end asks the kernel who the other one is and has nothing to do with another user's process.
 #pragma once
 
 #include "FileDescriptor.h"
@@ -13,14 +12,14 @@
 
 namespace Standin {
 
-/// The longest name of a port, in bytes.
-inline constexpr std::size_t kLongestName = 127;
+/// The longest address, in bytes.
+inline constexpr std::size_t kLongestAddress = 107;
 
-/// Takes a name: a listening socket, or none if the name is held or there is no descriptor.
-FileDescriptor ListenAt(std::string_view name);
+/// Returns a socket that listens at an address, or none if it is taken or there is no descriptor.
+FileDescriptor ListenAt(std::string_view address);
 
-/// Connects to the holder of a name, without waiting; none if nobody of this user holds it.
-FileDescriptor ConnectTo(std::string_view name);
+/// Connects to an address, without waiting; none if nobody of this user listens there.
+FileDescriptor ConnectTo(std::string_view address);
 
 /// Stores the process at the other end, or 0 if it has no number here, and returns true if it
 /// belongs to the calling process's user.

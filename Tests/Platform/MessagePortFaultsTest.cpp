@@ -1,6 +1,7 @@
 // MessagePortFaultsTest.cpp - message ports in processes that lack descriptors, get signals or
 // belong to another user.
 
+#include "Platform/OtherUser.h"
 #include "Platform/PortServer.h"
 #include "PortSocket.h"
 
@@ -17,19 +18,6 @@ namespace {
 using namespace Platform;
 using MessagePortFaults = LedgerTest;
 using Clock = std::chrono::steady_clock;
-
-/// Runs a check in a child process and returns true if it says true there.
-template <class Check>
-bool HoldsInChild(Check check)
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        _exit(check() ? 0 : 1);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
 
 /// The abstract address of a port's name for a user, as documented.
 socklen_t AddressOf(const std::string& name, uid_t user, sockaddr_un& address)
@@ -147,12 +135,6 @@ TEST_F(MessagePortFaults, OnlyTheOwnUserIsAPeer)
     EXPECT_TRUE(Standin::IsOwnUser(geteuid()));
     EXPECT_FALSE(Standin::IsOwnUser(geteuid() + 1));
     EXPECT_FALSE(Standin::IsOwnUser(geteuid() == 0 ? 65534 : 0));
-}
-
-/// Becomes another user if the process may; then the kernel says so to every peer.
-bool BecomeNobody()
-{
-    return setgid(65534) == 0 && setuid(65534) == 0;
 }
 
 TEST_F(MessagePortFaults, AnotherUserReachesNoPort)
