@@ -7,6 +7,7 @@
 #include "FuzzCheck.h"
 #include "HostilePeer.h"
 
+#include "PortName.h"
 #include "PortSocket.h"
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -29,7 +30,7 @@ constexpr SInt32 kBecameInvalid = -5;
 struct Listener
 {
     Listener()
-        : socket(Standin::ListenAt(name))
+        : socket(Standin::ListenAt(Standin::WellKnownAddress(name)))
     {
         FUZZ_CHECK(static_cast<bool>(socket));
         text = CFStringCreateWithCString(nullptr, name.c_str(), kCFStringEncodingUTF8);

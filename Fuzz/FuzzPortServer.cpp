@@ -7,6 +7,7 @@
 #include "FuzzCheck.h"
 #include "HostilePeer.h"
 
+#include "PortName.h"
 #include "PortSocket.h"
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -102,7 +103,7 @@ class Client
 public:
     explicit Client(Server& server)
         : mServer(server)
-        , mSocket(Standin::ConnectTo(server.name))
+        , mSocket(Standin::ConnectTo(Standin::WellKnownAddress(server.name)))
     {
         FUZZ_CHECK(static_cast<bool>(mSocket));
     }
