@@ -4,7 +4,6 @@
 #include "Platform/PortServer.h"
 
 #include <chrono>
-#include <thread>
 
 namespace {
 
@@ -92,18 +91,37 @@ TEST_F(MessagePortProcess, AnEndThatIsNoticedFirstGivesAnInvalidPortAtOnce)
     CFRelease(port);
 }
 
+// The wait runs the thread's run loop, and with it a port of the thread's own: its callback ends
+// the server when the request is surely on its way.
 TEST_F(MessagePortProcess, AServerThatEndsDuringAReplyWaitMakesThePortInvalid)
 {
     const std::string name = UniqueName("during");
+    const std::string ownName = UniqueName("during-own");
     ProcessServer server(name);
     CFMessagePortRef port = Connect(name);
     server.Stop();
-    std::thread killer([&] { server.Kill(); });
+    CFMessagePortContext context{0, &server, nullptr, nullptr, nullptr};
+    CFStringRef ownText = MakeString(ownName.c_str());
+    CFMessagePortRef own = CFMessagePortCreateLocal(
+        nullptr, ownText,
+        [](CFMessagePortRef, SInt32, CFDataRef, void* info) -> CFDataRef {
+            static_cast<ProcessServer*>(info)->Kill();
+            return nullptr;
+        },
+        &context, nullptr);
+    CFRunLoopSourceRef source = CFMessagePortCreateRunLoopSource(nullptr, own, 0);
+    CFRunLoopAddSource(CFRunLoopGetCurrent(), source, kCFRunLoopDefaultMode);
+    CFMessagePortRef toOwn = Connect(ownName);
+    EXPECT_EQ(SendOneWay(toOwn, 7), 0);
 
     EXPECT_EQ(SendRequest(port, 1, 60.0), -5);
 
-    killer.join();
     EXPECT_EQ(SendOneWay(port, 2), kCFMessagePortIsInvalid);
+    CFMessagePortInvalidate(own);
+    CFRelease(toOwn);
+    CFRelease(source);
+    CFRelease(own);
+    CFRelease(ownText);
     CFRelease(port);
 }
 
