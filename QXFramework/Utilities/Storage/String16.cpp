@@ -105,8 +105,15 @@ String16& String16::Replace(const unsigned short* units, unsigned short with)
 
 std::strong_ordering operator<=>(const String16& left, const String16& right)
 {
-    return std::lexicographical_compare_three_way(left.CStr(), left.CStr() + left.GetLength(),
-                                                  right.CStr(), right.CStr() + right.GetLength());
+    // Not lexicographical_compare_three_way: on a big-endian machine GCC 12's library compares as
+    // many bytes as there are units, so half of the text.
+    const auto* const leftEnd = left.CStr() + left.GetLength();
+    const auto* const rightEnd = right.CStr() + right.GetLength();
+    const auto [leftUnit, rightUnit] = std::mismatch(left.CStr(), leftEnd, right.CStr(), rightEnd);
+    if (leftUnit == leftEnd || rightUnit == rightEnd) {
+        return left.GetLength() <=> right.GetLength();
+    }
+    return *leftUnit <=> *rightUnit;
 }
 
 } // namespace QX
