@@ -34,7 +34,8 @@ namespace {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr std::size_t kSmallStack = std::size_t{1024} * 1024;
 #else
-constexpr std::size_t kSmallStack = std::size_t{64} * 1024;
+// The C library of powerpc allows no stack below 128 KiB.
+constexpr std::size_t kSmallStack = std::size_t{sizeof(void*) == 4 ? 128 : 64} * 1024;
 #endif
 
 /// Ends the child process with the number of the step that has failed; 0 to 255.
