@@ -23,7 +23,7 @@ std::atomic<bool> gNothrowNewFails{false};
 } // namespace
 
 extern "C" size_t __real_strlen(const char* text);
-extern "C" __attribute__((visibility("default"))) size_t __wrap_strlen(const char* text);
+extern "C" size_t __wrap_strlen(const char* text);
 extern "C" size_t __wrap_strlen(const char* text)
 {
     return text == gText ? gTextLength.load() : __real_strlen(text);
