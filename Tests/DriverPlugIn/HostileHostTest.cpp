@@ -303,9 +303,11 @@ TEST(HostileHost, StandardStreamsMayBeClosedAndAreNotTakenOver)
 TEST(HostileHost, WithoutADescriptorThereIsNoServerUntilThereIsOne)
 {
     EXPECT_EQ(FindFailedStep([] {
-                  const Server server;
                   const Bundle bundle;
                   Require(bundle.Open(258) == 0, 1);
+                  // A sanitizer needs descriptors when it meets a class for the first time.
+                  Require(bundle.SetEnable() == kCFMessagePortIsInvalid, 10);
+                  const Server server;
                   rlimit usual = {};
                   getrlimit(RLIMIT_NOFILE, &usual);
                   const rlimit none = {0, usual.rlim_max};
