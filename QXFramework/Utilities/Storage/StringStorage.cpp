@@ -132,18 +132,16 @@ void StringStorageT<CharT>::StrCopy(CharT* target, uint32 targetSize, const Char
     if (targetSize == 0) {
         return;
     }
+    uint32 limit = 0x7FFFFFF0;
     if constexpr (sizeof(CharT) == 1) {
         target[targetSize - 1] = 0;
-        const uint32 count = std::min(targetSize - 1, uint32{0x7FFFFFF0});
-        const uint32 length = StrLen(source, count);
-        std::copy_n(source, length, target);
-        std::fill_n(target + length, count - length, CharT{});
     } else {
-        const uint32 count = std::min({max, uint32{0x7FFFFFFF}, targetSize - 1});
-        const uint32 length = StrLen(source, count);
-        std::copy_n(source, length, target);
-        std::fill_n(target + length, count - length, CharT{});
+        limit = std::min(max, uint32{0x7FFFFFFF});
     }
+    const uint32 count = std::min(targetSize - 1, limit);
+    const uint32 length = StrLen(source, count);
+    std::copy_n(source, length, target);
+    std::fill_n(target + length, count - length, CharT{});
 }
 
 template <class CharT>
