@@ -164,22 +164,27 @@ int UnitCount(const StringT<CharT>& text, bool isTerminated)
         std::min<uint64>(uint64{text.GetLength()} + (isTerminated ? 1 : 0), INT_MAX));
 }
 
+// A text that is too long for the other width has left no buffer.
+template <class StringType>
+void UseEmptyIfNull(RCPtr<LIBuffer>& buffer)
+{
+    if (buffer == nullptr) {
+        buffer = StringType::GetEmpty().GetBuffer();
+    }
+}
+
 } // namespace
 
 String::StringT(const StringT<unsigned short, char>& other)
 {
     ConvertToCharType(mBuffer, other.CStr(), UnitCount(other, other.IsTerminated()));
-    if (mBuffer == nullptr) {
-        mBuffer = GetEmpty().mBuffer;
-    }
+    UseEmptyIfNull<StringT>(mBuffer);
 }
 
 String::StringT(const unsigned short* text)
 {
     ConvertToCharType(mBuffer, text, -1);
-    if (mBuffer == nullptr) {
-        mBuffer = GetEmpty().mBuffer;
-    }
+    UseEmptyIfNull<StringT>(mBuffer);
 }
 
 int32 String::ConvertToCharType(RCPtr<LIBuffer>& buffer, const unsigned short* source, int count)
@@ -217,17 +222,13 @@ int32 String::ConvertToCharType(RCPtr<LIBuffer>& buffer, const wchar_t* source, 
 String16::StringT(const StringT<char, unsigned short>& other)
 {
     ConvertToCharType(mBuffer, other.CStr(), UnitCount(other, other.IsTerminated()));
-    if (mBuffer == nullptr) {
-        mBuffer = GetEmpty().mBuffer;
-    }
+    UseEmptyIfNull<StringT>(mBuffer);
 }
 
 String16::StringT(const char* text)
 {
     ConvertToCharType(mBuffer, text, -1);
-    if (mBuffer == nullptr) {
-        mBuffer = GetEmpty().mBuffer;
-    }
+    UseEmptyIfNull<StringT>(mBuffer);
 }
 
 int32 String16::ConvertToCharType(RCPtr<LIBuffer>& buffer, const char* source, int count)

@@ -5,6 +5,7 @@
 
 #include <QX/String.h>
 
+#include "ByteCount.h"
 #include "LowerCase.h"
 
 #include <algorithm>
@@ -12,7 +13,6 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <new>
 
 namespace QX {
 namespace {
@@ -195,10 +195,7 @@ void String::Append(const char* text, uint32 length)
     if (wasLocked) {
         ResizeBuffer(*mBuffer, size);
     } else {
-        if (size > kUInt32Limit) {
-            throw std::bad_alloc();
-        }
-        Lock(static_cast<uint32>(size));
+        Lock(CheckedByteCount(size, sizeof(char)));
     }
     char* const own = ElementsOf(*mBuffer);
     std::memcpy(own + oldLength, text != nullptr ? text : own, length);

@@ -5,6 +5,8 @@
 #include <QX/String.h>
 #include <QX/ThrowSites.h>
 
+#include "ByteCount.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -58,9 +60,8 @@ void ResizeInPlace(LIBuffer& buffer, uint32 size)
     } else if (!static_cast<LTextBuffer&>(buffer).TryResizeBytes(size)) {
         throw std::bad_alloc();
     }
-    auto* const block = static_cast<char*>(buffer.GetRawPtr());
-    if (block != nullptr && size > oldSize) {
-        std::memset(block + oldSize, 0, size - oldSize);
+    if (size > oldSize) {
+        std::memset(static_cast<char*>(buffer.GetRawPtr()) + oldSize, 0, size - oldSize);
     }
 }
 
@@ -68,15 +69,6 @@ template <class CharT>
 uint32 ElementCount(const LIBuffer& buffer)
 {
     return buffer.GetSizeBytes() / static_cast<uint32>(sizeof(CharT));
-}
-
-uint32 CheckedByteCount(uint64 count, std::size_t elementSize)
-{
-    const uint64 bytes = count * elementSize;
-    if (bytes > kUInt32Limit) {
-        throw std::bad_alloc();
-    }
-    return static_cast<uint32>(bytes);
 }
 
 } // namespace

@@ -2,10 +2,11 @@
 
 #include <QX/VariantEx.h>
 
+#include "ByteCount.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <new>
 
 namespace QX {
 namespace {
@@ -74,11 +75,8 @@ StringT<char> VariantEx::GetXMLString() const
     if (length == text.GetLength()) {
         return text;
     }
-    if (length >= kUInt32Limit) {
-        throw std::bad_alloc();
-    }
     String escaped;
-    char* target = escaped.Lock(static_cast<uint32>(length) + 1);
+    char* target = escaped.Lock(CheckedByteCount(length + 1, sizeof(char)));
     for (const char character : std::string_view(text)) {
         const std::string_view entity = EntityOf(character);
         if (entity.empty()) {

@@ -195,6 +195,15 @@ TEST(Downcast, GoesBelowAVirtualBase)
     EXPECT_EQ(buffer->GetReferenceCount(), 2);
 }
 
+TEST(RCPtrConversion, OfAMovedNullToAVirtualBaseIsNull)
+{
+    RCPtr<LIBuffer> null;
+
+    const ConstRCPtr<Base> base = std::move(null);
+
+    EXPECT_EQ(base, nullptr);
+}
+
 TEST(Downcast, OfAnotherTypeOrOfNullIsNull)
 {
     std::string journal;
@@ -205,6 +214,7 @@ TEST(Downcast, OfAnotherTypeOrOfNullIsNull)
     EXPECT_EQ(RCPtr<LIBuffer>::Downcast(base), nullptr);
     EXPECT_EQ(ConstRCPtr<LIBuffer>::Downcast(base), nullptr);
     EXPECT_EQ(RCPtr<Witness>::Downcast(null), nullptr);
+    EXPECT_EQ(ConstRCPtr<Witness>::Downcast(null), nullptr);
     EXPECT_EQ(journal, "");
 }
 

@@ -50,6 +50,16 @@ TEST(Iterable, ConstBeginAndEndAreTheSameIterators)
     EXPECT_NE(list.GetBegin(), list.GetEnd());
 }
 
+TEST(Iterable, ConstCurrentIsTheSameElement)
+{
+    FakeList list{7, 8};
+    const FakeList& reader = list;
+    void* const handle = list.GetIteratorHandleBegin();
+
+    EXPECT_EQ(reader.GetCurrent(handle), list.GetCurrent(handle));
+    EXPECT_EQ(*reader.GetCurrent(handle), 7);
+}
+
 TEST(Iterable, ClearEmptiesIt)
 {
     FakeList list{1, 2};

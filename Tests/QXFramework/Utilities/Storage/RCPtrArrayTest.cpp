@@ -39,6 +39,13 @@ protected:
     std::string mJournal;
 };
 
+/// What a class that derives from an array can do.
+class DerivedArray : public Array
+{
+public:
+    using Array::RemoveInternal;
+};
+
 using RCPtrArrayInsert = RCPtrArrayTest;
 using RCPtrArrayRemove = RCPtrArrayTest;
 using RCPtrArrayRemoveItem = RCPtrArrayTest;
@@ -319,6 +326,29 @@ TEST_F(RCPtrArrayRemoveItem, IntoAnElementWhoseDestructorEmptiesTheArray)
     EXPECT_THROW(array.RemoveItem(0, *array.GetAt(2)), QX::Exception<std::out_of_range>);
 
     EXPECT_EQ(array.GetCount(), 0u);
+}
+
+TEST_F(RCPtrArrayTest, OfNoElementsGivesItsFirstSlotForEveryIndex)
+{
+    ConstArray array;
+    Array writable;
+
+    EXPECT_EQ(array.GetAt(5), array.GetAt(0));
+    EXPECT_EQ(writable.GetAt(5), writable.GetAt(0));
+}
+
+TEST_F(RCPtrArrayRemove, InternallyClosesOnlyARangeInside)
+{
+    DerivedArray array;
+    Fill(array, "abc");
+
+    EXPECT_EQ(array.RemoveInternal(1, 0), 3);
+    EXPECT_EQ(array.RemoveInternal(4, 1), kOutOfRange);
+    EXPECT_EQ(array.RemoveInternal(1, 3), kOutOfRange);
+    EXPECT_EQ(array.RemoveInternal(1, 0xFFFFFFFF), kOutOfRange);
+
+    EXPECT_EQ(array.GetCount(), 3u);
+    EXPECT_EQ(mJournal, "");
 }
 
 TEST_F(RCPtrArrayRemoveLast, HandsTheLastReferenceOver)

@@ -303,6 +303,19 @@ TEST_F(RCPtrQueueTest, StaysInsideAnArrayThatWasShortened)
     EXPECT_EQ(Drain(queue), "JKLM");
 }
 
+TEST_F(RCPtrQueueTest, CountsInsideAnArrayThatEndsBelowItsWriteIndex)
+{
+    Queue queue(nullptr, 8);
+    Enqueue(queue, "ABCDE");
+
+    queue.SetCount(3);
+
+    EXPECT_LT(queue.GetQueuedObjectsCount(), 3u);
+    Drain(queue);
+    Enqueue(queue, "FG");
+    EXPECT_EQ(Drain(queue), "FG");
+}
+
 TEST_F(RCPtrQueueTest, StartsAgainInAnArrayThatWasEmptied)
 {
     Queue queue(nullptr, 4);

@@ -10,7 +10,10 @@
 
 namespace {
 
-std::size_t sLargestBlock = static_cast<std::size_t>(-1);
+constexpr std::size_t kUnlimited = static_cast<std::size_t>(-1);
+
+std::size_t sLargestBlock = kUnlimited;
+bool sRefusesReallocation = false;
 
 } // namespace
 
@@ -27,7 +30,7 @@ void* __wrap_malloc(std::size_t size)
 
 void* __wrap_realloc(void* block, std::size_t size)
 {
-    return size <= sLargestBlock ? __real_realloc(block, size) : nullptr;
+    return size <= sLargestBlock && !sRefusesReallocation ? __real_realloc(block, size) : nullptr;
 }
 }
 
@@ -39,7 +42,7 @@ class HeapLimit
 {
 public:
     explicit HeapLimit(std::size_t largestBlock) { sLargestBlock = largestBlock; }
-    ~HeapLimit() { sLargestBlock = static_cast<std::size_t>(-1); }
+    ~HeapLimit() { sLargestBlock = kUnlimited; }
     HeapLimit(const HeapLimit&) = delete;
     HeapLimit& operator=(const HeapLimit&) = delete;
 };
@@ -115,6 +118,18 @@ TEST(StringExhaustedHeap, AConversionWithoutMemoryLeavesTheBufferAlone)
     EXPECT_EQ(buffer.Get(), BufferOf(before));
 }
 
+TEST(StringExhaustedHeap, AConversionThatCannotTrimItsResultThrows)
+{
+    const String16 wide(std::string(400, 'b').c_str());
+    String text("kept");
+
+    sRefusesReallocation = true;
+    EXPECT_THROW(text = String(wide), std::bad_alloc);
+    sRefusesReallocation = false;
+
+    EXPECT_EQ(TextOf(text), "kept");
+}
+
 TEST(StringExhaustedHeap, AVariantThatFindsNoMemoryIsEmpty)
 {
     const std::string large(400, 'b');
@@ -138,6 +153,15 @@ TEST(StringExhaustedHeap, ARecordThatFindsNoMemoryFails)
     const HeapLimit limit(255);
 
     EXPECT_EQ(variant.Serialize(record, 0), 0x80000008u);
+}
+
+TEST(StringExhaustedHeap, ARecordBehindAGapThatFindsNoMemoryFails)
+{
+    const VariantEx variant = OfText("abc");
+    RCPtr<LIBuffer> record = BufferWith("x");
+    const HeapLimit limit(255);
+
+    EXPECT_EQ(variant.Serialize(record, 400), 0x80000008u);
 }
 
 } // namespace

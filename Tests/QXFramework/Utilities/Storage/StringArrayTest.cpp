@@ -43,6 +43,22 @@ static_assert(std::is_same_v<Strings, QX::StringArrayT<char, unsigned short>>);
 static_assert(std::is_base_of_v<QX::Array<String>, Strings>);
 static_assert(std::is_base_of_v<QX::IArray<String>, QX::Array<String>>);
 
+/// An array with room for two strings.
+class SmallArray : public Strings
+{
+public:
+    uint32 GetMaxCount() const override { return 2; }
+};
+
+TEST(StringArray, InsertItemKeepsToTheLargestCount)
+{
+    SmallArray strings;
+    Fill(strings, {"a", "b"});
+
+    EXPECT_EQ(strings.InsertItem(1, "c"), kFailure);
+    EXPECT_EQ(TextsOf(strings), (Texts{"a", "b"}));
+}
+
 TEST(StringArray, StartsEmpty)
 {
     const Strings strings;

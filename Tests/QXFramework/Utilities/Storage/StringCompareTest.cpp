@@ -300,6 +300,19 @@ constexpr bool kEdits = requires(StringType text)
     text.Compare(text, true);
 };
 
+TEST(StringCompare, OperatorsTellEqualTextsFromOthersAndTakeNullAsEmpty)
+{
+    const char* const null = nullptr;
+    const String a("a");
+    const String alsoA("a");
+
+    EXPECT_TRUE(a == alsoA);
+    EXPECT_FALSE(a == String("b"));
+    EXPECT_FALSE(a == null);
+    EXPECT_TRUE(a > null);
+    EXPECT_FALSE(String() < null);
+}
+
 TEST(StringOverloads, EditOneWidthOnly)
 {
     static_assert(kEdits<String>);

@@ -34,6 +34,18 @@ std::u16string Terminated(std::u16string_view text)
     return std::u16string(text) + u'\0';
 }
 
+TEST(StringConversion, OfATextThatIsTooLongForTheOtherWidthIsEmpty)
+{
+    // Nobody touches these blocks. A heap that has none so large leaves the texts empty.
+    String text("x");
+    text.GetBuffer()->SetSizeBytes(0x80000000u);
+    String16 wide = Wide(u"x");
+    wide.GetBuffer()->SetSizeBytes(0x80000002u);
+
+    EXPECT_TRUE(SharesEmpty(String16(text)));
+    EXPECT_TRUE(SharesEmpty(String(wide)));
+}
+
 TEST(StringConversion, ConvertsWholeTexts)
 {
     struct

@@ -54,6 +54,77 @@ TEST(StringLock, OfNoSizeHasRoomForTheText)
     EXPECT_EQ(TextOf(wide), u"abc");
 }
 
+TEST(StringLock, RefusesACapacityWhoseBytesExceed32Bits)
+{
+    String16 wide = Wide(u"abc");
+
+    EXPECT_THROW(wide.Lock(0x80000000u), std::bad_alloc);
+
+    EXPECT_FALSE(wide.IsLocked());
+    EXPECT_EQ(TextOf(wide), u"abc");
+}
+
+TEST(StringLock, AFieldThatAnotherHolderHasEmptiedTakesNoText)
+{
+    String text("abc");
+    text.Lock(10);
+    text.GetBuffer()->SetSizeBytes(0);
+
+    text = String("de");
+    text.Assign("de", 2);
+
+    EXPECT_TRUE(text.IsLocked());
+    EXPECT_EQ(TextOf(text), "");
+    EXPECT_EQ(text.GetBuffer()->GetSizeBytes(), 0u);
+}
+
+TEST(StringAdoption, ThrowsForABufferThatHasLostItsBlock)
+{
+    const RCPtr<LIBuffer> buffer = HookedBuffer::Create("abc", {.refusesGrowth = true});
+    buffer->ResizeBytes(10);
+
+    EXPECT_THROW(String{buffer}, std::bad_alloc);
+
+    EXPECT_EQ(buffer->GetReferenceCount(), 1);
+}
+
+TEST(StringLock, AppendingBeyond32BitsThrows)
+{
+    const RCPtr<LIBuffer> buffer = HookedBuffer::Create(std::string_view("abc", 4), {});
+    String text(buffer);
+    static_cast<HookedBuffer&>(*buffer).ClaimSize(0xFFFFFFFF);
+
+    EXPECT_THROW(text += "de", std::bad_alloc);
+
+    EXPECT_FALSE(text.IsLocked());
+}
+
+TEST(StringLock, OfATextThatAnotherHolderHasEmptiedIsAnEmptyField)
+{
+    String text("abc");
+    const RCPtr<LIBuffer> other = text.GetBuffer();
+    other->SetSizeBytes(0);
+
+    EXPECT_STREQ(text.Lock(4), "");
+    EXPECT_EQ(text.GetBuffer()->GetSizeBytes(), 4u);
+}
+
+TEST(StringLock, OfABufferThatLosesItsBlockForGoodLeavesAnEmptyText)
+{
+    for (const std::size_t size : {std::size_t{4}, std::size_t{5001}}) {
+        SCOPED_TRACE(size);
+        const std::string before(size - 1, 'a');
+        String text(HookedBuffer::Create({before.c_str(), size},
+                                         {.refusesGrowth = true, .staysWithoutBlock = true}));
+
+        EXPECT_THROW(text.Lock(10000), std::bad_alloc);
+
+        EXPECT_FALSE(text.IsLocked());
+        EXPECT_STREQ(text.CStr(), "");
+        EXPECT_EQ(text.GetLength(), 0u);
+    }
+}
+
 TEST(StringLock, CountsElementsOf16Bits)
 {
     String16 wide = Wide(u"abc");

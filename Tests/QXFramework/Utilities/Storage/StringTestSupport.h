@@ -80,6 +80,7 @@ inline RCPtr<LIBuffer> BufferWith(std::string_view bytes)
 struct BufferFaults
 {
     bool refusesGrowth = false;      ///< a larger size finds no memory
+    bool staysWithoutBlock = false;  ///< and neither does any size after that
     bool copiesAreForeign = false;   ///< CreateCopy gives an object of another kind
     bool copiesThrow = false;        ///< CreateCopy throws a std::domain_error
     bool copiesHaveNoBlock = false;  ///< CreateCopy finds no memory
@@ -101,6 +102,8 @@ public:
     {
         if (size > mSize && mBlock != nullptr && mFaults.refusesGrowth) {
             mBlock.reset();
+        } else if (mBlock == nullptr && mFaults.staysWithoutBlock) {
+            // Only the size changes.
         } else {
             std::unique_ptr<char[]> block(new char[size]);
             std::memset(block.get(), '?', size);
@@ -114,6 +117,9 @@ public:
     int32 FillW(uint16, uint32, int) override { return kResultOutOfRange; }
     uint32 GetAllocatedSize() const override { return mBlock != nullptr ? mSize : 0; }
     void* GetRawPtr() override { return mBlock.get(); }
+
+    /// Makes the buffer claim a size that its block does not have.
+    void ClaimSize(uint32 size) { mSize = size; }
 
     using LIBuffer::CreateCopy;
     RCPtr<LRefCountedObject> CreateCopy() const override

@@ -24,6 +24,15 @@ TEST(VariantEx, StartsEmpty)
     EXPECT_EQ(variant, VariantEx::Empty);
 }
 
+TEST(VariantEx, HoldsABufferWithoutBytes)
+{
+    VariantEx variant;
+
+    EXPECT_EQ(variant.Set(BufferWith("")), Variant::kBuffer);
+
+    EXPECT_EQ(variant.GetBuffer()->GetSizeBytes(), 0u);
+}
+
 TEST(VariantEx, PicksTheSetterOfItsArgument)
 {
     const RCPtr<LIBuffer> buffer = BufferWith("abc");
