@@ -5,7 +5,6 @@
 #include <QX/Mutex.h>
 #include <QX/Notification.h>
 
-#include <new>
 #include <string_view>
 
 namespace QX {
@@ -43,11 +42,9 @@ const char* AddName(NameTable& table, const char* name, uint32 hash)
 {
     // Of the characters, not of a string that the caller may share: the entry owns its storage.
     const StringT<char, unsigned short> entry(name);
-    const int32 index = table.names.AppendItem(entry);
-    if (index < 0) {
-        throw std::bad_alloc();
-    }
-    const char* const id = table.names.GetAt(static_cast<uint32>(index))->CStr();
+    // Memory ends long before the largest count of an array, which alone is refused.
+    const auto index = static_cast<uint32>(table.names.AppendItem(entry));
+    const char* const id = table.names.GetAt(index)->CStr();
     try {
         table.index.Add(id, hash);
     } catch (...) {

@@ -83,6 +83,18 @@ TEST_F(LatestOnly, WorksForEachNameByItself)
     EXPECT_EQ(received, (std::vector<const LNotification*>{first.Get(), second.Get()}));
 }
 
+TEST_F(LatestOnly, LeavesOtherNamesAlone)
+{
+    center->RegisterNotificationClient(latest, "A", kLatest);
+    center->RegisterNotificationClient(every, "B", 0);
+    Post("B");
+    Post("B");
+
+    center->DeliverPendingNotifications(false);
+
+    EXPECT_EQ(journal, "ee");
+}
+
 TEST_F(LatestOnly, ClientsAreNotReachedByDirectDeliveryToAll)
 {
     center->RegisterNotificationClient(latest, "A", kLatest);
@@ -170,6 +182,27 @@ TEST_F(LatestOnly, PostsSurviveAPayloadThatEmptiesThePoolWhenItIsReplaced)
                                                    for (const auto& client : more) {
                                                        center->UnregisterNotificationClient(client);
                                                    }
+                                               }));
+        center->PostForBroadcast(old);
+        center->FlushPendingNotifications();
+    }
+
+    const auto notification = Post();
+
+    EXPECT_EQ(LPayload::sLiveCount, 0);
+    EXPECT_TRUE(notification->IsPosted());
+    center->DeliverPendingNotifications(false);
+    EXPECT_EQ(journal, "");
+}
+
+TEST_F(LatestOnly, PostsSurviveAPayloadThatEmptiesThePoolFromItsTop)
+{
+    center->RegisterNotificationClient(every, "A", 0);
+    center->RegisterNotificationClient(latest, "A", kLatest);
+    {
+        const auto old = LNotification::Create("A", MakePayload([this] {
+                                                   center->UnregisterNotificationClient(latest);
+                                                   center->UnregisterNotificationClient(every);
                                                }));
         center->PostForBroadcast(old);
         center->FlushPendingNotifications();

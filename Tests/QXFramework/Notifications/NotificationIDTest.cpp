@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -44,6 +45,30 @@ TEST_F(NotificationID, IsTheSameForEqualNamesInDifferentBuffers)
     EXPECT_EQ(CountNames(), before + 1);
     EXPECT_STREQ(id, "track.changed");
     EXPECT_NE(id, first.c_str());
+}
+
+// So many that what finds the names has to grow among them.
+TEST_F(NotificationID, OfANameThatFindsNoMemoryIsMadeLater)
+{
+    for (int number = 0; number < 300; ++number) {
+        const std::string name = "scarce.memory." + std::to_string(number);
+        SCOPED_TRACE(name);
+        const uint32 before = CountNames();
+        const char* id = nullptr;
+
+        for (int call = 1; id == nullptr; ++call) {
+            EXPECT_EQ(CountNames(), before);
+            const TestSupport::FailingNew failing(call);
+            try {
+                id = LNotification::GetNotificationID(name.c_str());
+            } catch (const std::bad_alloc&) {
+                // One allocation more succeeds in the next round.
+            }
+        }
+
+        EXPECT_STREQ(id, name.c_str());
+        EXPECT_EQ(CountNames(), before + 1);
+    }
 }
 
 TEST_F(NotificationID, IsTheAddressOfTheTablesOwnCharacters)
