@@ -160,6 +160,8 @@ TEST(ServerProtocol, VendorPrefixHasOnlyLettersDigitsDotsAndHyphens)
     EXPECT_FALSE(IsVendorPrefix(""));
     EXPECT_FALSE(IsVendorPrefix("org.%s"));
     EXPECT_FALSE(IsVendorPrefix("org qx"));
+    EXPECT_FALSE(IsVendorPrefix("org_qx"));
+    EXPECT_FALSE(IsVendorPrefix("org~qx"));
     EXPECT_FALSE(IsVendorPrefix("org/qx"));
 }
 
