@@ -5,8 +5,6 @@
 #include <cstdio>
 #include <cstring>
 
-// Visible, because the linker resolves the calls of shared libraries to these names as well.
-#pragma GCC visibility push(default)
 extern "C" {
 void* __real_malloc(size_t size);
 void* __real_calloc(size_t count, size_t size);
@@ -18,7 +16,6 @@ void* __wrap_calloc(size_t count, size_t size);
 void* __wrap_realloc(void* block, size_t size);
 void __wrap_free(void* block);
 }
-#pragma GCC visibility pop
 
 namespace {
 

@@ -199,9 +199,6 @@ const std::vector<std::string>& PlatformCalls::GetPortNames()
 }
 
 // What the linker puts in the place of the wrapped functions, and the functions themselves.
-// Visible, because the linker refuses a hidden replacement of what a shared library calls as well.
-
-#pragma GCC visibility push(default)
 extern "C" {
 
 void* __real_malloc(std::size_t size);
@@ -462,7 +459,6 @@ void __wrap_CFRelease(CFTypeRef object)
 }
 
 } // extern "C"
-#pragma GCC visibility pop
 
 std::vector<std::string> PlatformCalls::ReleaseLeftBehind()
 {
