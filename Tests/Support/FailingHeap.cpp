@@ -2,6 +2,7 @@
 
 #include "Support/FailingHeap.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 
@@ -23,6 +24,21 @@ thread_local bool sIsWatching = false;
 thread_local int sCalls = 0;
 thread_local int sFailingCall = 0;
 thread_local char sJournal[256] = "";
+std::atomic<long> gLiveBlocks{0};
+
+// Counts a block that the heap has given.
+void* Given(void* block)
+{
+    if (block != nullptr) {
+        gLiveBlocks.fetch_add(1, std::memory_order_relaxed);
+    }
+    return block;
+}
+
+void CountTakenBack()
+{
+    gLiveBlocks.fetch_sub(1, std::memory_order_relaxed);
+}
 
 // A fixed field: the journal must not ask the heap that it watches.
 void Write(const char* text)
@@ -47,23 +63,40 @@ bool Refuses(const char* function, std::size_t size)
 
 void* __wrap_malloc(size_t size)
 {
-    return Refuses("malloc", size) ? nullptr : __real_malloc(size);
+    return Refuses("malloc", size) ? nullptr : Given(__real_malloc(size));
 }
 
 void* __wrap_calloc(size_t count, size_t size)
 {
-    return Refuses("calloc", count * size) ? nullptr : __real_calloc(count, size);
+    return Refuses("calloc", count * size) ? nullptr : Given(__real_calloc(count, size));
 }
 
 void* __wrap_realloc(void* block, size_t size)
 {
-    return Refuses("realloc", size) ? nullptr : __real_realloc(block, size);
+    if (block != nullptr && size == 0) {
+        if (sIsWatching) {
+            Write("realloc 0");
+        }
+        void* const left = __real_realloc(block, 0);
+        if (left == nullptr) {
+            CountTakenBack();
+        }
+        return left;
+    }
+    if (Refuses("realloc", size)) {
+        return nullptr;
+    }
+    void* const moved = __real_realloc(block, size);
+    return block == nullptr ? Given(moved) : moved;
 }
 
 void __wrap_free(void* block)
 {
     if (sIsWatching) {
         Write("free");
+    }
+    if (block != nullptr) {
+        CountTakenBack();
     }
     __real_free(block);
 }
@@ -91,6 +124,11 @@ std::string FailingHeap::GetJournal() const
 bool FailingHeap::HasRefused() const
 {
     return sFailingCall > 0 && sCalls >= sFailingCall;
+}
+
+long FailingHeap::CountLiveBlocks()
+{
+    return gLiveBlocks.load(std::memory_order_relaxed);
 }
 
 } // namespace TestSupport

@@ -10,7 +10,8 @@
 namespace TestSupport {
 
 /// Journals the heap calls of the thread that makes it, and refuses the one number `call`, counted
-/// from 1 (0 refuses none; releases are not counted). One at a time on each thread.
+/// from 1 (0 refuses none). Releases, to which a reallocation to 0 bytes belongs, are not counted.
+/// One at a time on each thread.
 class FailingHeap
 {
 public:
@@ -24,6 +25,9 @@ public:
 
     /// Tells whether the call to be refused has come.
     bool HasRefused() const;
+
+    /// Returns how many blocks of the whole process are alive, made while anybody watched or not.
+    static long CountLiveBlocks();
 };
 
 } // namespace TestSupport
