@@ -78,7 +78,11 @@ public:
 
     using Variant::Set;
 
-    /// Makes this variant an equal one that shares the other's data.
+    // Without memory for a copy of the bytes, the three leave this variant empty. Throws:
+    // std::bad_alloc, with this variant unchanged.
+
+    /// Makes this variant an equal one that shares the other's data, or has a copy of data that
+    /// must not be shared.
     Type Set(const VariantEx& other);
     /// Makes this variant a kString that shares the string's buffer; of a locked string it takes
     /// the text.

@@ -6,6 +6,16 @@
 
 namespace QX {
 
+namespace {
+
+// Returns whether the heap has refused the bytes that the buffer should have.
+bool HasNoMemory(LIBuffer& buffer)
+{
+    return buffer.GetSizeBytes() != 0 && buffer.GetRawPtr() == nullptr;
+}
+
+} // namespace
+
 constinit const VariantEx VariantEx::Empty;
 
 VariantEx::VariantEx(const VariantEx& other)
@@ -61,6 +71,10 @@ Variant::Type VariantEx::Set(const VariantEx& other)
     if (other.OwnsData()) {
         // An unshareable buffer is copied here, so the data is not at the other's address.
         RCPtr<LIBuffer> data = other.mData;
+        if (data != other.mData && HasNoMemory(*data)) {
+            Clear();
+            return GetType();
+        }
         return AdoptData(other.GetType(), data);
     }
     Clear();
@@ -82,7 +96,7 @@ Variant::Type VariantEx::Set(const ConstRCPtr<LIBuffer>& bytes)
     if (bytes != nullptr) {
         data = bytes->CreateCopy(bytes->GetSizeBytes(), 0);
     }
-    if (data == nullptr || (data->GetSizeBytes() != 0 && data->GetRawPtr() == nullptr)) {
+    if (data == nullptr || HasNoMemory(*data)) {
         Clear();
         return GetType();
     }

@@ -146,6 +146,19 @@ TEST(StringExhaustedHeap, AVariantThatFindsNoMemoryIsEmpty)
     EXPECT_EQ(buffer.GetType(), Variant::kEmpty);
 }
 
+TEST(StringExhaustedHeap, AVariantThatCannotCopyDataThatMustNotBeSharedIsEmpty)
+{
+    const VariantEx other = OfText(std::string(250, 'a').c_str());
+    other.GetBuffer()->SetUnshareable(true);
+    VariantEx variant = OfText("abc");
+    {
+        const HeapLimit limit(200);
+
+        EXPECT_EQ(variant.Set(other), Variant::kEmpty);
+    }
+    EXPECT_EQ(variant.GetType(), Variant::kEmpty);
+}
+
 TEST(StringExhaustedHeap, ARecordThatFindsNoMemoryFails)
 {
     const VariantEx variant = OfText(std::string(250, 'a').c_str());
