@@ -97,11 +97,13 @@ public:
     /// null `out` becomes a buffer that it just fits, and a smaller one grows; bytes before the
     /// offset stay, and are zero where there were none.
     ///
-    /// Fails: kResultFailure (as uint32) for a sum beyond 32 bits, with `out` unchanged, and for a
-    /// pointer type without bytes.
+    /// Fails: kResultFailure (as uint32) for a sum beyond 32 bits, with `out` unchanged, for a
+    /// pointer type without bytes, and for want of memory. A buffer that could not grow has lost
+    /// its bytes then, except this variant's own, for which `out` stands unchanged.
     uint32 Serialize(RCPtr<LIBuffer>& out, uint32 offset) const;
 
-    /// As Variant::Deserialize into this variant.
+    /// As Variant::Deserialize into this variant, which is empty if there was no memory for the
+    /// bytes of a record that was understood.
     uint32 Deserialize(const unsigned char* in, uint32 length);
 
     /// Equal in type and value. Two truths with different bytes are different; pointers are equal

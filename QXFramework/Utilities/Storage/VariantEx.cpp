@@ -4,6 +4,8 @@
 
 #include <QX/ThrowSites.h>
 
+#include <algorithm>
+
 namespace QX {
 
 namespace {
@@ -12,6 +14,25 @@ namespace {
 bool HasNoMemory(LIBuffer& buffer)
 {
     return buffer.GetSizeBytes() != 0 && buffer.GetRawPtr() == nullptr;
+}
+
+// Makes `record` at least `size` bytes large. Its bytes stay, and up to `offset` they are zero
+// where there were none.
+void MakeRoom(RCPtr<LIBuffer>& record, uint32 offset, uint32 size)
+{
+    if (record == nullptr) {
+        record = LByteBuffer::Create(size, 0, true);
+        return;
+    }
+    // A buffer that the heap has refused its bytes has none to keep, whatever its size says.
+    const uint32 oldSize = HasNoMemory(*record) ? 0 : record->GetSizeBytes();
+    if (oldSize >= size) {
+        return;
+    }
+    record->ResizeBytes(size);
+    if (oldSize < offset && record->GetRawPtr() != nullptr) {
+        record->FillN(0, oldSize, static_cast<int>(offset - oldSize));
+    }
 }
 
 } // namespace
@@ -112,17 +133,16 @@ uint32 VariantEx::Serialize(RCPtr<LIBuffer>& out, uint32 offset) const
     if (needed > kUInt32Limit) {
         return static_cast<uint32>(kResultFailure);
     }
-    if (out == mData) {
+    const auto size = static_cast<uint32>(needed);
+    if (out != nullptr && out == mData) {
         // Growing it would move the very bytes that are to be written into it.
-        out.Unshare();
-    }
-    if (out == nullptr) {
-        out = LByteBuffer::Create(static_cast<uint32>(needed), 0, true);
-    } else if (const uint32 size = out->GetSizeBytes(); size < needed) {
-        out->ResizeBytes(static_cast<uint32>(needed));
-        if (size < offset && out->GetRawPtr() != nullptr) {
-            out->FillN(0, size, static_cast<int>(offset - size));
+        const RCPtr<LIBuffer> own = out->CreateCopy(std::max(out->GetSizeBytes(), size), 0);
+        if (HasNoMemory(*own)) {
+            return static_cast<uint32>(kResultFailure);
         }
+        out = own;
+    } else {
+        MakeRoom(out, offset, size);
     }
     auto* const bytes = static_cast<unsigned char*>(out->GetRawPtr());
     if (bytes == nullptr) {

@@ -177,5 +177,34 @@ TEST(StringExhaustedHeap, ARecordBehindAGapThatFindsNoMemoryFails)
     EXPECT_EQ(variant.Serialize(record, 400), 0x80000008u);
 }
 
+TEST(StringExhaustedHeap, ARecordForItsOwnBufferThatFindsNoMemoryChangesNothing)
+{
+    const VariantEx variant = OfText(std::string(250, 'a').c_str());
+    RCPtr<LIBuffer> record = variant.GetBuffer();
+    {
+        const HeapLimit limit(200);
+
+        EXPECT_EQ(variant.Serialize(record, 2), 0x80000008u);
+    }
+    EXPECT_EQ(record, variant.GetBuffer());
+    EXPECT_EQ(variant.GetString(), std::string(250, 'a'));
+}
+
+TEST(StringExhaustedHeap, ARecordGoesIntoABufferThatHasLostItsBytes)
+{
+    const VariantEx variant = OfText("abc");
+    RCPtr<LIBuffer> record = BufferWith("x");
+    {
+        const HeapLimit limit(255);
+        variant.Serialize(record, 400);
+    }
+
+    EXPECT_EQ(variant.Serialize(record, 4), 16u);
+
+    EXPECT_EQ(record->GetSizeBytes(), 20u);
+    EXPECT_EQ(std::string(record->GetPtr<char>(0), 20),
+              std::string("\0\0\0\0\x10\0\0\0\0\0\0\0\x09\0\0\0abc\0", 20));
+}
+
 } // namespace
 } // namespace QX
