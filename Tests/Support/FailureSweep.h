@@ -28,6 +28,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <new>
 #include <span>
 #include <string>
@@ -84,6 +85,28 @@ struct SweptOperation
     int least = 0;
 };
 
+/// The text of an exception that an operation throws as its answer, kept without any memory.
+class CaughtText
+{
+public:
+    /// Makes the call, which throws an Error. Whatever else it throws passes.
+    template <class Error, class Call>
+    void Catch(const Call& call)
+    {
+        mText[0] = '\0';
+        try {
+            call();
+        } catch (const Error& error) {
+            std::snprintf(mText, sizeof(mText), "%s", error.what());
+        }
+    }
+
+    const char* Get() const { return mText; }
+
+private:
+    char mText[160] = "";
+};
+
 /// What an operation has answered.
 enum class SweepAnswer
 {
@@ -124,9 +147,9 @@ void CheckAnswer(const SweptOperation<State>& operation, State& state, SweepAnsw
         << "when it had run again";
 }
 
-/// Runs the operation with its request number `refused` refused (0 for none) and returns whether
-/// there was such a request.
-template <class State>
+/// Runs the operation with its request number `refused` refused and returns whether there was such
+/// a request.
+template <class Failing, class State>
 bool RunWithRefusal(const SweptOperation<State>& operation, int refused)
 {
     SCOPED_TRACE(refused);
@@ -139,9 +162,9 @@ bool RunWithRefusal(const SweptOperation<State>& operation, int refused)
         }
         SweepAnswer answer = SweepAnswer::kDone;
         {
-            const FailingHeap heap(refused);
+            const Failing failing(refused);
             answer = Answer(operation, state);
-            hasRefused = heap.HasRefused();
+            hasRefused = failing.HasRefused();
         }
         EXPECT_TRUE(hasRefused || answer == SweepAnswer::kDone) << "with nothing refused";
         CheckAnswer(operation, state, answer);
@@ -153,7 +176,8 @@ bool RunWithRefusal(const SweptOperation<State>& operation, int refused)
     return hasRefused;
 }
 
-template <class State>
+/// Failing is the FailingHeap, or another class like it that refuses other calls.
+template <class State, class Failing = FailingHeap>
 void SweepRefusals(std::span<const SweptOperation<State>> operations)
 {
     constexpr int kMostRefusals = 200;
@@ -169,7 +193,7 @@ void SweepRefusals(std::span<const SweptOperation<State>> operations)
             state.Describe();
         }
         int refused = 1;
-        while (RunWithRefusal(operation, refused) && refused < kMostRefusals) {
+        while (RunWithRefusal<Failing>(operation, refused) && refused < kMostRefusals) {
             ++refused;
         }
         EXPECT_GT(refused, operation.least) << "too few requests for memory";
