@@ -202,11 +202,16 @@ TEST_F(AllocationFailure, InTheNameTableEntersNothing)
     for (int number = 0; number < 300; ++number) {
         const std::string name = "refused." + std::to_string(number);
         const uint32 before = LNotification::GetNotificationIDs().GetCount();
+        const long blocks = FailingHeap::CountLiveBlocks();
         const char* id = nullptr;
 
-        const int thrown = RefuseEach(
-            [&] { id = LNotification::GetNotificationID(name.c_str()); },
-            [&] { ASSERT_EQ(LNotification::GetNotificationIDs().GetCount(), before); }, [] {});
+        const int thrown =
+            RefuseEach([&] { id = LNotification::GetNotificationID(name.c_str()); },
+                       [&] {
+                           ASSERT_EQ(LNotification::GetNotificationIDs().GetCount(), before);
+                           ASSERT_EQ(FailingHeap::CountLiveBlocks(), blocks);
+                       },
+                       [] {});
 
         ASSERT_GE(thrown, 2);
         ASSERT_EQ(id, name);
