@@ -23,6 +23,7 @@ namespace {
 thread_local bool sIsWatching = false;
 thread_local int sCalls = 0;
 thread_local int sFailingCall = 0;
+thread_local bool sIsExhausted = false; ///< all calls behind the failing one fail too
 thread_local char sJournal[256] = "";
 std::atomic<long> gLiveBlocks{0};
 
@@ -56,7 +57,8 @@ bool Refuses(const char* function, std::size_t size)
     char text[48];
     std::snprintf(text, sizeof(text), "%s %zu", function, size);
     Write(text);
-    return ++sCalls == sFailingCall;
+    ++sCalls;
+    return sCalls == sFailingCall || (sIsExhausted && sFailingCall > 0 && sCalls > sFailingCall);
 }
 
 } // namespace
@@ -103,11 +105,12 @@ void __wrap_free(void* block)
 
 namespace TestSupport {
 
-FailingHeap::FailingHeap(int call)
+FailingHeap::FailingHeap(int call, bool isExhausted)
 {
     sJournal[0] = '\0';
     sCalls = 0;
     sFailingCall = call;
+    sIsExhausted = isExhausted;
     sIsWatching = true;
 }
 

@@ -15,7 +15,9 @@ namespace TestSupport {
 class FailingHeap
 {
 public:
-    explicit FailingHeap(int call);
+    explicit FailingHeap(int call)
+        : FailingHeap(call, false)
+    {}
     ~FailingHeap();
     FailingHeap(const FailingHeap&) = delete;
     FailingHeap& operator=(const FailingHeap&) = delete;
@@ -28,6 +30,18 @@ public:
 
     /// Returns how many blocks of the whole process are alive, made while anybody watched or not.
     static long CountLiveBlocks();
+
+protected:
+    FailingHeap(int call, bool isExhausted);
+};
+
+/// As FailingHeap, but once it has refused a call it refuses all that follow.
+class ExhaustedHeap : public FailingHeap
+{
+public:
+    explicit ExhaustedHeap(int call)
+        : FailingHeap(call, true)
+    {}
 };
 
 } // namespace TestSupport

@@ -2,8 +2,8 @@
 //
 // A row of a table is an operation: how the state that it works on is prepared, the operation, and
 // what a user sees of the state afterwards, as text. The operation runs with its first request for
-// memory refused, then with its second, and so on until it runs through without a refusal. Each run
-// starts with a new state.
+// memory refused, then with its second, and so on until it runs through without a refusal; then the
+// same with all requests behind it refused as well. Each run starts with a new state.
 //
 //     struct Names
 //     {
@@ -81,6 +81,8 @@ struct SweptOperation
     const char* thrown = nullptr;
     /// The state when the operation has run again behind a failure; null if it is that of `done`.
     const char* again = nullptr;
+    /// As `thrown`, when all further requests are refused too; null if that makes no difference.
+    const char* exhausted = nullptr;
     /// How many requests there are at least: fewer would mean that nothing was put to the test.
     int least = 0;
 };
@@ -176,11 +178,27 @@ bool RunWithRefusal(const SweptOperation<State>& operation, int refused)
     return hasRefused;
 }
 
-/// Failing is the FailingHeap, or another class like it that refuses other calls.
-template <class State, class Failing = FailingHeap>
-void SweepRefusals(std::span<const SweptOperation<State>> operations)
+/// Runs the operation with each of its requests refused and returns how many there were.
+template <class Failing, class State>
+int RefuseEach(SweptOperation<State> operation)
 {
     constexpr int kMostRefusals = 200;
+    if (std::is_same_v<Failing, ExhaustedHeap> && operation.exhausted != nullptr) {
+        operation.thrown = operation.exhausted;
+    }
+    int refused = 1;
+    while (RunWithRefusal<Failing>(operation, refused) && refused < kMostRefusals) {
+        ++refused;
+    }
+    EXPECT_GT(refused, operation.least) << "too few requests for memory";
+    EXPECT_LT(refused, kMostRefusals);
+    return refused - 1;
+}
+
+/// Each Failing is the FailingHeap or a class like it, which refuses in another way or other calls.
+template <class State, class... Failing>
+void SweepWith(std::span<const SweptOperation<State>> operations)
+{
     for (const SweptOperation<State>& operation : operations) {
         SCOPED_TRACE(operation.what);
         {
@@ -192,14 +210,14 @@ void SweepRefusals(std::span<const SweptOperation<State>> operations)
             Answer(operation, state);
             state.Describe();
         }
-        int refused = 1;
-        while (RunWithRefusal<Failing>(operation, refused) && refused < kMostRefusals) {
-            ++refused;
-        }
-        EXPECT_GT(refused, operation.least) << "too few requests for memory";
-        EXPECT_LT(refused, kMostRefusals);
-        CountSwept(1, refused - 1);
+        CountSwept(1, (RefuseEach<Failing>(operation) + ...));
     }
+}
+
+template <class State>
+void SweepRefusals(std::span<const SweptOperation<State>> operations)
+{
+    SweepWith<State, FailingHeap, ExhaustedHeap>(operations);
 }
 
 } // namespace TestSupport

@@ -19,7 +19,7 @@ namespace NotificationTests {
 namespace {
 
 using TestSupport::FailingPlatform;
-using TestSupport::SweepRefusals;
+using TestSupport::SweepWith;
 using TestSupport::SweptOperation;
 
 struct Parts
@@ -68,7 +68,7 @@ struct Parts
 
 void SweepPlatform(std::span<const SweptOperation<Parts>> operations)
 {
-    SweepRefusals<Parts, FailingPlatform>(operations);
+    SweepWith<Parts, FailingPlatform>(operations);
 }
 
 TEST(PlatformSweep, WithoutARegionEverythingGoesOnUnguarded)

@@ -127,6 +127,7 @@ TEST(PostingSweep, AParkedNotificationStaysParkedAndOneThatCannotBeParkedEnds)
          .run = [](State& state) { state.made = LNotification::Create("B", state.payload); },
          .done = "null B+data parked 0",
          .thrown = "null null parked 1",
+         .exhausted = "null null parked 0",
          .least = 1},
         {.what = "Create with none parked",
          .run = [](State& state) { state.made = LNotification::Create("B", state.payload); },

@@ -1,6 +1,6 @@
 // AdoptionSweepTest.cpp - strings that adopt buffers, with each of their requests for memory
 // refused. Buffers of another class than the strings' own give their block up when they cannot
-// grow; what they hold is put back.
+// grow; what they hold is put back, for which one refusal must be the only one.
 
 #include "Support/FailureSweep.h"
 
@@ -14,7 +14,9 @@
 namespace QX {
 namespace {
 
+using TestSupport::FailingHeap;
 using TestSupport::SweepRefusals;
+using TestSupport::SweepWith;
 using TestSupport::SweptOperation;
 
 /// Buffers to adopt, and a string.
@@ -116,7 +118,7 @@ TEST(AdoptionSweep, ABufferThatCannotBeAdoptedIsAsItWas)
          .done = "old x1"},
     };
 
-    SweepRefusals<Adoptions>(operations);
+    SweepWith<Adoptions, FailingHeap>(operations);
 }
 
 TEST(AdoptionSweep, AnAdoptedTextThatCannotChangeIsPutBack)
@@ -172,7 +174,7 @@ TEST(AdoptionSweep, AnAdoptedTextThatCannotChangeIsPutBack)
          .least = 1},
     };
 
-    SweepRefusals<Adoptions>(operations);
+    SweepWith<Adoptions, FailingHeap>(operations);
 }
 
 // More than a kilobyte of it is not saved: its characters become NULs, and nothing else happens.
@@ -202,7 +204,7 @@ TEST(AdoptionSweep, ALongAdoptedTextThatCannotChangeLosesItsCharacters)
          .least = 1},
     };
 
-    SweepRefusals<LongText>(operations);
+    SweepWith<LongText, FailingHeap>(operations);
 }
 
 TEST(AdoptionSweep, TheExportedConversionsNeedNoMemory)
