@@ -15,6 +15,7 @@ namespace QX {
 namespace {
 
 using TestSupport::CaughtText;
+using TestSupport::FailingHeap;
 using TestSupport::SweepRefusals;
 using TestSupport::SweptOperation;
 
@@ -136,6 +137,20 @@ TEST(VariantExSweep, ASetterOfBytesThatFindsNoMemoryLeavesTheVariantEmpty)
     };
 
     SweepRefusals<Values>(operations);
+}
+
+TEST(VariantExSweep, AVariantThatHasFoundNoMemoryHoldsNone)
+{
+    VariantEx value;
+    const long blocks = FailingHeap::CountLiveBlocks();
+    Variant::Type type = Variant::kString;
+    {
+        const FailingHeap heap(2); // the bytes; the buffer itself is the first
+        type = value.Set("abc");
+    }
+
+    EXPECT_EQ(type, Variant::kEmpty);
+    EXPECT_EQ(FailingHeap::CountLiveBlocks(), blocks);
 }
 
 TEST(VariantExSweep, ASetterOfAnObjectTakesItOrThrowsAndChangesNothing)
