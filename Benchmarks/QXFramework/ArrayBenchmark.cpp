@@ -2,8 +2,10 @@
 //
 // Each benchmark is named OPERATION/CONTAINER/COUNT and fills an empty container with COUNT
 // references to objects that exist, at its end or at its front, or drops as many. "array<1,0>"
-// grows by one slot at a time, "array<256,256>" by 256. "memory" stores bare pointers into a
-// reserved block and counts in plain atomic integers, the limit that no container passes.
+// grows by one slot at a time, "array<256,256>" by 256. "vector-of-items" holds the arrays' own
+// objects, so that nothing but the container differs; "vector" holds objects that boost counts,
+// without a virtual call. "memory" stores bare pointers into a reserved block and counts in plain
+// atomic integers, the limit that no container passes.
 
 #include <QX/RCPtrArray.h>
 
@@ -36,6 +38,16 @@ struct Peer : boost::intrusive_ref_counter<Peer, boost::thread_safe_counter>
 
 constexpr uint32 kItems = 64;
 constexpr uint32 kLargestCount = 16384;
+
+// What boost's pointers call on a counted object; they find it by the argument's namespace.
+void intrusive_ptr_add_ref(Item* item)
+{
+    item->AddReference();
+}
+void intrusive_ptr_release(Item* item)
+{
+    item->RemoveReference();
+}
 
 const std::vector<QX::RCPtr<Item>>& Items()
 {
@@ -96,6 +108,35 @@ struct PeerVector
         vector.insert(vector.begin(), Peers()[index % kItems]);
     }
     static uint32 Count(const Container& vector) { return static_cast<uint32>(vector.size()); }
+};
+
+/// The same objects as in the arrays, so that nothing but the container differs.
+struct ItemVector
+{
+    using Container = std::vector<boost::intrusive_ptr<Item>>;
+
+    static void Append(Container& vector, uint32 index)
+    {
+        vector.push_back(Pointers()[index % kItems]);
+    }
+    static void InsertFront(Container& vector, uint32 index)
+    {
+        vector.insert(vector.begin(), Pointers()[index % kItems]);
+    }
+    static uint32 Count(const Container& vector) { return static_cast<uint32>(vector.size()); }
+
+private:
+    static const Container& Pointers()
+    {
+        static const Container sPointers = [] {
+            Container pointers;
+            for (const QX::RCPtr<Item>& item : Items()) {
+                pointers.emplace_back(item.Get());
+            }
+            return pointers;
+        }();
+        return sPointers;
+    }
 };
 
 /// Slots that exist already, and whose references are counted without a look at anything else.
@@ -199,6 +240,7 @@ void RegisterAll(const std::string& operation)
     Register<OurArray<1, 0>, Measured>(operation, "array<1,0>");
     Register<OurArray<256, 256>, Measured>(operation, "array<256,256>");
     Register<PeerVector, Measured>(operation, "vector");
+    Register<ItemVector, Measured>(operation, "vector-of-items");
     Register<BareSlots, Measured>(operation, "memory");
 }
 

@@ -266,9 +266,10 @@ void Pool::SetLatestNotification(const RCPtr<LNotification>& notification)
         if (index > mClients.GetCount()) {
             continue;
         }
-        const RCPtr<Info> info(mClients.GetPtr()[index - 1]);
-        if ((info->mDeliveryFlags & kDeliverLatestOnly) != 0) {
-            info->mLatestNotification = notification;
+        Info* const record = mClients.GetPtr()[index - 1].Get();
+        if ((record->mDeliveryFlags & kDeliverLatestOnly) != 0) {
+            const RCPtr<Info> kept(record);
+            record->mLatestNotification = notification;
         }
     }
 }

@@ -88,7 +88,14 @@ public:
 
     /// As ResizeBytes, but a refusal of the allocator loses nothing: returns false with nothing
     /// changed if the buffer cannot grow, and keeps a block that cannot be made smaller.
-    bool TryResizeBytes(uint32 size);
+    bool TryResizeBytes(uint32 size)
+    {
+        if (KeepsBlock(size)) [[likely]] {
+            mSize = size;
+            return true;
+        }
+        return TryExchangeBlock(size);
+    }
 
     /// Returns the block as its element pointer; null when there is none.
     T GetData() const noexcept { return mData; }
@@ -98,6 +105,12 @@ private:
     static constexpr uint32 kKeepThreshold = Slack > Granule - 1 ? Slack : Granule - 1;
 
     static uint32 RoundUp(uint32 size);
+    bool KeepsBlock(uint32 size) const noexcept
+    {
+        return mBlock != nullptr && mAllocatedSize >= size &&
+               mAllocatedSize - size <= kKeepThreshold;
+    }
+    bool TryExchangeBlock(uint32 size);
     void SetBlock(void* block, uint32 allocatedSize, uint32 size);
 
     T mData = nullptr;

@@ -78,7 +78,7 @@ int32 BufferT<Granule, Slack, Third, T, Allocator>::ResizeBytes(uint32 size)
     if (mBlock == nullptr) {
         return this->SetSizeBytes(size);
     }
-    if (mAllocatedSize >= size && mAllocatedSize - size <= kKeepThreshold) {
+    if (KeepsBlock(size)) {
         mSize = size;
         return static_cast<int32>(size);
     }
@@ -93,12 +93,8 @@ int32 BufferT<Granule, Slack, Third, T, Allocator>::ResizeBytes(uint32 size)
 }
 
 template <uint32 Granule, uint32 Slack, uint32 Third, class T, IAllocator* (*Allocator)()>
-bool BufferT<Granule, Slack, Third, T, Allocator>::TryResizeBytes(uint32 size)
+bool BufferT<Granule, Slack, Third, T, Allocator>::TryExchangeBlock(uint32 size)
 {
-    if (mBlock != nullptr && mAllocatedSize >= size && mAllocatedSize - size <= kKeepThreshold) {
-        mSize = size;
-        return true;
-    }
     const uint32 rounded = RoundUp(size);
     if (mBlock == nullptr && rounded == 0) {
         SetBlock(nullptr, 0, 0);

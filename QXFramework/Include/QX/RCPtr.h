@@ -80,7 +80,9 @@ private:
     template <class U>
     friend class ConstRCPtr;
 
-    void Init();
+    static T* Acquire(T* object);
+    static T* ExchangeForOwn(T* object);
+    void DropOwnReference() noexcept;
     LRefCountedObject& Counted() const noexcept { return *mObject; }
 
     // Always T*, never const T*: arrays view their raw slots through this member.

@@ -9,17 +9,13 @@ namespace QX {
 
 template <class T>
 ConstRCPtr<T>::ConstRCPtr(T* object)
-    : mObject(object)
-{
-    Init();
-}
+    : mObject(Acquire(object))
+{}
 
 template <class T>
 ConstRCPtr<T>::ConstRCPtr(const ConstRCPtr& other)
-    : mObject(other.mObject)
-{
-    Init();
-}
+    : mObject(Acquire(other.mObject))
+{}
 
 template <class T>
 constexpr ConstRCPtr<T>::ConstRCPtr(ConstRCPtr&& other) noexcept
@@ -29,17 +25,20 @@ constexpr ConstRCPtr<T>::ConstRCPtr(ConstRCPtr&& other) noexcept
 template <class T>
 template <PointerConvertibleTo<T> U>
 ConstRCPtr<T>::ConstRCPtr(const ConstRCPtr<U>& other)
-    : mObject(other.mObject)
-{
-    Init();
-}
+    : mObject(Acquire(other.mObject))
+{}
 
 template <class T>
 ConstRCPtr<T>::~ConstRCPtr()
 {
-    if (mObject == nullptr) {
-        return;
+    if (mObject != nullptr) {
+        DropOwnReference();
     }
+}
+
+template <class T>
+void ConstRCPtr<T>::DropOwnReference() noexcept
+{
     try {
         mObject->RemoveReference();
     } catch (...) {
@@ -50,20 +49,12 @@ ConstRCPtr<T>::~ConstRCPtr()
 template <class T>
 ConstRCPtr<T>& ConstRCPtr<T>::operator=(const ConstRCPtr& other)
 {
-    T* const old = mObject;
-    T* const object = other.mObject;
-    if (old == object) {
+    if (mObject == other.mObject) {
         return *this;
     }
-    mObject = object;
-    try {
-        Init();
-    } catch (...) {
-        mObject = old;
-        throw;
-    }
+    T* const object = Acquire(other.mObject);
     // Last: the old object may own this very pointer, or `other`.
-    if (old != nullptr) {
+    if (T* const old = std::exchange(mObject, object)) {
         old->RemoveReference();
     }
     return *this;
@@ -83,25 +74,28 @@ void ConstRCPtr<T>::Swap(ConstRCPtr& other) noexcept
     std::swap(mObject, other.mObject);
 }
 
-// Takes the reference that a stored pointer stands for.
+// Takes a reference for a new holder of `object` and returns what that holder holds: `object`, or
+// its private copy.
 template <class T>
-void ConstRCPtr<T>::Init()
+inline T* ConstRCPtr<T>::Acquire(T* object)
 {
-    if (mObject == nullptr) {
-        return;
-    }
-    mObject->AddReference();
-    if (Counted().IsShareable()) {
-        return;
-    }
-    try {
-        Unshare();
-    } catch (...) {
-        if (T* const object = std::exchange(mObject, nullptr)) {
-            object->RemoveReference();
+    if (object != nullptr) {
+        object->AddReference();
+        if (!static_cast<LRefCountedObject&>(*object).IsShareable()) [[unlikely]] {
+            return ExchangeForOwn(object);
         }
-        throw;
     }
+    return object;
+}
+
+// Apart from Acquire, which then is small enough to be part of its callers.
+template <class T>
+T* ConstRCPtr<T>::ExchangeForOwn(T* object)
+{
+    ConstRCPtr holder;
+    holder.mObject = object;
+    holder.Unshare();
+    return std::exchange(holder.mObject, nullptr);
 }
 
 template <class T>
