@@ -87,8 +87,8 @@ bool DateFromText(std::string_view text, CFAbsoluteTime& time)
         return false;
     }
     const SInt64 days = (sys_days(date) - kEpoch).count();
-    time =
-        static_cast<CFAbsoluteTime>(days * kSecondsPerDay + hours * 3600 + minutes * 60 + seconds);
+    const int secondOfDay = hours * 3600 + minutes * 60 + seconds;
+    time = static_cast<CFAbsoluteTime>(days * kSecondsPerDay + secondOfDay);
     return true;
 }
 

@@ -37,7 +37,7 @@ struct Frame
 
 inline constexpr std::size_t kHeaderSize = 20;
 /// The most data that a message or a reply carries: with its header it fits a socket's buffer.
-inline constexpr std::size_t kLargestData = 128 * 1024;
+inline constexpr std::size_t kLargestData = 131072;
 /// The messages of one process that a server has not taken yet.
 inline constexpr UInt32 kQueueLimit = 5;
 

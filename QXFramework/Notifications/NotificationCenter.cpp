@@ -15,6 +15,7 @@ LNotificationCenter::~LNotificationCenter() = default;
 RCPtr<LNotificationCenter> LNotificationCenter::Create(const StringT<char, unsigned short>& name)
 {
     RCPtr<LNotificationCenter> center(new LNotificationCenter(name));
+    // A new object is shareable, so `center` holds it. NOLINTNEXTLINE(clang-analyzer-core.*)
     center->SetDistributor(center);
     center->SetDistributorIsContained();
     return center;

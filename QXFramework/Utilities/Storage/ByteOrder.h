@@ -34,8 +34,9 @@ inline void SwapToLittleEndian([[maybe_unused]] unsigned char* bytes,
     static_assert(std::endian::native == std::endian::little ||
                   std::endian::native == std::endian::big);
     if constexpr (std::endian::native == std::endian::big) {
-        if (length == 2 || length == 4 || length == 8)
+        if (length == 2 || length == 4 || length == 8) {
             std::reverse(bytes, bytes + length);
+        }
     }
 }
 

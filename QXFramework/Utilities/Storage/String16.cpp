@@ -113,7 +113,7 @@ std::strong_ordering operator<=>(const String16& left, const String16& right)
     if (leftUnit == leftEnd || rightUnit == rightEnd) {
         return left.GetLength() <=> right.GetLength();
     }
-    return *leftUnit <=> *rightUnit;
+    return *leftUnit < *rightUnit ? std::strong_ordering::less : std::strong_ordering::greater;
 }
 
 } // namespace QX

@@ -204,7 +204,7 @@ template <class TargetT>
 [[gnu::always_inline]] inline bool ConvertFourOfThreeBytes(const UTF8* source, TargetT* target)
 {
     uint32 bytesOfEach[4];
-    for (int i = 0; i < 4; ++i) {
+    for (std::size_t i = 0; i < 4; ++i) {
         std::memcpy(&bytesOfEach[i], source + 3 * i, 4);
     }
     const Longs bytes = {bytesOfEach[0], bytesOfEach[1], bytesOfEach[2], bytesOfEach[3]};

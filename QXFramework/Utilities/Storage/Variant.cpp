@@ -30,8 +30,9 @@ bool Overlap(const void* left, size_t leftSize, const void* right, size_t rightS
 {
     const auto leftStart = reinterpret_cast<std::uintptr_t>(left);
     const auto rightStart = reinterpret_cast<std::uintptr_t>(right);
-    if (leftStart < rightStart)
+    if (leftStart < rightStart) {
         return rightStart - leftStart < leftSize;
+    }
     return leftStart - rightStart < rightSize;
 }
 
@@ -40,8 +41,9 @@ bool Overlap(const void* left, size_t leftSize, const void* right, size_t rightS
 Variant::~Variant()
 {
     // By now a derived class and its FreeBuffer are gone; the name says so.
-    if (OwnsBlock())
+    if (OwnsBlock()) {
         Variant::FreeBuffer(GetBlock());
+    }
 }
 
 void* Variant::AllocBuffer(uint32 size)
@@ -160,8 +162,9 @@ Variant::Type Variant::SetConstPointer(const void* data, uint32 size)
 
 void Variant::Clear()
 {
-    if (OwnsBlock())
+    if (OwnsBlock()) {
         FreeBuffer(GetBlock());
+    }
     std::memset(mValue, 0, sizeof mValue);
     mSize = 0;
     mType = kEmpty;
@@ -184,10 +187,12 @@ void Variant::CopyFields(const Variant& other)
 
 void Variant::FollowBlock(const void* data, uint32 size) const
 {
-    if (GetBlock() != data)
+    if (GetBlock() != data) {
         SetBlock(data);
-    if (mSize != size)
+    }
+    if (mSize != size) {
         mSize = size;
+    }
 }
 
 uint64 Variant::GetValueBits() const
@@ -220,8 +225,9 @@ Variant::Type Variant::SetScalar(Type type, const void* data, uint32 size)
 {
     const bool fits = data != nullptr && size == ScalarSize(type);
     unsigned char value[sizeof mValue] = {};
-    if (fits)
+    if (fits) {
         std::memcpy(value, data, size);
+    }
 
     Clear();
     if (fits) {
@@ -248,13 +254,16 @@ Variant::Type Variant::SetCopy(Type type, const void* data, uint32 size)
     }
 
     Clear();
-    if (data == nullptr && size > 0)
+    if (data == nullptr && size > 0) {
         return mType;
+    }
     void* const block = AllocBuffer(size);
-    if (block == nullptr && size > 0)
+    if (block == nullptr && size > 0) {
         return mType;
-    if (size > 0)
+    }
+    if (size > 0) {
         std::memcpy(block, data, size);
+    }
     return Adopt(type, block, size);
 }
 

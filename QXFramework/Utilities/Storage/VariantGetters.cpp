@@ -24,11 +24,13 @@ Integer RoundToInteger(Float value)
     constexpr Float kBeyond = -static_cast<Float>(Limits::min());
     constexpr Float kHalf = static_cast<Float>(0.5);
     const Float shifted = value >= 0 ? value + kHalf : value - kHalf;
-    if (shifted >= kBeyond)
+    if (shifted >= kBeyond) {
         return Limits::max();
+    }
     // Negated, so that a NaN takes this way too.
-    if (!(shifted > -kBeyond))
+    if (!(shifted > -kBeyond)) {
         return Limits::min();
+    }
     return static_cast<Integer>(shifted);
 }
 
@@ -48,8 +50,9 @@ T Variant::LoadFromBlock() const
 {
     T value = 0;
     const void* const block = GetBlock();
-    if (block != nullptr && mSize > 0)
+    if (block != nullptr && mSize > 0) {
         std::memcpy(&value, block, std::min<size_t>(mSize, sizeof value));
+    }
     return value;
 }
 

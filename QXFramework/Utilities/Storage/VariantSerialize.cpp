@@ -34,19 +34,23 @@ uint32 Variant::Serialize(const Variant& value, unsigned char* out, uint32 capac
     const Type type = value.mType;
     uint32 length = 0;
     const void* const data = value.GetConstPointer(length);
-    if (length == 0 && (type == kPointer || type == kConstPointer))
+    if (length == 0 && (type == kPointer || type == kConstPointer)) {
         return kFailed;
-    if (data == nullptr && length > 0)
+    }
+    if (data == nullptr && length > 0) {
         return kFailed;
+    }
     const uint32 total = RecordLength(length);
-    if (total == kFailed || out == nullptr || total > capacity)
+    if (total == kFailed || out == nullptr || total > capacity) {
         return kFailed;
+    }
 
     // The data goes first: `out` may lie over it, and the header would destroy it.
     if (length > 0) {
         std::memmove(out + kHeaderSize, data, length);
-        if (type <= kDouble)
+        if (type <= kDouble) {
             SwapToLittleEndian(out + kHeaderSize, length);
+        }
     }
     WriteLittleEndian(out, total);
     WriteLittleEndian(out + 4, 0);
@@ -56,36 +60,44 @@ uint32 Variant::Serialize(const Variant& value, unsigned char* out, uint32 capac
 
 uint32 Variant::Deserialize(Variant& value, const unsigned char* in, uint32 length)
 {
-    if (in == nullptr || length < kHeaderSize)
+    if (in == nullptr || length < kHeaderSize) {
         return kFailed;
+    }
     const uint32 total = ReadLittleEndian(in);
-    if (total < kHeaderSize || length < total)
+    if (total < kHeaderSize || length < total) {
         return kFailed;
-    if (ReadLittleEndian(in + 4) != 0)
+    }
+    if (ReadLittleEndian(in + 4) != 0) {
         return kFailed;
+    }
     const uint32 typeNumber = ReadLittleEndian(in + kTypeOffset);
-    if (typeNumber > kConstBuffer)
+    if (typeNumber > kConstBuffer) {
         return kFailed;
+    }
 
     const Type type = static_cast<Type>(typeNumber);
     const unsigned char* const data = in + kHeaderSize;
     const uint32 dataLength = total - kHeaderSize;
     if (dataLength == 0) {
-        if (type != kEmpty && type != kConstBuffer)
+        if (type != kEmpty && type != kConstBuffer) {
             return kFailed;
+        }
         value.Clear();
         value.mType = type;
         return static_cast<uint32>(kResultSuccess);
     }
-    if (type == kEmpty)
+    if (type == kEmpty) {
         return kFailed;
-    if (type == kString && std::memchr(data, 0, dataLength) == nullptr)
+    }
+    if (type == kString && std::memchr(data, 0, dataLength) == nullptr) {
         return kFailed;
+    }
 
     value.Set(type, data, dataLength);
     // The field is all zero when the length did not fit the type, so the swap does no harm.
-    if (type <= kDouble)
+    if (type <= kDouble) {
         SwapToLittleEndian(value.mValue, dataLength);
+    }
     return static_cast<uint32>(kResultSuccess);
 }
 
