@@ -121,6 +121,9 @@ int32 Pool::AddClient(const RCPtr<LNotificationClient>& client, DeliveryFlags fl
     if (!client) {
         return kResultOutOfRange;
     }
+    if ((flags & kDeliverLatestOnly) != 0 && mHasLatestOnlyClients != nullptr) {
+        mHasLatestOnlyClients->store(true, std::memory_order_relaxed);
+    }
     DeliveryFlags allFlags = 0;
     bool isChanged = false;
     bool isPresent = false;

@@ -9,7 +9,14 @@
 namespace QX {
 
 LNotificationDistributor::LNotificationDistributor() = default;
-LNotificationDistributor::~LNotificationDistributor() = default;
+
+LNotificationDistributor::~LNotificationDistributor()
+{
+    // Somebody may hold a pool for longer.
+    for (uint32 index = 0; index < mClientPools.GetCount(); ++index) {
+        mClientPools.GetPtr()[index]->mHasLatestOnlyClients = nullptr;
+    }
+}
 
 RCPtr<LNotificationDistributor> LNotificationDistributor::Create()
 {
@@ -32,9 +39,6 @@ int32 LNotificationDistributor::RegisterNotificationClient(const RCPtr<LNotifica
         return kResultNothingDone;
     }
     const RCPtr<LNotificationDistributor> self(this);
-    if ((flags & kDeliverLatestOnly) != 0) {
-        mMayHaveLatestOnlyClients.store(true, std::memory_order_relaxed);
-    }
     RCPtr<LNotificationClientPool> pool = GetNotificationClientPool(id);
     if (pool && pool->GetClientIndex(client) >= 0) {
         pool->AddClient(client, flags);
@@ -44,6 +48,7 @@ int32 LNotificationDistributor::RegisterNotificationClient(const RCPtr<LNotifica
     try {
         if (!pool) {
             pool = LNotificationClientPool::Create(id);
+            pool->mHasLatestOnlyClients = &mMayHaveLatestOnlyClients;
             if (mClientPools.AppendItem(pool) < 0) {
                 throw std::bad_alloc();
             }

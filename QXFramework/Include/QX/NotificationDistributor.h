@@ -210,6 +210,8 @@ private:
     RCPtrArray<LNotificationRegisteredClientInfo, 1, 0> mClients; ///< in order of registration
     uint32 mDeliveryIndex = 0;    ///< of the innermost walk; removals correct it
     Cursor* mInnermost = nullptr; ///< the walks in progress; removals correct them all
+    /// The mark of its distributor, which queues look at; null for a pool without one.
+    std::atomic<bool>* mHasLatestOnlyClients = nullptr;
 };
 
 } // namespace QX

@@ -71,6 +71,35 @@ TEST_F(LatestOnly, ClientsReceiveTheNextOneAgain)
     EXPECT_EQ(journal, "ll");
 }
 
+TEST_F(LatestOnly, ClientsMayTakeTheFlagInTheirPoolDirectly)
+{
+    const char* const id = LNotification::GetNotificationID("A");
+    center->RegisterNotificationClient(latest, "A", 0);
+    center->RegisterNotificationClient(every, "A", 0);
+
+    EXPECT_EQ(center->GetNotificationClientPool(id)->AddClient(latest, kLatest), kResultSuccess);
+    Post();
+    const auto second = Post();
+    center->DeliverPendingNotifications(false);
+
+    EXPECT_EQ(journal, "eel");
+    EXPECT_EQ(received, std::vector<const LNotification*>{second.Get()});
+}
+
+TEST_F(LatestOnly, ClientsMayTakeTheFlagInAPoolThatHasOutlivedItsDistributor)
+{
+    const char* const id = LNotification::GetNotificationID("A");
+    RCPtr<LNotificationDistributor> distributor = LNotificationDistributor::Create();
+    distributor->RegisterNotificationClient(every, "A", 0);
+    const auto pool = distributor->GetNotificationClientPool(id);
+    distributor->UnregisterNotificationClient(every, "A");
+    distributor = nullptr;
+
+    EXPECT_EQ(pool->AddClient(latest, kLatest), kResultSuccess);
+
+    EXPECT_EQ(pool->GetDeliveryFlags(), kLatest);
+}
+
 TEST_F(LatestOnly, WorksForEachNameByItself)
 {
     center->RegisterNotificationClient(latest, "A", kLatest);
