@@ -109,7 +109,10 @@ int32 LNotificationDistributor::UnregisterNotificationClient(
     if (!pool || pool->RemoveClient(keptClient) != kResultSuccess) {
         return kResultNothingDone;
     }
-    RemoveRegistration();
+    // None is counted for a client that was added to the pool directly.
+    if (mNumRegistrations > 0) {
+        RemoveRegistration();
+    }
     return kResultSuccess;
 }
 

@@ -151,6 +151,10 @@ private:
 };
 
 /// The clients of one notification ID.
+///
+/// Clients come and go through the distributor, which counts its registrations. One that is added
+/// here directly is served like the others but not counted, so it keeps no distributor alive; one
+/// that is removed here directly stays counted.
 class QX_API LNotificationDistributor::LNotificationClientPool : public virtual LRefCountedObject
 {
 public:

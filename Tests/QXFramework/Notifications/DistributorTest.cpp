@@ -234,6 +234,23 @@ TEST_F(Distributor, IsListedWhileItHasRegistrations)
     EXPECT_TRUE(IsListed(other));
 }
 
+TEST_F(Distributor, CountsNoClientThatWasAddedToItsPoolDirectly)
+{
+    auto& distributor = KeepDistributor();
+    const auto registered = MakeClient('a');
+    const auto added = MakeClient('b');
+    distributor.RegisterNotificationClient(registered, "A", 0);
+    distributor.UnregisterNotificationClient(registered, "A");
+    const auto pool = distributor.GetNotificationClientPool(LNotification::GetNotificationID("A"));
+
+    EXPECT_EQ(pool->AddClient(added, 0), kResultSuccess);
+    EXPECT_EQ(CountsOf(distributor), "1/0");
+    EXPECT_EQ(distributor.UnregisterNotificationClient(added, "A"), kResultSuccess);
+
+    EXPECT_EQ(CountsOf(distributor), "1/0");
+    EXPECT_EQ(pool->GetClientCount(), 0u);
+}
+
 TEST_F(Distributor, HoldsItsClients)
 {
     auto& distributor = KeepDistributor();
