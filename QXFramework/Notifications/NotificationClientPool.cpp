@@ -1,6 +1,8 @@
 // NotificationClientPool.cpp - the clients of one name, and walks that survive their changes.
 
+#include <QX/Mutex.h>
 #include <QX/NotificationDistributor.h>
+#include <QX/NotificationQueue.h>
 
 #include <new>
 
@@ -21,6 +23,25 @@ Info::~LNotificationRegisteredClientInfo() = default;
 RCPtr<Info> Info::Create(const RCPtr<LNotificationClient>& client, DeliveryFlags flags)
 {
     return RCPtr<Info>(new LNotificationRegisteredClientInfo(client, flags));
+}
+
+void Info::SetLatest(const RCPtr<LNotification>& notification)
+{
+    // The one before is released without the lock, because its payload runs foreign code.
+    ConstRCPtr<LNotification> exchanged(notification);
+    const MutexLock lock(&LNotificationQueue::sMutex);
+    mLatestNotification.Swap(exchanged);
+}
+
+bool Info::TakeLatest(const RCPtr<LNotification>& notification)
+{
+    ConstRCPtr<LNotification> taken;
+    const MutexLock lock(&LNotificationQueue::sMutex);
+    if (mLatestNotification != notification) {
+        return false;
+    }
+    mLatestNotification.Swap(taken);
+    return true;
 }
 
 /// A walk in progress: the index that it has reached, which removals below correct. Walks nest,
@@ -238,11 +259,8 @@ void Pool::Serve(Info& record, const RCPtr<LNotificationDistributor>& distributo
     if (!notification) {
         return;
     }
-    if ((record.mDeliveryFlags & kDeliverLatestOnly) != 0) {
-        if (record.mLatestNotification != notification) {
-            return;
-        }
-        record.mLatestNotification = nullptr;
+    if ((record.mDeliveryFlags & kDeliverLatestOnly) != 0 && !record.TakeLatest(notification)) {
+        return;
     }
     record.mClient->HandleNotification(distributor, notification);
 }
@@ -272,7 +290,7 @@ void Pool::SetLatestNotification(const RCPtr<LNotification>& notification)
         Info* const record = mClients.GetPtr()[index - 1].Get();
         if ((record->mDeliveryFlags & kDeliverLatestOnly) != 0) {
             const RCPtr<Info> kept(record);
-            record->mLatestNotification = notification;
+            record->SetLatest(notification);
         }
     }
 }

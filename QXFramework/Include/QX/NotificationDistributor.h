@@ -145,8 +145,14 @@ protected:
 private:
     friend class LNotificationClientPool;
 
+    /// Makes `notification` the one that the client waits for. Threads: any.
+    void SetLatest(const RCPtr<LNotification>& notification);
+    /// Returns whether the client waits for `notification`, which it then does no more.
+    bool TakeLatest(const RCPtr<LNotification>& notification);
+
     RCPtr<LNotificationClient> mClient;
-    ConstRCPtr<LNotification> mLatestNotification; ///< null unless the client is latest-only
+    /// Null unless the client is latest-only. Under the queues' mutex, because posts change it.
+    ConstRCPtr<LNotification> mLatestNotification;
     DeliveryFlags mDeliveryFlags;
 };
 

@@ -77,6 +77,7 @@ protected:
 
 private:
     friend class NotificationStatics;
+    friend class LNotificationDistributor::LNotificationRegisteredClientInfo;
 
     int32 Enqueue(const RCPtr<LNotification>& notification);
     bool Flush();

@@ -74,11 +74,14 @@ public:
 class NotificationThreads : public NotificationFixture
 {
 protected:
+    static RCPtr<LNotification> MakeParcel(uint32 poster, uint32 number, const char* name)
+    {
+        return LNotification::Create(name, RCPtr<LRefCountedObject>(new LParcel(poster, number)));
+    }
     static RCPtr<LNotification> MakeParcel(uint32 poster, uint32 number)
     {
         constexpr const char* kNames[kPosters] = {"A", "B", "C"};
-        return LNotification::Create(kNames[poster],
-                                     RCPtr<LRefCountedObject>(new LParcel(poster, number)));
+        return MakeParcel(poster, number, kNames[poster]);
     }
     void Soak(bool isReuseEnabled);
 };
@@ -183,6 +186,39 @@ TEST_F(NotificationThreads, AreRefusedFromTheShutdownOn)
         ASSERT_EQ(CountsOf(*queue), "1/0");
         ASSERT_EQ(CountsOf(*distributor), "1/0");
     }
+}
+
+TEST_F(NotificationThreads, PostToALatestOnlyClientTogether)
+{
+    auto& center = KeepCenter();
+    const auto latest = MakeClient('l');
+    const RCPtr<LOrderClient> every(new LOrderClient);
+    center.RegisterNotificationClient(latest, "A", LNotificationDistributor::kDeliverLatestOnly);
+    center.RegisterNotificationClient(every, "A", 0);
+    constexpr uint32 kCount = 2000;
+    uint32 served = 0;
+    latest->onHandle = [this, &served](const auto&, const auto&) {
+        journal.clear();
+        ++served;
+    };
+
+    TestSupport::RunOnThreads(kPosters + 1, [&](std::size_t index) {
+        if (index < kPosters) {
+            for (uint32 number = 0; number < kCount; ++number) {
+                center.PostForBroadcast(MakeParcel(static_cast<uint32>(index), number, "A"));
+            }
+            return;
+        }
+        while (every->count < kPosters * kCount) {
+            center.DeliverPendingNotifications(false);
+        }
+    });
+
+    EXPECT_TRUE(every->isInOrder);
+    EXPECT_GE(served, 1u);
+    EXPECT_LE(served, kPosters * kCount);
+    EXPECT_EQ(LParcel::sLiveCount, 0) << "the latest one has been served";
+    center.UnregisterNotificationClient(every);
 }
 
 TEST_F(NotificationThreads, PostWhileTheDeliveringThreadRegisters)
