@@ -99,7 +99,8 @@ int32 LNotificationQueue::PostForBroadcast(const RCPtr<LNotification>& notificat
     const RCPtr<LNotificationQueue> self(this);
     const RCPtr<LNotification> kept(notification);
     latestOnly->SetLatestNotification(kept);
-    return Enqueue(kept);
+    const MutexLock lock(&sMutex);
+    return mDistributor ? Enqueue(kept) : kResultFailure;
 }
 
 // Of several posters of one notification the first wins. The mark stands before the ring has the

@@ -245,6 +245,21 @@ TEST_F(LatestOnly, PostsSurviveAPayloadThatEmptiesThePoolFromItsTop)
     EXPECT_EQ(journal, "");
 }
 
+TEST_F(LatestOnly, APostIsRefusedIfAPayloadsEndShutsTheCenterDownMeanwhile)
+{
+    center->RegisterNotificationClient(latest, "A", kLatest);
+    center->PostForBroadcast(
+        LNotification::Create("A", MakePayload([this] { center->ReleaseDistributor(); })));
+    center->FlushPendingNotifications();
+    const auto notification = Make();
+
+    EXPECT_EQ(center->PostForBroadcast(notification), kResultFailure);
+
+    EXPECT_EQ(LPayload::sLiveCount, 0);
+    EXPECT_FALSE(notification->IsPosted());
+    EXPECT_FALSE(center->FlushPendingNotifications());
+}
+
 TEST_F(LatestOnly, ANotificationPostedInsideItsOwnPostIsPostedOnce)
 {
     center->RegisterNotificationClient(latest, "A", kLatest);
