@@ -60,15 +60,15 @@ void LNotificationQueue::ReleaseDistributor()
 {
     const RCPtr<LNotificationQueue> self(this);
     Flush();
+    // Taken out first: whoever is called from here on finds a queue that takes no distributor.
+    RCPtr<LPostingReceiver> receiver;
+    receiver.Swap(mPostingReceiver);
     if (TakeDistributorIsContained()) {
         ModifyNumContainedReferences(-1);
     }
     ExchangeDistributor(nullptr);
     // What other threads posted up to now; from now on they are refused.
     Flush();
-    // Taken out first: what the receiver lets go may come back here.
-    RCPtr<LPostingReceiver> receiver;
-    receiver.Swap(mPostingReceiver);
     if (receiver) {
         receiver->ReleaseQueue();
         receiver = nullptr;

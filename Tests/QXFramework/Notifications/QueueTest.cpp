@@ -273,6 +273,28 @@ TEST_F(Queue, TakesADistributorOnce)
     EXPECT_EQ(fresh.SetDistributor(held), kResultFailure);
 }
 
+TEST_F(Queue, TakesNoDistributorWhileItIsShutDown)
+{
+    LNotificationQueue& fresh = Keep(LNotificationQueue::Create());
+    const auto asked = MakeClient('x');
+    int32 result = kResultSuccess;
+    asked->onForce = [&](const auto& by, const char* id) {
+        result = fresh.SetDistributor(RCPtr<LNotificationDistributor>(distributor));
+        return asked->Leave(by, id);
+    };
+    {
+        const auto center = LNotificationCenter::Create("held by the queue alone");
+        center->RegisterNotificationClient(asked, "A", 0);
+        fresh.SetDistributor(center);
+    }
+
+    fresh.ReleaseDistributor();
+
+    EXPECT_EQ(TakeJournal(), "!x");
+    EXPECT_EQ(result, kResultFailure);
+    EXPECT_EQ(fresh.PostForBroadcast(Make()), kResultFailure);
+}
+
 TEST_F(Queue, DeliversNothingWithoutADistributor)
 {
     LNotificationQueue& bare = Keep(LNotificationQueue::Create());
