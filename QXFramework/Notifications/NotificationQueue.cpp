@@ -22,6 +22,7 @@ LNotificationQueue::LNotificationQueue()
     mIdleNotification = LNotification::Create(NID_IDLE, nullptr);
     RemoveReference();
     ModifyNumContainedReferences(1);
+    mCountedReceiver = mPostingReceiver.Get();
 }
 
 LNotificationQueue::~LNotificationQueue()
@@ -29,9 +30,8 @@ LNotificationQueue::~LNotificationQueue()
     Flush();
     mIdleNotification = nullptr;
     if (mPostingReceiver) {
-        // Only when the constructor of a derived class threw: the receiver still holds this queue,
-        // and what it lets go must not delete the object again.
-        ModifyNumContainedReferences(-1);
+        // When the constructor of a derived class threw, the receiver still holds this queue, and
+        // what it lets go must not delete the object again.
         AddReference();
         mPostingReceiver->ReleaseQueue();
         mPostingReceiver = nullptr;
@@ -71,8 +71,6 @@ void LNotificationQueue::ReleaseDistributor()
     Flush();
     if (receiver) {
         receiver->ReleaseQueue();
-        receiver = nullptr;
-        ModifyNumContainedReferences(-1);
     }
 }
 
@@ -216,6 +214,11 @@ void LNotificationQueue::LPostingReceiver::ReleaseQueue()
     RCPtr<LNotificationQueue> released;
     const MutexLock lock(&sMutex);
     mQueue.Swap(released);
+    // The count goes with the reference, which is dropped behind the lock.
+    if (released && released->mCountedReceiver == this) {
+        released->mCountedReceiver = nullptr;
+        released->ModifyNumContainedReferences(-1);
+    }
 }
 
 // The distributor that the receiver forwards from may be another thread's than the queue.

@@ -89,9 +89,11 @@ private:
     RCPtrQueue<LNotification, 256> mPendingNotifications; ///< under sMutex
     /// Written under sMutex by the delivering thread, which alone reads it without.
     RCPtr<LNotificationDistributor> mDistributor;
-    RCPtr<LPostingReceiver> mPostingReceiver; ///< non-null while its reference here is counted
+    RCPtr<LPostingReceiver> mPostingReceiver; ///< null after ReleaseDistributor
     RCPtr<LNotification> mIdleNotification;
     bool mDistributorIsContained = false;
+    /// The receiver whose reference here is counted as contained, until it lets go. Under sMutex.
+    const LPostingReceiver* mCountedReceiver = nullptr;
 };
 
 /// A client that posts a copy of whatever it receives into its queue.

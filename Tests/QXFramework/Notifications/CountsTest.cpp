@@ -149,6 +149,50 @@ TEST_F(Counts, OfAQueueWithSeveralHolders)
     EXPECT_EQ(sEnds, 1);
 }
 
+TEST_F(Counts, OfAQueueWhoseReceiverLetsGoFirst)
+{
+    RCPtr<LNotificationQueue> held(new LWatchedQueue);
+
+    held->GetPostingReceiver()->ReleaseQueue();
+    EXPECT_EQ(CountsOf(*held), "1/0");
+
+    held->ReleaseDistributor();
+    EXPECT_EQ(CountsOf(*held), "1/0");
+
+    held = nullptr;
+    EXPECT_EQ(sEnds, 1);
+}
+
+TEST_F(Counts, OfAQueueThatAnotherReceiverLetsGoOf)
+{
+    RCPtr<LNotificationQueue> held(new LWatchedQueue);
+    const auto another = LNotificationQueue::LPostingReceiver::Create(held);
+    EXPECT_EQ(CountsOf(*held), "3/1");
+
+    another->ReleaseQueue();
+    EXPECT_EQ(CountsOf(*held), "2/1");
+
+    held->ReleaseDistributor();
+    EXPECT_EQ(CountsOf(*held), "1/0");
+}
+
+TEST_F(Counts, OfACenterWhoseReceiverLetsGoFirst)
+{
+    RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
+    RegisterBoth(*held);
+
+    held->GetPostingReceiver()->ReleaseQueue();
+    EXPECT_EQ(CountsOf(*held), "5/4");
+    {
+        const RCPtr<LNotificationCenter> passing = held;
+    }
+    EXPECT_EQ(TakeJournal(), "") << "nobody is asked while there is a holder";
+
+    held = nullptr;
+    EXPECT_EQ(TakeJournal(), "!b!a");
+    EXPECT_TRUE(IsAllGone());
+}
+
 TEST_F(Counts, OfACenterWithoutClients)
 {
     RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
