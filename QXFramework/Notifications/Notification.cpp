@@ -55,8 +55,10 @@ void LNotification::SetNotificationReuseEnable(bool enable)
     if (enable || !NotificationStatics::IsStackAlive()) {
         return;
     }
-    // From the top, so that nothing moves up for each of them.
-    while (sAvailableNotificationsStack.GetCount() != 0) {
+    // From the top, so that nothing moves up for each of them. The payload of one that was parked
+    // while it was posted may switch reuse on again, and what is released would come back for ever.
+    while (sAvailableNotificationsStack.GetCount() != 0 &&
+           sIsNotificationReuseEnabled.load(std::memory_order_relaxed) == 0) {
         RCPtr<LNotification> released;
         sAvailableNotificationsStack.RemoveLast(released);
     }

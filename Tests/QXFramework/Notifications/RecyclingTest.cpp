@@ -131,6 +131,20 @@ TEST_F(Recycling, IsSwitchedOffInTimeThatGrowsWithTheirNumber)
     EXPECT_EQ(TestSupport::CountLiveBlocks(), before);
 }
 
+TEST_F(Recycling, StaysOnIfThePayloadOfAParkedNotificationSwitchesItOn)
+{
+    RCPtr<LNotification> posted = LNotification::Create(
+        "B", MakePayload([] { LNotification::SetNotificationReuseEnable(true); }));
+    const auto parked = Park(1);
+    posted->SetPosted(true);
+    posted = nullptr;
+
+    LNotification::SetNotificationReuseEnable(false);
+
+    EXPECT_EQ(LPayload::sLiveCount, 0);
+    EXPECT_EQ(Make().Get(), parked[0]);
+}
+
 TEST_F(Recycling, LeavesLiveNotificationsAloneWhenItIsSwitchedOff)
 {
     RCPtr<LNotification> live = LNotification::Create("B", MakePayload());
