@@ -84,6 +84,9 @@ int32 ConstRCPtrArray<T, Grow, Init>::Remove(uint32 index, uint32 count)
 template <class T, uint32 Grow, uint32 Init>
 int32 ConstRCPtrArray<T, Grow, Init>::InsertItem(uint32 index, const ConstRCPtr<T>& item)
 {
+    if (index > SlotCount()) {
+        return kResultOutOfRange;
+    }
     // Taken before anything moves: `item` may be a slot of this array, and a copy that an
     // unshareable object makes of itself may throw or change the array.
     ConstRCPtr<T> taken(item);

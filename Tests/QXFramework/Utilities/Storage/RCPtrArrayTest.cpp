@@ -610,6 +610,18 @@ TEST_F(RCPtrArrayLife, AnUnshareableObjectGoesInAsACopy)
     EXPECT_EQ(item->GetReferenceCount(), 1);
 }
 
+TEST_F(RCPtrArrayLife, ARefusedIndexMakesNoCopy)
+{
+    Array array;
+    Fill(array, "AB");
+    const RCPtr<Witness> item(new Unshareable('U', false));
+
+    EXPECT_EQ(array.InsertItem(3, item), kOutOfRange);
+
+    EXPECT_EQ(NamesOf(array), "AB");
+    EXPECT_EQ(item->GetReferenceCount(), 1);
+}
+
 TEST_F(RCPtrArrayLife, AFailedCopyOpensNoSlot)
 {
     Array array;
