@@ -181,12 +181,20 @@ int32 IArray<T>::Append(const IIterable<T>& other)
         this->SetCount(static_cast<uint32>(total)) != static_cast<int32>(total)) {
         return kResultFailure;
     }
-    // Taken only now: `other` may be this array, whose elements have just moved.
-    IteratorT<T> source = other.GetBegin();
     const uint32 added = static_cast<uint32>(total - old);
-    // The destructor of an overwritten element may change this array, so its block and its count
-    // are read afresh for each element.
-    for (uint32 index = 0; index < added && index < this->GetCount(); ++index) {
+    // `other` is looked at only now: it may be this array, whose elements have just moved. The
+    // destructor of an overwritten element may change both containers, so their blocks and counts
+    // are read afresh for each element, and `other` is walked again if it has moved.
+    IteratorT<T> first = other.GetBegin();
+    IteratorT<T> source = first;
+    for (uint32 index = 0; index < std::min({added, this->GetCount(), other.GetCount()}); ++index) {
+        if (other.GetBegin() != first) {
+            first = other.GetBegin();
+            source = first;
+            for (uint32 skipped = 0; skipped < index; ++skipped) {
+                source.GetCurrentMoveNext();
+            }
+        }
         this->GetPtr()[index] = *source.GetCurrentMoveNext();
     }
     return static_cast<int32>(total);

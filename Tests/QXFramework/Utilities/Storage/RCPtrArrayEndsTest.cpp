@@ -1,0 +1,55 @@
+// RCPtrArrayEndsTest.cpp - elements whose ends change the arrays around them.
+
+#include "Witness.h"
+
+#include <QX/RCPtrArray.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+using QX::RCPtr;
+using Array = QX::RCPtrArray<Witness, 1, 0>;
+
+class RCPtrArrayEnds : public testing::Test
+{
+protected:
+    void TearDown() override { EXPECT_EQ(Witness::GetLiveCount(), 0); }
+
+    static void Fill(Array& array, const std::string& names)
+    {
+        for (const char name : names) {
+            array.AppendItem(MakeWitness(name));
+        }
+    }
+};
+
+TEST_F(RCPtrArrayEnds, AppendStopsWhereOneHasShortenedTheOther)
+{
+    Array array;
+    Fill(array, "ABC");
+    Array other;
+    Fill(other, "XYZ");
+    (*array.GetAt(1))->SetOnDestroyed([&] { other.SetCount(1); });
+
+    EXPECT_EQ(array.Append(other), 6);
+
+    EXPECT_EQ(NamesOf(array), "XYC...");
+}
+
+TEST_F(RCPtrArrayEnds, AppendGoesOnInAnotherThatOneHasMoved)
+{
+    Array array;
+    Fill(array, "ABC");
+    Array other;
+    Fill(other, "XYZ");
+    (*array.GetAt(0))->SetOnDestroyed([&] { other.Insert(3, 1000); });
+
+    EXPECT_EQ(array.Append(other), 6);
+
+    EXPECT_EQ(NamesOf(array), "XYZ...");
+}
+
+} // namespace
