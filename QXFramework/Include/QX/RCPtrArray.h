@@ -9,6 +9,9 @@
 //     RCPtr<LNotification> taken;
 //     posted.RemoveItem(1, taken);          // 1, the count; the reference is now `taken`'s
 //
+// An object whose array holds it takes itself out with RemoveItem or RemoveLast, which hand the
+// reference over. The other removals still use the array after they have dropped a reference.
+//
 // An RCPtrArray<T> is the same block seen twice: as a sequence of RCPtr<T>, which the calls on the
 // array itself mean, and as one of ConstRCPtr<T>, which is reached through the base class.
 //

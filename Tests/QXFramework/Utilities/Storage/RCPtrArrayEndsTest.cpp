@@ -52,4 +52,35 @@ TEST_F(RCPtrArrayEnds, AppendGoesOnInAnotherThatOneHasMoved)
     EXPECT_EQ(NamesOf(array), "XYZ...");
 }
 
+/// A witness whose array may hold it.
+class OwnerOfAnArray : public Witness
+{
+public:
+    using Witness::Witness;
+
+    Array mArray;
+};
+
+TEST_F(RCPtrArrayEnds, OfAnObjectThatItsOwnArrayHeldComesAfterItWasTakenOut)
+{
+    std::string journal;
+    for (const bool isLast : {false, true}) {
+        SCOPED_TRACE(isLast);
+        RCPtr<OwnerOfAnArray> owner(new OwnerOfAnArray('O', &journal));
+        Array& array = owner->mArray;
+        array.AppendItem(MakeWitness('A', &journal));
+        array.AppendItem(RCPtr<Witness>(owner));
+        owner = nullptr;
+        journal.clear();
+
+        RCPtr<Witness> removed;
+        EXPECT_EQ(isLast ? array.RemoveLast(removed) : array.RemoveItem(1, removed), 1);
+        EXPECT_EQ(journal, "");
+        removed = nullptr;
+
+        EXPECT_EQ(journal, "-O -A ~A ~O ");
+        journal.clear();
+    }
+}
+
 } // namespace
