@@ -6,6 +6,8 @@
 
 #include "NotificationFixture.h"
 
+#include "Support/Threads.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -93,6 +95,12 @@ const std::vector<Reentrancy::Operation>& Reentrancy::Operations()
 {
     static const std::vector<Operation> sOperations = {
         {"posts", [](Scene& scene) { scene.center->PostForBroadcast(Make()); }},
+        {"lets another thread post",
+         [](Scene& scene) {
+             // Would wait for ever if the callback ran under a lock.
+             TestSupport::RunOnThreads(
+                 1, [&scene](std::size_t) { scene.center->PostForBroadcast(Make()); });
+         }},
         {"registers another",
          [](Scene& scene) { scene.center->RegisterNotificationClient(scene.late, "A", 0); }},
         {"registers for a new pool",
