@@ -69,7 +69,8 @@ public:
     GetOrCreateNotificationCenter(const StringT<char, unsigned short>& name);
 
     /// Delivers what is pending in every center, from the last to the first; centers that clients
-    /// make meanwhile wait. Returns whether notifications are pending anywhere now.
+    /// make meanwhile wait. Returns whether any of them had notifications pending at the end of its
+    /// turn; what is posted afterwards to one whose turn is over is not told.
     ///
     /// Throws: what a client throws; centers behind it are not called.
     bool DeliverPendingNotificationsAllCenters(bool deliverIdle);

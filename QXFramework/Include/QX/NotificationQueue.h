@@ -54,7 +54,8 @@ public:
     /// meanwhile waits for the next call; a call from inside a client delivers only the idle one.
     ///
     /// A receiver that forwards a queue into itself keeps one notification pending for ever, so a
-    /// loop until this returns false does not end then.
+    /// loop until this returns false does not end then. Nor does a client of the idle notification
+    /// that calls this with `deliverIdle`.
     ///
     /// Throws: what a client throws. The notification then stays marked as posted, and later calls
     /// deliver only the idle notification; FlushPendingNotifications and ReleaseDistributor work.

@@ -245,6 +245,24 @@ TEST_F(CenterManager, SaysWhetherAnythingIsPendingAnywhere)
     EXPECT_FALSE(manager->DeliverPendingNotificationsAllCenters(false));
 }
 
+TEST_F(CenterManager, DoesNotTellOfAPostToACenterWhoseTurnIsOver)
+{
+    const RCPtr<Center> first = manager->GetOrCreateNotificationCenter("1");
+    const RCPtr<Center> second = manager->GetOrCreateNotificationCenter("2");
+    const auto client = MakeClient('a');
+    first->RegisterNotificationClient(client, "A", 0);
+    const RCPtr<LNotification> late = Make("B");
+    client->onHandle = [&](const auto&, const auto&) { second->PostForBroadcast(late); };
+    first->PostForBroadcast(Make());
+
+    EXPECT_FALSE(manager->DeliverPendingNotificationsAllCenters(false));
+
+    EXPECT_EQ(journal, "a");
+    EXPECT_TRUE(late->IsPosted());
+    EXPECT_FALSE(manager->DeliverPendingNotificationsAllCenters(false));
+    EXPECT_FALSE(late->IsPosted());
+}
+
 TEST_F(CenterManager, LeavesCentersThatClientsMakeToTheNextCall)
 {
     const RCPtr<Center> first = manager->GetOrCreateNotificationCenter("first");
