@@ -107,6 +107,12 @@ int32 LNotification::SetData(const RCPtr<LRefCountedObject>& data)
 
 bool LNotification::TryMarkPosted() noexcept
 {
+    // The only holder has no rival, and spares the atomic exchange.
+    if (GetReferenceCount() == 1) {
+        const bool wasPosted = IsPosted();
+        SetPosted(true);
+        return !wasPosted;
+    }
     uint32 unposted = 0;
     return mIsPosted.compare_exchange_strong(unposted, 1, std::memory_order_relaxed);
 }

@@ -76,13 +76,18 @@ void LNotificationQueue::ReleaseDistributor()
 
 int32 LNotificationQueue::PostForBroadcast(const RCPtr<LNotification>& notification)
 {
+    return PostForBroadcast(RCPtr<LNotification>(notification));
+}
+
+int32 LNotificationQueue::PostForBroadcast(RCPtr<LNotification>&& notification)
+{
     if (!notification || notification->IsPosted()) {
         return kResultOutOfRange;
     }
     RCPtr<LNotificationDistributor> latestOnly;
     {
-        // Entered again by the ring; it keeps the delivering thread from taking the distributor
-        // away between the test and the end of the post.
+        // One lock for the test and the post: the delivering thread does not take the distributor
+        // away in between.
         const MutexLock lock(&sMutex);
         if (!mDistributor) {
             return kResultFailure;
@@ -95,21 +100,22 @@ int32 LNotificationQueue::PostForBroadcast(const RCPtr<LNotification>& notificat
     // Without the lock, because releasing the notification before runs foreign code, which may let
     // go of everything.
     const RCPtr<LNotificationQueue> self(this);
-    const RCPtr<LNotification> kept(notification);
+    RCPtr<LNotification> kept(notification);
     latestOnly->SetLatestNotification(kept);
     const MutexLock lock(&sMutex);
     return mDistributor ? Enqueue(kept) : kResultFailure;
 }
 
-// Of several posters of one notification the first wins. The mark stands before the ring has the
-// notification: the delivering thread takes it away as soon as it has delivered.
-int32 LNotificationQueue::Enqueue(const RCPtr<LNotification>& notification)
+// The caller is inside the mutex. Of several posters of one notification the first wins. The mark
+// stands before the ring has the notification: the delivering thread takes it away as soon as it
+// has delivered.
+int32 LNotificationQueue::Enqueue(RCPtr<LNotification>& notification)
 {
     if (!notification->TryMarkPosted()) {
         return kResultOutOfRange;
     }
     try {
-        mPendingNotifications.Enqueue(notification);
+        mPendingNotifications.Push(notification);
     } catch (...) {
         notification->SetPosted(false);
         throw;
@@ -119,25 +125,12 @@ int32 LNotificationQueue::Enqueue(const RCPtr<LNotification>& notification)
 
 bool LNotificationQueue::DeliverPendingNotifications(bool deliverIdle)
 {
-    const RCPtr<LNotificationQueue> self(this);
-    RCPtr<LNotificationDistributor> distributor;
+    // Held for the run. A center is its own distributor, and one hold does for both.
+    const RCPtr<LNotificationQueue> self(mDistributorIsContained ? nullptr : this);
+    RCPtr<LNotificationDistributor> distributor(mDistributor);
     if (mIsDelivering == 0) {
         mIsDelivering = 1;
-        for (uint32 count = mPendingNotifications.GetQueuedObjectsCount(); count > 0; --count) {
-            // Read afresh: a client may flush the queue or release the distributor.
-            distributor = mDistributor;
-            if (!distributor) {
-                Flush();
-                break;
-            }
-            RCPtr<LNotification> notification;
-            if (!mPendingNotifications.TryDequeue(notification)) {
-                break;
-            }
-            LNotificationDistributor::DeliverHeld(distributor, notification);
-            // Before the reference goes, which may park the notification.
-            notification->SetPosted(false);
-        }
+        DeliverPending(distributor);
         mIsDelivering = 0;
     }
     if (deliverIdle && mDistributor) {
@@ -145,6 +138,30 @@ bool LNotificationQueue::DeliverPendingNotifications(bool deliverIdle)
         LNotificationDistributor::DeliverHeld(distributor, mIdleNotification);
     }
     return mPendingNotifications.GetQueuedObjectsCount() != 0;
+}
+
+// Delivers as many as are pending when the first one is taken.
+void LNotificationQueue::DeliverPending(const RCPtr<LNotificationDistributor>& distributor)
+{
+    uint32 left = 0;
+    do {
+        // Read afresh: a client may flush the queue or release the distributor.
+        if (!mDistributor) {
+            Flush();
+            return;
+        }
+        RCPtr<LNotification> notification;
+        uint32 pending = 0;
+        if (!mPendingNotifications.TryDequeue(notification, pending)) {
+            return;
+        }
+        if (left == 0) {
+            left = pending;
+        }
+        LNotificationDistributor::DeliverHeld(distributor, notification);
+        // Before the reference goes, which may park the notification.
+        notification->SetPosted(false);
+    } while (--left != 0);
 }
 
 bool LNotificationQueue::FlushPendingNotifications()

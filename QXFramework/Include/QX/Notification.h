@@ -78,7 +78,8 @@ public:
     /// For queues only.
     void SetPosted(bool posted) noexcept { mIsPosted.store(posted, std::memory_order_relaxed); }
     /// Marks the notification as posted and returns true, or returns false if it is posted
-    /// already: of several posters one succeeds. For queues only.
+    /// already: of several posters one succeeds. The caller's reference is nobody else's. For
+    /// queues only.
     bool TryMarkPosted() noexcept;
 
     /// Parks a notification that loses its last holder while reuse is enabled.

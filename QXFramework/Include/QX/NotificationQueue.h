@@ -48,6 +48,9 @@ public:
     ///
     /// Threads: any. Notifications of one poster keep their order.
     int32 PostForBroadcast(const RCPtr<LNotification>& notification);
+    /// As above, with the caller's own reference, which is gone afterwards if the notification was
+    /// posted and nobody receives only the latest of its name.
+    int32 PostForBroadcast(RCPtr<LNotification>&& notification);
 
     /// Delivers what was pending at the start of the call, oldest first, then, if `deliverIdle`,
     /// the idle notification. Returns whether notifications are pending now. What clients post
@@ -80,7 +83,8 @@ private:
     friend class NotificationStatics;
     friend class LNotificationDistributor::LNotificationRegisteredClientInfo;
 
-    int32 Enqueue(const RCPtr<LNotification>& notification);
+    int32 Enqueue(RCPtr<LNotification>& notification);
+    void DeliverPending(const RCPtr<LNotificationDistributor>& distributor);
     bool Flush();
     void ExchangeDistributor(const RCPtr<LNotificationDistributor>& distributor);
 

@@ -42,6 +42,12 @@ public:
     /// object; nothing has changed.
     int32 Enqueue(const RCPtr<T>& item);
 
+    /// As Enqueue, for a caller that is inside the mutex already. It hands over the reference of
+    /// `item`, which takes what the slot held: null, unless the array was changed directly.
+    ///
+    /// Throws: std::bad_alloc if the ring cannot grow; nothing has changed.
+    void Push(RCPtr<T>& item);
+
     /// Takes the oldest object out and returns it with the queue's reference.
     ///
     /// Throws: Exception<std::runtime_error> if the queue is empty.
@@ -50,6 +56,8 @@ public:
     /// As Dequeue, into `item`, whose own reference is dropped after the removal; returns false
     /// with nothing changed if the queue is empty.
     bool TryDequeue(RCPtr<T>& item);
+    /// Also sets `count` to the number of objects that were queued up to then.
+    bool TryDequeue(RCPtr<T>& item, uint32& count);
 
     /// Returns whether the next Enqueue makes the ring grow.
     bool IsFull();

@@ -19,10 +19,16 @@ int32 RCPtrQueue<T, N>::Enqueue(const RCPtr<T>& item)
     // was tampered with, is released after the lock.
     RCPtr<T> taken(item);
     const MutexLock lock(mMutex);
-    MakeRoom();
-    RingSlot(mWriteIndex).Swap(taken);
-    mWriteIndex = Next(mWriteIndex);
+    Push(taken);
     return kResultSuccess;
+}
+
+template <class T, uint32 N>
+void RCPtrQueue<T, N>::Push(RCPtr<T>& item)
+{
+    MakeRoom();
+    RingSlot(mWriteIndex).Swap(item);
+    mWriteIndex = Next(mWriteIndex);
 }
 
 template <class T, uint32 N>
@@ -38,6 +44,14 @@ RCPtr<T> RCPtrQueue<T, N>::Dequeue()
 template <class T, uint32 N>
 bool RCPtrQueue<T, N>::TryDequeue(RCPtr<T>& item)
 {
+    uint32 count = 0;
+    return TryDequeue(item, count);
+}
+
+template <class T, uint32 N>
+bool RCPtrQueue<T, N>::TryDequeue(RCPtr<T>& item, uint32& count)
+{
+    count = 0;
     if (!mHasSlots.load(std::memory_order_relaxed)) {
         return false;
     }
@@ -45,7 +59,8 @@ bool RCPtrQueue<T, N>::TryDequeue(RCPtr<T>& item)
     {
         const MutexLock lock(mMutex);
         KeepIndicesInside();
-        if (CountQueued() == 0) {
+        count = CountQueued();
+        if (count == 0) {
             return false;
         }
         RingSlot(mReadIndex).Swap(taken);

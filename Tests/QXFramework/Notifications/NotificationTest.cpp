@@ -96,5 +96,15 @@ TEST_F(Notification, CanBeMarkedAsPostedOnce)
     EXPECT_TRUE(notification->IsPosted());
 }
 
+TEST_F(Notification, CanBeMarkedAsPostedOnceByItsSeveralHolders)
+{
+    const RCPtr<LNotification> notification = Make();
+    const RCPtr<LNotification> other = notification;
+
+    EXPECT_TRUE(notification->TryMarkPosted());
+    EXPECT_FALSE(other->TryMarkPosted());
+    EXPECT_TRUE(notification->IsPosted());
+}
+
 } // namespace
 } // namespace NotificationTests

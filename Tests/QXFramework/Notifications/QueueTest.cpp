@@ -6,6 +6,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace NotificationTests {
@@ -69,6 +70,60 @@ TEST_F(Queue, TakesANotificationAgainAfterItsDelivery)
     queue->DeliverPendingNotifications(false);
 
     EXPECT_EQ(journal, "aa");
+}
+
+TEST_F(Queue, TakesTheCallersOwnReferenceOver)
+{
+    RCPtr<LNotification> notification = Make();
+    const LNotification* const posted = notification.Get();
+    const LNotification* delivered = nullptr;
+    int32 holders = 0;
+    client->onHandle = [&](const auto&, const auto& received) {
+        delivered = received.Get();
+        holders = received->GetReferenceCount();
+    };
+
+    EXPECT_EQ(queue->PostForBroadcast(std::move(notification)), kResultSuccess);
+    EXPECT_EQ(notification, nullptr);
+    queue->DeliverPendingNotifications(false);
+
+    EXPECT_EQ(delivered, posted);
+    EXPECT_EQ(holders, 1);
+}
+
+TEST_F(Queue, LeavesTheCallerTheReferenceThatItRefuses)
+{
+    LNotificationQueue& bare = Keep(LNotificationQueue::Create());
+    RCPtr<LNotification> notification = Make();
+
+    EXPECT_EQ(bare.PostForBroadcast(std::move(notification)), kResultFailure);
+    ASSERT_NE(notification, nullptr);
+    EXPECT_FALSE(notification->IsPosted());
+    notification->SetPosted(true);
+    EXPECT_EQ(queue->PostForBroadcast(std::move(notification)), kResultOutOfRange);
+    ASSERT_NE(notification, nullptr);
+    EXPECT_EQ(notification->GetReferenceCount(), 1);
+
+    notification = nullptr;
+    EXPECT_EQ(queue->PostForBroadcast(std::move(notification)), kResultOutOfRange);
+}
+
+TEST_F(Queue, DeliversAsManyAsWerePendingAlsoWhenAClientFlushesThem)
+{
+    PostThree();
+    int calls = 0;
+    client->onHandle = [&](const auto&, const auto&) {
+        if (++calls == 1) {
+            queue->FlushPendingNotifications();
+        }
+        queue->PostForBroadcast(Make());
+        queue->PostForBroadcast(Make());
+    };
+
+    EXPECT_TRUE(queue->DeliverPendingNotifications(false));
+
+    EXPECT_EQ(calls, 3);
+    queue->FlushPendingNotifications();
 }
 
 TEST_F(Queue, RefusesInTheOrderOfItsTests)

@@ -156,6 +156,40 @@ TEST_F(RCPtrQueueTest, TryDequeueOfAnEmptyOneLeavesTheItem)
     EXPECT_EQ(item->GetName(), 'X');
 }
 
+TEST_F(RCPtrQueueTest, TryDequeueTellsHowManyThereWere)
+{
+    Queue queue(nullptr, 4);
+    Enqueue(queue, "AB");
+    RCPtr<Witness> item;
+    uint32 count = 99;
+
+    EXPECT_TRUE(queue.TryDequeue(item, count));
+    EXPECT_EQ(count, 2u);
+    EXPECT_TRUE(queue.TryDequeue(item, count));
+    EXPECT_EQ(count, 1u);
+    EXPECT_FALSE(queue.TryDequeue(item, count));
+    EXPECT_EQ(count, 0u);
+}
+
+TEST_F(RCPtrQueueTest, PushHandsTheReferenceOverAndEntersNoLock)
+{
+    Mutex mutex;
+    Queue queue(&mutex, 2);
+    Enqueue(queue, "A");
+    std::string journal;
+    RCPtr<Witness> item = MakeWitness('B', &journal);
+    journal.clear();
+    RegionProbe::Reset();
+
+    queue.Push(item);
+
+    EXPECT_EQ(RegionProbe::sEntries, 0);
+    EXPECT_EQ(journal, "");
+    EXPECT_EQ(item, nullptr);
+    EXPECT_EQ(queue.Dequeue()->GetName(), 'A');
+    EXPECT_EQ(queue.Dequeue()->GetName(), 'B');
+}
+
 TEST_F(RCPtrQueueTest, KeepsOneReferenceToAQueuedObjectAndNoneToOneThatHasLeft)
 {
     std::string journal;
