@@ -6,7 +6,10 @@
 
 #include <QX/Types.h>
 
+#include <array>
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -32,6 +35,19 @@ public:
     /// Threads: one at a time. Throws: std::bad_alloc, with nothing changed.
     void Add(const char* name, uint32 hash);
 
+    /// Returns whether `name` is the address of an entry, of those that NotePassedBack has seen
+    /// lately. Its characters are not read.
+    ///
+    /// Threads: any.
+    bool IsPassedBack(const char* name) const
+    {
+        return mPassedBack[PlaceOf(name)].load(std::memory_order_relaxed) == name;
+    }
+    void NotePassedBack(const char* entry)
+    {
+        mPassedBack[PlaceOf(entry)].store(entry, std::memory_order_relaxed);
+    }
+
 private:
     struct Slot
     {
@@ -46,12 +62,23 @@ private:
         std::unique_ptr<Slot[]> slots;
     };
 
+    static std::size_t PlaceOf(const char* name)
+    {
+        // Blocks of the heap lie apart by multiples of 16 bytes, and often by equal distances.
+        const auto block = static_cast<uint32>(reinterpret_cast<std::uintptr_t>(name) / 16);
+        return block * 0x9E3779B1u >> (32 - kPassedBackBits);
+    }
+
     static void Insert(Slots& slots, const char* name, uint32 hash);
     void Grow();
 
     std::atomic<const Slots*> mCurrent;
     std::vector<std::unique_ptr<Slots>> mGenerations; ///< the last is current; readers may use all
     uint32 mCount = 0;
+
+    static constexpr int kPassedBackBits = 6;
+    /// Entries, each at the place of its address, where the last one stays.
+    std::array<std::atomic<const char*>, 1 << kPassedBackBits> mPassedBack{};
 };
 
 } // namespace QX

@@ -72,11 +72,17 @@ const char* LNotification::GetNotificationID(const char* name)
     if (name == nullptr || *name == '\0') {
         return nullptr;
     }
-    // Entries are unique, so searching by content finds an ID that is passed back as well.
     NameTable& table = GetNameTable();
+    if (table.index.IsPassedBack(name)) {
+        return name;
+    }
+    // Entries are unique, so searching by content finds an ID that is passed back as well.
     const std::string_view text(name);
     const uint32 hash = NameIndex::Hash(text);
     if (const char* const id = table.index.Find(text, hash)) {
+        if (id == name) {
+            table.index.NotePassedBack(id);
+        }
         return id;
     }
     const MutexLock lock(&table.mutex);

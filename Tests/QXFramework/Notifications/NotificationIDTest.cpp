@@ -136,6 +136,26 @@ TEST_F(NotificationID, OfEveryNameIsFoundAgain)
     EXPECT_EQ(CountNames(), count);
 }
 
+// More than are remembered, and passed back again and again.
+TEST_F(NotificationID, IsReturnedHoweverOftenItIsPassedBack)
+{
+    std::vector<const char*> ids;
+    for (int number = 0; number < 200; ++number) {
+        ids.push_back(LNotification::GetNotificationID(("back." + std::to_string(number)).c_str()));
+    }
+    const uint32 count = CountNames();
+
+    for (int round = 0; round < 3; ++round) {
+        for (const char* const id : ids) {
+            ASSERT_EQ(LNotification::GetNotificationID(id), id);
+            ASSERT_EQ(LNotification::GetNotificationID(id), id);
+            ASSERT_EQ(LNotification::GetNotificationID(std::string(id).c_str()), id);
+            ASSERT_NE(LNotification::GetNotificationID(id + 1), id);
+        }
+    }
+    EXPECT_EQ(CountNames(), count + 200);
+}
+
 TEST_F(NotificationID, IsNotTheAddressOfTheIdleName)
 {
     const RCPtr<LNotification> idle = Make(QX::NID_IDLE);
