@@ -113,9 +113,10 @@ int main()
     int count = 0;
     std::array<int, 2> last = {-1, -1};
     const auto meter = QX::LFunctionReceiver::Create([&](const auto&, const auto& notification) {
-        const auto level = RCPtr<LLevel>::Downcast(notification->GetData());
-        ++count;
-        last[level->GetSource()] = level->GetValue();
+        if (const auto level = RCPtr<LLevel>::Downcast(notification->GetData())) {
+            ++count;
+            last[level->GetSource()] = level->GetValue();
+        }
     });
     center->RegisterNotificationClient(meter, kLevelChanged, 0);
 
