@@ -157,12 +157,16 @@ TEST(ServerProtocol, VendorPrefixHasOnlyLettersDigitsDotsAndHyphens)
 {
     EXPECT_TRUE(IsVendorPrefix("org.qxaudio"));
     EXPECT_TRUE(IsVendorPrefix("com.Some-Vendor.2"));
+    EXPECT_TRUE(IsVendorPrefix("azAZ09"));
     EXPECT_FALSE(IsVendorPrefix(""));
     EXPECT_FALSE(IsVendorPrefix("org.%s"));
     EXPECT_FALSE(IsVendorPrefix("org qx"));
     EXPECT_FALSE(IsVendorPrefix("org_qx"));
     EXPECT_FALSE(IsVendorPrefix("org~qx"));
     EXPECT_FALSE(IsVendorPrefix("org/qx"));
+    for (const char* const neighbour : {"`", "{", "@", "[", "/", ":"}) {
+        EXPECT_FALSE(IsVendorPrefix(neighbour)) << neighbour;
+    }
 }
 
 TEST(ServerProtocol, CodesAreTheirCharactersFromTheHighByteDown)

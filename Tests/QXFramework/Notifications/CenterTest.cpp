@@ -169,6 +169,8 @@ TEST_F(CenterManager, FindsTheCenterThatItHasMade)
     const RCPtr<Center> other = manager->GetOrCreateNotificationCenter("other");
     EXPECT_NE(other, made);
     EXPECT_EQ(manager->GetNotificationCenter("application"), made);
+    EXPECT_EQ(manager->GetNotificationCenter("other"), other);
+    EXPECT_EQ(manager->GetOrCreateNotificationCenter("other"), other);
     EXPECT_EQ(CountsOf(*made), "4/2");
 }
 

@@ -38,6 +38,16 @@ TEST_F(Notification, IsNotMadeWithoutAName)
     EXPECT_EQ(LNotification::CreateInternal(nullptr, nullptr), nullptr);
 }
 
+TEST_F(Notification, SaysHowManyHoldersAreLeft)
+{
+    const RCPtr<LNotification> notification = LNotification::Create("A", nullptr);
+
+    EXPECT_EQ(notification->AddReference(), 2);
+    EXPECT_EQ(notification->AddReference(), 3);
+    EXPECT_EQ(notification->RemoveReference(), 2);
+    EXPECT_EQ(notification->RemoveReference(), 1);
+}
+
 TEST_F(Notification, ReleasesItsPayloadAtItsEnd)
 {
     RCPtr<LNotification> notification = LNotification::Create("A", MakePayload());

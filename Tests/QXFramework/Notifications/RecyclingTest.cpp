@@ -68,6 +68,23 @@ TEST_F(Recycling, HandsOutTheSameObjectWithItsNewNameAndPayload)
     EXPECT_FALSE(again->IsPosted());
 }
 
+TEST_F(Recycling, ParksOneAsOftenAsItIsDropped)
+{
+    LNotification::GetNotificationID("A");
+    Park(1);
+
+    for (int round = 0; round < 3; ++round) {
+        SCOPED_TRACE(round);
+        const TestSupport::FailingNew failing(1);
+        RCPtr<LNotification> again = LNotification::Create("A", nullptr);
+
+        EXPECT_EQ(again->GetReferenceCount(), 1);
+
+        again = nullptr;
+        EXPECT_EQ(failing.CountCalls(), 0);
+    }
+}
+
 TEST_F(Recycling, HandsOutTheLastParkedFirst)
 {
     const auto parked = Park(3);

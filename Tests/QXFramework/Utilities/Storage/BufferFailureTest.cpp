@@ -97,6 +97,30 @@ TEST_F(BufferFailure, TheSizeZeroClearsANullBlocksSizes)
     EXPECT_EQ(heap.GetJournal(), "Alloc 10");
 }
 
+TEST_F(BufferFailure, ATriedSizeOfZeroClearsANullBlocksSizes)
+{
+    heap.FailNext();
+    Exact buffer(10, 0, true);
+
+    EXPECT_TRUE(buffer.TryResizeBytes(0));
+
+    EXPECT_EQ(buffer.GetSizeBytes(), 0u);
+    EXPECT_EQ(buffer.GetAllocatedSize(), 0u);
+    EXPECT_EQ(heap.GetJournal(), "Alloc 10");
+}
+
+TEST_F(BufferFailure, ATriedSizeIsAllocatedForANullBlock)
+{
+    heap.FailNext();
+    Text buffer(10, 0, true);
+
+    EXPECT_TRUE(buffer.TryResizeBytes(4));
+
+    EXPECT_NE(buffer.GetRawPtr(), nullptr);
+    EXPECT_EQ(buffer.GetSizeBytes(), 4u);
+    EXPECT_EQ(heap.GetJournal(), "Alloc 10, Alloc 4");
+}
+
 TEST_F(BufferFailure, ARefusedSetSizeLosesTheOldBlockOnce)
 {
     Exact buffer(10, 0, true);

@@ -93,6 +93,7 @@ TEST(BufferFillW, WritesWholeUnitsOrNothing)
         {"one unit too many", 7, 3, kResultOutOfRange, "..............."},
         {"half a unit too many", 8, 2, kResultOutOfRange, "..............."},
         {"none", 11, 0, kResultSuccess, "..............."},
+        {"none before the end", 3, 0, kResultSuccess, "..............."},
         {"none behind the end", 12, 0, kResultOutOfRange, "..............."},
         {"a product that wraps around", 4, 0x7FFFFFFF, kResultOutOfRange, "..............."},
         {"a sum that wraps around", 0xFFFFFFFE, 1, kResultOutOfRange, "..............."},

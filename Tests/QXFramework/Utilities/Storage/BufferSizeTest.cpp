@@ -423,6 +423,28 @@ TEST_F(BufferSize, ResizeRefusesACountThatNeedsMoreThan32Bits)
 
     EXPECT_EQ(buffer.GetSizeBytes(), 7u);
     EXPECT_EQ(heap.GetJournal(), "");
+    EXPECT_EQ(buffer.Resize<unsigned short>(0x80000000u), 3) << "just 32 bits of zeroes";
+    EXPECT_EQ(buffer.GetSizeBytes(), 7u);
+    EXPECT_EQ(heap.GetJournal(), "");
+}
+
+TEST_F(BufferSize, ResizeAsksForAnyNumberOfBytesThatHas32Bits)
+{
+    Exact bytes(0, 0, false);
+    Exact words(0, 0, false);
+    heap.ClearJournal();
+
+    bytes.Resize<char>(0xFFFFFFFFu);
+    words.Resize<unsigned short>(0x7FFFFFFFu);
+
+    EXPECT_EQ(heap.GetJournal(), "Alloc 4294967295, Alloc 4294967294");
+}
+
+TEST_F(BufferSize, ZeroingCoversASingleByte)
+{
+    Exact buffer(1, 0, true);
+
+    EXPECT_EQ(*buffer.GetData(), '\0');
 }
 
 } // namespace

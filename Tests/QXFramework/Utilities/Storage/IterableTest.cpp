@@ -391,6 +391,7 @@ TEST(Array, OffsetsAreClampedToTheArray)
     FakeArray array{1, 2, 3};
     int* const begin = array.GetPtr();
     int* const end = begin + 3;
+    const auto below = reinterpret_cast<std::uintptr_t>(begin) - sizeof(int);
     struct Row
     {
         const char* what;
@@ -408,6 +409,7 @@ TEST(Array, OffsetsAreClampedToTheArray)
         {"far behind the end", begin, INT_MAX, end},
         {"far before the beginning", end, INT_MIN, begin},
         {"from null", nullptr, 3, begin},
+        {"from a stale place below", reinterpret_cast<void*>(below), 3, begin + 2},
         {"from the highest address", reinterpret_cast<void*>(UINTPTR_MAX), -1, end},
     };
     for (const Row& row : rows) {

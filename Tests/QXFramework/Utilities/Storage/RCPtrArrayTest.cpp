@@ -55,6 +55,14 @@ using RCPtrArraySwap = RCPtrArrayTest;
 using RCPtrArrayAppend = RCPtrArrayTest;
 using RCPtrArrayLife = RCPtrArrayTest;
 
+TEST_F(RCPtrArrayLife, AnArrayWithoutSlotsGivesNoAddress)
+{
+    ConstArray array;
+
+    EXPECT_EQ(array.GetAt(0), nullptr);
+    EXPECT_EQ(array.GetAt(7), nullptr);
+}
+
 TEST_F(RCPtrArrayInsert, AtTheEndAddsNullSlots)
 {
     Array array;

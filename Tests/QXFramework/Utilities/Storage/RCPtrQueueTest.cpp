@@ -331,8 +331,8 @@ TEST_F(RCPtrQueueTest, StaysInsideAnArrayThatWasShortened)
 
     queue.SetCount(3);
 
-    EXPECT_LT(queue.GetQueuedObjectsCount(), 3u);
-    Drain(queue);
+    EXPECT_EQ(queue.GetQueuedObjectsCount(), 1u);
+    EXPECT_EQ(Drain(queue), "I");
     Enqueue(queue, "JKLM");
     EXPECT_EQ(Drain(queue), "JKLM");
 }
@@ -348,6 +348,45 @@ TEST_F(RCPtrQueueTest, CountsInsideAnArrayThatEndsBelowItsWriteIndex)
     Drain(queue);
     Enqueue(queue, "FG");
     EXPECT_EQ(Drain(queue), "FG");
+}
+
+TEST_F(RCPtrQueueTest, CountsRoundAnArrayThatWasShortened)
+{
+    const struct
+    {
+        const char* what;
+        const char* queued;
+        int dequeued;
+        uint32 slots;
+        uint32 expected;
+    } rows[] = {
+        {"the write index at the end", "ABCD", 0, 4, 0},
+        {"both indices at the end", "ABCD", 4, 4, 0},
+        {"the read index at the end", "ABCDE", 4, 4, 1},
+        {"the write index behind the end", "ABCDE", 2, 4, 3},
+        {"both indices behind the end", "ABCDEFG", 5, 4, 2},
+        {"nothing queued behind the end", "ABCDEF", 6, 4, 0},
+        {"a single slot", "ABCD", 2, 1, 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        Queue queue(nullptr, 8);
+        Enqueue(queue, row.queued);
+        for (int count = 0; count < row.dequeued; ++count) {
+            queue.Dequeue();
+        }
+
+        queue.SetCount(row.slots);
+
+        EXPECT_EQ(queue.GetQueuedObjectsCount(), row.expected);
+        for (uint32 count = 0; count < row.expected; ++count) {
+            RCPtr<Witness> taken;
+            EXPECT_TRUE(queue.TryDequeue(taken));
+        }
+        EXPECT_EQ(queue.GetQueuedObjectsCount(), 0u);
+        Enqueue(queue, "JKLMN");
+        EXPECT_EQ(Drain(queue), "JKLMN");
+    }
 }
 
 TEST_F(RCPtrQueueTest, StartsAgainInAnArrayThatWasEmptied)

@@ -69,6 +69,7 @@ TEST(SharedBuffer, CreateCopyTakesLengthFirstAndFillsWithZeroes)
     const CopyRow rows[] = {
         {"the whole", 6, 0, "abcdef"},
         {"a part", 2, 3, "de"},
+        {"a single byte", 1, 2, "c"},
         {"a tail", 3, 3, "def"},
         {"beyond the end", 5, 4, std::string("ef\0\0\0", 5)},
         {"longer than all", 8, 0, std::string("abcdef\0\0", 8)},

@@ -97,6 +97,18 @@ TEST(StringConversion, OfNothingSharesTheEmptyBuffer)
     EXPECT_EQ(units.Get(), BufferOf(String16::Empty));
 }
 
+TEST(StringConversion, OfNothingReplacesTheText)
+{
+    RCPtr<LIBuffer> bytes = String("abc").GetBuffer();
+    RCPtr<LIBuffer> units = Wide(u"abc").GetBuffer();
+
+    EXPECT_EQ(String::ConvertToCharType(bytes, static_cast<const unsigned short*>(nullptr), 3), 0);
+    EXPECT_EQ(String16::ConvertToCharType(units, static_cast<const char*>(nullptr), 3), 0);
+
+    EXPECT_EQ(bytes, String::GetEmpty().GetBuffer());
+    EXPECT_EQ(units, String16::GetEmpty().GetBuffer());
+}
+
 TEST(StringConversion, OfAnEmptyWideTextMakesABufferOfItsOwn)
 {
     RCPtr<LIBuffer> bytes;

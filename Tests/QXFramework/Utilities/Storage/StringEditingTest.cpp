@@ -475,6 +475,15 @@ TEST(StringReverse, Of16BitsLeavesSourceAndSharersAlone)
     EXPECT_TRUE(SharesEmpty(String16().Reverse()));
 }
 
+TEST(StringReverse, IsUnlocked)
+{
+    const String16 wide = Wide(u"ab").Reverse();
+
+    EXPECT_FALSE(wide.IsLocked());
+    EXPECT_EQ(wide.GetBuffer()->GetSizeBytes(), 6u);
+    EXPECT_FALSE(String("ab").Reverse().IsLocked());
+}
+
 TEST(StringReverse, Of16BitsSplitsPairs)
 {
     EXPECT_EQ(TextOf(Wide(u"\xD83D\xDE00").Reverse()), std::u16string(u"\xDE00\xD83D"));

@@ -61,6 +61,17 @@ TEST(StringFormat, TranslatesAFormatThatJustFits)
     EXPECT_EQ(TextOf(String::Format((text + "%I64d").c_str(), 5000000000LL)), text + "5000000000");
 }
 
+// The C library takes the I for a flag and 32 for a width.
+TEST(StringFormat, TranslatesUpTo4095Characters)
+{
+    const std::string longest(4093, 'I');
+    const std::string tooLong(4094, 'I');
+
+    EXPECT_EQ(TextOf(String::Format((longest + "%I32d").c_str(), 7)), longest + "7");
+    EXPECT_EQ(TextOf(String::Format((tooLong + "%I32d").c_str(), 7)),
+              tooLong + std::string(31, ' ') + "7");
+}
+
 TEST(StringFormat, CutsLongText)
 {
     for (const uint32 length : {kLongest - 1, kLongest, kLongest + 1, uint32{20000}}) {
@@ -137,6 +148,15 @@ TEST(StringFormatNumber, OfFloatsHasThePrecision)
     EXPECT_EQ(TextOf(String::FormatNumber(2.5f, 3)), "2.500");
     EXPECT_EQ(TextOf(String::FormatNumber(0.1f, 12)), "0.100000001490");
     EXPECT_EQ(TextOf(String::FormatNumber(2.5f, INT_MIN)), "2.500000");
+}
+
+TEST(StringFormatNumber, IsUnlocked)
+{
+    const String text = String::FormatNumber(5, 3);
+
+    EXPECT_EQ(TextOf(text), ".005");
+    EXPECT_FALSE(text.IsLocked());
+    EXPECT_EQ(text.GetBuffer()->GetSizeBytes(), 5u);
 }
 
 TEST(StringFormatNumber, OfAnyPrecisionIsCutAtTheLongestText)

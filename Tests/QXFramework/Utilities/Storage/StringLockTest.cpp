@@ -461,6 +461,20 @@ TEST(StringFailure, ALockedStringThatCannotGrowKeepsTextAndLock)
     EXPECT_EQ(TextOf(text), "xxxx");
 }
 
+TEST(StringFailure, ATextOf1024BytesThatCannotGrowIsTheLargestThatIsKept)
+{
+    const std::string kept(1023, 'x');
+    const std::string lost(1024, 'x');
+    String largest(HookedBuffer::Create({kept.c_str(), 1024}, {.refusesGrowth = true}));
+    String larger(HookedBuffer::Create({lost.c_str(), 1025}, {.refusesGrowth = true}));
+
+    EXPECT_THROW(largest.Lock(2000), std::bad_alloc);
+    EXPECT_THROW(larger.Lock(2000), std::bad_alloc);
+
+    EXPECT_EQ(TextOf(largest), kept);
+    EXPECT_EQ(std::string_view(larger.CStr()), "");
+}
+
 TEST(StringFailure, ALargeTextThatCannotGrowIsSafeToUse)
 {
     const std::string large(5000, 'x');

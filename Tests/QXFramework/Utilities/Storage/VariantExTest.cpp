@@ -89,6 +89,31 @@ TEST(VariantEx, CopiesValuesOfEveryType)
     }
 }
 
+TEST(VariantEx, LetsGoOfItsBufferWhateverItHoldsNext)
+{
+    const struct
+    {
+        const char* what;
+        void (*set)(VariantEx&);
+    } rows[] = {
+        {"another value", [](VariantEx& variant) { variant.Set(OfInt32(5)); }},
+        {"a scalar", [](VariantEx& variant) { variant.Set(Variant::kInt32, "wxyz", 4); }},
+        {"nothing", [](VariantEx& variant) { variant.Set(static_cast<const char*>(nullptr)); }},
+        {"a pointer", [](VariantEx& variant) { variant.SetPointer(nullptr, 4); }},
+        {"another text", [](VariantEx& variant) { variant.Set(String("other")); }},
+    };
+
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        VariantEx variant = OfBytes("abc");
+        const RCPtr<LIBuffer> buffer = variant.GetBuffer();
+
+        row.set(variant);
+
+        EXPECT_EQ(buffer->GetReferenceCount(), 1);
+    }
+}
+
 TEST(VariantEx, SetToItselfKeepsItsData)
 {
     VariantEx variant = OfText("abc");
@@ -250,6 +275,21 @@ TEST(VariantExSerialize, GrowsASmallerBufferAndZeroesWhatLiesBetween)
     EXPECT_EQ(OfBool(1).Serialize(out, 8), 13u);
 
     EXPECT_EQ(Hex(out), "7879000000000000"
+                        "0D000000"
+                        "00000000"
+                        "01000000"
+                        "01");
+}
+
+TEST(VariantExSerialize, ZeroesWhatLiesBetweenInABlockThatIsKept)
+{
+    RCPtr<LIBuffer> out = LTextBuffer::Create(24, 0, false);
+    out->FillN('z', 0, -1);
+    out->ResizeBytes(7);
+
+    EXPECT_EQ(OfBool(1).Serialize(out, 8), 13u);
+
+    EXPECT_EQ(Hex(out), "7A7A7A7A7A7A7A00"
                         "0D000000"
                         "00000000"
                         "01000000"

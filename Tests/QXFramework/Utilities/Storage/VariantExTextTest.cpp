@@ -62,6 +62,19 @@ TEST(VariantExText, OfABufferIsItsAddress)
     EXPECT_EQ(variant.GetString(), String::Format("%llX", field));
 }
 
+TEST(VariantExText, OfABufferThatHasMovedIsItsNewAddress)
+{
+    VariantEx variant = OfBytes("abc");
+    const RCPtr<LIBuffer> buffer = variant.GetBuffer();
+    const RCPtr<LIBuffer> keepsTheOldBlockTaken = LTextBuffer::Create(200000, 0, true);
+    buffer->ResizeBytes(300000);
+    void* const block = buffer->GetRawPtr();
+
+    VariantEx expected;
+    expected.SetPointer(block, 4);
+    EXPECT_EQ(TextOf(variant.GetString()), TextOf(expected.GetString()));
+}
+
 TEST(VariantExText, IsReachedThroughTheInterfaceToo)
 {
     const VariantEx variant = OfInt32(42);
@@ -102,6 +115,15 @@ TEST(VariantExXMLText, ReplacesFiveCharacters)
     EXPECT_EQ(TextOf(OfText("'>").GetXMLString()), "&apos;&gt;");
     EXPECT_EQ(TextOf(OfText("").GetXMLString()), "");
     EXPECT_EQ(TextOf(OfInt32(-3).GetXMLString()), "-3");
+}
+
+TEST(VariantExXMLText, IsUnlocked)
+{
+    const String text = OfText("<").GetXMLString();
+
+    EXPECT_EQ(TextOf(text), "&lt;");
+    EXPECT_FALSE(text.IsLocked());
+    EXPECT_EQ(text.GetBuffer()->GetSizeBytes(), 5u);
 }
 
 TEST(VariantExXMLText, ChangesNoOtherByte)
@@ -249,6 +271,12 @@ TEST(VariantExCompare, OrdersValues)
         {"int64", OfInt64(LLONG_MIN), OfInt64(LLONG_MAX), -1, 1},
         {"float", OfFloat(1.0f), OfFloat(1.5f), -1, 1},
         {"double", OfDouble(2.0), OfDouble(2.0), 0, 0},
+        {"equal truths", OfBool(1), OfBool(1), 0, 0},
+        {"equal int32", OfInt32(7), OfInt32(7), 0, 0},
+        {"equal int64", OfInt64(7), OfInt64(7), 0, 0},
+        {"equal float", OfFloat(1.5f), OfFloat(1.5f), 0, 0},
+        {"equal number and double", OfInt32(3), OfDouble(3.0), 0, 0},
+        {"equal texts", OfText("abc"), OfText("abc"), 0, 0},
         {"NaN", OfDouble(std::nan("")), OfDouble(1.0), 0, 0},
         {"number and double", OfInt32(3), OfDouble(2.5), 1, -1},
         {"number and text", OfInt32(3), OfText("3.5"), -1, 1},

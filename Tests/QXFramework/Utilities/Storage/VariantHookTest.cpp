@@ -139,9 +139,10 @@ TEST(VariantHooks, NullForBytesLeavesTheVariantEmpty)
             EXPECT_EQ(value.Set(type, "abc", 4), Variant::kEmpty);
             EXPECT_EQ(value.GetType(), Variant::kEmpty);
             EXPECT_EQ(Contents(value), Bytes());
+            EXPECT_EQ(value.Set(type, "", 1), Variant::kEmpty) << "a single byte";
         }
 
-        EXPECT_EQ(journal, "alloc 7 free 7 alloc 4 ");
+        EXPECT_EQ(journal, "alloc 7 free 7 alloc 4 alloc 1 ");
     }
 }
 

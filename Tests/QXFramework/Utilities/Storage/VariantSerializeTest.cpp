@@ -79,6 +79,25 @@ TEST(VariantSerialize, WritesTheRecordOfEveryType)
     }
 }
 
+// 0x01020304 bytes in all, so that each byte of the length tells where it is.
+TEST(VariantSerialize, WritesAndReadsEveryByteOfALength)
+{
+    const Bytes data(0x01020304 - 12, 0x5A);
+    Variant value;
+    value.SetConstPointer(data.data(), static_cast<uint32>(data.size()));
+    Bytes out(0x01020304, 0xA5);
+
+    EXPECT_EQ(Variant::Serialize(value, out.data(), 0x01020304), 0x01020304u);
+    EXPECT_EQ(Bytes(out.begin(), out.begin() + 13), FromHex("04030201 00000000 07000000 5A"));
+
+    Variant read;
+    EXPECT_EQ(Variant::Deserialize(read, out.data(), 0x01020303), kFailed);
+    EXPECT_EQ(Variant::Deserialize(read, out.data(), 0x01020304), 0u);
+    uint32 size = 0;
+    read.GetConstPointer(size);
+    EXPECT_EQ(size, 0x010202F8u);
+}
+
 TEST(VariantSerialize, FillsAnExactCapacityAndNoSmallerOne)
 {
     for (const Row& row : Records()) {
