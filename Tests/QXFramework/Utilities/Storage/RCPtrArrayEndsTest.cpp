@@ -41,15 +41,18 @@ TEST_F(RCPtrArrayEnds, AppendStopsWhereOneHasShortenedTheOther)
 
 TEST_F(RCPtrArrayEnds, AppendGoesOnInAnotherThatOneHasMoved)
 {
-    Array array;
-    Fill(array, "ABC");
-    Array other;
-    Fill(other, "XYZ");
-    (*array.GetAt(0))->SetOnDestroyed([&] { other.Insert(3, 1000); });
+    for (const QX::uint32 mover : {0u, 1u, 2u}) {
+        SCOPED_TRACE(mover);
+        Array array;
+        Fill(array, "ABCD");
+        Array other;
+        Fill(other, "WXYZ");
+        (*array.GetAt(mover))->SetOnDestroyed([&] { other.Insert(4, 1000); });
 
-    EXPECT_EQ(array.Append(other), 6);
+        EXPECT_EQ(array.Append(other), 8);
 
-    EXPECT_EQ(NamesOf(array), "XYZ...");
+        EXPECT_EQ(NamesOf(array), "WXYZ....");
+    }
 }
 
 /// A witness whose array may hold it.
