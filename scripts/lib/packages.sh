@@ -14,6 +14,7 @@ packages_of() {
     test) echo "googletest python3 binutils pkg-config libicu-dev libplist-dev" ;;
     clang) echo "clang libclang-rt-14-dev" ;;
     powerpc) echo "g++-powerpc-linux-gnu qemu-user" ;;
+    mutation) echo "python3-clang-14 util-linux" ;;
     benchmark) echo "libbenchmark-dev libboost-dev libglib2.0-dev libicu-dev libplist-dev libpoco-dev pkg-config" ;;
     checks) echo "clang-format git python3 python3-pyelftools" ;;
     *)
