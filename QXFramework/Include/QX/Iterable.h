@@ -36,7 +36,10 @@ public:
     T* GetCurrentMoveNext();
 
     /// Iterators are equal if they are at the same position of the same container.
-    friend bool operator==(const IteratorT& left, const IteratorT& right) = default;
+    friend bool operator==(const IteratorT& left, const IteratorT& right)
+    {
+        return left.mContainer == right.mContainer && left.mHandle == right.mHandle;
+    }
 
 private:
     friend class IIterable<T>;

@@ -86,18 +86,23 @@ TEST_F(LatestOnly, ClientsMayTakeTheFlagInTheirPoolDirectly)
     EXPECT_EQ(received, std::vector<const LNotification*>{second.Get()});
 }
 
-TEST_F(LatestOnly, ClientsMayTakeTheFlagInAPoolThatHasOutlivedItsDistributor)
+TEST_F(LatestOnly, ClientsMayTakeTheFlagInPoolsThatHaveOutlivedTheirDistributor)
 {
-    const char* const id = LNotification::GetNotificationID("A");
     RCPtr<LNotificationDistributor> distributor = LNotificationDistributor::Create();
-    distributor->RegisterNotificationClient(every, "A", 0);
-    const auto pool = distributor->GetNotificationClientPool(id);
+    std::vector<RCPtr<LNotificationDistributor::LNotificationClientPool>> pools;
+    for (const char* const name : {"A", "B"}) {
+        distributor->RegisterNotificationClient(every, name, 0);
+        pools.push_back(
+            distributor->GetNotificationClientPool(LNotification::GetNotificationID(name)));
+    }
     distributor->UnregisterNotificationClient(every, "A");
+    distributor->UnregisterNotificationClient(every, "B");
     distributor = nullptr;
 
-    EXPECT_EQ(pool->AddClient(latest, kLatest), kResultSuccess);
-
-    EXPECT_EQ(pool->GetDeliveryFlags(), kLatest);
+    for (const auto& pool : pools) {
+        EXPECT_EQ(pool->AddClient(latest, kLatest), kResultSuccess);
+        EXPECT_EQ(pool->GetDeliveryFlags(), kLatest);
+    }
 }
 
 TEST_F(LatestOnly, WorksForEachNameByItself)
