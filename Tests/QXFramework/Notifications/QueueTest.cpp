@@ -314,6 +314,23 @@ TEST_F(Queue, EndsItsDeliveryWhenAClientReleasesTheDistributor)
     EXPECT_EQ(queue->PostForBroadcast(posted[0]), kResultFailure);
 }
 
+TEST_F(Queue, LivesToTheEndOfADeliveryInWhichItsLastHolderGoes)
+{
+    RCPtr<LNotificationQueue> own = LNotificationQueue::Create();
+    own->SetDistributor(RCPtr<LNotificationDistributor>(distributor));
+    own->PostForBroadcast(Make());
+    own->PostForBroadcast(Make());
+    client->onHandle = [&own](const auto&, const auto&) {
+        own->ReleaseDistributor();
+        own = nullptr;
+    };
+
+    EXPECT_FALSE(own.Get()->DeliverPendingNotifications(true));
+
+    EXPECT_EQ(own, nullptr);
+    EXPECT_EQ(journal, "a");
+}
+
 TEST_F(Queue, TakesADistributorOnce)
 {
     LNotificationQueue& fresh = Keep(LNotificationQueue::Create());

@@ -171,6 +171,17 @@ TEST_F(RCPtrQueueTest, TryDequeueTellsHowManyThereWere)
     EXPECT_EQ(count, 0u);
 }
 
+TEST_F(RCPtrQueueTest, TryDequeueOfAQueueWithoutSlotsTellsThatThereWereNone)
+{
+    Queue queue(nullptr, 0);
+    RCPtr<Witness> item;
+    uint32 count = 99;
+
+    EXPECT_FALSE(queue.TryDequeue(item, count));
+
+    EXPECT_EQ(count, 0u);
+}
+
 TEST_F(RCPtrQueueTest, PushHandsTheReferenceOverAndEntersNoLock)
 {
     Mutex mutex;
