@@ -78,7 +78,7 @@ public:
             return nullptr;
         }
         mPool.mDeliveryIndex = --mIndex;
-        mRecord = mPool.mClients.GetPtr()[mIndex].Get();
+        mRecord = &mPool.InfoAt(mIndex);
         return mRecord;
     }
 
@@ -146,7 +146,6 @@ int32 Pool::AddClient(const RCPtr<LNotificationClient>& client, DeliveryFlags fl
         mHasLatestOnlyClients->store(true, std::memory_order_relaxed);
     }
     DeliveryFlags allFlags = 0;
-    bool isChanged = false;
     bool isPresent = false;
     ConstRCPtr<LNotification> droppedLatest; // released when the pool is consistent again
     for (uint32 index = mClients.GetCount(); index > 0; --index) {
@@ -159,20 +158,18 @@ int32 Pool::AddClient(const RCPtr<LNotificationClient>& client, DeliveryFlags fl
             if ((flags & kDeliverLatestOnly) == 0) {
                 droppedLatest.Swap(info.mLatestNotification);
             }
-            isChanged = true;
             isPresent = true;
         }
         allFlags |= info.mDeliveryFlags;
     }
-    if (!isPresent) {
-        if (mClients.AppendItem(Info::Create(client, flags)) < 0) {
-            throw std::bad_alloc();
-        }
-        mDeliveryFlags |= flags;
-    }
-    if (isChanged) {
+    if (isPresent) {
         mDeliveryFlags = allFlags;
+        return kResultSuccess;
     }
+    if (mClients.AppendItem(Info::Create(client, flags)) < 0) {
+        throw std::bad_alloc();
+    }
+    mDeliveryFlags |= flags;
     return kResultSuccess;
 }
 
@@ -287,10 +284,10 @@ void Pool::SetLatestNotification(const RCPtr<LNotification>& notification)
         if (index > mClients.GetCount()) {
             continue;
         }
-        Info* const record = mClients.GetPtr()[index - 1].Get();
-        if ((record->mDeliveryFlags & kDeliverLatestOnly) != 0) {
-            const RCPtr<Info> kept(record);
-            record->SetLatest(notification);
+        Info& record = InfoAt(index - 1);
+        if ((record.mDeliveryFlags & kDeliverLatestOnly) != 0) {
+            const RCPtr<Info> kept(&record);
+            record.SetLatest(notification);
         }
     }
 }
