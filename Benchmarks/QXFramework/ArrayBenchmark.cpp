@@ -95,48 +95,34 @@ struct OurArray
     static uint32 Count(const Container& array) { return array.GetCount(); }
 };
 
-struct PeerVector
+// The same objects as in the arrays, so that nothing but the container differs.
+const std::vector<boost::intrusive_ptr<Item>>& ItemPointers()
 {
-    using Container = std::vector<boost::intrusive_ptr<Peer>>;
+    static const std::vector<boost::intrusive_ptr<Item>> sPointers = [] {
+        std::vector<boost::intrusive_ptr<Item>> pointers;
+        for (const QX::RCPtr<Item>& item : Items()) {
+            pointers.emplace_back(item.Get());
+        }
+        return pointers;
+    }();
+    return sPointers;
+}
+
+/// A vector of boost's pointers to the objects that `Objects` returns pointers to.
+template <class T, const std::vector<boost::intrusive_ptr<T>>& (*Objects)()>
+struct BoostVector
+{
+    using Container = std::vector<boost::intrusive_ptr<T>>;
 
     static void Append(Container& vector, uint32 index)
     {
-        vector.push_back(Peers()[index % kItems]);
+        vector.push_back(Objects()[index % kItems]);
     }
     static void InsertFront(Container& vector, uint32 index)
     {
-        vector.insert(vector.begin(), Peers()[index % kItems]);
+        vector.insert(vector.begin(), Objects()[index % kItems]);
     }
     static uint32 Count(const Container& vector) { return static_cast<uint32>(vector.size()); }
-};
-
-/// The same objects as in the arrays, so that nothing but the container differs.
-struct ItemVector
-{
-    using Container = std::vector<boost::intrusive_ptr<Item>>;
-
-    static void Append(Container& vector, uint32 index)
-    {
-        vector.push_back(Pointers()[index % kItems]);
-    }
-    static void InsertFront(Container& vector, uint32 index)
-    {
-        vector.insert(vector.begin(), Pointers()[index % kItems]);
-    }
-    static uint32 Count(const Container& vector) { return static_cast<uint32>(vector.size()); }
-
-private:
-    static const Container& Pointers()
-    {
-        static const Container sPointers = [] {
-            Container pointers;
-            for (const QX::RCPtr<Item>& item : Items()) {
-                pointers.emplace_back(item.Get());
-            }
-            return pointers;
-        }();
-        return sPointers;
-    }
 };
 
 /// Slots that exist already, and whose references are counted without a look at anything else.
@@ -239,8 +225,8 @@ void RegisterAll(const std::string& operation)
 {
     Register<OurArray<1, 0>, Measured>(operation, "array<1,0>");
     Register<OurArray<256, 256>, Measured>(operation, "array<256,256>");
-    Register<PeerVector, Measured>(operation, "vector");
-    Register<ItemVector, Measured>(operation, "vector-of-items");
+    Register<BoostVector<Peer, &Peers>, Measured>(operation, "vector");
+    Register<BoostVector<Item, &ItemPointers>, Measured>(operation, "vector-of-items");
     Register<BareSlots, Measured>(operation, "memory");
 }
 
