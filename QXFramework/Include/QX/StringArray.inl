@@ -45,7 +45,9 @@ int32 Array<T>::InsertItem(uint32 index, const T& item)
     if (GetCount() >= this->GetMaxCount()) {
         return kResultFailure;
     }
-    mItems.insert(At(index), item);
+    // One by count: inlined, GCC 12 takes the insertion of a single item for one into an array of
+    // no items, and warns about its bounds.
+    mItems.insert(At(index), 1, item);
     return static_cast<int32>(index);
 }
 
