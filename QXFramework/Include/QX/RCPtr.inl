@@ -80,8 +80,10 @@ template <class T>
 inline T* ConstRCPtr<T>::Acquire(T* object)
 {
     if (object != nullptr) {
+        // Read first: behind the atomic increment it would have to wait for that.
+        const bool isShareable = static_cast<LRefCountedObject&>(*object).IsShareable();
         object->AddReference();
-        if (!static_cast<LRefCountedObject&>(*object).IsShareable()) [[unlikely]] {
+        if (!isShareable) [[unlikely]] {
             return ExchangeForOwn(object);
         }
     }
