@@ -14,6 +14,7 @@
 #include <boost/smart_ptr/intrusive_ref_counter.hpp>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
@@ -84,13 +85,11 @@ struct OurArray
 {
     using Container = QX::RCPtrArray<Item, Grow, Init>;
 
-    static void Append(Container& array, uint32 index)
+    static const auto& Source() { return Items(); }
+    static void Append(Container& array, const QX::RCPtr<Item>& item) { array.AppendItem(item); }
+    static void InsertFront(Container& array, const QX::RCPtr<Item>& item)
     {
-        array.AppendItem(Items()[index % kItems]);
-    }
-    static void InsertFront(Container& array, uint32 index)
-    {
-        array.InsertItem(0, Items()[index % kItems]);
+        array.InsertItem(0, item);
     }
     static uint32 Count(const Container& array) { return array.GetCount(); }
 };
@@ -114,13 +113,14 @@ struct BoostVector
 {
     using Container = std::vector<boost::intrusive_ptr<T>>;
 
-    static void Append(Container& vector, uint32 index)
+    static const auto& Source() { return Objects(); }
+    static void Append(Container& vector, const boost::intrusive_ptr<T>& item)
     {
-        vector.push_back(Objects()[index % kItems]);
+        vector.push_back(item);
     }
-    static void InsertFront(Container& vector, uint32 index)
+    static void InsertFront(Container& vector, const boost::intrusive_ptr<T>& item)
     {
-        vector.insert(vector.begin(), Objects()[index % kItems]);
+        vector.insert(vector.begin(), item);
     }
     static uint32 Count(const Container& vector) { return static_cast<uint32>(vector.size()); }
 };
@@ -141,22 +141,23 @@ public:
         }
     }
 
-    static void Append(BareSlots& slots, uint32 index)
+    static auto& Source() { return sCounters; }
+    static void Append(BareSlots& slots, std::atomic<int>& counter)
     {
-        sCounters[index % kItems].fetch_add(1, std::memory_order_relaxed);
-        slots.mSlots[slots.mCount++] = &sCounters[index % kItems];
+        counter.fetch_add(1, std::memory_order_relaxed);
+        slots.mSlots[slots.mCount++] = &counter;
     }
-    static void InsertFront(BareSlots& slots, uint32 index)
+    static void InsertFront(BareSlots& slots, std::atomic<int>& counter)
     {
-        sCounters[index % kItems].fetch_add(1, std::memory_order_relaxed);
+        counter.fetch_add(1, std::memory_order_relaxed);
         std::memmove(slots.mSlots.get() + 1, slots.mSlots.get(), slots.mCount * sizeof(void*));
-        slots.mSlots[0] = &sCounters[index % kItems];
+        slots.mSlots[0] = &counter;
         ++slots.mCount;
     }
     static uint32 Count(const BareSlots& slots) { return slots.mCount; }
 
 private:
-    inline static std::atomic<int> sCounters[kItems];
+    inline static std::array<std::atomic<int>, kItems> sCounters;
 
     std::unique_ptr<void* []> mSlots { new void*[kLargestCount] };
     uint32 mCount = 0;
@@ -172,11 +173,12 @@ enum class Operation
 template <class Kind, Operation Measured>
 void Fill(typename Kind::Container& container, uint32 count)
 {
+    auto& source = Kind::Source();
     for (uint32 index = 0; index < count; ++index) {
         if constexpr (Measured == Operation::kInsertFront) {
-            Kind::InsertFront(container, index);
+            Kind::InsertFront(container, source[index % kItems]);
         } else {
-            Kind::Append(container, index);
+            Kind::Append(container, source[index % kItems]);
         }
     }
 }
