@@ -37,7 +37,7 @@ const char* NameIndex::Find(std::string_view name, uint32 hash) const
     }
 }
 
-void NameIndex::Add(const char* name, uint32 hash)
+void NameIndex::ReserveOne()
 {
     // At most three quarters full, so that every search ends at an empty slot soon. A lower limit
     // saves steps, but a new page of memory costs as much as many of them.
@@ -45,6 +45,10 @@ void NameIndex::Add(const char* name, uint32 hash)
     if (mCount + 1 > slots / 4 * 3) {
         Grow();
     }
+}
+
+void NameIndex::Add(const char* name, uint32 hash) noexcept
+{
     Insert(*mGenerations.back(), name, hash);
     ++mCount;
 }

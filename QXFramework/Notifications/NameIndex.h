@@ -30,10 +30,15 @@ public:
     /// not be found; look again under the adders' lock before adding.
     const char* Find(std::string_view name, uint32 hash) const;
 
-    /// Adds a name that is not in the set; its characters outlive the set.
+    /// Makes room for one more name.
     ///
     /// Threads: one at a time. Throws: std::bad_alloc, with nothing changed.
-    void Add(const char* name, uint32 hash);
+    void ReserveOne();
+
+    /// Adds a name that is not in the set, for which room was made; its characters outlive the set.
+    ///
+    /// Threads: as ReserveOne.
+    void Add(const char* name, uint32 hash) noexcept;
 
     /// Returns whether `name` is the address of an entry, of those that NotePassedBack has seen
     /// lately. Its characters are not read.
@@ -64,9 +69,9 @@ private:
 
     static std::size_t PlaceOf(const char* name)
     {
-        // Blocks of the heap lie apart by multiples of 16 bytes, and often by equal distances.
-        const auto block = static_cast<uint32>(reinterpret_cast<std::uintptr_t>(name) / 16);
-        return block * 0x9E3779B1u >> (32 - kPassedBackBits);
+        // Names often lie apart by equal distances.
+        const auto address = static_cast<uint32>(reinterpret_cast<std::uintptr_t>(name));
+        return address * 0x9E3779B1u >> (32 - kPassedBackBits);
     }
 
     static void Insert(Slots& slots, const char* name, uint32 hash);

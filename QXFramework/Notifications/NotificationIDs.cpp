@@ -1,6 +1,8 @@
 // NotificationIDs.cpp - the process-wide table of notification names.
 
+#include "Notifications/NameArray.h"
 #include "Notifications/NameIndex.h"
+#include "Notifications/NameStore.h"
 
 #include <QX/Mutex.h>
 #include <QX/Notification.h>
@@ -10,8 +12,8 @@
 namespace QX {
 namespace {
 
-// The names, what finds them, and the lock of both. The lock is a leaf: it is taken under the lock
-// of the parked notifications at most, and nothing is taken under it.
+// The names, what finds them, the strings that show them, and the lock. The lock is a leaf: it is
+// taken under the lock of the parked notifications at most, and nothing is taken under it.
 struct NameTable
 {
     NameTable() = default;
@@ -19,9 +21,10 @@ struct NameTable
     NameTable(const NameTable&) = delete;
     NameTable& operator=(const NameTable&) = delete;
 
-    StringArrayT<char, unsigned short> names;
     NameIndex index;
-    Mutex mutex;
+    NameStore names;
+    Mutex mutex; ///< of the names, and of all additions
+    NameArray array{names, mutex};
 };
 
 constinit bool gIsNameTableGone = false;
@@ -38,20 +41,11 @@ NameTable& GetNameTable()
     return sTable;
 }
 
-const char* AddName(NameTable& table, const char* name, uint32 hash)
+const char* AddName(NameTable& table, std::string_view name, uint32 hash)
 {
-    // Of the characters, not of a string that the caller may share: the entry owns its storage.
-    const StringT<char, unsigned short> entry(name);
-    // Memory ends long before the largest count of an array, which alone is refused.
-    const auto index = static_cast<uint32>(table.names.AppendItem(entry));
-    const char* const id = table.names.GetAt(index)->CStr();
-    try {
-        table.index.Add(id, hash);
-    } catch (...) {
-        StringT<char, unsigned short> removed;
-        table.names.RemoveLast(removed);
-        throw;
-    }
+    table.index.ReserveOne();
+    const char* const id = table.names.Add(name);
+    table.index.Add(id, hash);
     return id;
 }
 
@@ -59,7 +53,7 @@ const char* AddName(NameTable& table, const char* name, uint32 hash)
 
 StringArrayT<char, unsigned short>& LNotification::GetNotificationIDs()
 {
-    return GetNameTable().names;
+    return GetNameTable().array;
 }
 
 const char* LNotification::GetNotificationID(const char* name)
@@ -87,7 +81,7 @@ const char* LNotification::GetNotificationID(const char* name)
     }
     const MutexLock lock(&table.mutex);
     const char* const id = table.index.Find(text, hash);
-    return id != nullptr ? id : AddName(table, name, hash);
+    return id != nullptr ? id : AddName(table, text, hash);
 }
 
 } // namespace QX

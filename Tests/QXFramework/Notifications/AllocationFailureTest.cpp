@@ -198,9 +198,9 @@ TEST_F(AllocationFailure, InAPostLeavesTheNotificationUnposted)
 
 TEST_F(AllocationFailure, InTheNameTableEntersNothing)
 {
-    // So many that everything that grows with them does so.
+    // So many that everything that grows with them does so, and so long that each needs memory.
     for (int number = 0; number < 300; ++number) {
-        const std::string name = "refused." + std::to_string(number);
+        const std::string name = std::string(20000, 'r') + std::to_string(number);
         const uint32 before = LNotification::GetNotificationIDs().GetCount();
         const long blocks = FailingHeap::CountLiveBlocks();
         const char* id = nullptr;
@@ -209,7 +209,8 @@ TEST_F(AllocationFailure, InTheNameTableEntersNothing)
             RefuseEach([&] { id = LNotification::GetNotificationID(name.c_str()); },
                        [&] {
                            ASSERT_EQ(LNotification::GetNotificationIDs().GetCount(), before);
-                           ASSERT_EQ(FailingHeap::CountLiveBlocks(), blocks);
+                           // What finds the names may have grown already: an object and a block.
+                           ASSERT_LE(FailingHeap::CountLiveBlocks(), blocks + 2);
                        },
                        [] {});
 

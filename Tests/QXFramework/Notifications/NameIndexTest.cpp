@@ -48,6 +48,7 @@ TEST(NameIndex, FindsEveryNameWhileItGrows)
     NameIndex index;
 
     for (uint32 number = 0; number < names.size(); ++number) {
+        index.ReserveOne();
         index.Add(names[number].c_str(), 0u - number);
     }
 

@@ -47,12 +47,12 @@ TEST_F(NotificationID, IsTheSameForEqualNamesInDifferentBuffers)
     EXPECT_NE(id, first.c_str());
 }
 
-// So many that what finds the names has to grow among them.
+// So many that what finds the names has to grow among them, and so long that each needs memory.
 TEST_F(NotificationID, OfANameThatFindsNoMemoryIsMadeLater)
 {
     for (int number = 0; number < 300; ++number) {
-        const std::string name = "scarce.memory." + std::to_string(number);
-        SCOPED_TRACE(name);
+        SCOPED_TRACE(number);
+        const std::string name = std::string(20000, 's') + std::to_string(number);
         const uint32 before = CountNames();
         const char* id = nullptr;
 

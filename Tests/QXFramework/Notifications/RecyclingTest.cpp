@@ -240,7 +240,8 @@ TEST_F(Recycling, PutsTheObjectBackWhenItsNewNameCannotBeEntered)
     for (; call < 100 && (call == 1 || hasThrown); ++call) {
         SCOPED_TRACE(call);
         hasThrown = false;
-        const std::string name = "unheard.of." + std::to_string(call);
+        // So long that it always needs memory of its own.
+        const std::string name = std::string(20000, 'u') + std::to_string(call);
         const TestSupport::FailingNew failing(call);
         try {
             EXPECT_EQ(LNotification::Create(name.c_str(), nullptr).Get(), parked[0]);

@@ -1,0 +1,99 @@
+// NameArray.cpp - strings over the characters of the notification names.
+
+#include "Notifications/NameArray.h"
+
+#include <cstring>
+#include <new>
+#include <utility>
+
+namespace QX {
+namespace {
+
+/// A terminated text in a part of another buffer, which it holds. The text there never changes: the
+/// first change gives this buffer bytes of its own.
+///
+/// Throws: std::bad_alloc out of the first change and where it cannot grow, with nothing changed.
+class LLentText final : public LIBuffer
+{
+public:
+    LLentText(const RCPtr<LIBuffer>& lender, const char* text)
+        : mLender(lender)
+        , mOffset(static_cast<uint32>(text - static_cast<const char*>(lender->GetRawPtr())))
+        , mSize(static_cast<uint32>(std::strlen(text)) + 1)
+    {}
+
+    uint32 GetSizeBytes() const override { return mOwn ? mOwn->GetSizeBytes() : mSize; }
+    uint32 GetAllocatedSize() const override { return mOwn ? mOwn->GetAllocatedSize() : mSize; }
+    void* GetRawPtr() override
+    {
+        return mOwn ? mOwn->GetRawPtr() : static_cast<char*>(mLender->GetRawPtr()) + mOffset;
+    }
+    int32 SetSizeBytes(uint32 size) override { return Own().SetSizeBytes(size); }
+    int32 ResizeBytes(uint32 size) override
+    {
+        // A buffer of text gives up what it has when it is refused more.
+        if (!static_cast<LTextBuffer&>(Own()).TryResizeBytes(size)) {
+            throw std::bad_alloc();
+        }
+        return static_cast<int32>(size);
+    }
+    int32 FillN(char value, uint32 offset, int count) override
+    {
+        return Own().FillN(value, offset, count);
+    }
+    int32 FillW(uint16 value, uint32 offset, int count) override
+    {
+        return Own().FillW(value, offset, count);
+    }
+    RCPtr<LRefCountedObject> CreateCopy() const override { return CreateCopy(GetSizeBytes(), 0); }
+    RCPtr<LIBuffer> CreateCopy(uint32 length, uint32 offset) const override
+    {
+        // The lender's copy would go on behind the text.
+        const RCPtr<LIBuffer> own = mOwn ? mOwn : mLender->CreateCopy(mSize, mOffset);
+        return own->CreateCopy(length, offset);
+    }
+
+private:
+    LIBuffer& Own()
+    {
+        if (!mOwn) {
+            RCPtr<LIBuffer> own = mLender->CreateCopy(mSize, mOffset);
+            if (own->GetRawPtr() == nullptr) {
+                throw std::bad_alloc();
+            }
+            mOwn = std::move(own);
+            mLender = nullptr;
+        }
+        return *mOwn;
+    }
+
+    RCPtr<LIBuffer> mLender;
+    RCPtr<LIBuffer> mOwn; ///< null until something is changed
+    uint32 mOffset;
+    uint32 mSize;
+};
+
+} // namespace
+
+// The array changes by looking at it, and is made non-const for that.
+NameArray& NameArray::UpToDate() const
+{
+    auto& self = const_cast<NameArray&>(*this);
+    const MutexLock lock(mMutex);
+    self.AddNewNames();
+    return self;
+}
+
+void NameArray::AddNewNames()
+{
+    NameStore::Place place = mPlace;
+    while (const char* const name = mNames.Next(place)) {
+        const String string(RCPtr<LIBuffer>(new LLentText(mNames.GetChunk(place), name)));
+        const uint32 index = Array::GetCount();
+        Array::SetCount(index + 1);
+        *Array::GetAt(index) = string;
+        mPlace = place;
+    }
+}
+
+} // namespace QX
