@@ -167,4 +167,18 @@ TEST(NameArray, LendsBuffersThatAreCopiedLikeAnyOther)
     EXPECT_EQ(std::string_view(longer->GetPtr<char>(0), 6), std::string_view("ne\0\0\0\0", 6));
 }
 
+TEST(NameArray, LendsBuffersThatAreCopiedWithTheirChanges)
+{
+    const Names names;
+    const RCPtr<LIBuffer> buffer = names.array.GetAt(0)->GetBuffer();
+    buffer->FillN('x', 0, 1);
+
+    const RCPtr<LIBuffer> whole = RCPtr<LIBuffer>::Downcast(buffer->CreateCopy());
+    const RCPtr<LIBuffer> end = buffer->CreateCopy(3, 1);
+
+    EXPECT_STREQ(whole->GetPtr<char>(0), "xne");
+    EXPECT_STREQ(end->GetPtr<char>(0), "ne");
+    EXPECT_STREQ(names.one, "one");
+}
+
 } // namespace
