@@ -2,6 +2,7 @@
 
 #include "Notifications/NameArray.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -48,9 +49,18 @@ public:
     RCPtr<LRefCountedObject> CreateCopy() const override { return CreateCopy(GetSizeBytes(), 0); }
     RCPtr<LIBuffer> CreateCopy(uint32 length, uint32 offset) const override
     {
-        // The lender's copy would go on behind the text.
-        const RCPtr<LIBuffer> own = mOwn ? mOwn : mLender->CreateCopy(mSize, mOffset);
-        return own->CreateCopy(length, offset);
+        if (mOwn) {
+            return mOwn->CreateCopy(length, offset);
+        }
+        // Not the lender's copy, which would go on behind the text, nor a copy of that: the heap
+        // may refuse the first and grant the second, whose text would be lost.
+        RCPtr<LIBuffer> copy = LTextBuffer::Create(length, 0, true);
+        if (offset < mSize && copy->GetRawPtr() != nullptr) {
+            std::memcpy(copy->GetRawPtr(),
+                        static_cast<char*>(mLender->GetRawPtr()) + mOffset + offset,
+                        std::min(mSize - offset, length));
+        }
+        return copy;
     }
 
 private:

@@ -102,4 +102,33 @@ TEST(NameArraySweep, AChangeThatFindsNoMemoryThrowsAndLeavesTheText)
     SweepRefusals<Names>(operations);
 }
 
+void ShareTheFirst(Names& names)
+{
+    names.taken = *names.array.GetAt(0);
+}
+
+TEST(NameArraySweep, AChangeOfASharedStringThatFindsNoMemoryThrowsAndLeavesTheText)
+{
+    const Operation operations[] = {
+        {.what = "operator+=",
+         .prepare = ShareTheFirst,
+         .run = [](Names& names) { names.taken += 'x'; },
+         .done = "one,two, > onex",
+         .thrown = "one,two, > one",
+         .least = 2},
+        {.what = "Lock",
+         .prepare = ShareTheFirst,
+         .run =
+             [](Names& names) {
+                 names.taken.Lock(8);
+                 names.taken.Release();
+             },
+         .done = "one,two, > one",
+         .thrown = "one,two, > one",
+         .least = 2},
+    };
+
+    SweepRefusals<Names>(operations);
+}
+
 } // namespace
