@@ -18,6 +18,7 @@ using QX::NameArray;
 using QX::NameStore;
 using QX::RCPtr;
 using QX::String;
+using QX::StringArrayT;
 
 /// A store of "one" and "two", and the array of its names.
 struct Names
@@ -58,6 +59,19 @@ const Look kLooks[] = {
      },
      "two"},
     {"SetCount", [](Names& names) { return std::to_string(names.array.SetCount(3)); }, "3"},
+    {"a copy",
+     [](Names& names) {
+         const StringArrayT<char> copy(names.array);
+         return std::string(*copy.GetAt(1));
+     },
+     "two"},
+    {"an assignment",
+     [](Names& names) {
+         StringArrayT<char> copy;
+         copy = names.array;
+         return std::string(*copy.GetAt(1));
+     },
+     "two"},
     {"AppendItem", [](Names& names) { return std::to_string(names.array.AppendItem("own")); }, "2"},
 };
 
@@ -84,6 +98,19 @@ TEST(NameArray, GoesOnWhereItHasStopped)
     EXPECT_EQ(names.array.GetAt(2)->CStr(), three);
     EXPECT_EQ(names.array.GetAt(2)->GetLength(), 5u);
     EXPECT_THROW(names.array.GetAt(3), std::out_of_range);
+}
+
+TEST(NameArray, DropsTheNamesThatNobodyHasSeenWhenItIsReplaced)
+{
+    Names names;
+    StringArrayT<char> other;
+    other.AppendItem("other");
+    StringArrayT<char>& array = names.array;
+
+    array = other;
+
+    ASSERT_EQ(array.GetCount(), 1u);
+    EXPECT_STREQ(array.GetAt(0)->CStr(), "other");
 }
 
 TEST(NameArray, LendsTextThatOutlivesIt)

@@ -42,6 +42,8 @@ Texts TextsOf(const Strings& strings)
 static_assert(std::is_same_v<Strings, QX::StringArrayT<char, unsigned short>>);
 static_assert(std::is_base_of_v<QX::Array<String>, Strings>);
 static_assert(std::is_base_of_v<QX::IArray<String>, QX::Array<String>>);
+static_assert(std::is_nothrow_move_constructible_v<Strings>);
+static_assert(std::is_nothrow_move_assignable_v<Strings>);
 
 /// An array with room for two strings.
 class SmallArray : public Strings
