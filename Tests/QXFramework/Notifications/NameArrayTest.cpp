@@ -117,7 +117,7 @@ TEST(NameArray, LendsTextThatOutlivesIt)
 {
     String kept;
     {
-        const Names names;
+        Names names;
         kept = *names.array.GetAt(1);
     }
 
@@ -180,7 +180,7 @@ TEST(NameArray, LendsTextThatNoStringCanChange)
 
 TEST(NameArray, LendsBuffersThatAreCopiedLikeAnyOther)
 {
-    const Names names;
+    Names names;
     const RCPtr<LIBuffer> buffer = names.array.GetAt(0)->GetBuffer();
 
     const RCPtr<LIBuffer> whole = RCPtr<LIBuffer>::Downcast(buffer->CreateCopy());
