@@ -2,8 +2,11 @@
 
 #include "Notifications/NameArray.h"
 
+#include "Support/Threads.h"
+
 #include <gtest/gtest.h>
 
+#include <array>
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -19,6 +22,7 @@ using QX::NameStore;
 using QX::RCPtr;
 using QX::String;
 using QX::StringArrayT;
+using QX::uint32;
 
 /// A store of "one" and "two", and the array of its names.
 struct Names
@@ -98,6 +102,24 @@ TEST(NameArray, GoesOnWhereItHasStopped)
     EXPECT_EQ(names.array.GetAt(2)->CStr(), three);
     EXPECT_EQ(names.array.GetAt(2)->GetLength(), 5u);
     EXPECT_THROW(names.array.GetAt(3), std::out_of_range);
+}
+
+TEST(NameArray, ShowsEachNameOnceWhenManyThreadsLookFirst)
+{
+    constexpr uint32 kNames = 5000;
+    NameStore store;
+    Mutex mutex;
+    NameArray array{store, mutex};
+    for (uint32 number = 0; number < kNames; ++number) {
+        store.Add(std::to_string(number));
+    }
+    std::array<uint32, 4> counts{};
+
+    TestSupport::RunOnThreads(counts.size(),
+                              [&](std::size_t thread) { counts[thread] = array.GetCount(); });
+
+    EXPECT_EQ(counts, (std::array<uint32, 4>{kNames, kNames, kNames, kNames}));
+    EXPECT_EQ(*array.GetAt(kNames - 1), "4999");
 }
 
 TEST(NameArray, DropsTheNamesThatNobodyHasSeenWhenItIsReplaced)

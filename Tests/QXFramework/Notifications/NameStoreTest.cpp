@@ -104,6 +104,18 @@ TEST(NameStore, FillsAChunkToItsLastByte)
     EXPECT_EQ(NamesFrom(store, place), (Names{std::string(16379, 'f'), "abc", "d"}));
 }
 
+TEST(NameStore, StartsAChunkWhereOneByteIsMissing)
+{
+    NameStore store;
+    NameStore::Place place;
+
+    const char* const first = store.Add(std::string(16382, 'f'));
+    const char* const second = store.Add("s");
+
+    EXPECT_NE(second, first + 16383);
+    EXPECT_EQ(NamesFrom(store, place), (Names{std::string(16382, 'f'), "s"}));
+}
+
 TEST(NameStore, LeavesItsMemoryToWhoeverHoldsIt)
 {
     RCPtr<LIBuffer> chunk;
