@@ -207,6 +207,9 @@ TEST(NameArray, LendsBuffersThatAreCopiedLikeAnyOther)
 
     const RCPtr<LIBuffer> whole = RCPtr<LIBuffer>::Downcast(buffer->CreateCopy());
     const RCPtr<LIBuffer> longer = buffer->CreateCopy(6, 1);
+    const RCPtr<LIBuffer> behind = buffer->CreateCopy(3, 5);
+    buffer->FillN('x', 0, 1);
+    const RCPtr<LIBuffer> changed = buffer->CreateCopy(2, 0);
 
     EXPECT_EQ(buffer->GetSizeBytes(), 4u);
     EXPECT_EQ(buffer->GetAllocatedSize(), 4u);
@@ -214,6 +217,8 @@ TEST(NameArray, LendsBuffersThatAreCopiedLikeAnyOther)
     EXPECT_STREQ(whole->GetPtr<char>(0), "one");
     ASSERT_EQ(longer->GetSizeBytes(), 6u);
     EXPECT_EQ(std::string_view(longer->GetPtr<char>(0), 6), std::string_view("ne\0\0\0\0", 6));
+    EXPECT_EQ(std::string_view(behind->GetPtr<char>(0), 3), std::string_view("\0\0\0", 3));
+    EXPECT_EQ(std::string_view(changed->GetPtr<char>(0), 2), "xn");
 }
 
 TEST(NameArray, LendsBuffersThatAreCopiedWithTheirChanges)
