@@ -203,36 +203,50 @@ TEST(NameArray, LendsTextThatNoStringCanChange)
 TEST(NameArray, LendsBuffersThatAreCopiedLikeAnyOther)
 {
     Names names;
-    const RCPtr<LIBuffer> buffer = names.array.GetAt(0)->GetBuffer();
+    const RCPtr<LIBuffer> buffer = names.array.GetAt(1)->GetBuffer();
 
     const RCPtr<LIBuffer> whole = RCPtr<LIBuffer>::Downcast(buffer->CreateCopy());
     const RCPtr<LIBuffer> longer = buffer->CreateCopy(6, 1);
     const RCPtr<LIBuffer> behind = buffer->CreateCopy(3, 5);
-    buffer->FillN('x', 0, 1);
-    const RCPtr<LIBuffer> changed = buffer->CreateCopy(2, 0);
 
     EXPECT_EQ(buffer->GetSizeBytes(), 4u);
     EXPECT_EQ(buffer->GetAllocatedSize(), 4u);
     EXPECT_EQ(whole->GetSizeBytes(), 4u);
-    EXPECT_STREQ(whole->GetPtr<char>(0), "one");
+    EXPECT_STREQ(whole->GetPtr<char>(0), "two");
     ASSERT_EQ(longer->GetSizeBytes(), 6u);
-    EXPECT_EQ(std::string_view(longer->GetPtr<char>(0), 6), std::string_view("ne\0\0\0\0", 6));
+    EXPECT_EQ(std::string_view(longer->GetPtr<char>(0), 6), std::string_view("wo\0\0\0\0", 6));
     EXPECT_EQ(std::string_view(behind->GetPtr<char>(0), 3), std::string_view("\0\0\0", 3));
-    EXPECT_EQ(std::string_view(changed->GetPtr<char>(0), 2), "xn");
+
+    buffer->FillN('x', 0, 1);
+    const RCPtr<LIBuffer> changed = buffer->CreateCopy(2, 0);
+    EXPECT_EQ(std::string_view(changed->GetPtr<char>(0), 2), "xw");
 }
 
-TEST(NameArray, LendsBuffersThatAreCopiedWithTheirChanges)
+TEST(NameArray, LendsBuffersThatAnswerLikeAnyOther)
 {
-    const Names names;
+    Names names;
     const RCPtr<LIBuffer> buffer = names.array.GetAt(0)->GetBuffer();
-    buffer->FillN('x', 0, 1);
 
-    const RCPtr<LIBuffer> whole = RCPtr<LIBuffer>::Downcast(buffer->CreateCopy());
-    const RCPtr<LIBuffer> end = buffer->CreateCopy(3, 1);
+    EXPECT_EQ(buffer->FillN('x', 0, 5), QX::kResultOutOfRange);
+    EXPECT_EQ(buffer->FillN('x', 0, 1), 0);
+    EXPECT_EQ(buffer->FillW(0x7878, 3, 1), QX::kResultOutOfRange);
+    EXPECT_EQ(buffer->FillW(0x7878, 0, 1), 0);
+    EXPECT_EQ(buffer->ResizeBytes(7), 7);
+    EXPECT_EQ(buffer->SetSizeBytes(5), 5);
+    EXPECT_EQ(buffer->SetSizeBytes(0), 0);
+}
 
-    EXPECT_STREQ(whole->GetPtr<char>(0), "xne");
-    EXPECT_STREQ(end->GetPtr<char>(0), "ne");
-    EXPECT_STREQ(names.one, "one");
+TEST(NameArray, HoldsAChunkForEachStringThatHasNotChanged)
+{
+    Names names;
+    const LIBuffer& chunk = *names.store.GetChunk({});
+    EXPECT_EQ(chunk.GetReferenceCount(), 1);
+
+    names.array.GetCount();
+    EXPECT_EQ(chunk.GetReferenceCount(), 3);
+
+    names.array.GetAt(0)->GetBuffer()->FillN('x', 0, 1);
+    EXPECT_EQ(chunk.GetReferenceCount(), 2);
 }
 
 } // namespace
