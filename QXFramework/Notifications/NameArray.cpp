@@ -19,16 +19,13 @@ class LLentText final : public LIBuffer
 public:
     LLentText(const RCPtr<LIBuffer>& lender, const char* text)
         : mLender(lender)
-        , mOffset(static_cast<uint32>(text - static_cast<const char*>(lender->GetRawPtr())))
+        , mText(text)
         , mSize(static_cast<uint32>(std::strlen(text)) + 1)
     {}
 
     uint32 GetSizeBytes() const override { return mOwn ? mOwn->GetSizeBytes() : mSize; }
     uint32 GetAllocatedSize() const override { return mOwn ? mOwn->GetAllocatedSize() : mSize; }
-    void* GetRawPtr() override
-    {
-        return mOwn ? mOwn->GetRawPtr() : static_cast<char*>(mLender->GetRawPtr()) + mOffset;
-    }
+    void* GetRawPtr() override { return mOwn ? mOwn->GetRawPtr() : const_cast<char*>(mText); }
     int32 SetSizeBytes(uint32 size) override { return Own().SetSizeBytes(size); }
     int32 ResizeBytes(uint32 size) override
     {
@@ -52,13 +49,10 @@ public:
         if (mOwn) {
             return mOwn->CreateCopy(length, offset);
         }
-        // Not the lender's copy, which would go on behind the text, nor a copy of that: the heap
-        // may refuse the first and grant the second, whose text would be lost.
+        // Not the lender's copy, which would go on behind the text.
         RCPtr<LIBuffer> copy = LTextBuffer::Create(length, 0, true);
         if (offset < mSize && copy->GetRawPtr() != nullptr) {
-            std::memcpy(copy->GetRawPtr(),
-                        static_cast<char*>(mLender->GetRawPtr()) + mOffset + offset,
-                        std::min(mSize - offset, length));
+            std::memcpy(copy->GetRawPtr(), mText + offset, std::min(mSize - offset, length));
         }
         return copy;
     }
@@ -67,7 +61,7 @@ private:
     LIBuffer& Own()
     {
         if (!mOwn) {
-            RCPtr<LIBuffer> own = mLender->CreateCopy(mSize, mOffset);
+            RCPtr<LIBuffer> own = CreateCopy(mSize, 0);
             if (own->GetRawPtr() == nullptr) {
                 throw std::bad_alloc();
             }
@@ -77,9 +71,9 @@ private:
         return *mOwn;
     }
 
-    RCPtr<LIBuffer> mLender;
-    RCPtr<LIBuffer> mOwn; ///< null until something is changed
-    uint32 mOffset;
+    RCPtr<LIBuffer> mLender; ///< null from the first change on
+    RCPtr<LIBuffer> mOwn;    ///< null until then
+    const char* mText;       ///< in the lender
     uint32 mSize;
 };
 
