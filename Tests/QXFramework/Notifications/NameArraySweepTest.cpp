@@ -72,22 +72,34 @@ void TakeTheFirst(Names& names)
     names.array.RemoveItem(0, names.taken);
 }
 
+void ShareTheFirst(Names& names)
+{
+    names.taken = *names.array.GetAt(0);
+}
+
+void Append(Names& names)
+{
+    names.taken += 'x';
+}
+
+void LockAndRelease(Names& names)
+{
+    names.taken.Lock(8);
+    names.taken.Release();
+}
+
 TEST(NameArraySweep, AChangeThatFindsNoMemoryThrowsAndLeavesTheText)
 {
     const Operation operations[] = {
         {.what = "operator+=",
          .prepare = TakeTheFirst,
-         .run = [](Names& names) { names.taken += 'x'; },
+         .run = Append,
          .done = "two, > onex",
          .thrown = "two, > one",
          .least = 2},
         {.what = "Lock",
          .prepare = TakeTheFirst,
-         .run =
-             [](Names& names) {
-                 names.taken.Lock(8);
-                 names.taken.Release();
-             },
+         .run = LockAndRelease,
          .done = "two, > one",
          .thrown = "two, > one",
          .least = 2},
@@ -102,27 +114,18 @@ TEST(NameArraySweep, AChangeThatFindsNoMemoryThrowsAndLeavesTheText)
     SweepRefusals<Names>(operations);
 }
 
-void ShareTheFirst(Names& names)
-{
-    names.taken = *names.array.GetAt(0);
-}
-
 TEST(NameArraySweep, AChangeOfASharedStringThatFindsNoMemoryThrowsAndLeavesTheText)
 {
     const Operation operations[] = {
         {.what = "operator+=",
          .prepare = ShareTheFirst,
-         .run = [](Names& names) { names.taken += 'x'; },
+         .run = Append,
          .done = "one,two, > onex",
          .thrown = "one,two, > one",
          .least = 2},
         {.what = "Lock",
          .prepare = ShareTheFirst,
-         .run =
-             [](Names& names) {
-                 names.taken.Lock(8);
-                 names.taken.Release();
-             },
+         .run = LockAndRelease,
          .done = "one,two, > one",
          .thrown = "one,two, > one",
          .least = 2},
