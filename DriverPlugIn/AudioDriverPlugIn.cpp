@@ -9,7 +9,7 @@
 
 #include "DriverPlugIn/DirectMonitor.h"
 #include "DriverPlugIn/PlugInInfo.h"
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 
 #include <QX/Types.h>
 

@@ -2,7 +2,7 @@
 
 #include "DriverPlugIn/DeviceMessageSerializer.h"
 
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 
 #include <cstdint>
 #include <limits>

@@ -3,7 +3,7 @@
 #include "DriverPlugIn/DirectMonitor.h"
 
 #include "DriverPlugIn/ServerLink.h"
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 
 #include <IOKit/IOReturn.h>
 #include <QX/Variant.h>

@@ -3,7 +3,7 @@
 #include "DriverPlugIn/ServerLink.h"
 
 #include "DriverPlugIn/DeviceMessageSerializer.h"
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 
 #include <QX/Buffer.h>
 #include <QX/RCPtr.h>

@@ -9,7 +9,7 @@
 // ahead" waits for the drain in the same way.
 
 #include "DriverPlugIn/DeviceMessageSerializer.h"
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 
 #include <CoreAudio/AudioDriverPlugIn.h>
 #include <CoreFoundation/CoreFoundation.h>

@@ -1,6 +1,6 @@
 // NameArray.cpp - strings over the characters of the notification names.
 
-#include "Notifications/NameArray.h"
+#include "NameArray.h"
 
 #include <algorithm>
 #include <cstring>

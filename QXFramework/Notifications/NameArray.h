@@ -1,7 +1,7 @@
 // NameArray.h - the notification names as an array of strings that everybody can look at.
 #pragma once
 
-#include "Notifications/NameStore.h"
+#include "NameStore.h"
 
 #include <QX/Mutex.h>
 #include <QX/StringArray.h>

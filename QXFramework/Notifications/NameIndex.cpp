@@ -1,6 +1,6 @@
 // NameIndex.cpp - the hash set behind the notification names.
 
-#include "Notifications/NameIndex.h"
+#include "NameIndex.h"
 
 #include <functional>
 

@@ -1,8 +1,8 @@
 // NameStore.cpp - the chunks of the notification names.
 
-#include "Notifications/NameStore.h"
+#include "NameStore.h"
 
-#include "Utilities/Storage/ByteCount.h"
+#include "ByteCount.h"
 
 #include <algorithm>
 #include <cstring>

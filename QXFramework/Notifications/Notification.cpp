@@ -1,6 +1,6 @@
 // Notification.cpp - making, naming and recycling notifications.
 
-#include "Notifications/NotificationStatics.h"
+#include "NotificationStatics.h"
 
 #include <QX/Mutex.h>
 #include <QX/Notification.h>

@@ -1,6 +1,6 @@
 // NotificationDistributor.cpp - registration, its counts, and delivery by name.
 
-#include "Notifications/NotificationStatics.h"
+#include "NotificationStatics.h"
 
 #include <QX/NotificationDistributor.h>
 

@@ -1,8 +1,8 @@
 // NotificationIDs.cpp - the process-wide table of notification names.
 
-#include "Notifications/NameArray.h"
-#include "Notifications/NameIndex.h"
-#include "Notifications/NameStore.h"
+#include "NameArray.h"
+#include "NameIndex.h"
+#include "NameStore.h"
 
 #include <QX/Mutex.h>
 #include <QX/Notification.h>

@@ -3,7 +3,7 @@
 // They are built in the order in which they stand and destroyed in reverse. The name table is
 // touched first, and so outlives all that uses names.
 
-#include "Notifications/NotificationStatics.h"
+#include "NotificationStatics.h"
 
 #include <QX/Mutex.h>
 #include <QX/Notification.h>

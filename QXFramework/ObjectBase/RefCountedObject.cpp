@@ -3,7 +3,6 @@
 #include <QX/RefCountedObject.h>
 
 #include <QX/RCPtr.h>
-#include <QX/String.h>
 #include <QX/ThrowSites.h>
 
 #include <CoreServices/CoreServices.h>
@@ -43,11 +42,6 @@ LRefCountedObject& LRefCountedObject::operator=(const LRefCountedObject&)
 {
     ThrowException<std::domain_error>("Invalid Assignment of RefCountedObject",
                                       ThrowSites::kRefCountedAssignment);
-}
-
-StringT<char> LRefCountedObject::ToString() const
-{
-    return StringT<char>("PKN2QX17LRefCountedObjectE");
 }
 
 void LRefCountedObject::Undo(const RCPtr<LRefCountedObject>&, RCPtr<LRefCountedObject>&)

@@ -5,7 +5,7 @@
 #include "DriverPlugIn/Support/Heap.h"
 #include "DriverPlugIn/Support/ServerProcess.h"
 
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 
 #include <CoreAudio/AudioDriverPlugIn.h>
 

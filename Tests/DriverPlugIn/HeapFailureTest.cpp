@@ -4,8 +4,8 @@
 // Each refusal happens in a child process of its own, which then shows that the plug-in goes on
 // working.
 
-#include "DriverPlugIn/ServerProtocol.h"
 #include "DriverPlugIn/Support/ServerProcess.h"
+#include "Protocol/ServerProtocol.h"
 #include "Support/FailingHeap.h"
 
 #include <CoreAudio/AudioDriverPlugIn.h>

@@ -3,7 +3,7 @@
 // Each test loads the bundle in a child process of its own, so that nothing of what it does to the
 // process can reach the other tests.
 
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 
 #include <CoreAudio/AudioDriverPlugIn.h>
 #include <CoreFoundation/CoreFoundation.h>

@@ -3,7 +3,7 @@
 #include "DriverPlugIn/ServerLink.h"
 #include "DriverPlugIn/Support/PlugInFixture.h"
 
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 
 #include <Standin/Standin.h>
 

@@ -2,7 +2,7 @@
 
 #include "DriverPlugIn/PlugInInfo.h"
 
-#include <QX/QX.h>
+#include "QXFramework/QX.h"
 
 namespace QX {
 

@@ -2,7 +2,7 @@
 
 #include "Tools/Host/Step.h"
 
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 #include "Tools/Host/Status.h"
 
 #include <CoreAudio/AudioDriverPlugIn.h>

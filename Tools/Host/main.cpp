@@ -1,6 +1,6 @@
 // main.cpp - qxhost: loads a driver plug-in bundle and drives it as the audio HAL would.
 
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 #include "Tools/Common/Terminal.h"
 #include "Tools/Host/Arguments.h"
 #include "Tools/Host/Report.h"

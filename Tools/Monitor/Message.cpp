@@ -2,7 +2,7 @@
 
 #include "Tools/Monitor/Message.h"
 
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 
 #include <iterator>
 

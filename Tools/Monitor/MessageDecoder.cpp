@@ -2,7 +2,7 @@
 
 #include "Tools/Monitor/MessageDecoder.h"
 
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 #include "Tools/Common/Text.h"
 #include "Tools/Monitor/PropertyListReader.h"
 #include "Tools/Monitor/ValueDecoder.h"

@@ -4,7 +4,7 @@
 
 #if __has_include(<Standin/Standin.h>)
 
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 #include "Tools/Common/Text.h"
 
 #include <CoreFoundation/CoreFoundation.h>

@@ -2,7 +2,7 @@
 
 #include "Tools/Monitor/ServerPort.h"
 
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 
 #include <utility>
 

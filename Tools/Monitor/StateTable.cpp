@@ -2,7 +2,7 @@
 
 #include "Tools/Monitor/StateTable.h"
 
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 
 namespace Monitor {
 

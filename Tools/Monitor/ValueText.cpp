@@ -2,7 +2,7 @@
 
 #include "Tools/Monitor/ValueText.h"
 
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 #include "Tools/Common/Text.h"
 
 namespace Monitor {

@@ -1,6 +1,6 @@
 // main.cpp - qxmon: holds the server's port, decodes, keeps and shows what arrives.
 
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 #include "Tools/Common/File.h"
 #include "Tools/Common/Terminal.h"
 #include "Tools/Monitor/Arguments.h"

@@ -2,7 +2,7 @@
 
 #include "DriverPlugIn/Support/ServerProcess.h"
 
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 
 #include <cerrno>
 #include <csignal>

@@ -1,7 +1,7 @@
 // NameArraySweepTest.cpp - looking at the names, and changing what they lend, with each request for
 // memory refused.
 
-#include "Notifications/NameArray.h"
+#include "NameArray.h"
 
 #include "Support/FailureSweep.h"
 

@@ -1,6 +1,6 @@
 // NameArrayTest.cpp - the names as strings, made when somebody looks.
 
-#include "Notifications/NameArray.h"
+#include "NameArray.h"
 
 #include "Support/Threads.h"
 

@@ -1,6 +1,6 @@
 // NameIndexTest.cpp - the set of names with hashes that are chosen, so that they meet and wrap.
 
-#include "Notifications/NameIndex.h"
+#include "NameIndex.h"
 
 #include <QX/Types.h>
 

@@ -1,6 +1,6 @@
 // NameStoreTest.cpp - the characters of names, added and walked.
 
-#include "Notifications/NameStore.h"
+#include "NameStore.h"
 
 #include <QX/Types.h>
 

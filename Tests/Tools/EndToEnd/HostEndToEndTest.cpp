@@ -1,6 +1,6 @@
 // HostEndToEndTest.cpp - qxhost as a process: the bundle's answers, and what reaches a real server.
 
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 #include "Tests/Tools/EndToEnd/ChildProcess.h"
 
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
 // HostileSendersTest.cpp - the real qxmon among senders that flood it, send garbage, come and go,
 // or belong to another user.
 
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 #include "Tests/Tools/EndToEnd/ChildProcess.h"
-#include "Tests/Tools/Messages.h"
+#include "Tests/Tools/Monitor/Messages.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 

@@ -1,8 +1,8 @@
 // MonitorEndToEndTest.cpp - qxmon as a process: what it shows of real messages, and how it ends.
 
-#include "DriverPlugIn/ServerProtocol.h"
+#include "Protocol/ServerProtocol.h"
 #include "Tests/Tools/EndToEnd/ChildProcess.h"
-#include "Tests/Tools/Messages.h"
+#include "Tests/Tools/Monitor/Messages.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 

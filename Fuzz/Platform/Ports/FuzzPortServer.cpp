@@ -1,0 +1,194 @@
+// FuzzPortServer.cpp - packets of a hostile client for a local port, beside an honest client.
+//
+// Every packet that is a message reaches the port once, with its ID and its data, is acknowledged
+// and, if it is a request, answered. The first packet that is none closes its connection, and what
+// lies behind it is never seen. An honest client is served before and after.
+
+#include "FuzzCheck.h"
+#include "HostilePeer.h"
+
+#include "Ports/PortName.h"
+#include "Ports/PortSocket.h"
+
+#include <CoreFoundation/CoreFoundation.h>
+#include <Standin/Standin.h>
+
+#include <cstring>
+#include <deque>
+
+namespace {
+
+using HostilePeer::Packet;
+using Standin::FrameKind;
+
+constexpr SInt32 kHonestMessage = 0x600D;
+
+/// The port, its loop's source and the honest client live as long as the process.
+struct Server
+{
+    Server();
+
+    CFMessagePortRef local;
+    CFMessagePortRef honest;
+    std::string name = HostilePeer::MakeName("server");
+    /// The messages that the hostile client has sent and the port has not handed out.
+    std::deque<Packet> expected;
+};
+
+CFStringRef MakeString(const std::string& text)
+{
+    return CFStringCreateWithCString(nullptr, text.c_str(), kCFStringEncodingUTF8);
+}
+
+/// Answers with the data that came.
+CFDataRef Handle(CFMessagePortRef, SInt32 id, CFDataRef data, void* info)
+{
+    auto& server = *static_cast<Server*>(info);
+    const UInt8* const bytes = CFDataGetBytePtr(data);
+    const auto size = static_cast<std::size_t>(CFDataGetLength(data));
+    if (id != kHonestMessage) {
+        FUZZ_CHECK(!server.expected.empty());
+        const Packet packet = server.expected.front();
+        server.expected.pop_front();
+        FUZZ_CHECK(id == packet.frame.mMessageID);
+        FUZZ_CHECK(size == packet.frame.mLength);
+        FUZZ_CHECK(size == 0 ||
+                   std::memcmp(bytes, packet.bytes.data() + Standin::kHeaderSize, size) == 0);
+    }
+    return CFDataCreate(nullptr, bytes, static_cast<CFIndex>(size));
+}
+
+Server::Server()
+{
+    const CFStringRef text = MakeString(name);
+    CFMessagePortContext context = {0, this, nullptr, nullptr, nullptr};
+    local = CFMessagePortCreateLocal(nullptr, text, &Handle, &context, nullptr);
+    FUZZ_CHECK(local != nullptr);
+    const CFRunLoopSourceRef source = CFMessagePortCreateRunLoopSource(nullptr, local, 0);
+    CFRunLoopAddSource(CFRunLoopGetCurrent(), source, kCFRunLoopDefaultMode);
+    CFRelease(source);
+    honest = CFMessagePortCreateRemote(nullptr, text);
+    FUZZ_CHECK(honest != nullptr);
+    CFRelease(text);
+}
+
+Server& GetServer()
+{
+    static auto* sServer = new Server;
+    return *sServer;
+}
+
+/// Lets the port take what has arrived.
+void RunLoop()
+{
+    while (CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0, true) == kCFRunLoopRunHandledSource) {
+    }
+}
+
+void CheckHonestService(const Server& server, uint8_t byte)
+{
+    const CFDataRef data = CFDataCreate(nullptr, &byte, 1);
+    CFDataRef reply = nullptr;
+    FUZZ_CHECK(CFMessagePortSendRequest(server.honest, kHonestMessage, data, 10.0, 10.0,
+                                        kCFRunLoopDefaultMode, &reply) == 0);
+    FUZZ_CHECK(reply != nullptr && CFDataGetLength(reply) == 1);
+    FUZZ_CHECK(*CFDataGetBytePtr(reply) == byte);
+    CFRelease(reply);
+    CFRelease(data);
+}
+
+/// One connection of the hostile client.
+class Client
+{
+public:
+    explicit Client(Server& server)
+        : mServer(server)
+        , mSocket(Standin::ConnectTo(Standin::WellKnownAddress(server.name)))
+    {
+        FUZZ_CHECK(static_cast<bool>(mSocket));
+    }
+
+    void Send(const Packet& packet)
+    {
+        if (mIsRefused || !HostilePeer::Send(mSocket.Get(), packet)) {
+            return;
+        }
+        const bool isMessage = packet.isFrame && (packet.frame.mKind == FrameKind::kOneWay ||
+                                                  packet.frame.mKind == FrameKind::kRequest);
+        if (!isMessage) {
+            mIsRefused = true;
+            return;
+        }
+        if (packet.frame.mMessageID != kHonestMessage) {
+            mServer.expected.push_back(packet);
+        }
+        mUnanswered.push_back(packet);
+    }
+
+    /// Lets the port take everything, and looks at what it sends back.
+    void Settle()
+    {
+        RunLoop();
+        FUZZ_CHECK(mServer.expected.empty());
+        Packet packet;
+        while (HostilePeer::Receive(mSocket.Get(), packet)) {
+            FUZZ_CHECK(packet.isFrame);
+            if (packet.frame.mKind == FrameKind::kAcknowledgement) {
+                FUZZ_CHECK(++mAcknowledged == packet.frame.mNumber);
+                SkipOneWays();
+                continue;
+            }
+            FUZZ_CHECK(packet.frame.mKind == FrameKind::kReply && !mUnanswered.empty());
+            const Packet& request = mUnanswered.front();
+            FUZZ_CHECK(packet.frame.mNumber == request.frame.mNumber);
+            FUZZ_CHECK(packet.frame.mMessageID == request.frame.mMessageID);
+            FUZZ_CHECK(packet.frame.mLength == request.frame.mLength);
+            mUnanswered.pop_front();
+            SkipOneWays();
+        }
+        FUZZ_CHECK(mUnanswered.empty());
+        FUZZ_CHECK(HostilePeer::IsClosed(mSocket.Get()) == mIsRefused);
+    }
+
+private:
+    void SkipOneWays()
+    {
+        while (!mUnanswered.empty() && mUnanswered.front().frame.mKind == FrameKind::kOneWay) {
+            mUnanswered.pop_front();
+        }
+    }
+
+    Server& mServer;
+    Standin::FileDescriptor mSocket;
+    bool mIsRefused = false;
+    UInt32 mAcknowledged = 0;
+    std::deque<Packet> mUnanswered;
+};
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    constexpr std::size_t kMostPackets = 24;
+    Server& server = GetServer();
+    RunLoop();
+    const SInt32 liveBefore = StandinGetTotalLiveObjectCount();
+    FuzzInput input(data, size);
+    const uint8_t choice = input.TakeByte();
+
+    Client client(server);
+    for (std::size_t count = 0; count < kMostPackets && !input.IsEmpty(); ++count) {
+        client.Send(HostilePeer::TakePacket(input));
+        if ((choice & 1) != 0) {
+            client.Settle();
+        }
+    }
+    if ((choice & 2) != 0) {
+        CheckHonestService(server, choice);
+    }
+    client.Settle();
+    CheckHonestService(server, choice);
+
+    FUZZ_CHECK(StandinGetTotalLiveObjectCount() == liveBefore);
+    return 0;
+}

@@ -1,0 +1,160 @@
+// Object.cpp - reference counts, the ledger of live objects, and the calls that take any object.
+
+#include "Objects/Object.h"
+
+#include <Standin/Standin.h>
+
+#include <cstdint>
+
+const CFAllocatorRef kCFAllocatorDefault = nullptr;
+
+namespace Standin {
+
+const Type kDeadType = {kNoType, "released object", nullptr, nullptr, nullptr};
+
+namespace {
+
+std::atomic<SInt32> gLiveObjects[kTypeCount];
+
+// The memory of the last destroyed objects is kept for a while, so that a reference given back
+// once too often meets a dead header, which says so, and not somebody else's memory.
+constexpr std::uint32_t kGraveyardSize = 64;
+std::atomic<Object*> gGraveyard[kGraveyardSize];
+std::atomic<std::uint32_t> gNextGrave;
+
+void Bury(Object* object)
+{
+    const Type& type = object->GetType();
+    gLiveObjects[type.mID].fetch_sub(1, std::memory_order_relaxed);
+    type.mDestroy(object);
+
+    Object* dead = new (static_cast<void*>(object)) Object(kDeadType, 0);
+    const std::uint32_t grave = gNextGrave.fetch_add(1, std::memory_order_relaxed) % kGraveyardSize;
+    std::free(gGraveyard[grave].exchange(dead, std::memory_order_acq_rel));
+}
+
+} // namespace
+
+void CountBirth(TypeID id)
+{
+    gLiveObjects[id].fetch_add(1, std::memory_order_relaxed);
+}
+
+void Object::Retain(const char* call)
+{
+    if (GetCount() == kImmortal) {
+        return;
+    }
+    if (mCount.fetch_add(1, std::memory_order_relaxed) <= 0) {
+        Misuse(call, "the object has already been released for the last time");
+    }
+}
+
+bool Object::TryRetain()
+{
+    SInt32 count = GetCount();
+    while (count > 0 && !mCount.compare_exchange_weak(count, count + 1)) {
+    }
+    return count > 0;
+}
+
+void Object::Release(const char* call)
+{
+    if (GetCount() == kImmortal) {
+        return;
+    }
+    const SInt32 before = mCount.fetch_sub(1, std::memory_order_acq_rel);
+    if (before <= 0) {
+        Misuse(call, "the object has already been released for the last time");
+    }
+    if (before == 1) {
+        Bury(this);
+    }
+}
+
+Object& AnyObject(CFTypeRef reference, const char* call)
+{
+    auto* object = static_cast<Object*>(const_cast<void*>(reference));
+    if (object == nullptr) {
+        Misuse(call, "the object is null");
+    }
+    if (object->GetType().mID == kNoType) {
+        Misuse(call, "the object has already been released for the last time");
+    }
+    return *object;
+}
+
+void WrongObject(CFTypeRef reference, const char* call, const char* wanted)
+{
+    const Object& object = AnyObject(reference, call);
+    // The two names make one sentence only in this order: "... is a CFData, not a " "CFString".
+    const char* const found = object.GetType().mName;
+    char text[64] = "the object is a ";
+    std::size_t length = sizeof("the object is a ") - 1;
+    for (const char* part : {found, ", not a "}) {
+        for (; *part != '\0' && length + 1 < sizeof text; ++part) {
+            text[length++] = *part;
+        }
+    }
+    text[length] = '\0';
+    Misuse(call, text, wanted);
+}
+
+} // namespace Standin
+
+CFTypeID CFGetTypeID(CFTypeRef cf)
+{
+    return Standin::AnyObject(cf, "CFGetTypeID").GetType().mID;
+}
+
+CFTypeRef CFRetain(CFTypeRef cf)
+{
+    Standin::AnyObject(cf, "CFRetain").Retain("CFRetain");
+    return cf;
+}
+
+void CFRelease(CFTypeRef cf)
+{
+    Standin::AnyObject(cf, "CFRelease").Release("CFRelease");
+}
+
+CFIndex CFGetRetainCount(CFTypeRef cf)
+{
+    return Standin::AnyObject(cf, "CFGetRetainCount").GetCount();
+}
+
+Boolean CFEqual(CFTypeRef cf1, CFTypeRef cf2)
+{
+    const Standin::Object& left = Standin::AnyObject(cf1, "CFEqual");
+    const Standin::Object& right = Standin::AnyObject(cf2, "CFEqual");
+    if (&left == &right) {
+        return true;
+    }
+    const Standin::Type& type = left.GetType();
+    return type.mID == right.GetType().mID && type.mEqual != nullptr && type.mEqual(&left, &right);
+}
+
+CFHashCode CFHash(CFTypeRef cf)
+{
+    const Standin::Object& object = Standin::AnyObject(cf, "CFHash");
+    const Standin::Type& type = object.GetType();
+    return type.mHash != nullptr
+               ? type.mHash(&object)
+               : static_cast<CFHashCode>(reinterpret_cast<std::uintptr_t>(cf) >> 4);
+}
+
+SInt32 StandinGetLiveObjectCount(CFTypeID typeID)
+{
+    return typeID < Standin::kTypeCount
+               ? Standin::gLiveObjects[typeID].load(std::memory_order_relaxed)
+               : 0;
+}
+
+SInt32 StandinGetTotalLiveObjectCount(void)
+{
+    SInt32 total = 0;
+    for (CFTypeID id = 0; id < Standin::kTypeCount; ++id) {
+        total += id != Standin::kRunLoopType ? StandinGetLiveObjectCount(id) : 0;
+    }
+    return total;
+}

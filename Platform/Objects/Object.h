@@ -1,0 +1,169 @@
+// Object.h - the counted header that every Core Foundation object begins with.
+//
+// An object is a struct derived from Object alone, so that its address is its header's address and
+// a CFTypeRef can be read as either. It has no virtual functions: constant objects, such as
+// kCFRunLoopDefaultMode, are then constant-initialised and outlive every static destructor.
+//
+//     struct __CFDate : Standin::Object { ... };
+//     CFDateRef date = Standin::Make<__CFDate>(7.0); // null when there is no memory
+#pragma once
+
+#include "Objects/Misuse.h"
+
+#include <CoreFoundation/CFBase.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <utility>
+
+namespace Standin {
+
+class Object;
+
+/// What the calls that ask for a type identifier return.
+enum TypeID : CFTypeID
+{
+    kNoType = 0,
+    kStringType,
+    kArrayType,
+    kDictionaryType,
+    kNumberType,
+    kBooleanType,
+    kDataType,
+    kDateType,
+    kRunLoopType,
+    kRunLoopSourceType,
+    kMessagePortType,
+    kTypeCount
+};
+
+/// What the calls that take any object need to know of one type.
+struct Type
+{
+    TypeID mID;
+    const char* mName;
+    /// Ends the object's life; the caller frees the memory.
+    void (*mDestroy)(Object*);
+    /// Null: an object is equal to itself alone.
+    bool (*mEqual)(const Object*, const Object*);
+    CFHashCode (*mHash)(const Object*);
+};
+
+/// The type of an object that has been destroyed and whose memory is not yet used again.
+extern const Type kDeadType;
+
+class Object
+{
+public:
+    static constexpr SInt32 kImmortal = 0x7FFFFFFF;
+
+    constexpr explicit Object(const Type& type, SInt32 count = 1)
+        : mType(&type)
+        , mCount(count)
+    {}
+    Object(const Object&) = delete;
+    Object& operator=(const Object&) = delete;
+
+    const Type& GetType() const { return *mType; }
+    SInt32 GetCount() const { return mCount.load(std::memory_order_relaxed); }
+
+    void Retain(const char* call);
+    /// Adds a reference unless the last one is just being released.
+    bool TryRetain();
+    void Release(const char* call);
+
+private:
+    const Type* mType;
+    std::atomic<SInt32> mCount;
+};
+
+/// Enters a new object into the ledger of live objects.
+void CountBirth(TypeID id);
+
+/// Makes an object with `extraBytes` behind it; null when there is no memory.
+template <class T, class... Arguments>
+T* MakeWithRoom(std::size_t extraBytes, Arguments&&... arguments)
+{
+    void* memory = std::malloc(sizeof(T) + extraBytes);
+    if (memory == nullptr) {
+        return nullptr;
+    }
+    try {
+        T* made = new (memory) T(std::forward<Arguments>(arguments)...);
+        CountBirth(made->GetType().mID);
+        return made;
+    } catch (const std::bad_alloc&) {
+        std::free(memory);
+        return nullptr;
+    }
+}
+
+template <class T, class... Arguments>
+T* Make(Arguments&&... arguments)
+{
+    return MakeWithRoom<T>(0, std::forward<Arguments>(arguments)...);
+}
+
+template <class T>
+void Destroy(Object* object)
+{
+    static_cast<T*>(object)->~T();
+}
+
+/// The header of `reference`, which is an object of any type. Stops the program if it is null or
+/// destroyed.
+Object& AnyObject(CFTypeRef reference, const char* call);
+
+[[noreturn]] void WrongObject(CFTypeRef reference, const char* call, const char* wanted);
+
+/// `reference` as an object of the type T. Stops the program if it is none.
+template <class T>
+T& As(CFTypeRef reference, const char* call)
+{
+    auto* object = static_cast<Object*>(const_cast<void*>(reference));
+    if (object == nullptr || object->GetType().mID != T::kType.mID) {
+        WrongObject(reference, call, T::kType.mName);
+    }
+    return static_cast<T&>(*object);
+}
+
+/// Holds one reference and gives it back at the end of the scope.
+template <class Reference>
+class Held
+{
+public:
+    explicit Held(Reference reference = nullptr)
+        : mReference(reference)
+    {}
+    Held(Held&& other) noexcept
+        : mReference(other.Detach())
+    {}
+    Held& operator=(Held&& other) noexcept
+    {
+        std::swap(mReference, other.mReference);
+        return *this;
+    }
+    ~Held()
+    {
+        if (mReference != nullptr) {
+            CFRelease(mReference);
+        }
+    }
+
+    Reference Get() const { return mReference; }
+    Reference Detach() { return std::exchange(mReference, nullptr); }
+
+private:
+    Reference mReference;
+};
+
+/// Adds a reference and returns the object, of its own type.
+template <class Reference>
+Reference Retained(Reference reference)
+{
+    CFRetain(reference);
+    return reference;
+}
+
+} // namespace Standin

@@ -1,0 +1,44 @@
+// String.h - the object behind CFStringRef: UTF-8 text that never changes.
+#pragma once
+
+#include "Objects/Object.h"
+
+#include <CoreFoundation/CFString.h>
+
+#include <string_view>
+
+struct __CFString : Standin::Object
+{
+    static const Standin::Type kType;
+
+    /// A constant object over a literal.
+    constexpr explicit __CFString(std::string_view literal)
+        : Object(kType, kImmortal)
+        , mText(literal.data())
+        , mLength(literal.size())
+    {}
+    /// An object whose text, with a NUL, stands behind it.
+    __CFString(std::size_t length, SInt32 count)
+        : Object(kType, count)
+        , mText(reinterpret_cast<const char*>(this + 1))
+        , mLength(length)
+    {}
+
+    std::string_view GetView() const { return {mText, mLength}; }
+
+    const char* const mText;
+    const std::size_t mLength;
+};
+
+namespace Standin {
+
+/// Copies well-formed UTF-8; null when there is no memory.
+CFStringRef MakeString(std::string_view text);
+
+/// The text of a string. Stops the program if the object is none.
+std::string_view Text(CFStringRef string, const char* call);
+
+/// Compares by UTF-16 units: negative, 0 or positive.
+int CompareUnits(std::string_view left, std::string_view right);
+
+} // namespace Standin

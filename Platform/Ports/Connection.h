@@ -1,0 +1,89 @@
+// Connection.h - the sending end: what all remote ports of one name in a process share.
+//
+// The ports of a process share their way to the server, so that messages of different devices
+// arrive in the order in which they were sent. The sender counts what the server has not yet
+// acknowledged and stops at kQueueLimit; an acknowledgement says how many messages were taken.
+#pragma once
+
+#include "Ports/Clock.h"
+#include "Ports/RunLoop.h"
+
+#include "Ports/FileDescriptor.h"
+#include "Ports/Frame.h"
+
+#include <CoreFoundation/CFData.h>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace Standin {
+
+class Connection : public std::enable_shared_from_this<Connection>
+{
+public:
+    /// One reply that a thread waits for.
+    struct Waiter
+    {
+        UInt32 mConversation = 0;
+        __CFRunLoop* mLoop = nullptr;
+        std::atomic<bool> mIsDone{false};
+        /// The reply is there, or none will come.
+        std::atomic<bool> mIsOver{false};
+        Held<CFDataRef> mReply;
+    };
+
+    /// Finds or makes the connection to the holder of a name; null if nobody holds it.
+    static std::shared_ptr<Connection> Open(std::string_view name);
+
+    explicit Connection(FileDescriptor socket);
+    ~Connection();
+
+    /// Sends one message, waiting for room until the deadline. With a waiter, the message is a
+    /// request and the waiter is entered for its reply. Returns a message-port status.
+    SInt32 Send(SInt32 messageID, CFDataRef data, Nanoseconds deadline, Waiter* waiter);
+    void Forget(const Waiter& waiter);
+
+    /// Reads what the server has sent. Returns false once the server's end is gone.
+    bool ReadArrived();
+
+    /// Makes the calling thread's loop notice the server's end.
+    void WatchFromThisThread();
+    /// Makes the ports of this connection invalid if the server's end is gone; true if it is.
+    bool NoticeEnd();
+    bool IsEndNoticed() const { return mIsEndNoticed.load(std::memory_order_acquire); }
+    bool IsAlive() const;
+    int GetSocket() const { return mSocket.Get(); }
+
+    /// Cuts a forked child off from its parent's connections.
+    static void LockAll();
+    static void UnlockAll();
+    static void CloseAllInChild();
+
+private:
+    class EndSource;
+
+    bool ReadOne();
+    void DeliverReply(const Frame& frame, const unsigned char* data);
+    bool HasRoom() const { return mSent - mTaken < kQueueLimit; }
+    void WaitFor(short events, Nanoseconds deadline) const;
+
+    FileDescriptor mSocket;
+    /// Set once the server's end is known to be gone, noticed or not.
+    std::atomic<bool> mIsBroken{false};
+    std::atomic<bool> mIsEndNoticed{false};
+    std::shared_ptr<EndSource> mEndSource;
+
+    /// Guards everything below.
+    std::mutex mMutex;
+    UInt32 mSent = 0;
+    UInt32 mTaken = 0;
+    UInt32 mLastConversation = 0;
+    std::vector<Waiter*> mWaiters;
+    /// Room for a reply; empty until the first request.
+    std::vector<unsigned char> mBuffer;
+};
+
+} // namespace Standin

@@ -1,0 +1,451 @@
+// MessagePort.cpp - the objects and the calls of message ports.
+
+#include "Ports/MessagePort.h"
+
+#include "Objects/String.h"
+#include "Ports/PortName.h"
+#include "Ports/PortSocket.h"
+
+#include <Standin/Standin.h>
+
+#include <algorithm>
+#include <map>
+#include <pthread.h>
+#include <vector>
+
+namespace Standin {
+
+/// Calls a port back when a message is there, and keeps it alive as long as it can.
+class LocalPortSource : public LoopSource
+{
+public:
+    explicit LocalPortSource(CFMessagePortRef port)
+        : mPort(Retained(port))
+        , mReadiness(port->mReceiver != nullptr ? port->mReceiver->GetReadiness() : -1)
+    {}
+    ~LocalPortSource() override { Detach(); }
+
+    pollfd GetPollEntry() const override
+    {
+        pollfd entry{};
+        entry.fd = mReadiness;
+        entry.events = POLLIN;
+        return entry;
+    }
+
+    bool Perform() override
+    {
+        Held<CFMessagePortRef> port;
+        {
+            const std::lock_guard lock(mMutex);
+            if (mPort == nullptr) {
+                return false;
+            }
+            port = Held<CFMessagePortRef>(Retained(mPort));
+        }
+        return port.Get()->HandleOne();
+    }
+
+    /// Lets the port go.
+    void Detach()
+    {
+        Held<CFMessagePortRef> port;
+        const std::lock_guard lock(mMutex);
+        port = Held<CFMessagePortRef>(std::exchange(mPort, nullptr));
+    }
+
+private:
+    std::mutex mMutex;
+    CFMessagePortRef mPort;
+    const int mReadiness;
+};
+
+namespace {
+
+/// The valid local ports with a name, and every port that a forked child must close.
+struct Ports
+{
+    std::mutex mMutex;
+    std::map<std::string, __CFMessagePort*, std::less<>> mByName;
+    std::vector<__CFMessagePort*> mLocal;
+};
+
+// Never destroyed: ports may be released by the last static destructor.
+Ports& GetPorts()
+{
+    static auto* sPorts = new Ports;
+    return *sPorts;
+}
+
+void LockForFork()
+{
+    GetPorts().mMutex.lock();
+    Connection::LockAll();
+    LockLoops();
+}
+
+void UnlockInParent()
+{
+    UnlockLoops();
+    Connection::UnlockAll();
+    GetPorts().mMutex.unlock();
+}
+
+// A child has none of its parent's ports, or the parent's end would not be noticed and the
+// parent's messages would go astray.
+void CloseInChild()
+{
+    for (__CFMessagePort* port : GetPorts().mLocal) {
+        if (port->mReceiver != nullptr) {
+            port->mReceiver->CloseInChild();
+        }
+    }
+    GetPorts().mByName.clear();
+    Connection::CloseAllInChild();
+    RenewLoopsInChild();
+    UnlockInParent();
+}
+
+[[maybe_unused]] const int gForkHandlers =
+    pthread_atfork(&LockForFork, &UnlockInParent, &CloseInChild);
+
+/// Floors a send timeout to milliseconds, as the platform does.
+Nanoseconds SendDeadline(CFTimeInterval seconds)
+{
+    constexpr CFTimeInterval kTenDays = 864000;
+    if (seconds >= kTenDays) {
+        return DeadlineAfter(1e9);
+    }
+    const auto milliseconds = seconds > 0 ? static_cast<SInt64>(seconds * 1000) : 0;
+    return Now() + milliseconds * 1000000;
+}
+
+/// Reads a connection while a thread waits for a reply on it.
+class ReplySource : public LoopSource
+{
+public:
+    ReplySource(std::shared_ptr<Connection> connection, const Connection::Waiter& waiter)
+        : mConnection(std::move(connection))
+        , mWaiter(waiter)
+    {}
+
+    pollfd GetPollEntry() const override
+    {
+        pollfd entry{};
+        entry.fd = mConnection->GetSocket();
+        entry.events = POLLIN;
+        return entry;
+    }
+
+    bool Perform() override
+    {
+        if (!mConnection->ReadArrived()) {
+            mConnection->NoticeEnd();
+            return true;
+        }
+        return mWaiter.mIsDone.load(std::memory_order_acquire);
+    }
+
+private:
+    const std::shared_ptr<Connection> mConnection;
+    const Connection::Waiter& mWaiter;
+};
+
+/// Takes a source out of its loop, and a waiter out of its connection, however the wait ends.
+class ReplyWait
+{
+public:
+    ReplyWait(const __CFMessagePort& port, std::string_view mode)
+        : mConnection(port.mConnection)
+        , mMode(mode)
+        , mSource(std::make_shared<ReplySource>(mConnection, mWaiter))
+    {
+        mWaiter.mLoop = CFRunLoopGetCurrent();
+    }
+    ReplyWait(const ReplyWait&) = delete;
+    ReplyWait& operator=(const ReplyWait&) = delete;
+    ~ReplyWait()
+    {
+        mConnection->Forget(mWaiter);
+        RemoveFromEveryLoop(mSource.get());
+    }
+
+    Connection::Waiter& GetWaiter() { return mWaiter; }
+    bool IsDone() const { return mWaiter.mIsDone.load(std::memory_order_acquire); }
+
+    /// Runs the loop until the reply is there, the time is over or the port has become invalid.
+    void Run(const __CFMessagePort& port, CFTimeInterval seconds)
+    {
+        const Nanoseconds deadline = DeadlineAfter(seconds);
+        mWaiter.mLoop->Add(mSource, mMode);
+        do {
+            const auto left = std::max<Nanoseconds>(deadline - Now(), 0);
+            mWaiter.mLoop->Run(mMode, static_cast<CFTimeInterval>(left) * 1e-9, true,
+                               &mWaiter.mIsOver);
+        } while (!IsDone() && Now() < deadline && port.IsValid());
+    }
+
+private:
+    const std::shared_ptr<Connection> mConnection;
+    const std::string mMode;
+    Connection::Waiter mWaiter;
+    const std::shared_ptr<ReplySource> mSource;
+};
+
+// Not among the platform's names, but returned by it.
+constexpr SInt32 kBecameInvalid = -5;
+
+/// Sends a message and waits for its reply. Without memory for the one it is not handed over;
+/// without memory for the other no reply comes in time.
+SInt32 Request(__CFMessagePort& port, SInt32 messageID, CFDataRef data, Nanoseconds deadline,
+               CFTimeInterval receiveTimeout, std::string_view mode, CFDataRef* returnData)
+{
+    const Held<CFMessagePortRef> kept(Retained(&port));
+    SInt32 status = kCFMessagePortTransportError;
+    try {
+        ReplyWait wait(port, mode);
+        status = port.mConnection->Send(messageID, data, deadline, &wait.GetWaiter());
+        if (status != kCFMessagePortSuccess) {
+            return status;
+        }
+        status = kCFMessagePortReceiveTimeout;
+        wait.Run(port, receiveTimeout);
+        if (!wait.IsDone()) {
+            return port.IsValid() ? status : kBecameInvalid;
+        }
+        if (returnData != nullptr) {
+            *returnData = wait.GetWaiter().mReply.Detach();
+        }
+        return kCFMessagePortSuccess;
+    } catch (const std::bad_alloc&) {
+        return status;
+    }
+}
+
+} // namespace
+
+} // namespace Standin
+
+const Standin::Type __CFMessagePort::kType = {Standin::kMessagePortType, "CFMessagePort",
+                                              &Standin::Destroy<__CFMessagePort>, nullptr, nullptr};
+
+__CFMessagePort::__CFMessagePort(std::shared_ptr<Standin::Connection> connection)
+    : Object(kType)
+    , mConnection(std::move(connection))
+{}
+
+__CFMessagePort::__CFMessagePort(std::string_view name,
+                                 std::unique_ptr<Standin::LocalPort> receiver,
+                                 CFMessagePortCallBack callout, const CFMessagePortContext* context)
+    : Object(kType)
+    , mName(name)
+    , mReceiver(std::move(receiver))
+    , mCallout(callout)
+    , mContext(context != nullptr ? *context : CFMessagePortContext())
+{}
+
+__CFMessagePort::~__CFMessagePort()
+{
+    Invalidate();
+    Standin::Ports& ports = Standin::GetPorts();
+    const std::lock_guard lock(ports.mMutex);
+    std::erase(ports.mLocal, this);
+}
+
+bool __CFMessagePort::IsValid() const
+{
+    return !mIsInvalidated.load(std::memory_order_acquire) &&
+           !(IsRemote() && mConnection->IsEndNoticed());
+}
+
+void __CFMessagePort::RetainInfo()
+{
+    if (mContext.retain != nullptr && mContext.info != nullptr) {
+        mContext.info = const_cast<void*>(mContext.retain(mContext.info));
+    }
+}
+
+void __CFMessagePort::Invalidate()
+{
+    if (mIsInvalidated.exchange(true) || IsRemote()) {
+        return;
+    }
+    {
+        Standin::Ports& ports = Standin::GetPorts();
+        const std::lock_guard lock(ports.mMutex);
+        const auto found = ports.mByName.find(mName);
+        if (found != ports.mByName.end() && found->second == this) {
+            ports.mByName.erase(found);
+        }
+    }
+    Standin::Held<CFRunLoopSourceRef> source;
+    {
+        const std::lock_guard lock(mMutex);
+        source = Standin::Held<CFRunLoopSourceRef>(std::exchange(mSource, nullptr));
+    }
+    if (source.Get() != nullptr) {
+        Standin::RemoveFromEveryLoop(source.Get()->mSource.get());
+        static_cast<Standin::LocalPortSource&>(*source.Get()->mSource).Detach();
+    }
+    if (mContext.release != nullptr && mContext.info != nullptr) {
+        mContext.release(mContext.info);
+    }
+}
+
+CFRunLoopSourceRef __CFMessagePort::CopySource()
+{
+    const std::lock_guard lock(mMutex);
+    if (!IsValid()) {
+        return nullptr;
+    }
+    if (mSource == nullptr) {
+        try {
+            mSource =
+                Standin::Make<__CFRunLoopSource>(std::make_shared<Standin::LocalPortSource>(this));
+        } catch (const std::bad_alloc&) {
+            return nullptr;
+        }
+    }
+    return mSource != nullptr ? Standin::Retained(mSource) : nullptr;
+}
+
+bool __CFMessagePort::HandleOne()
+{
+    Standin::LocalPort::Message message{};
+    if (mReceiver == nullptr || !IsValid() || !mReceiver->Take(message)) {
+        return false;
+    }
+    const Standin::Held<CFDataRef> data(message.mData);
+    const Standin::Held<CFDataRef> reply(
+        mCallout != nullptr ? mCallout(this, message.mFrame.mMessageID, data.Get(), mContext.info)
+                            : nullptr);
+    if (message.mFrame.mKind == Standin::FrameKind::kRequest) {
+        mReceiver->Reply(message, reply.Get());
+    }
+    return true;
+}
+
+CFTypeID CFMessagePortGetTypeID(void)
+{
+    return Standin::kMessagePortType;
+}
+
+CFMessagePortRef CFMessagePortCreateLocal(CFAllocatorRef, CFStringRef name,
+                                          CFMessagePortCallBack callout,
+                                          CFMessagePortContext* context, Boolean* shouldFreeInfo)
+{
+    using namespace Standin;
+    if (shouldFreeInfo != nullptr) {
+        *shouldFreeInfo = false;
+    }
+    Ports& ports = GetPorts();
+    const std::string_view text =
+        name != nullptr ? Text(name, "CFMessagePortCreateLocal") : std::string_view();
+    std::unique_lock lock(ports.mMutex);
+    const auto known = name != nullptr ? ports.mByName.find(text) : ports.mByName.end();
+    if (known != ports.mByName.end() && known->second->TryRetain()) {
+        if (shouldFreeInfo != nullptr) {
+            *shouldFreeInfo = true;
+        }
+        return known->second;
+    }
+    std::unique_ptr<LocalPort> receiver;
+    if (name != nullptr) {
+        receiver = text.size() <= kLongestName ? LocalPort::Listen(text) : nullptr;
+        if (receiver == nullptr) {
+            return nullptr;
+        }
+    }
+    // Not released before the lock: the end of a port takes it.
+    Held<CFMessagePortRef> made;
+    try {
+        made = Held<CFMessagePortRef>(
+            Make<__CFMessagePort>(text, std::move(receiver), callout, context));
+        if (made.Get() == nullptr) {
+            return nullptr;
+        }
+        ports.mLocal.push_back(made.Get());
+        if (name != nullptr) {
+            ports.mByName.insert_or_assign(made.Get()->mName, made.Get());
+        }
+    } catch (const std::bad_alloc&) {
+        lock.unlock();
+        if (made.Get() != nullptr) {
+            // The info has not been retained.
+            made.Get()->mContext = CFMessagePortContext();
+        }
+        return nullptr;
+    }
+    lock.unlock();
+    made.Get()->RetainInfo();
+    return made.Detach();
+}
+
+CFMessagePortRef CFMessagePortCreateRemote(CFAllocatorRef, CFStringRef name)
+{
+    using namespace Standin;
+    const std::string_view text = Text(name, "CFMessagePortCreateRemote");
+    if (text.size() > kLongestName) {
+        return nullptr;
+    }
+    try {
+        std::shared_ptr<Connection> connection = Connection::Open(text);
+        if (connection == nullptr) {
+            return nullptr;
+        }
+        connection->WatchFromThisThread();
+        return Make<__CFMessagePort>(std::move(connection));
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+SInt32 CFMessagePortSendRequest(CFMessagePortRef remote, SInt32 msgid, CFDataRef data,
+                                CFTimeInterval sendTimeout, CFTimeInterval rcvTimeout,
+                                CFStringRef replyMode, CFDataRef* returnData)
+{
+    using namespace Standin;
+    auto& port = As<__CFMessagePort>(remote, "CFMessagePortSendRequest");
+    if (!port.IsRemote()) {
+        Misuse("CFMessagePortSendRequest", "the port is a local one");
+    }
+    if (!port.IsValid()) {
+        return kCFMessagePortIsInvalid;
+    }
+    const Nanoseconds deadline = SendDeadline(sendTimeout);
+    if (replyMode == nullptr) {
+        return port.mConnection->Send(msgid, data, deadline, nullptr);
+    }
+    return Request(port, msgid, data, deadline, rcvTimeout,
+                   ModeText(replyMode, "CFMessagePortSendRequest"), returnData);
+}
+
+CFRunLoopSourceRef CFMessagePortCreateRunLoopSource(CFAllocatorRef, CFMessagePortRef local, CFIndex)
+{
+    auto& port = Standin::As<__CFMessagePort>(local, "CFMessagePortCreateRunLoopSource");
+    return port.IsRemote() ? nullptr : port.CopySource();
+}
+
+Boolean CFMessagePortIsRemote(CFMessagePortRef ms)
+{
+    return Standin::As<__CFMessagePort>(ms, "CFMessagePortIsRemote").IsRemote();
+}
+
+Boolean CFMessagePortIsValid(CFMessagePortRef ms)
+{
+    return Standin::As<__CFMessagePort>(ms, "CFMessagePortIsValid").IsValid();
+}
+
+void CFMessagePortInvalidate(CFMessagePortRef ms)
+{
+    Standin::As<__CFMessagePort>(ms, "CFMessagePortInvalidate").Invalidate();
+}
+
+SInt32 StandinGetPortHolder(CFStringRef name)
+{
+    const Standin::FileDescriptor connected =
+        Standin::FindHolder(Standin::Text(name, "StandinGetPortHolder"));
+    pid_t holder = 0;
+    return connected && Standin::HasOwnPeer(connected.Get(), holder) ? static_cast<SInt32>(holder)
+                                                                     : 0;
+}

@@ -1,0 +1,55 @@
+// MessagePort.h - the object behind CFMessagePortRef.
+#pragma once
+
+#include "Objects/Object.h"
+#include "Ports/Connection.h"
+#include "Ports/LocalPort.h"
+
+#include <CoreFoundation/CFMessagePort.h>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace Standin {
+
+class LocalPortSource;
+
+} // namespace Standin
+
+struct __CFMessagePort : Standin::Object
+{
+    static const Standin::Type kType;
+
+    explicit __CFMessagePort(std::shared_ptr<Standin::Connection> connection);
+    __CFMessagePort(std::string_view name, std::unique_ptr<Standin::LocalPort> receiver,
+                    CFMessagePortCallBack callout, const CFMessagePortContext* context);
+    ~__CFMessagePort();
+
+    bool IsRemote() const { return mConnection != nullptr; }
+    bool IsValid() const;
+    /// Retains the context's info; the caller holds no lock.
+    void RetainInfo();
+    void Invalidate();
+    CFRunLoopSourceRef CopySource();
+    /// Takes one message and calls the callout; false if there is none.
+    bool HandleOne();
+
+    /// A remote port's way to its server, else null.
+    const std::shared_ptr<Standin::Connection> mConnection;
+
+    /// A local port's name and receiving end; none if it was made without a name.
+    const std::string mName;
+    const std::unique_ptr<Standin::LocalPort> mReceiver;
+    const CFMessagePortCallBack mCallout = nullptr;
+    CFMessagePortContext mContext = {};
+
+private:
+    std::atomic<bool> mIsInvalidated{false};
+    /// Guards the source.
+    std::mutex mMutex;
+    /// The port's reference to its one source. The source holds the port in turn until the port
+    /// is invalidated.
+    CFRunLoopSourceRef mSource = nullptr;
+};

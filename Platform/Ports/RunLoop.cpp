@@ -1,0 +1,308 @@
+// RunLoop.cpp - the loops of all threads.
+
+#include "Ports/RunLoop.h"
+
+#include "Objects/String.h"
+#include "Ports/Clock.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <mutex>
+#include <sys/eventfd.h>
+
+namespace {
+
+// Guards the list of loops and the entries of each. One mutex for all: a source that ends must
+// leave every loop in one step, and nobody holds it for longer than a look at a list.
+std::mutex gLoopsMutex;
+std::vector<__CFRunLoop*>& Loops()
+{
+    static auto* sLoops = new std::vector<__CFRunLoop*>;
+    return *sLoops;
+}
+
+constexpr std::string_view kDefaultMode = "kCFRunLoopDefaultMode";
+constexpr std::string_view kCommonModes = "kCFRunLoopCommonModes";
+
+constinit __CFString gDefaultMode(kDefaultMode);
+constinit __CFString gCommonModes(kCommonModes);
+
+/// Owns the loop of a thread.
+struct ThreadLoop
+{
+    ThreadLoop() = default;
+    ThreadLoop(const ThreadLoop&) = delete;
+    ThreadLoop& operator=(const ThreadLoop&) = delete;
+    ~ThreadLoop()
+    {
+        if (mLoop != nullptr) {
+            CFRelease(mLoop);
+        }
+    }
+
+    CFRunLoopRef mLoop = nullptr;
+};
+
+void DestroyLoop(Standin::Object* object)
+{
+    auto* const loop = static_cast<__CFRunLoop*>(object);
+    {
+        const std::lock_guard lock(gLoopsMutex);
+        std::erase(Loops(), loop);
+    }
+    // The sources go after the lock: their ends may look for loops themselves.
+    loop->~__CFRunLoop();
+}
+
+Standin::FileDescriptor MakeWakeUp()
+{
+    return Standin::FileDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+}
+
+// A loop without a wake-up descriptor, because the process had none left, looks this often.
+constexpr Standin::Nanoseconds kSliceWithoutWakeUp = 10000000;
+
+} // namespace
+
+const CFStringRef kCFRunLoopDefaultMode = &gDefaultMode;
+const CFStringRef kCFRunLoopCommonModes = &gCommonModes;
+
+const Standin::Type __CFRunLoop::kType = {Standin::kRunLoopType, "CFRunLoop", &DestroyLoop, nullptr,
+                                          nullptr};
+const Standin::Type __CFRunLoopSource::kType = {Standin::kRunLoopSourceType, "CFRunLoopSource",
+                                                &Standin::Destroy<__CFRunLoopSource>, nullptr,
+                                                nullptr};
+
+__CFRunLoop::__CFRunLoop()
+    : Object(kType)
+    , mWakeUp(MakeWakeUp())
+{
+    const std::lock_guard lock(gLoopsMutex);
+    Loops().push_back(this);
+}
+
+void __CFRunLoop::WakeUp()
+{
+    const std::uint64_t one = 1;
+    const int saved = errno;
+    // A full counter is as good as one more: the loop is about to look.
+    [[maybe_unused]] const ssize_t written = write(mWakeUp.Get(), &one, sizeof one);
+    errno = saved;
+}
+
+void __CFRunLoop::Stop()
+{
+    mStopped.store(true);
+    WakeUp();
+}
+
+void __CFRunLoop::RenewWakeUp()
+{
+    mWakeUp.Close();
+    mWakeUp = MakeWakeUp();
+}
+
+void __CFRunLoop::Add(std::shared_ptr<Standin::LoopSource> source, std::string_view mode)
+{
+    {
+        const std::lock_guard lock(gLoopsMutex);
+        for (const Entry& entry : mEntries) {
+            if (entry.mSource == source && entry.mMode == mode) {
+                return;
+            }
+        }
+        mEntries.push_back({std::move(source), std::string(mode)});
+    }
+    WakeUp();
+}
+
+void __CFRunLoop::Remove(const Standin::LoopSource* source, std::string_view mode)
+{
+    std::shared_ptr<Standin::LoopSource> removed;
+    const std::lock_guard lock(gLoopsMutex);
+    const auto found = std::find_if(mEntries.begin(), mEntries.end(), [&](const Entry& entry) {
+        return entry.mSource.get() == source && entry.mMode == mode;
+    });
+    if (found != mEntries.end()) {
+        removed = std::move(found->mSource);
+        mEntries.erase(found);
+    }
+}
+
+void __CFRunLoop::RemoveFromEveryMode(const Standin::LoopSource* source)
+{
+    std::erase_if(mEntries, [&](const Entry& entry) { return entry.mSource.get() == source; });
+}
+
+__CFRunLoop::Sources __CFRunLoop::SourcesOf(std::string_view mode) const
+{
+    Sources sources;
+    const std::lock_guard lock(gLoopsMutex);
+    for (const Entry& entry : mEntries) {
+        if (entry.mMode == mode) {
+            sources.push_back(entry.mSource);
+        }
+    }
+    return sources;
+}
+
+bool __CFRunLoop::Has(const Standin::LoopSource* source, std::string_view mode) const
+{
+    const std::lock_guard lock(gLoopsMutex);
+    return std::any_of(mEntries.begin(), mEntries.end(), [&](const Entry& entry) {
+        return entry.mSource.get() == source && entry.mMode == mode;
+    });
+}
+
+/// Waits until a source is ready, the loop is woken or the deadline is there; true if a source is.
+bool __CFRunLoop::Wait(const Sources& sources, std::vector<pollfd>& entries, SInt64 deadline)
+{
+    entries.clear();
+    for (const auto& source : sources) {
+        entries.push_back(source->GetPollEntry());
+    }
+    pollfd wakeUp{};
+    wakeUp.fd = mWakeUp.Get();
+    wakeUp.events = POLLIN;
+    entries.push_back(wakeUp);
+
+    Standin::Nanoseconds left = std::max<Standin::Nanoseconds>(deadline - Standin::Now(), 0);
+    if (!mWakeUp) {
+        left = std::min(left, kSliceWithoutWakeUp);
+    }
+    const timespec timeout = Standin::ToTimespec(left);
+    const int ready = ppoll(entries.data(), static_cast<nfds_t>(entries.size()), &timeout, nullptr);
+    if (ready <= 0) {
+        return false;
+    }
+    if (entries.back().revents != 0) {
+        std::uint64_t count = 0;
+        [[maybe_unused]] const ssize_t taken = read(mWakeUp.Get(), &count, sizeof count);
+    }
+    return ready > 1 || entries.back().revents == 0;
+}
+
+/// Performs the ready sources, beginning with the one whose turn it is, until one says handled.
+bool __CFRunLoop::PerformReady(const Sources& sources, const std::vector<pollfd>& entries,
+                               std::string_view mode)
+{
+    const std::size_t first = mTurn++;
+    for (std::size_t index = 0; index < sources.size(); ++index) {
+        const std::size_t place = (first + index) % sources.size();
+        // What an earlier source did may have taken this one out.
+        if (entries[place].revents != 0 && Has(sources[place].get(), mode) &&
+            sources[place]->Perform()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+SInt32 __CFRunLoop::Run(std::string_view mode, CFTimeInterval seconds,
+                        bool returnAfterSourceHandled, const std::atomic<bool>* isOver)
+{
+    const Standin::Nanoseconds deadline = Standin::DeadlineAfter(seconds);
+    std::vector<pollfd> entries;
+    for (bool first = true;; first = false) {
+        const Sources sources = SourcesOf(mode);
+        if (sources.empty()) {
+            return kCFRunLoopRunFinished;
+        }
+        if (isOver != nullptr && isOver->load(std::memory_order_acquire)) {
+            return kCFRunLoopRunHandledSource;
+        }
+        if (mStopped.exchange(false)) {
+            return kCFRunLoopRunStopped;
+        }
+        if (!first && Standin::Now() >= deadline) {
+            return kCFRunLoopRunTimedOut;
+        }
+        if (Wait(sources, entries, deadline) && PerformReady(sources, entries, mode) &&
+            returnAfterSourceHandled) {
+            return kCFRunLoopRunHandledSource;
+        }
+    }
+}
+
+namespace Standin {
+
+std::string_view ModeText(CFStringRef mode, const char* call)
+{
+    const std::string_view text = Text(mode, call);
+    return text == kCommonModes ? kDefaultMode : text;
+}
+
+void RemoveFromEveryLoop(const LoopSource* source)
+{
+    const std::lock_guard lock(gLoopsMutex);
+    for (__CFRunLoop* loop : Loops()) {
+        loop->RemoveFromEveryMode(source);
+    }
+}
+
+void LockLoops()
+{
+    gLoopsMutex.lock();
+}
+
+void UnlockLoops()
+{
+    gLoopsMutex.unlock();
+}
+
+void RenewLoopsInChild()
+{
+    for (__CFRunLoop* loop : Loops()) {
+        loop->RenewWakeUp();
+    }
+}
+
+} // namespace Standin
+
+CFTypeID CFRunLoopGetTypeID(void)
+{
+    return Standin::kRunLoopType;
+}
+
+CFTypeID CFRunLoopSourceGetTypeID(void)
+{
+    return Standin::kRunLoopSourceType;
+}
+
+CFRunLoopRef CFRunLoopGetCurrent(void)
+{
+    static thread_local ThreadLoop sLoop;
+    if (sLoop.mLoop == nullptr) {
+        sLoop.mLoop = Standin::Make<__CFRunLoop>();
+        if (sLoop.mLoop == nullptr) {
+            Standin::Misuse("CFRunLoopGetCurrent", "there is no memory for the thread's loop");
+        }
+    }
+    return sLoop.mLoop;
+}
+
+SInt32 CFRunLoopRunInMode(CFStringRef mode, CFTimeInterval seconds,
+                          Boolean returnAfterSourceHandled)
+{
+    return CFRunLoopGetCurrent()->Run(Standin::ModeText(mode, "CFRunLoopRunInMode"), seconds,
+                                      returnAfterSourceHandled != 0);
+}
+
+void CFRunLoopStop(CFRunLoopRef rl)
+{
+    Standin::As<__CFRunLoop>(rl, "CFRunLoopStop").Stop();
+}
+
+void CFRunLoopAddSource(CFRunLoopRef rl, CFRunLoopSourceRef source, CFStringRef mode)
+{
+    auto& added = Standin::As<__CFRunLoopSource>(source, "CFRunLoopAddSource");
+    Standin::As<__CFRunLoop>(rl, "CFRunLoopAddSource")
+        .Add(added.mSource, Standin::ModeText(mode, "CFRunLoopAddSource"));
+}
+
+void CFRunLoopRemoveSource(CFRunLoopRef rl, CFRunLoopSourceRef source, CFStringRef mode)
+{
+    auto& removed = Standin::As<__CFRunLoopSource>(source, "CFRunLoopRemoveSource");
+    Standin::As<__CFRunLoop>(rl, "CFRunLoopRemoveSource")
+        .Remove(removed.mSource.get(), Standin::ModeText(mode, "CFRunLoopRemoveSource"));
+}

@@ -1,0 +1,105 @@
+// RunLoop.h - the object behind CFRunLoopRef, and what a loop waits for.
+#pragma once
+
+#include "Objects/Object.h"
+#include "Ports/FileDescriptor.h"
+
+#include <CoreFoundation/CFRunLoop.h>
+
+#include <atomic>
+#include <memory>
+#include <poll.h>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Standin {
+
+/// Something a loop waits for: a descriptor, and what to do when it is ready.
+class LoopSource
+{
+public:
+    LoopSource() = default;
+    LoopSource(const LoopSource&) = delete;
+    LoopSource& operator=(const LoopSource&) = delete;
+    virtual ~LoopSource() = default;
+
+    /// The descriptor and its events; a descriptor of -1 is never ready.
+    virtual pollfd GetPollEntry() const = 0;
+    /// Does one piece of work, on the thread of the loop and under no lock. Returns true if that
+    /// counts as a handled source.
+    virtual bool Perform() = 0;
+};
+
+} // namespace Standin
+
+struct __CFRunLoop : Standin::Object
+{
+    static const Standin::Type kType;
+
+    __CFRunLoop();
+
+    /// Runs as CFRunLoopRunInMode; also ends, as after a handled source, once `isOver` is true,
+    /// which another thread says before it wakes the loop.
+    SInt32 Run(std::string_view mode, CFTimeInterval seconds, bool returnAfterSourceHandled,
+               const std::atomic<bool>* isOver = nullptr);
+    void Add(std::shared_ptr<Standin::LoopSource> source, std::string_view mode);
+    void Remove(const Standin::LoopSource* source, std::string_view mode);
+    void RemoveFromEveryMode(const Standin::LoopSource* source);
+
+    /// Makes a waiting run look again. Threads: any; also from a signal handler.
+    void WakeUp();
+    void Stop();
+    /// Gives the loop of a forked child a wake-up descriptor of its own.
+    void RenewWakeUp();
+
+private:
+    using Sources = std::vector<std::shared_ptr<Standin::LoopSource>>;
+
+    struct Entry
+    {
+        std::shared_ptr<Standin::LoopSource> mSource;
+        std::string mMode;
+    };
+
+    Sources SourcesOf(std::string_view mode) const;
+    bool Has(const Standin::LoopSource* source, std::string_view mode) const;
+    bool Wait(const Sources& sources, std::vector<pollfd>& entries, SInt64 deadline);
+    bool PerformReady(const Sources& sources, const std::vector<pollfd>& entries,
+                      std::string_view mode);
+
+    /// Guarded by the mutex of all loops.
+    std::vector<Entry> mEntries;
+    Standin::FileDescriptor mWakeUp;
+    std::atomic<bool> mStopped{false};
+    /// Where the search for a ready source begins, so that none starves; the loop's thread's alone.
+    std::size_t mTurn = 0;
+};
+
+struct __CFRunLoopSource : Standin::Object
+{
+    static const Standin::Type kType;
+
+    explicit __CFRunLoopSource(std::shared_ptr<Standin::LoopSource> source)
+        : Object(kType)
+        , mSource(std::move(source))
+    {}
+
+    const std::shared_ptr<Standin::LoopSource> mSource;
+};
+
+namespace Standin {
+
+/// The text of a mode; the common modes are the default mode alone.
+std::string_view ModeText(CFStringRef mode, const char* call);
+
+/// Takes a source, of which the caller holds a reference, out of every loop of the process. A loop
+/// may still be performing it.
+void RemoveFromEveryLoop(const LoopSource* source);
+
+/// The three stages of a fork: the loops are locked over it, and the child gets its own wake-ups.
+void LockLoops();
+void UnlockLoops();
+void RenewLoopsInChild();
+
+} // namespace Standin

@@ -1,0 +1,218 @@
+// PropertyListWriter.cpp - property lists to XML documents, in the form of Mac OS X 10.5.
+
+#include "Objects/Array.h"
+#include "Objects/Data.h"
+#include "Objects/Date.h"
+#include "Objects/Dictionary.h"
+#include "Objects/Number.h"
+#include "Objects/String.h"
+#include "PropertyLists/Base64.h"
+#include "PropertyLists/Calendar.h"
+
+#include <CoreFoundation/CFPropertyList.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <vector>
+
+namespace Standin {
+
+namespace {
+
+constexpr std::string_view kProlog = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                                     "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+                                     "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+                                     "<plist version=\"1.0\">\n";
+
+// A list that contains itself ends here.
+constexpr CFIndex kDeepest = 512;
+
+class Writer
+{
+public:
+    Writer()
+    {
+        // Room for the documents that go over a port, so that they are written without moving.
+        mText.reserve(512);
+        mText = kProlog;
+    }
+
+    /// Appends one object at an indent; false if it is of no property-list type.
+    bool Append(CFTypeRef reference, CFIndex indent);
+
+    CFDataRef Finish()
+    {
+        mText += "</plist>\n";
+        return CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(mText.data()),
+                            static_cast<CFIndex>(mText.size()));
+    }
+
+private:
+    void Indent(CFIndex indent) { mText.append(static_cast<std::size_t>(indent), '\t'); }
+    void AppendElement(const char* name, std::string_view content, CFIndex indent);
+    void AppendEscaped(std::string_view text);
+    void AppendNumber(const __CFNumber& number, CFIndex indent);
+    void AppendData(const __CFData& data, CFIndex indent);
+    bool AppendArray(const __CFArray& array, CFIndex indent);
+    bool AppendDictionary(const __CFDictionary& dictionary, CFIndex indent);
+
+    std::string mText;
+};
+
+void Writer::AppendEscaped(std::string_view text)
+{
+    for (const char character : text) {
+        switch (character) {
+        case '<':
+            mText += "&lt;";
+            break;
+        case '>':
+            mText += "&gt;";
+            break;
+        case '&':
+            mText += "&amp;";
+            break;
+        default:
+            mText += character;
+        }
+    }
+}
+
+void Writer::AppendElement(const char* name, std::string_view content, CFIndex indent)
+{
+    Indent(indent);
+    mText += '<';
+    mText += name;
+    mText += '>';
+    AppendEscaped(content);
+    mText += "</";
+    mText += name;
+    mText += ">\n";
+}
+
+void Writer::AppendNumber(const __CFNumber& number, CFIndex indent)
+{
+    char digits[32];
+    if (!number.IsReal()) {
+        const auto end = std::to_chars(digits, digits + sizeof digits, number.mInteger).ptr;
+        AppendElement("integer", {digits, static_cast<std::size_t>(end - digits)}, indent);
+    } else if (std::isnan(number.mReal)) {
+        AppendElement("real", "nan", indent);
+    } else if (std::isinf(number.mReal)) {
+        AppendElement("real", number.mReal > 0 ? "+infinity" : "-infinity", indent);
+    } else if (number.mReal == 0) {
+        AppendElement("real", "0.0", indent);
+    } else {
+        const auto end = std::to_chars(digits, digits + sizeof digits, number.mReal,
+                                       std::chars_format::general, 17)
+                             .ptr;
+        AppendElement("real", {digits, static_cast<std::size_t>(end - digits)}, indent);
+    }
+}
+
+void Writer::AppendData(const __CFData& data, CFIndex indent)
+{
+    Indent(indent);
+    mText += "<data>\n";
+    AppendBase64Lines(mText, data.GetView(), indent);
+    Indent(indent);
+    mText += "</data>\n";
+}
+
+bool Writer::AppendArray(const __CFArray& array, CFIndex indent)
+{
+    Indent(indent);
+    if (array.mCount == 0) {
+        mText += "<array/>\n";
+        return true;
+    }
+    mText += "<array>\n";
+    for (CFIndex index = 0; index < array.mCount; ++index) {
+        if (!Append(array.mValues[index], indent + 1)) {
+            return false;
+        }
+    }
+    Indent(indent);
+    mText += "</array>\n";
+    return true;
+}
+
+bool Writer::AppendDictionary(const __CFDictionary& dictionary, CFIndex indent)
+{
+    Indent(indent);
+    if (dictionary.mCount == 0) {
+        mText += "<dict/>\n";
+        return true;
+    }
+    std::vector<const __CFDictionary::Entry*> entries;
+    for (CFIndex place = 0; place < dictionary.mCount; ++place) {
+        const __CFDictionary::Entry& entry = dictionary.mEntries[place];
+        if (entry.mKey == nullptr || CFGetTypeID(entry.mKey) != kStringType) {
+            return false;
+        }
+        entries.push_back(&entry);
+    }
+    const auto keyOf = [](const __CFDictionary::Entry* entry) {
+        return static_cast<const __CFString*>(entry->mKey)->GetView();
+    };
+    std::stable_sort(entries.begin(), entries.end(), [&](const auto* left, const auto* right) {
+        return CompareUnits(keyOf(left), keyOf(right)) < 0;
+    });
+    mText += "<dict>\n";
+    for (const __CFDictionary::Entry* entry : entries) {
+        AppendElement("key", keyOf(entry), indent + 1);
+        if (!Append(entry->mValue, indent + 1)) {
+            return false;
+        }
+    }
+    Indent(indent);
+    mText += "</dict>\n";
+    return true;
+}
+
+bool Writer::Append(CFTypeRef reference, CFIndex indent)
+{
+    if (reference == nullptr || indent > kDeepest) {
+        return false;
+    }
+    const Object& object = AnyObject(reference, "CFPropertyListCreateXMLData");
+    switch (object.GetType().mID) {
+    case kStringType:
+        AppendElement("string", static_cast<const __CFString&>(object).GetView(), indent);
+        return true;
+    case kNumberType:
+        AppendNumber(static_cast<const __CFNumber&>(object), indent);
+        return true;
+    case kBooleanType:
+        Indent(indent);
+        mText += static_cast<const __CFBoolean&>(object).mValue ? "<true/>\n" : "<false/>\n";
+        return true;
+    case kDateType:
+        AppendElement("date", DateText(static_cast<const __CFDate&>(object).mTime), indent);
+        return true;
+    case kDataType:
+        AppendData(static_cast<const __CFData&>(object), indent);
+        return true;
+    case kArrayType:
+        return AppendArray(static_cast<const __CFArray&>(object), indent);
+    case kDictionaryType:
+        return AppendDictionary(static_cast<const __CFDictionary&>(object), indent);
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+} // namespace Standin
+
+CFDataRef CFPropertyListCreateXMLData(CFAllocatorRef, CFPropertyListRef propertyList)
+{
+    try {
+        Standin::Writer writer;
+        return writer.Append(propertyList, 0) ? writer.Finish() : nullptr;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}

@@ -1,0 +1,210 @@
+// StringAllocationTest.cpp - strings and extended variants on a heap that has no large blocks.
+//
+// The program replaces the calls of malloc and realloc by those below.
+
+#include "QXFramework/Values/VariantExTestSupport.h"
+
+#include <cstddef>
+#include <functional>
+#include <new>
+
+namespace {
+
+constexpr std::size_t kUnlimited = static_cast<std::size_t>(-1);
+
+std::size_t sLargestBlock = kUnlimited;
+bool sRefusesReallocation = false;
+
+} // namespace
+
+extern "C" {
+void* __real_malloc(std::size_t size);
+void* __real_realloc(void* block, std::size_t size);
+void* __wrap_malloc(std::size_t size);
+void* __wrap_realloc(void* block, std::size_t size);
+
+void* __wrap_malloc(std::size_t size)
+{
+    return size <= sLargestBlock ? __real_malloc(size) : nullptr;
+}
+
+void* __wrap_realloc(void* block, std::size_t size)
+{
+    return size <= sLargestBlock && !sRefusesReallocation ? __real_realloc(block, size) : nullptr;
+}
+}
+
+namespace QX {
+namespace {
+
+/// Limits the blocks of the heap for the life of the object.
+class HeapLimit
+{
+public:
+    explicit HeapLimit(std::size_t largestBlock) { sLargestBlock = largestBlock; }
+    ~HeapLimit() { sLargestBlock = kUnlimited; }
+    HeapLimit(const HeapLimit&) = delete;
+    HeapLimit& operator=(const HeapLimit&) = delete;
+};
+
+TEST(StringExhaustedHeap, ChangesWithoutMemoryLeaveTheStringAsItWas)
+{
+    const std::string large(400, 'b');
+    const String other(large.c_str());
+    struct
+    {
+        const char* what;
+        std::function<void(String&)> change;
+    } const cases[] = {
+        {"Assign", [&](String& text) { text.Assign(large.c_str(), String::kWholeText); }},
+        {"Lock", [&](String& text) { text.Lock(500); }},
+        {"append", [&](String& text) { text += other; }},
+        {"append itself", [&](String& text) { text += text; }},
+        {"insert at the front", [&](String& text) { text.Insert(0, other); }},
+        {"insert characters", [&](String& text) { text.Insert(3, large.c_str(), 400); }},
+        {"insert at the end", [&](String& text) { text.Insert(250, large.c_str(), 400); }},
+        {"SetFormatted", [&](String& text) { text.SetFormatted("%s", large.c_str()); }},
+        {"FormatNumber", [&](String& text) { text = String::FormatNumber(1, 400); }},
+        {"construction", [&](String& text) { text = String(large.c_str()); }},
+        {"from UTF-16", [&](String& text) { text = String(String16(large.c_str())); }},
+        {"sum", [&](String& text) { text = text + other; }},
+    };
+
+    for (const bool isShared : {false, true}) {
+        for (const auto& [what, change] : cases) {
+            SCOPED_TRACE(testing::Message() << what << (isShared ? ", shared" : ""));
+            const std::string before(250, 'a');
+            String text(before.c_str());
+            const String sharer(isShared ? text : String());
+            const LIBuffer* const buffer = BufferOf(text);
+            {
+                const HeapLimit limit(300);
+
+                EXPECT_THROW(change(text), std::bad_alloc);
+            }
+            EXPECT_EQ(TextOf(text), before);
+            EXPECT_EQ(BufferOf(text), buffer);
+            EXPECT_EQ(Holders(text), isShared ? 2 : 1);
+            EXPECT_FALSE(text.IsLocked());
+        }
+    }
+}
+
+TEST(StringExhaustedHeap, ALockedStringThatCannotGrowKeepsItsField)
+{
+    const std::string large(400, 'b');
+    String text("abc");
+    text.Lock(10);
+    {
+        const HeapLimit limit(300);
+
+        EXPECT_THROW(text += large.c_str(), std::bad_alloc);
+    }
+    EXPECT_EQ(TextOf(text), "abc");
+    EXPECT_TRUE(text.IsLocked());
+    EXPECT_EQ(text.GetBuffer()->GetSizeBytes(), 10u);
+}
+
+TEST(StringExhaustedHeap, AConversionWithoutMemoryLeavesTheBufferAlone)
+{
+    const String before("kept");
+    RCPtr<LIBuffer> buffer = before.GetBuffer();
+    const std::string large(400, 'b');
+    {
+        const HeapLimit limit(300);
+
+        EXPECT_THROW(String16::ConvertToCharType(buffer, large.c_str(), -1), std::bad_alloc);
+    }
+    EXPECT_EQ(buffer.Get(), BufferOf(before));
+}
+
+TEST(StringExhaustedHeap, AConversionThatCannotTrimItsResultThrows)
+{
+    const String16 wide(std::string(400, 'b').c_str());
+    String text("kept");
+
+    sRefusesReallocation = true;
+    EXPECT_THROW(text = String(wide), std::bad_alloc);
+    sRefusesReallocation = false;
+
+    EXPECT_EQ(TextOf(text), "kept");
+}
+
+TEST(StringExhaustedHeap, AVariantThatFindsNoMemoryIsEmpty)
+{
+    const std::string large(400, 'b');
+    const RCPtr<LIBuffer> bytes = BufferWith(large);
+    VariantEx text = OfText("abc");
+    VariantEx buffer = OfText("abc");
+    {
+        const HeapLimit limit(300);
+
+        EXPECT_EQ(text.Set(large.c_str()), Variant::kEmpty);
+        EXPECT_EQ(buffer.Set(bytes), Variant::kEmpty);
+    }
+    EXPECT_EQ(text.GetType(), Variant::kEmpty);
+    EXPECT_EQ(buffer.GetType(), Variant::kEmpty);
+}
+
+TEST(StringExhaustedHeap, AVariantThatCannotCopyDataThatMustNotBeSharedIsEmpty)
+{
+    const VariantEx other = OfText(std::string(250, 'a').c_str());
+    other.GetBuffer()->SetUnshareable(true);
+    VariantEx variant = OfText("abc");
+    {
+        const HeapLimit limit(200);
+
+        EXPECT_EQ(variant.Set(other), Variant::kEmpty);
+    }
+    EXPECT_EQ(variant.GetType(), Variant::kEmpty);
+}
+
+TEST(StringExhaustedHeap, ARecordThatFindsNoMemoryFails)
+{
+    const VariantEx variant = OfText(std::string(250, 'a').c_str());
+    RCPtr<LIBuffer> record;
+    const HeapLimit limit(255);
+
+    EXPECT_EQ(variant.Serialize(record, 0), 0x80000008u);
+}
+
+TEST(StringExhaustedHeap, ARecordBehindAGapThatFindsNoMemoryFails)
+{
+    const VariantEx variant = OfText("abc");
+    RCPtr<LIBuffer> record = BufferWith("x");
+    const HeapLimit limit(255);
+
+    EXPECT_EQ(variant.Serialize(record, 400), 0x80000008u);
+}
+
+TEST(StringExhaustedHeap, ARecordForItsOwnBufferThatFindsNoMemoryChangesNothing)
+{
+    const VariantEx variant = OfText(std::string(250, 'a').c_str());
+    RCPtr<LIBuffer> record = variant.GetBuffer();
+    {
+        const HeapLimit limit(200);
+
+        EXPECT_EQ(variant.Serialize(record, 2), 0x80000008u);
+    }
+    EXPECT_EQ(record, variant.GetBuffer());
+    EXPECT_EQ(variant.GetString(), std::string(250, 'a'));
+}
+
+TEST(StringExhaustedHeap, ARecordGoesIntoABufferThatHasLostItsBytes)
+{
+    const VariantEx variant = OfText("abc");
+    RCPtr<LIBuffer> record = BufferWith("x");
+    {
+        const HeapLimit limit(255);
+        variant.Serialize(record, 400);
+    }
+
+    EXPECT_EQ(variant.Serialize(record, 4), 16u);
+
+    EXPECT_EQ(record->GetSizeBytes(), 20u);
+    EXPECT_EQ(std::string(record->GetPtr<char>(0), 20),
+              std::string("\0\0\0\0\x10\0\0\0\0\0\0\0\x09\0\0\0abc\0", 20));
+}
+
+} // namespace
+} // namespace QX

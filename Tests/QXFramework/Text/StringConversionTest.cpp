@@ -1,0 +1,402 @@
+// StringConversionTest.cpp - strings between UTF-8, UTF-16 and wide characters.
+
+#include "Support/StringTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cwchar>
+
+namespace QX {
+namespace {
+
+constexpr int32 kFailure = static_cast<int32>(0x80000008u);
+
+std::string BytesOf(const RCPtr<LIBuffer>& buffer)
+{
+    return {static_cast<const char*>(buffer->GetRawPtr()), buffer->GetSizeBytes()};
+}
+
+std::u16string UnitsOf(const RCPtr<LIBuffer>& buffer)
+{
+    const auto* const units = static_cast<const unsigned short*>(buffer->GetRawPtr());
+    return {units, units + buffer->GetSizeBytes() / 2};
+}
+
+/// The text with the terminator that a conversion puts behind it.
+std::string Terminated(std::string_view text)
+{
+    return std::string(text) + '\0';
+}
+
+std::u16string Terminated(std::u16string_view text)
+{
+    return std::u16string(text) + u'\0';
+}
+
+TEST(StringConversion, OfATextThatIsTooLongForTheOtherWidthIsEmpty)
+{
+    // Nobody touches these blocks. A heap that has none so large leaves the texts empty. Volatile,
+    // because GCC follows a constant into buffers of other tests and finds it too large for them.
+    const volatile uint32 size = 0x80000000u;
+    String text("x");
+    text.GetBuffer()->SetSizeBytes(size);
+    String16 wide = Wide(u"x");
+    wide.GetBuffer()->SetSizeBytes(size + 2);
+
+    EXPECT_TRUE(SharesEmpty(String16(text)));
+    EXPECT_TRUE(SharesEmpty(String(wide)));
+}
+
+TEST(StringConversion, ConvertsWholeTexts)
+{
+    struct
+    {
+        const char* what;
+        const char* text;
+        const char16_t* units;
+    } const cases[] = {
+        {"ASCII", "abc", u"abc"},
+        {"two bytes", "\xC3\xA9", u"\u00E9"},
+        {"three bytes", "\xE2\x82\xAC", u"\u20AC"},
+        {"four bytes", "\xF0\x9F\x98\x80", u"\U0001F600"},
+        {"mixed", "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80z", u"a\u00E9\u20AC\U0001F600z"},
+    };
+
+    for (const auto& [what, text, units] : cases) {
+        SCOPED_TRACE(what);
+        EXPECT_EQ(TextOf(String16(text)), units);
+        EXPECT_EQ(TextOf(String16(String(text))), units);
+        EXPECT_EQ(TextOf(String(Units(units).data())), text);
+        EXPECT_EQ(TextOf(String(Wide(units))), text);
+    }
+}
+
+TEST(StringConversion, TrimsTheBufferToTheText)
+{
+    const String text(Wide(u"\u00E9"));
+    const String16 wide("\xC3\xA9");
+
+    EXPECT_EQ(BytesOf(text.GetBuffer()), Terminated("\xC3\xA9"));
+    EXPECT_EQ(UnitsOf(wide.GetBuffer()), Terminated(u"\u00E9"));
+}
+
+TEST(StringConversion, OfNothingSharesTheEmptyBuffer)
+{
+    RCPtr<LIBuffer> bytes;
+    RCPtr<LIBuffer> units;
+    const unsigned short noUnits[] = {0};
+
+    EXPECT_EQ(String::ConvertToCharType(bytes, noUnits, -1), 0);
+    EXPECT_EQ(bytes.Get(), BufferOf(String::Empty));
+    EXPECT_EQ(String::ConvertToCharType(bytes, static_cast<const unsigned short*>(nullptr), 5), 0);
+    EXPECT_EQ(bytes.Get(), BufferOf(String::Empty));
+    EXPECT_EQ(String16::ConvertToCharType(units, "", -1), 0);
+    EXPECT_EQ(units.Get(), BufferOf(String16::Empty));
+    EXPECT_EQ(String16::ConvertToCharType(units, static_cast<const char*>(nullptr), 5), 0);
+    EXPECT_EQ(units.Get(), BufferOf(String16::Empty));
+}
+
+TEST(StringConversion, OfNothingReplacesTheText)
+{
+    RCPtr<LIBuffer> bytes = String("abc").GetBuffer();
+    RCPtr<LIBuffer> units = Wide(u"abc").GetBuffer();
+
+    EXPECT_EQ(String::ConvertToCharType(bytes, static_cast<const unsigned short*>(nullptr), 3), 0);
+    EXPECT_EQ(String16::ConvertToCharType(units, static_cast<const char*>(nullptr), 3), 0);
+
+    EXPECT_EQ(bytes, String::GetEmpty().GetBuffer());
+    EXPECT_EQ(units, String16::GetEmpty().GetBuffer());
+}
+
+TEST(StringConversion, OfAnEmptyWideTextMakesABufferOfItsOwn)
+{
+    RCPtr<LIBuffer> bytes;
+    RCPtr<LIBuffer> units;
+
+    EXPECT_EQ(String::ConvertToCharType(bytes, L"", -1), 0);
+    EXPECT_EQ(String16::ConvertToCharType(units, L"", -1), 0);
+
+    EXPECT_EQ(BytesOf(bytes), Terminated(""));
+    EXPECT_NE(bytes.Get(), BufferOf(String::Empty));
+    EXPECT_EQ(UnitsOf(units), Terminated(u""));
+    EXPECT_NE(units.Get(), BufferOf(String16::Empty));
+}
+
+TEST(StringConversion, OfNoUnitsMakesABufferOfItsOwn)
+{
+    const auto noUnits = ExactBlock<unsigned short>({});
+    const auto noBytes = ExactBlock<char>({});
+    const auto noWide = ExactBlock<wchar_t>({});
+    RCPtr<LIBuffer> bytes;
+    RCPtr<LIBuffer> units;
+
+    EXPECT_EQ(String::ConvertToCharType(bytes, noUnits.get(), 0), 0);
+    EXPECT_EQ(BytesOf(bytes), Terminated(""));
+    EXPECT_NE(bytes.Get(), BufferOf(String::Empty));
+    EXPECT_EQ(String::ConvertToCharType(bytes, noWide.get(), 0), 0);
+    EXPECT_EQ(BytesOf(bytes), Terminated(""));
+    EXPECT_EQ(String16::ConvertToCharType(units, noBytes.get(), 0), 0);
+    EXPECT_EQ(UnitsOf(units), Terminated(u""));
+    EXPECT_NE(units.Get(), BufferOf(String16::Empty));
+    EXPECT_EQ(String16::ConvertToCharType(units, noWide.get(), 0), 0);
+    EXPECT_EQ(UnitsOf(units), Terminated(u""));
+}
+
+TEST(StringConversion, OfACountReadsThatManyUnits)
+{
+    const auto units = ExactBlock<unsigned short>(std::basic_string_view(Units(u"abc").data(), 3));
+    const auto bytes = ExactBlock<char>("abc");
+    const auto wide = ExactBlock<wchar_t>(L"abc");
+    RCPtr<LIBuffer> target;
+
+    EXPECT_EQ(String::ConvertToCharType(target, units.get(), 3), 0);
+    EXPECT_EQ(BytesOf(target), Terminated("abc"));
+    EXPECT_EQ(String::ConvertToCharType(target, wide.get(), 2), 0);
+    EXPECT_EQ(BytesOf(target), Terminated("ab"));
+    EXPECT_EQ(String16::ConvertToCharType(target, bytes.get(), 3), 0);
+    EXPECT_EQ(UnitsOf(target), Terminated(u"abc"));
+    EXPECT_EQ(String16::ConvertToCharType(target, wide.get(), 1), 0);
+    EXPECT_EQ(UnitsOf(target), Terminated(u"a"));
+}
+
+TEST(StringConversion, EndsAtANulWithinTheCount)
+{
+    const unsigned short units[] = {'a', 0, 'b'};
+    RCPtr<LIBuffer> target;
+
+    EXPECT_EQ(String::ConvertToCharType(target, units, 3), 0);
+    EXPECT_EQ(BytesOf(target), Terminated("a"));
+    EXPECT_EQ(String16::ConvertToCharType(target, "a\0b", 3), 0);
+    EXPECT_EQ(UnitsOf(target), Terminated(u"a"));
+    EXPECT_EQ(String::ConvertToCharType(target, L"a\0b", 3), 0);
+    EXPECT_EQ(BytesOf(target), Terminated("a"));
+    EXPECT_EQ(String16::ConvertToCharType(target, L"a\0b", 3), 0);
+    EXPECT_EQ(UnitsOf(target), Terminated(u"a"));
+}
+
+TEST(StringConversion, RefusesACountBeyondItsSizesWithoutReading)
+{
+    const auto noUnits = ExactBlock<unsigned short>({});
+    const auto noBytes = ExactBlock<char>({});
+    const auto noWide = ExactBlock<wchar_t>({});
+    const RCPtr<LIBuffer> before = BufferWith("kept");
+    RCPtr<LIBuffer> target = before;
+
+    EXPECT_EQ(String::ConvertToCharType(target, noUnits.get(), INT_MAX), kFailure);
+    EXPECT_EQ(String::ConvertToCharType(target, noWide.get(), INT_MAX), kFailure);
+    EXPECT_EQ(String16::ConvertToCharType(target, noBytes.get(), INT_MAX), kFailure);
+    EXPECT_EQ(String16::ConvertToCharType(target, noWide.get(), INT_MAX), kFailure);
+
+    EXPECT_EQ(target.Get(), before.Get());
+}
+
+TEST(StringConversion, TakesItsSourceFromTheBufferThatItReplaces)
+{
+    RCPtr<LIBuffer> bytes = BufferWith(std::string_view("a\xC3\xA9", 4));
+    RCPtr<LIBuffer> units = Wide(u"a\u00E9").GetBuffer();
+
+    EXPECT_EQ(String16::ConvertToCharType(bytes, static_cast<const char*>(bytes->GetRawPtr()), -1),
+              0);
+    EXPECT_EQ(String::ConvertToCharType(units,
+                                        static_cast<const unsigned short*>(units->GetRawPtr()), -1),
+              0);
+
+    EXPECT_EQ(UnitsOf(bytes), Terminated(u"a\u00E9"));
+    EXPECT_EQ(BytesOf(units), Terminated("a\xC3\xA9"));
+}
+
+TEST(StringConversion, LeavesTheHoldersOfTheReplacedBufferAlone)
+{
+    const RCPtr<LIBuffer> before = BufferWith("kept");
+    RCPtr<LIBuffer> target = before;
+
+    String::ConvertToCharType(target, Units(u"abc").data(), -1);
+
+    EXPECT_EQ(BytesOf(before), "kept");
+    EXPECT_EQ(before->GetReferenceCount(), 1);
+}
+
+TEST(StringConversion, ReplacesUnpairedSurrogates)
+{
+    struct
+    {
+        const char* what;
+        std::vector<unsigned short> units;
+        const char* expected;
+    } const cases[] = {
+        {"high before a letter",
+         {0xD800, 'a', 0},
+         "\xEF\xBF\xBD"
+         "a"},
+        {"low alone",
+         {'a', 0xDC00, 'b', 0},
+         "a\xEF\xBF\xBD"
+         "b"},
+        {"high before the end", {'a', 0xDBFF, 0}, "a\xEF\xBF\xBD"},
+        {"halves in the wrong order", {0xDE00, 0xD83D, 0}, "\xEF\xBF\xBD\xEF\xBF\xBD"},
+        {"high before a pair", {0xD83D, 0xD83D, 0xDE00, 0}, "\xEF\xBF\xBD\xF0\x9F\x98\x80"},
+        {"low behind a pair", {0xD83D, 0xDE00, 0xDFFF, 0}, "\xF0\x9F\x98\x80\xEF\xBF\xBD"},
+    };
+
+    for (const auto& [what, units, expected] : cases) {
+        SCOPED_TRACE(what);
+        RCPtr<LIBuffer> buffer;
+
+        EXPECT_EQ(String::ConvertToCharType(buffer, units.data(), -1), 0);
+
+        EXPECT_EQ(BytesOf(buffer), Terminated(expected));
+        EXPECT_EQ(TextOf(String(units.data())), expected);
+    }
+}
+
+TEST(StringConversion, FailsWhereACountCutsAPair)
+{
+    const unsigned short units[] = {'a', 0xD83D, 0xDE00};
+    RCPtr<LIBuffer> buffer;
+
+    EXPECT_EQ(String::ConvertToCharType(buffer, units, 2), kFailure);
+    EXPECT_EQ(BytesOf(buffer), Terminated("a"));
+    EXPECT_EQ(String::ConvertToCharType(buffer, units + 1, 1), kFailure);
+    EXPECT_EQ(BytesOf(buffer), Terminated(""));
+    EXPECT_NE(buffer.Get(), BufferOf(String::Empty));
+}
+
+TEST(StringConversion, OfWideTextsReplacesWhatIsNoCharacter)
+{
+    const wchar_t surrogate[] = {0xD800, 0x61, 0};
+    const wchar_t tooLarge[] = {0x61, 0x110000, 0x62, 0};
+    const wchar_t negative[] = {0x61, static_cast<wchar_t>(-1), 0x62, 0};
+    RCPtr<LIBuffer> buffer;
+
+    EXPECT_EQ(String::ConvertToCharType(buffer, surrogate, -1), 0);
+    EXPECT_EQ(BytesOf(buffer), Terminated("\xEF\xBF\xBD"
+                                          "a"));
+    EXPECT_EQ(String16::ConvertToCharType(buffer, surrogate, -1), 0);
+    EXPECT_EQ(UnitsOf(buffer), Terminated(u"\uFFFDa"));
+    for (const wchar_t* const text : {tooLarge, negative}) {
+        EXPECT_EQ(String::ConvertToCharType(buffer, text, -1), kFailure);
+        EXPECT_EQ(BytesOf(buffer), Terminated("a\xEF\xBF\xBD"
+                                              "b"));
+        EXPECT_EQ(String16::ConvertToCharType(buffer, text, -1), 0);
+        EXPECT_EQ(UnitsOf(buffer), Terminated(u"a\uFFFDb"));
+    }
+}
+
+TEST(StringConversion, OfALongWideTextReportsAFailureAnywhere)
+{
+    for (const std::size_t position : {0u, 255u, 256u, 999u}) {
+        SCOPED_TRACE(position);
+        std::wstring text(1000, L'a');
+        text[position] = 0x110000;
+        RCPtr<LIBuffer> buffer;
+
+        EXPECT_EQ(String::ConvertToCharType(buffer, text.c_str(), -1), kFailure);
+
+        std::string expected(1000, 'a');
+        expected.replace(position, 1, "\xEF\xBF\xBD");
+        EXPECT_EQ(BytesOf(buffer), Terminated(expected));
+    }
+}
+
+TEST(StringConversion, OfTruncatedBytesKeepsWhatCameBefore)
+{
+    for (const std::string_view character :
+         {std::string_view("\xC3\xA9"), std::string_view("\xE2\x82\xAC"),
+          std::string_view("\xF0\x9F\x98\x80")}) {
+        for (std::size_t length = 1; length < character.size(); ++length) {
+            SCOPED_TRACE(testing::Message() << character << " cut to " << length);
+            const std::string text = "ab" + std::string(character.substr(0, length));
+            const auto exact = ExactBlock<char>(text);
+            RCPtr<LIBuffer> buffer;
+
+            EXPECT_EQ(String16::ConvertToCharType(buffer, text.c_str(), -1), kFailure);
+            EXPECT_EQ(UnitsOf(buffer), Terminated(u"ab"));
+            EXPECT_EQ(
+                String16::ConvertToCharType(buffer, exact.get(), static_cast<int>(text.size())),
+                kFailure);
+            EXPECT_EQ(UnitsOf(buffer), Terminated(u"ab"));
+            EXPECT_EQ(TextOf(String16(text.c_str())), u"ab");
+        }
+    }
+}
+
+TEST(StringConversion, OfIllFormedBytesKeepsWhatCameBefore)
+{
+    for (const char* const illFormed : {"\x80", "\xC0\x80", "\xC3(", "\xE0\x80\x80", "\xED\xA0\x80",
+                                        "\xED"
+                                        "A\x80",
+                                        "\xF4\x90\x80\x80",
+                                        "\xF4"
+                                        "A\x80\x80",
+                                        "\xF5\x80\x80\x80", "\xFF"}) {
+        SCOPED_TRACE(testing::PrintToString(illFormed));
+        const std::string text = "ab" + std::string(illFormed) + "cd";
+        RCPtr<LIBuffer> buffer;
+
+        EXPECT_EQ(String16::ConvertToCharType(buffer, text.c_str(), -1), kFailure);
+
+        EXPECT_EQ(UnitsOf(buffer), Terminated(u"ab"));
+    }
+}
+
+TEST(StringConversion, ThatFailsAtOnceGivesAStringWithAnEmptyBufferOfItsOwn)
+{
+    const String16 wide("\x80");
+
+    EXPECT_TRUE(wide.IsEmpty());
+    EXPECT_FALSE(SharesEmpty(wide));
+}
+
+// Every scalar value but NUL, in runs of one plane's part, so that a failure names its
+// neighbourhood.
+TEST(StringConversion, BringsEveryScalarValueThroughEveryPairOfWidths)
+{
+    constexpr char32_t kRun = 0x1000;
+    for (char32_t first = 0; first < 0x110000; first += kRun) {
+        SCOPED_TRACE(static_cast<unsigned long>(first));
+        std::wstring wide;
+        std::string bytes;
+        std::u16string units;
+        for (char32_t value = std::max<char32_t>(first, 1); value < first + kRun; ++value) {
+            if (value >= 0xD800 && value <= 0xDFFF) {
+                continue;
+            }
+            wide += static_cast<wchar_t>(value);
+            const auto put = [&bytes](char32_t byte) { bytes += static_cast<char>(byte); };
+            const auto follow = [&put, value](int shift) { put(0x80 | ((value >> shift) & 0x3F)); };
+            if (value < 0x80) {
+                put(value);
+            } else if (value < 0x800) {
+                put(0xC0 | value >> 6);
+                follow(0);
+            } else if (value < 0x10000) {
+                put(0xE0 | value >> 12);
+                follow(6);
+                follow(0);
+            } else {
+                put(0xF0 | value >> 18);
+                follow(12);
+                follow(6);
+                follow(0);
+            }
+            if (value < 0x10000) {
+                units += static_cast<char16_t>(value);
+            } else {
+                units += static_cast<char16_t>(0xD7C0 + (value >> 10));
+                units += static_cast<char16_t>(0xDC00 + (value & 0x3FF));
+            }
+        }
+        RCPtr<LIBuffer> buffer;
+
+        ASSERT_EQ(String::ConvertToCharType(buffer, wide.c_str(), -1), 0);
+        ASSERT_EQ(BytesOf(buffer), Terminated(bytes));
+        ASSERT_EQ(String16::ConvertToCharType(buffer, wide.c_str(), -1), 0);
+        ASSERT_EQ(UnitsOf(buffer), Terminated(units));
+        ASSERT_EQ(TextOf(String16(bytes.c_str())), units);
+        ASSERT_EQ(TextOf(String(Wide(units))), bytes);
+    }
+}
+
+} // namespace
+} // namespace QX

@@ -1,0 +1,260 @@
+// StringFormatTest.cpp - formatted text and number text in both widths.
+
+#include "Support/StringTestSupport.h"
+
+#include <QX/Exception.h>
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <clocale>
+#include <stdexcept>
+#include <thread>
+
+namespace QX {
+namespace {
+
+constexpr uint32 kLongest = 16383;
+
+TEST(StringFormat, WritesItsArguments)
+{
+    EXPECT_EQ(TextOf(String::Format("%s-%d-%5.2f|%c%%", "abc", -7, 2.5, 'x')), "abc--7- 2.50|x%");
+    EXPECT_TRUE(SharesEmpty(String::Format("%s", "")));
+}
+
+TEST(StringFormat, TranslatesLengthModifiersOfIntegers)
+{
+    EXPECT_EQ(TextOf(String::Format("%I32d", -5)), "-5");
+    EXPECT_EQ(TextOf(String::Format("%I64d", -1LL)), "-1");
+    EXPECT_EQ(TextOf(String::Format("%I64d", 5000000000LL)), "5000000000");
+    EXPECT_EQ(TextOf(String::Format("%-8I32d|", 42)), "42      |");
+    EXPECT_EQ(TextOf(String::Format("%08I64X", 0xABCDEFLL)), "00ABCDEF");
+    EXPECT_EQ(TextOf(String::Format("%I64X", 0x1234567800000000LL)), "1234567800000000");
+    EXPECT_EQ(TextOf(String::Format("%*I64d|%.3I32u", 4, 7LL, 5u)), "   7|005");
+    EXPECT_EQ(TextOf(String::Format("%I64o %I64x %I64i %I64u", 8LL, 255LL, -3LL, 3LL)),
+              "10 ff -3 3");
+    EXPECT_EQ(TextOf(String::Format("%Ld %LX", -9223372036854775807LL, 255LL)),
+              "-9223372036854775807 FF");
+    EXPECT_EQ(TextOf(String::Format("%I64d%I32d%I64d", 1LL, 2, 3LL)), "123");
+}
+
+TEST(StringFormat, LeavesAllOtherTextAlone)
+{
+    EXPECT_EQ(TextOf(String::Format("%%I64d")), "%I64d");
+    EXPECT_EQ(TextOf(String::Format("%%I32d %%%I32d", 1)), "%I32d %1");
+    EXPECT_EQ(TextOf(String::Format("%5%I64d %d", 1)), TextOf(String::Format("%5%")) + "I64d 1");
+    EXPECT_EQ(TextOf(String::Format("I64d L %Lf", 2.5L)), "I64d L 2.500000");
+    EXPECT_EQ(TextOf(String::Format("%ld %lld I32", 5L, 6LL)), "5 6 I32");
+}
+
+TEST(StringFormat, PassesAFormatThatIsTooLongToTranslateOnAsItIs)
+{
+    const std::string longText(5000, 'L');
+
+    EXPECT_EQ(TextOf(String::Format((longText + "%d").c_str(), 7)), longText + "7");
+}
+
+TEST(StringFormat, TranslatesAFormatThatJustFits)
+{
+    const std::string text(4000, 'I');
+
+    EXPECT_EQ(TextOf(String::Format((text + "%I64d").c_str(), 5000000000LL)), text + "5000000000");
+}
+
+// The C library takes the I for a flag and 32 for a width.
+TEST(StringFormat, TranslatesUpTo4095Characters)
+{
+    const std::string longest(4093, 'I');
+    const std::string tooLong(4094, 'I');
+
+    EXPECT_EQ(TextOf(String::Format((longest + "%I32d").c_str(), 7)), longest + "7");
+    EXPECT_EQ(TextOf(String::Format((tooLong + "%I32d").c_str(), 7)),
+              tooLong + std::string(31, ' ') + "7");
+}
+
+TEST(StringFormat, CutsLongText)
+{
+    for (const uint32 length : {kLongest - 1, kLongest, kLongest + 1, uint32{20000}}) {
+        SCOPED_TRACE(length);
+        const std::string text(length, 'x');
+
+        const String formatted = String::Format("%s", text.c_str());
+
+        EXPECT_EQ(formatted.GetLength(), std::min(length, kLongest));
+        EXPECT_EQ(TextOf(formatted), text.substr(0, kLongest));
+    }
+}
+
+TEST(StringFormat, OfANullFormatIsEmpty)
+{
+    String text("abc");
+
+    EXPECT_TRUE(SharesEmpty(String::Format(nullptr)));
+    EXPECT_TRUE(text.SetFormatted(nullptr).IsEmpty());
+}
+
+TEST(StringFormat, OfAnArgumentThatCannotBeEncodedIsEmpty)
+{
+    const wchar_t unencodable[] = {0x1F600, 0};
+    std::setlocale(LC_CTYPE, "C");
+
+    EXPECT_TRUE(String::Format("abc%ls", unencodable).IsEmpty());
+}
+
+TEST(StringFormat, EndsAtANulThatItWrites)
+{
+    EXPECT_EQ(TextOf(String::Format("ab%cde", 0)), "ab");
+}
+
+TEST(StringSetFormatted, ReplacesTheTextAndReturnsTheString)
+{
+    String text("abc");
+    const String sharer(text);
+
+    EXPECT_EQ(&text.SetFormatted("%d%d", 1, 2), &text);
+
+    EXPECT_EQ(TextOf(text), "12");
+    EXPECT_EQ(TextOf(sharer), "abc");
+}
+
+TEST(StringSetFormatted, MayUseTheStringItself)
+{
+    String text("abc");
+
+    text.SetFormatted("%s!%s", text.CStr(), text.CStr());
+
+    EXPECT_EQ(TextOf(text), "abc!abc");
+}
+
+TEST(StringSetFormatted, IsCutToALockedField)
+{
+    String text;
+    const char* const field = text.Lock(5);
+
+    text.SetFormatted("%s", "abcdef");
+
+    EXPECT_EQ(TextOf(text), "abcd");
+    EXPECT_EQ(text.CStr(), field);
+    EXPECT_TRUE(text.IsLocked());
+}
+
+TEST(StringFormatNumber, OfFloatsHasThePrecision)
+{
+    EXPECT_EQ(TextOf(String::FormatNumber(3.14159, 2)), "3.14");
+    EXPECT_EQ(TextOf(String::FormatNumber(2.5, -1)), "2.500000");
+    EXPECT_EQ(TextOf(String::FormatNumber(1.0, 0)), "1");
+    EXPECT_EQ(TextOf(String::FormatNumber(2.5, 0)), "2");
+    EXPECT_EQ(TextOf(String::FormatNumber(-0.0, 1)), "-0.0");
+    EXPECT_EQ(TextOf(String::FormatNumber(2.5f, 3)), "2.500");
+    EXPECT_EQ(TextOf(String::FormatNumber(0.1f, 12)), "0.100000001490");
+    EXPECT_EQ(TextOf(String::FormatNumber(2.5f, INT_MIN)), "2.500000");
+}
+
+TEST(StringFormatNumber, IsUnlocked)
+{
+    const String text = String::FormatNumber(5, 3);
+
+    EXPECT_EQ(TextOf(text), ".005");
+    EXPECT_FALSE(text.IsLocked());
+    EXPECT_EQ(text.GetBuffer()->GetSizeBytes(), 5u);
+}
+
+TEST(StringFormatNumber, OfAnyPrecisionIsCutAtTheLongestText)
+{
+    for (const int precision : {16381, 16382, 16384, 100000, INT_MAX}) {
+        SCOPED_TRACE(precision);
+        EXPECT_EQ(TextOf(String::FormatNumber(1.0, precision)), "1." + std::string(16381, '0'));
+    }
+    EXPECT_EQ(TextOf(String::FormatNumber(1.0, 16380)), "1." + std::string(16380, '0'));
+}
+
+TEST(StringFormatNumber, OfIntegersPutsAPointBeforeTheDecimals)
+{
+    struct
+    {
+        int value;
+        int decimals;
+        const char* expected;
+    } const cases[] = {
+        {1234, 0, "1234"},
+        {1234, -3, "1234"},
+        {1234, INT_MIN, "1234"},
+        {1234, 2, "12.34"},
+        {1234, 4, ".1234"},
+        {123, 3, ".123"},
+        {5, 1, ".5"},
+        {5, 2, ".05"},
+        {0, 2, ".00"},
+        {-5, 2, ".-5"},
+        {-5, 3, ".0-5"},
+        {-1234, 2, "-12.34"},
+        {-1, 1, "-.1"},
+        {INT_MIN, 9, "-2.147483648"},
+    };
+
+    for (const auto& [value, decimals, expected] : cases) {
+        SCOPED_TRACE(testing::Message() << value << ", " << decimals);
+        EXPECT_EQ(TextOf(String::FormatNumber(value, decimals)), expected);
+        EXPECT_EQ(TextOf(String::FormatNumber(static_cast<long long>(value), decimals)), expected);
+        EXPECT_EQ(TextOf(String(String16::FormatNumber(value, decimals))), expected);
+    }
+}
+
+TEST(StringFormatNumber, CoversTheWholeRangeOfEachType)
+{
+    EXPECT_EQ(TextOf(String::FormatNumber(4294967295u, 3)), "4294967.295");
+    EXPECT_EQ(TextOf(String::FormatNumber(4294967295u, 0)), "4294967295");
+    EXPECT_EQ(TextOf(String::FormatNumber(LLONG_MIN + 1, 4)), "-922337203685477.5807");
+    EXPECT_EQ(TextOf(String::FormatNumber(LLONG_MIN, 0)), "-9223372036854775808");
+    EXPECT_EQ(TextOf(String::FormatNumber(LLONG_MAX, 1)), "922337203685477580.7");
+}
+
+TEST(StringFormatNumber, AddsAnyNumberOfZerosInOneStep)
+{
+    EXPECT_EQ(TextOf(String::FormatNumber(7, 100000)), "." + std::string(99999, '0') + "7");
+}
+
+TEST(String16FormatNumber, IsTheConvertedText)
+{
+    EXPECT_EQ(TextOf(String16::FormatNumber(3.14159, 2)), u"3.14");
+    EXPECT_EQ(TextOf(String16::FormatNumber(2.5f, 3)), u"2.500");
+    EXPECT_EQ(TextOf(String16::FormatNumber(-5LL, 2)), u".-5");
+    EXPECT_EQ(TextOf(String16::FormatNumber(1234, 2)), u"12.34");
+    EXPECT_EQ(TextOf(String16::FormatNumber(4294967295u, 3)), u"4294967.295");
+}
+
+template <class Operation>
+std::string TextOfDomainError(Operation operation)
+{
+    try {
+        operation();
+    } catch (const Exception<std::domain_error>& error) {
+        return error.what();
+    }
+    return "nothing was thrown";
+}
+
+TEST(String16Format, AlwaysThrows)
+{
+    const char* const expected = "Domain Error :  vsnwprintf not supported on Mac :  : "
+                                 "Utilities/Storage/StringT : Line 39";
+    const auto format = Units(u"%d");
+
+    EXPECT_EQ(TextOfDomainError([&] { String16::Format(format.data(), 1); }), expected);
+    EXPECT_EQ(TextOfDomainError([&] { String16::Format(nullptr); }), expected);
+}
+
+TEST(String16SetFormatted, AlwaysThrows)
+{
+    const char* const expected = "Domain Error :  vsnwprintf not supported on Mac :  : "
+                                 "Utilities/Storage/StringT : Line 549";
+    const auto format = Units(u"%d");
+    String16 text = Wide(u"abc");
+
+    EXPECT_EQ(TextOfDomainError([&] { text.SetFormatted(format.data(), 1); }), expected);
+    EXPECT_EQ(TextOfDomainError([&] { text.SetFormatted(nullptr); }), expected);
+    EXPECT_EQ(TextOf(text), u"abc");
+}
+
+} // namespace
+} // namespace QX

@@ -1,0 +1,557 @@
+// StringLockTest.cpp - locking and releasing, adopted buffers, and memory that runs out.
+
+#include "Support/StringTestSupport.h"
+
+#include <QX/Exception.h>
+
+#include <gtest/gtest.h>
+
+#include <new>
+#include <stdexcept>
+#include <thread>
+
+namespace QX {
+namespace {
+
+TEST(StringLock, GivesAPrivateFieldOfTheCapacity)
+{
+    String text("abc");
+    const LIBuffer* const buffer = BufferOf(text);
+
+    char* const field = text.Lock(10);
+
+    EXPECT_EQ(field, text.CStr());
+    EXPECT_STREQ(field, "abc");
+    EXPECT_TRUE(text.IsLocked());
+    EXPECT_EQ(text.GetLength(), 3u);
+    EXPECT_EQ(text.GetBuffer()->GetSizeBytes(), 10u);
+    EXPECT_EQ(BufferOf(text), buffer);
+    EXPECT_EQ(Holders(text), 1);
+}
+
+TEST(StringLock, ASecondTimeGivesNullAndChangesNothing)
+{
+    String text("abc");
+    const char* const field = text.Lock(10);
+
+    EXPECT_EQ(text.Lock(20), nullptr);
+
+    EXPECT_EQ(text.CStr(), field);
+    EXPECT_EQ(text.GetBuffer()->GetSizeBytes(), 10u);
+}
+
+TEST(StringLock, OfNoSizeHasRoomForTheText)
+{
+    String text("abc");
+    String16 wide = Wide(u"abc");
+
+    text.Lock(0);
+    const unsigned short* const field = wide.Lock(0);
+
+    EXPECT_EQ(text.GetBuffer()->GetSizeBytes(), 4u);
+    EXPECT_EQ(wide.GetBuffer()->GetSizeBytes(), 8u);
+    EXPECT_EQ(field[3], 0);
+    EXPECT_EQ(TextOf(wide), u"abc");
+}
+
+TEST(StringLock, RefusesACapacityWhoseBytesExceed32Bits)
+{
+    String16 wide = Wide(u"abc");
+
+    EXPECT_THROW(wide.Lock(0x80000000u), std::bad_alloc);
+
+    EXPECT_FALSE(wide.IsLocked());
+    EXPECT_EQ(TextOf(wide), u"abc");
+}
+
+TEST(StringLock, AFieldThatAnotherHolderHasEmptiedTakesNoText)
+{
+    String text("abc");
+    text.Lock(10);
+    text.GetBuffer()->SetSizeBytes(0);
+
+    text = String("de");
+    text.Assign("de", 2);
+
+    EXPECT_TRUE(text.IsLocked());
+    EXPECT_EQ(TextOf(text), "");
+    EXPECT_EQ(text.GetBuffer()->GetSizeBytes(), 0u);
+}
+
+TEST(StringAdoption, ThrowsForABufferThatHasLostItsBlock)
+{
+    const RCPtr<LIBuffer> buffer = HookedBuffer::Create("abc", {.refusesGrowth = true});
+    buffer->ResizeBytes(10);
+
+    EXPECT_THROW(String{buffer}, std::bad_alloc);
+
+    EXPECT_EQ(buffer->GetReferenceCount(), 1);
+}
+
+TEST(StringLock, AppendingBeyond32BitsThrows)
+{
+    const RCPtr<LIBuffer> buffer = HookedBuffer::Create(std::string_view("abc", 4), {});
+    String text(buffer);
+    static_cast<HookedBuffer&>(*buffer).ClaimSize(0xFFFFFFFF);
+
+    EXPECT_THROW(text += "de", std::bad_alloc);
+
+    EXPECT_FALSE(text.IsLocked());
+}
+
+TEST(StringLock, OfATextThatAnotherHolderHasEmptiedIsAnEmptyField)
+{
+    String text("abc");
+    const RCPtr<LIBuffer> other = text.GetBuffer();
+    other->SetSizeBytes(0);
+
+    EXPECT_STREQ(text.Lock(4), "");
+    EXPECT_EQ(text.GetBuffer()->GetSizeBytes(), 4u);
+}
+
+TEST(StringLock, OfABufferThatLosesItsBlockForGoodLeavesAnEmptyText)
+{
+    for (const std::size_t size : {std::size_t{4}, std::size_t{5001}}) {
+        SCOPED_TRACE(size);
+        const std::string before(size - 1, 'a');
+        String text(HookedBuffer::Create({before.c_str(), size},
+                                         {.refusesGrowth = true, .staysWithoutBlock = true}));
+
+        EXPECT_THROW(text.Lock(10000), std::bad_alloc);
+
+        EXPECT_FALSE(text.IsLocked());
+        EXPECT_STREQ(text.CStr(), "");
+        EXPECT_EQ(text.GetLength(), 0u);
+    }
+}
+
+TEST(StringLock, CountsElementsOf16Bits)
+{
+    String16 wide = Wide(u"abc");
+
+    wide.Lock(2);
+
+    EXPECT_EQ(TextOf(wide), u"a");
+    EXPECT_EQ(wide.GetBuffer()->GetSizeBytes(), 4u);
+}
+
+TEST(StringLock, LeavesTheSharersAlone)
+{
+    String text("abc");
+    const String sharer(text);
+
+    char* const field = text.Lock(10);
+    field[0] = 'X';
+
+    EXPECT_EQ(TextOf(sharer), "abc");
+    EXPECT_EQ(Holders(sharer), 1);
+    EXPECT_EQ(Holders(text), 1);
+    EXPECT_EQ(TextOf(text), "Xbc");
+    EXPECT_FALSE(sharer.IsLocked());
+}
+
+TEST(StringLock, OfAnEmptyStringLeavesTheSharedEmptyBufferAlone)
+{
+    String text;
+
+    std::strcpy(text.Lock(10), "abc");
+
+    EXPECT_EQ(TextOf(text), "abc");
+    EXPECT_STREQ(String::Empty.CStr(), "");
+    EXPECT_FALSE(String::Empty.IsLocked());
+}
+
+TEST(StringLock, CutsTextThatDoesNotFit)
+{
+    String text("abcdef");
+    String tiny("abc");
+
+    text.Lock(3);
+    tiny.Lock(1);
+
+    EXPECT_EQ(TextOf(text), "ab");
+    EXPECT_TRUE(tiny.IsEmpty());
+}
+
+TEST(StringLock, ZeroesWhatItGains)
+{
+    for (const uint32 size : {20u, 3000u}) {
+        SCOPED_TRACE(size);
+        String text("ab");
+
+        const char* const field = text.Lock(size);
+
+        EXPECT_EQ(std::string(field + 2, size - 2), std::string(size - 2, '\0'));
+    }
+}
+
+TEST(StringLock, KeepsALargeTextThatGrows)
+{
+    const std::string large(5000, 'x');
+    String text(large.c_str());
+
+    text.Lock(10000);
+
+    EXPECT_EQ(TextOf(text), large);
+}
+
+TEST(StringRelease, OfAnUnlockedStringDoesNothing)
+{
+    String text("abc");
+    const LIBuffer* const buffer = BufferOf(text);
+
+    EXPECT_EQ(text.Release(), 1);
+
+    EXPECT_EQ(BufferOf(text), buffer);
+}
+
+TEST(StringRelease, TrimsTheBufferToTheText)
+{
+    String text;
+    std::strcpy(text.Lock(50), "ab");
+    const LIBuffer* const buffer = BufferOf(text);
+
+    EXPECT_EQ(text.Release(), 0);
+
+    EXPECT_FALSE(text.IsLocked());
+    EXPECT_EQ(BufferOf(text), buffer);
+    EXPECT_EQ(text.GetBuffer()->GetSizeBytes(), 3u);
+    EXPECT_EQ(TextOf(text), "ab");
+    EXPECT_EQ(BufferOf(String(text)), buffer);
+}
+
+TEST(StringRelease, Trims16BitBuffersToUnits)
+{
+    String16 wide = Wide(u"abc");
+    wide.Lock(50)[2] = 0;
+
+    EXPECT_EQ(wide.Release(), 0);
+
+    EXPECT_EQ(wide.GetBuffer()->GetSizeBytes(), 6u);
+    EXPECT_EQ(TextOf(wide), u"ab");
+}
+
+TEST(StringRelease, OfAnEmptyTextSharesTheEmptyBuffer)
+{
+    String text("abc");
+    text.Lock(0)[0] = '\0';
+    String16 wide = Wide(u"abc");
+    wide.Lock(0)[0] = 0;
+
+    EXPECT_EQ(text.Release(), 0);
+    EXPECT_EQ(wide.Release(), 0);
+
+    EXPECT_TRUE(SharesEmpty(text));
+    EXPECT_TRUE(SharesEmpty(wide));
+}
+
+// Everything that reads a locked string whose owner has overwritten the terminator.
+TEST(StringUnterminated, IsReadToItsCapacityAndNoFurther)
+{
+    String locked;
+    std::memset(locked.Lock(4), 'x', 4);
+    String target;
+    String field;
+    field.Lock(10);
+    String appended("a");
+
+    target = locked;
+    field = locked;
+    appended += locked;
+
+    EXPECT_EQ(locked.GetLength(), 4u);
+    EXPECT_EQ(TextOf(String(locked)), "xxxx");
+    EXPECT_EQ(TextOf(target), "xxxx");
+    EXPECT_EQ(TextOf(field), "xxxx");
+    EXPECT_EQ(TextOf(appended), "axxxx");
+    EXPECT_EQ(TextOf(String16(locked)), u"xxxx");
+    EXPECT_EQ(TextOf(locked.Reverse()), "xxxx");
+    EXPECT_EQ(TextOf(locked.ToLower()), "xxxx");
+    EXPECT_EQ(TextOf(locked + "y"), "xxxxy");
+    EXPECT_TRUE(locked.IsEqual("xxxx"));
+    EXPECT_TRUE(String("xxxx").IsEqual(locked));
+    EXPECT_EQ(locked.Compare("xxxx", false), 0);
+    EXPECT_EQ(String("xxxx").Compare(locked, true), 0);
+    EXPECT_EQ(locked.Release(), 0);
+    EXPECT_EQ(TextOf(locked), "xxxx");
+    EXPECT_EQ(locked.GetBuffer()->GetSizeBytes(), 5u);
+}
+
+TEST(StringUnterminated, NumbersEndAtTheCapacity)
+{
+    String locked;
+    std::memcpy(locked.Lock(4), "12.5", 4);
+
+    EXPECT_EQ(locked.ToInt(), 12);
+    EXPECT_EQ(locked.ToDouble(), 12.5);
+}
+
+TEST(StringUnterminated, SixteenBitStringsAreReadToTheirCapacity)
+{
+    String16 locked = Wide(u"abc");
+    locked.Lock(4)[3] = 'd';
+
+    EXPECT_EQ(TextOf(String16(locked)), u"abcd");
+    EXPECT_EQ(TextOf(String(locked)), "abcd");
+    EXPECT_EQ(TextOf(locked.Reverse()), u"dcba");
+    EXPECT_EQ(locked.Release(), 0);
+    EXPECT_EQ(TextOf(locked), u"abcd");
+}
+
+TEST(StringUnterminated, InsertsCutToTheCapacity)
+{
+    String locked;
+    std::memset(locked.Lock(4), 'x', 4);
+
+    EXPECT_EQ(locked.Insert(1, "y"), 0);
+
+    EXPECT_EQ(TextOf(locked), "xyx");
+}
+
+TEST(StringAdoption, SharesABufferThatIsATextAlready)
+{
+    const RCPtr<LIBuffer> buffer = BufferWith(std::string_view("ab", 3));
+    const void* const block = buffer->GetRawPtr();
+
+    const String text(buffer);
+
+    EXPECT_EQ(BufferOf(text), buffer.Get());
+    EXPECT_EQ(buffer->GetReferenceCount(), 2);
+    EXPECT_EQ(buffer->GetRawPtr(), block);
+    EXPECT_EQ(TextOf(text), "ab");
+}
+
+TEST(StringAdoption, TrimsTheBufferForAllOfItsHolders)
+{
+    const RCPtr<LIBuffer> buffer = BufferWith(std::string_view("ab\0zz", 5));
+
+    const String text(buffer);
+
+    EXPECT_EQ(buffer->GetSizeBytes(), 3u);
+    EXPECT_EQ(TextOf(text), "ab");
+}
+
+TEST(StringAdoption, TerminatesABufferWithoutANul)
+{
+    const RCPtr<LIBuffer> buffer = BufferWith("abc");
+
+    const String text(buffer);
+
+    EXPECT_EQ(buffer->GetSizeBytes(), 4u);
+    EXPECT_EQ(TextOf(text), "abc");
+    EXPECT_STREQ(text.CStr(), "abc");
+}
+
+TEST(StringAdoption, GrowsAnEmptyBufferToATerminator)
+{
+    const RCPtr<LIBuffer> buffer = LByteBuffer::Create(0, 0, false);
+
+    const String text(buffer);
+
+    EXPECT_EQ(BufferOf(text), buffer.Get());
+    EXPECT_EQ(buffer->GetSizeBytes(), 1u);
+    EXPECT_TRUE(text.IsEmpty());
+    EXPECT_EQ(text.GetLength(), 0u);
+}
+
+TEST(StringAdoption, TakesACopyOfAnUnshareableBuffer)
+{
+    const RCPtr<LIBuffer> buffer = BufferWith(std::string_view("ab\0zz", 5));
+    buffer->SetUnshareable(true);
+
+    const String text(buffer);
+
+    EXPECT_NE(BufferOf(text), buffer.Get());
+    EXPECT_EQ(buffer->GetReferenceCount(), 1);
+    EXPECT_EQ(buffer->GetSizeBytes(), 5u);
+    EXPECT_EQ(TextOf(text), "ab");
+    EXPECT_FALSE(text.IsLocked());
+}
+
+TEST(StringAdoption, SurvivesAHolderWhoEmptiesTheBuffer)
+{
+    const RCPtr<LIBuffer> buffer = BufferWith(std::string_view("ab", 3));
+    const String text(buffer);
+
+    buffer->SetSizeBytes(0);
+
+    EXPECT_EQ(text.GetLength(), 0u);
+    EXPECT_STREQ(text.CStr(), "");
+    EXPECT_TRUE(text.IsEmpty());
+    EXPECT_EQ(TextOf(text + "x"), "x");
+    EXPECT_EQ(TextOf(text.ToLower()), "");
+    EXPECT_EQ(TextOf(String16(text)), u"");
+    EXPECT_EQ(text.ToInt(), 0);
+}
+
+TEST(StringAdoption, SurvivesAHolderWhoCutsTheBuffer)
+{
+    const RCPtr<LIBuffer> buffer = BufferWith(std::string_view("1234", 5));
+    const String text(buffer);
+
+    buffer->ResizeBytes(2);
+
+    EXPECT_EQ(TextOf(text), "1");
+    EXPECT_EQ(text.ToInt(), 1);
+    EXPECT_EQ(text.ToDouble(), 1.0);
+    EXPECT_EQ(TextOf(text + "x"), "1x");
+    EXPECT_EQ(TextOf(String16(text)), u"1");
+    EXPECT_TRUE(text.IsEqual("1"));
+}
+
+TEST(StringAdoption, DoesNotWriteToATextThatTwoThreadsAdopt)
+{
+    const RCPtr<LIBuffer> buffer = BufferWith(std::string_view("abc", 4));
+    const auto adopt = [&buffer] {
+        for (int round = 0; round < 100; ++round) {
+            const String text(buffer);
+            EXPECT_EQ(text.GetLength(), 3u);
+        }
+    };
+
+    std::thread other(adopt);
+    adopt();
+    other.join();
+
+    EXPECT_EQ(buffer->GetReferenceCount(), 1);
+}
+
+TEST(StringSharing, ThreadsMayHoldOneBuffer)
+{
+    const String text("abc");
+    const auto useCopies = [&text] {
+        for (int round = 0; round < 1000; ++round) {
+            String copy(text);
+            copy += "d";
+            EXPECT_EQ(copy.GetLength(), 4u);
+        }
+    };
+
+    std::thread other(useCopies);
+    useCopies();
+    other.join();
+
+    EXPECT_EQ(Holders(text), 1);
+    EXPECT_EQ(TextOf(text), "abc");
+}
+
+TEST(StringFailure, GrowthWithoutMemoryLeavesTheStringAsItWas)
+{
+    String text(HookedBuffer::Create(std::string_view("abc", 4), {.refusesGrowth = true}));
+
+    EXPECT_THROW(text.Lock(100), std::bad_alloc);
+    EXPECT_FALSE(text.IsLocked());
+    EXPECT_EQ(TextOf(text), "abc");
+
+    EXPECT_THROW(text += "def", std::bad_alloc);
+    EXPECT_FALSE(text.IsLocked());
+    EXPECT_EQ(TextOf(text), "abc");
+    EXPECT_EQ(text.GetBuffer()->GetSizeBytes(), 4u);
+}
+
+TEST(StringFailure, ALockedStringThatCannotGrowKeepsTextAndLock)
+{
+    String text(HookedBuffer::Create(std::string_view("abc", 4), {.refusesGrowth = true}));
+    std::memset(text.Lock(0), 'x', 4);
+
+    EXPECT_THROW(text += "def", std::bad_alloc);
+    EXPECT_THROW(text.Release(), std::bad_alloc);
+
+    EXPECT_TRUE(text.IsLocked());
+    EXPECT_EQ(TextOf(text), "xxxx");
+}
+
+TEST(StringFailure, ATextOf1024BytesThatCannotGrowIsTheLargestThatIsKept)
+{
+    const std::string kept(1023, 'x');
+    const std::string lost(1024, 'x');
+    String largest(HookedBuffer::Create({kept.c_str(), 1024}, {.refusesGrowth = true}));
+    String larger(HookedBuffer::Create({lost.c_str(), 1025}, {.refusesGrowth = true}));
+
+    EXPECT_THROW(largest.Lock(2000), std::bad_alloc);
+    EXPECT_THROW(larger.Lock(2000), std::bad_alloc);
+
+    EXPECT_EQ(TextOf(largest), kept);
+    EXPECT_EQ(std::string_view(larger.CStr()), "");
+}
+
+TEST(StringFailure, ALargeTextThatCannotGrowIsSafeToUse)
+{
+    const std::string large(5000, 'x');
+    String text(HookedBuffer::Create({large.c_str(), 5001}, {.refusesGrowth = true}));
+
+    EXPECT_THROW(text.Lock(10000), std::bad_alloc);
+
+    EXPECT_FALSE(text.IsLocked());
+    text = "usable";
+    EXPECT_EQ(TextOf(text), "usable");
+}
+
+TEST(StringFailure, AdoptionWithoutMemoryThrows)
+{
+    const RCPtr<LIBuffer> buffer = HookedBuffer::Create("abc", {.refusesGrowth = true});
+
+    EXPECT_THROW(String{buffer}, std::bad_alloc);
+
+    EXPECT_EQ(buffer->GetReferenceCount(), 1);
+    EXPECT_EQ(buffer->GetSizeBytes(), 3u);
+    EXPECT_EQ(std::memcmp(buffer->GetRawPtr(), "abc", 3), 0);
+}
+
+TEST(StringFailure, ACopyWithoutMemoryLeavesTheSharersAsTheyWere)
+{
+    String text(HookedBuffer::Create(std::string_view("abc", 4), {.copiesHaveNoBlock = true}));
+    const String sharer(text);
+
+    EXPECT_THROW(text.Lock(100), std::bad_alloc);
+
+    EXPECT_EQ(BufferOf(text), BufferOf(sharer));
+    EXPECT_EQ(Holders(text), 2);
+    EXPECT_FALSE(text.IsLocked());
+    EXPECT_EQ(TextOf(text), "abc");
+}
+
+TEST(StringFailure, ACopyThatCannotGrowLeavesTheSharersAsTheyWere)
+{
+    String text(HookedBuffer::Create(std::string_view("abc", 4), {.copiesRefuseGrowth = true}));
+    const String sharer(text);
+
+    EXPECT_THROW(text.Lock(100), std::bad_alloc);
+
+    EXPECT_EQ(BufferOf(text), BufferOf(sharer));
+    EXPECT_EQ(Holders(text), 2);
+    EXPECT_FALSE(text.IsLocked());
+}
+
+TEST(StringFailure, LockThrowsForACopyThatIsNoBuffer)
+{
+    String text(HookedBuffer::Create(std::string_view("abc", 4), {.copiesAreForeign = true}));
+    const String sharer(text);
+
+    try {
+        text.Lock(100);
+        FAIL() << "the copy was accepted";
+    } catch (const Exception<std::runtime_error>& error) {
+        EXPECT_STREQ(error.what(), "Runtime Error :  : Utilities/Storage/StringT : Line 744");
+    }
+
+    EXPECT_EQ(BufferOf(text), BufferOf(sharer));
+    EXPECT_EQ(Holders(text), 2);
+    EXPECT_FALSE(text.IsLocked());
+    EXPECT_EQ(TextOf(text), "abc");
+}
+
+TEST(StringFailure, WhatACopyThrowsPassesThroughLock)
+{
+    String text(HookedBuffer::Create(std::string_view("abc", 4), {.copiesThrow = true}));
+    const String sharer(text);
+
+    EXPECT_THROW(text.Lock(100), std::domain_error);
+
+    EXPECT_EQ(BufferOf(text), BufferOf(sharer));
+    EXPECT_EQ(Holders(text), 2);
+    EXPECT_FALSE(text.IsLocked());
+}
+
+} // namespace
+} // namespace QX
