@@ -1,11 +1,15 @@
-// FailingHeap.cpp - the wrapped heap functions.
+// FailingHeap.cpp - the replaced heap functions.
 
 #include "Support/FailingHeap.h"
 
 #include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <limits>
+#include <new>
 
+// The linker replaces the calls of f by calls of __wrap_f, and __real_f is f.
 extern "C" {
 void* __real_malloc(size_t size);
 void* __real_calloc(size_t count, size_t size);
@@ -20,11 +24,18 @@ void __wrap_free(void* block);
 
 namespace {
 
-thread_local bool sIsWatching = false;
-thread_local int sCalls = 0;
-thread_local int sFailingCall = 0;
-thread_local bool sIsExhausted = false; ///< all calls behind the failing one fail too
-thread_local char sJournal[256] = "";
+struct Watch
+{
+    bool isOn;
+    bool hasRefused;
+    int requests;
+    int firstRefused;
+    int lastRefused;
+    std::size_t largest;
+    char journal[256]; ///< a fixed field: the journal must not ask the heap that it watches
+};
+
+thread_local Watch sWatch;
 std::atomic<long> gLiveBlocks{0};
 
 // Counts a block that the heap has given.
@@ -41,24 +52,27 @@ void CountTakenBack()
     gLiveBlocks.fetch_sub(1, std::memory_order_relaxed);
 }
 
-// A fixed field: the journal must not ask the heap that it watches.
 void Write(const char* text)
 {
-    const std::size_t length = std::strlen(sJournal);
-    std::snprintf(sJournal + length, sizeof(sJournal) - length, "%s%s", length != 0 ? ", " : "",
-                  text);
+    char* const journal = sWatch.journal;
+    const std::size_t length = std::strlen(journal);
+    std::snprintf(journal + length, sizeof(sWatch.journal) - length, "%s%s",
+                  length != 0 ? ", " : "", text);
 }
 
 bool Refuses(const char* function, std::size_t size)
 {
-    if (!sIsWatching) {
+    if (!sWatch.isOn) {
         return false;
     }
     char text[48];
     std::snprintf(text, sizeof(text), "%s %zu", function, size);
     Write(text);
-    ++sCalls;
-    return sCalls == sFailingCall || (sIsExhausted && sFailingCall > 0 && sCalls > sFailingCall);
+    ++sWatch.requests;
+    const bool isRefused = size > sWatch.largest || (sWatch.requests >= sWatch.firstRefused &&
+                                                     sWatch.requests <= sWatch.lastRefused);
+    sWatch.hasRefused = sWatch.hasRefused || isRefused;
+    return isRefused;
 }
 
 } // namespace
@@ -76,7 +90,7 @@ void* __wrap_calloc(size_t count, size_t size)
 void* __wrap_realloc(void* block, size_t size)
 {
     if (block != nullptr && size == 0) {
-        if (sIsWatching) {
+        if (sWatch.isOn) {
             Write("realloc 0");
         }
         void* const left = __real_realloc(block, 0);
@@ -94,7 +108,7 @@ void* __wrap_realloc(void* block, size_t size)
 
 void __wrap_free(void* block)
 {
-    if (sIsWatching) {
+    if (sWatch.isOn) {
         Write("free");
     }
     if (block != nullptr) {
@@ -103,33 +117,86 @@ void __wrap_free(void* block)
     __real_free(block);
 }
 
+// The C++ library's own operators would ask the heap from inside a shared library, unseen. All are
+// here, since a sanitizer has its own for each that is not.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    return std::malloc(size != 0 ? size : 1);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
+{
+    return std::malloc(size != 0 ? size : 1);
+}
+
+void* operator new(std::size_t size)
+{
+    void* const block = std::malloc(size != 0 ? size : 1);
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    return block;
+}
+
+void* operator new[](std::size_t size)
+{
+    return operator new(size);
+}
+
+void operator delete(void* block) noexcept
+{
+    if (block != nullptr) {
+        std::free(block);
+    }
+}
+
+void operator delete[](void* block) noexcept
+{
+    operator delete(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept
+{
+    operator delete(block);
+}
+
+void operator delete[](void* block, std::size_t) noexcept
+{
+    operator delete(block);
+}
+
 namespace TestSupport {
 
-FailingHeap::FailingHeap(int call, bool isExhausted)
+FailingHeap::FailingHeap(int first, int last, std::size_t largest)
 {
-    sJournal[0] = '\0';
-    sCalls = 0;
-    sFailingCall = call;
-    sIsExhausted = isExhausted;
-    sIsWatching = true;
+    sWatch = {true, false, 0, first, last, largest, ""};
 }
 
 FailingHeap::~FailingHeap()
 {
-    sIsWatching = false;
+    sWatch.isOn = false;
 }
 
 std::string FailingHeap::GetJournal() const
 {
-    return sJournal;
+    return sWatch.journal;
+}
+
+int FailingHeap::CountRequests() const
+{
+    return sWatch.requests;
 }
 
 bool FailingHeap::HasRefused() const
 {
-    return sFailingCall > 0 && sCalls >= sFailingCall;
+    return sWatch.hasRefused;
 }
 
-long FailingHeap::CountLiveBlocks()
+ExhaustedHeap::ExhaustedHeap(int refused)
+    : FailingHeap(refused, std::numeric_limits<int>::max(), kAnySize)
+{}
+
+long CountLiveBlocks()
 {
     return gLiveBlocks.load(std::memory_order_relaxed);
 }

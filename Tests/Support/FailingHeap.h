@@ -1,47 +1,66 @@
-// FailingHeap.h - makes the process heap under SystemAllocator fail, and counts what it was asked.
+// FailingHeap.h - makes the process heap refuse memory, and counts what it was asked.
 //
-// A test program that uses it lists FailingHeap.cpp among its sources and malloc, calloc, realloc
-// and free behind WRAP. Calls from shared libraries are not seen; those of operator new are seen
-// only if FailingNew.cpp is in the program too.
+//     {
+//         const FailingHeap heap(2);    // refuses the second request
+//         EXPECT_THROW(text.Insert(0, other), std::bad_alloc);
+//         heap.GetJournal();            // "malloc 16, realloc 32"
+//     }
+//
+// A test program that links FailingHeap has its calls of malloc, calloc, realloc, free and operator
+// new replaced; each `new` is one request to malloc. Calls from shared libraries are not seen.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace TestSupport {
 
-/// Journals the heap calls of the thread that makes it, and refuses the one number `call`, counted
+/// Counts the requests of the thread that makes it, and refuses the one number `refused`, counted
 /// from 1 (0 refuses none). Releases, to which a reallocation to 0 bytes belongs, are not counted.
 /// One at a time on each thread.
 class FailingHeap
 {
 public:
-    explicit FailingHeap(int call)
-        : FailingHeap(call, false)
+    explicit FailingHeap(int refused)
+        : FailingHeap(refused, refused, kAnySize)
     {}
     ~FailingHeap();
     FailingHeap(const FailingHeap&) = delete;
     FailingHeap& operator=(const FailingHeap&) = delete;
 
-    /// Returns for example "malloc 16, realloc 32, free"; calls beyond 255 letters are left out.
+    /// Returns for example "malloc 16, realloc 32, free"; calls after 255 characters are left out.
     std::string GetJournal() const;
 
-    /// Tells whether the call to be refused has come.
+    /// Returns how many requests were made.
+    int CountRequests() const;
+
+    /// Tells whether a request was refused.
     bool HasRefused() const;
 
-    /// Returns how many blocks of the whole process are alive, made while anybody watched or not.
-    static long CountLiveBlocks();
-
 protected:
-    FailingHeap(int call, bool isExhausted);
+    static constexpr std::size_t kAnySize = static_cast<std::size_t>(-1);
+
+    /// Refuses the requests number `first` to `last`, and all of more than `largest` bytes.
+    FailingHeap(int first, int last, std::size_t largest);
 };
 
-/// As FailingHeap, but once it has refused a call it refuses all that follow.
+/// Refuses the request number `refused` and all after it.
 class ExhaustedHeap : public FailingHeap
 {
 public:
-    explicit ExhaustedHeap(int call)
-        : FailingHeap(call, true)
+    explicit ExhaustedHeap(int refused);
+};
+
+/// Refuses every request of more than `largest` bytes.
+class LimitedHeap : public FailingHeap
+{
+public:
+    explicit LimitedHeap(std::size_t largest)
+        : FailingHeap(0, 0, largest)
     {}
 };
+
+/// Returns how many blocks of the whole process are alive, made while a FailingHeap lived or not.
+long CountLiveBlocks();
 
 } // namespace TestSupport

@@ -2,6 +2,8 @@
 
 #include "Support/FailingPlatform.h"
 
+#include "Support/RegionProbe.h"
+
 #include <CoreServices/CoreServices.h>
 
 namespace {
@@ -28,24 +30,40 @@ Boolean __real_CompareAndSwap(UInt32 oldValue, UInt32 newValue, UInt32* address)
 
 OSStatus __wrap_MPCreateCriticalRegion(MPCriticalRegionID* region)
 {
-    return Refuses() ? OSStatus{kMPInsufficientResourcesErr}
-                     : __real_MPCreateCriticalRegion(region);
+    ++RegionProbe::sCreations;
+    if (Refuses()) {
+        *region = reinterpret_cast<MPCriticalRegionID>(1); // not a region, and not null
+        return kMPInsufficientResourcesErr;
+    }
+    const OSStatus status = __real_MPCreateCriticalRegion(region);
+    RegionProbe::sLastRegion = *region;
+    return status;
 }
 
 // What was entered is left, and what was made is deleted, whatever the answer says.
 OSStatus __wrap_MPDeleteCriticalRegion(MPCriticalRegionID region)
 {
+    ++RegionProbe::sDeletions;
     const OSStatus status = __real_MPDeleteCriticalRegion(region);
     return Refuses() ? OSStatus{kMPInvalidIDErr} : status;
 }
 
 OSStatus __wrap_MPEnterCriticalRegion(MPCriticalRegionID region, Duration timeout)
 {
-    return Refuses() ? OSStatus{kMPTimeoutErr} : __real_MPEnterCriticalRegion(region, timeout);
+    if (Refuses()) {
+        return kMPTimeoutErr;
+    }
+    const OSStatus status = __real_MPEnterCriticalRegion(region, timeout);
+    ++RegionProbe::sEntries;
+    ++RegionProbe::sDepth;
+    RegionProbe::sLastTimeout = timeout;
+    return status;
 }
 
 OSStatus __wrap_MPExitCriticalRegion(MPCriticalRegionID region)
 {
+    ++RegionProbe::sExits;
+    --RegionProbe::sDepth;
     const OSStatus status = __real_MPExitCriticalRegion(region);
     return Refuses() ? OSStatus{kMPInvalidIDErr} : status;
 }

@@ -1,7 +1,7 @@
 // FailingPlatform.h - makes the framework's calls of the platform fail at a chosen one.
 //
-// A test program that uses it lists FailingPlatform.cpp among its sources and the five functions
-// behind WRAP: CompareAndSwap and the four of critical regions.
+// A test program that links FailingPlatform has its calls of CompareAndSwap and of the four
+// functions of critical regions replaced.
 #pragma once
 
 namespace TestSupport {

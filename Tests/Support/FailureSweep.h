@@ -20,8 +20,7 @@
 // says for it; then the same operation runs again with all the memory that it wants; and when the
 // state has gone no block is left that was not there before.
 //
-// A test program that uses it lists FailureSweep.cpp, FailingHeap.cpp and FailingNew.cpp among its
-// sources and malloc, calloc, realloc and free behind WRAP.
+// A test program that uses it links FailureSweep.
 #pragma once
 
 #include "Support/FailingHeap.h"
@@ -155,7 +154,7 @@ template <class Failing, class State>
 bool RunWithRefusal(const SweptOperation<State>& operation, int refused)
 {
     SCOPED_TRACE(refused);
-    const long blocks = FailingHeap::CountLiveBlocks();
+    const long blocks = CountLiveBlocks();
     bool hasRefused = false;
     {
         State state;
@@ -173,7 +172,7 @@ bool RunWithRefusal(const SweptOperation<State>& operation, int refused)
     }
     // What GoogleTest keeps of a failure is memory as well.
     if (!testing::Test::HasFailure()) {
-        EXPECT_EQ(FailingHeap::CountLiveBlocks() - blocks, 0) << "blocks are left";
+        EXPECT_EQ(CountLiveBlocks() - blocks, 0) << "blocks are left";
     }
     return hasRefused;
 }

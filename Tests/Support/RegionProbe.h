@@ -1,7 +1,6 @@
-// RegionProbe.h - watches the calls that a test program makes for critical regions.
+// RegionProbe.h - counts the calls that a test program makes for critical regions.
 //
-// The program wraps the platform's four calls (RegionProbe.cpp); each one is written down here and
-// then made.
+// The program links FailingPlatform, which counts each call here and then makes it.
 #pragma once
 
 #include <CoreServices/CoreServices.h>
@@ -16,7 +15,6 @@ struct RegionProbe
     inline static std::atomic<int> sExits = 0;
     inline static std::atomic<Duration> sLastTimeout = 0;
     inline static std::atomic<MPCriticalRegionID> sLastRegion = nullptr;
-    inline static std::atomic<bool> sRefuseCreation = false;
     /// How many regions the calling thread is inside of.
     inline static thread_local int sDepth = 0;
 
@@ -28,6 +26,5 @@ struct RegionProbe
         sExits = 0;
         sLastTimeout = 0;
         sLastRegion = nullptr;
-        sRefuseCreation = false;
     }
 };

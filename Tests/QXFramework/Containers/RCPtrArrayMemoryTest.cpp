@@ -1,9 +1,6 @@
-// RCPtrArrayMemoryTest.cpp - what the arrays ask of the allocator, and what a refusal does.
-//
-// The program replaces the framework's allocator function by the one below, which only this file
-// tells to refuse.
+// RCPtrArrayMemoryTest.cpp - what the arrays ask of the heap, and what a refusal does.
 
-#include "Support/RefusingAllocator.h"
+#include "Support/FailingHeap.h"
 #include "Witness.h"
 
 #include <QX/RCPtrArray.h>
@@ -15,25 +12,11 @@
 
 namespace {
 
-// Never destroyed: static arrays may still free their blocks.
-RefusingAllocator& Allocator()
-{
-    static RefusingAllocator& allocator = *new RefusingAllocator;
-    return allocator;
-}
-
-} // namespace
-
-extern "C" QX::IAllocator* __wrap__ZN2QX18GetSystemAllocatorEv()
-{
-    return &Allocator();
-}
-
-namespace {
-
 using QX::int32;
 using QX::RCPtr;
 using QX::uint32;
+using TestSupport::FailingHeap;
+using TestSupport::LimitedHeap;
 using Array = QX::RCPtrArray<Witness, 1, 0>;
 
 constexpr uint32 kSlot = sizeof(void*);
@@ -42,13 +25,7 @@ constexpr int32 kFailure = static_cast<int32>(0x80000008u);
 class RCPtrArrayMemory : public testing::Test
 {
 protected:
-    void SetUp() override { Reset(); }
-    void TearDown() override
-    {
-        Reset();
-        EXPECT_EQ(Witness::GetLiveCount(), 0);
-    }
-    static void Reset() { Allocator() = RefusingAllocator(); }
+    void TearDown() override { EXPECT_EQ(Witness::GetLiveCount(), 0); }
 
     static void Fill(Array& array, const std::string& names)
     {
@@ -60,15 +37,15 @@ protected:
 
 TEST_F(RCPtrArrayMemory, TheLargeOneStartsWithRoomForItsReserve)
 {
+    const FailingHeap heap(2);
     QX::RCPtrArray<Witness, 256, 256> array;
-    EXPECT_EQ(Allocator().mRequests, 1u);
-    Allocator().mLargest = 0;
+    EXPECT_EQ(heap.CountRequests(), 1);
 
     EXPECT_EQ(array.SetCount(256), 256);
     EXPECT_EQ(array.SetCount(0), 0);
 
     // 256 null slots were opened and closed in the first block, which the slack keeps.
-    EXPECT_EQ(Allocator().mRequests, 1u);
+    EXPECT_EQ(heap.CountRequests(), 1);
     EXPECT_EQ(array.Insert(0, 257), kFailure);
 }
 
@@ -76,23 +53,21 @@ TEST_F(RCPtrArrayMemory, TheLargeOneGrowsBy256Slots)
 {
     QX::RCPtrArray<Witness, 256, 256> array;
     array.SetCount(257);
-    const uint32 requests = Allocator().mRequests;
-
-    array.SetCount(512);
-
-    EXPECT_EQ(Allocator().mRequests, requests);
-    Allocator().mLargest = 768 * kSlot - 1;
-    EXPECT_EQ(array.SetCount(513), kFailure);
-    Allocator().mLargest = 768 * kSlot;
+    {
+        const LimitedHeap heap(768 * kSlot - 1);
+        EXPECT_EQ(array.SetCount(512), 512);
+        EXPECT_EQ(heap.CountRequests(), 0);
+        EXPECT_EQ(array.SetCount(513), kFailure);
+    }
+    const LimitedHeap heap(768 * kSlot);
     EXPECT_EQ(array.SetCount(513), 513);
 }
 
 TEST_F(RCPtrArrayMemory, TheSmallOneHoldsExactlyItsSlots)
 {
+    const LimitedHeap heap(3 * kSlot);
     Array array;
-    EXPECT_EQ(Allocator().mRequests, 0u);
-
-    Allocator().mLargest = 3 * kSlot;
+    EXPECT_EQ(heap.CountRequests(), 0);
 
     EXPECT_EQ(array.SetCount(3), 3);
     EXPECT_EQ(array.SetCount(4), kFailure);
@@ -105,7 +80,7 @@ TEST_F(RCPtrArrayMemory, ARefusalLosesNothing)
     Array other;
     Fill(other, "XY");
     const RCPtr<Witness> item = MakeWitness('N');
-    Allocator().mLargest = 3 * kSlot;
+    const LimitedHeap heap(3 * kSlot);
 
     EXPECT_EQ(array.SetCount(4), kFailure);
     EXPECT_EQ(array.Insert(0, 1), kFailure);
@@ -123,7 +98,7 @@ TEST_F(RCPtrArrayMemory, ABlockThatCannotBeMadeSmallerIsKept)
 {
     Array array;
     Fill(array, "ABCD");
-    Allocator().mLargest = 0;
+    const LimitedHeap heap(0);
     RCPtr<Witness> removed;
 
     EXPECT_EQ(array.RemoveItem(0, removed), 3);
@@ -134,7 +109,7 @@ TEST_F(RCPtrArrayMemory, ABlockThatCannotBeMadeSmallerIsKept)
 
 TEST_F(RCPtrArrayMemory, AConstructorThrowsWhenItsSlotsAreRefused)
 {
-    Allocator().mLargest = 4 * kSlot - 1;
+    const LimitedHeap heap(4 * kSlot - 1);
 
     EXPECT_THROW(Array(4), std::bad_alloc);
     EXPECT_NO_THROW(Array(3));
@@ -142,10 +117,9 @@ TEST_F(RCPtrArrayMemory, AConstructorThrowsWhenItsSlotsAreRefused)
 
 TEST_F(RCPtrArrayMemory, ARefusedReserveLeavesAnEmptyArray)
 {
-    Allocator().mLargest = 0;
+    const FailingHeap heap(1);
     QX::RCPtrArray<Witness, 256, 256> array;
     EXPECT_EQ(array.GetCount(), 0u);
-    Reset();
 
     EXPECT_EQ(array.AppendItem(MakeWitness('A')), 0);
 
@@ -158,9 +132,10 @@ TEST_F(RCPtrArrayMemory, ARingThatCannotGrowThrowsWithNothingChanged)
     const RCPtr<Witness> item = MakeWitness('C');
     queue.Enqueue(MakeWitness('A'));
     queue.Enqueue(MakeWitness('B'));
-    Allocator().mLargest = 3 * kSlot;
-
-    EXPECT_THROW(queue.Enqueue(item), std::bad_alloc);
+    {
+        const FailingHeap heap(1);
+        EXPECT_THROW(queue.Enqueue(item), std::bad_alloc);
+    }
 
     EXPECT_EQ(item->GetReferenceCount(), 1);
     EXPECT_EQ(queue.GetQueuedObjectsCount(), 2u);
@@ -173,21 +148,23 @@ TEST_F(RCPtrArrayMemory, ARingThatCannotGrowThrowsWithNothingChanged)
 TEST_F(RCPtrArrayMemory, ARingWithoutSlotsThrowsWhenItsFirstOnesAreRefused)
 {
     QX::RCPtrQueue<Witness, 1> queue(nullptr, 0);
-    Allocator().mLargest = kSlot;
-
-    EXPECT_THROW(queue.Enqueue(MakeWitness('A')), std::bad_alloc);
+    const RCPtr<Witness> item = MakeWitness('A');
+    {
+        const LimitedHeap heap(kSlot);
+        EXPECT_THROW(queue.Enqueue(item), std::bad_alloc);
+    }
 
     EXPECT_EQ(queue.GetQueuedObjectsCount(), 0u);
-    Reset();
     EXPECT_EQ(queue.Enqueue(MakeWitness('B')), 0);
     EXPECT_EQ(queue.Dequeue()->GetName(), 'B');
 }
 
 TEST_F(RCPtrArrayMemory, ARingOf256SlotsIsOneBlock)
 {
+    const FailingHeap heap(2);
     QX::RCPtrQueue<Witness, 256> queue(nullptr, 256);
 
-    EXPECT_EQ(Allocator().mRequests, 1u);
+    EXPECT_EQ(heap.CountRequests(), 1);
     EXPECT_EQ(queue.GetCount(), 256u);
 }
 

@@ -231,7 +231,7 @@ TEST_F(BufferFailure, TheProcessHeapsRefusalIsSurvivedToo)
 {
     RCPtr<LIBuffer> buffer;
     {
-        const FailingHeap processHeap(1);
+        const FailingHeap processHeap(2); // the block; the object is the first
         buffer = QX::LByteBuffer::Create(10, 0, true);
     }
 

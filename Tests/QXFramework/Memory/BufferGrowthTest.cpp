@@ -1,6 +1,6 @@
 // BufferGrowthTest.cpp - growing a buffer without losing its bytes when the heap refuses.
 
-#include "Support/RefusingAllocator.h"
+#include "Support/FailingHeap.h"
 
 #include <QX/Buffer.h>
 
@@ -10,22 +10,11 @@
 
 namespace {
 
-RefusingAllocator gAllocator;
+using TestSupport::LimitedHeap;
 
-QX::IAllocator* GetRefusingAllocator()
-{
-    return &gAllocator;
-}
+using Bytes = QX::BufferT<4, 16, 8>;
 
-using Bytes = QX::BufferT<4, 16, 8, char*, &GetRefusingAllocator>;
-
-class BufferTryResize : public testing::Test
-{
-protected:
-    void SetUp() override { gAllocator = RefusingAllocator(); }
-};
-
-TEST_F(BufferTryResize, AllocatesRoundsAndKeepsAsResizeDoes)
+TEST(BufferTryResize, AllocatesRoundsAndKeepsAsResizeDoes)
 {
     struct Row
     {
@@ -55,7 +44,7 @@ TEST_F(BufferTryResize, AllocatesRoundsAndKeepsAsResizeDoes)
     }
 }
 
-TEST_F(BufferTryResize, KeepsTheCommonPrefix)
+TEST(BufferTryResize, KeepsTheCommonPrefix)
 {
     Bytes bytes(4, 0, true);
     std::memcpy(bytes.GetRawPtr(), "abcd", 4);
@@ -66,12 +55,12 @@ TEST_F(BufferTryResize, KeepsTheCommonPrefix)
     EXPECT_EQ(bytes.GetData(), bytes.GetRawPtr());
 }
 
-TEST_F(BufferTryResize, ChangesNothingWhenGrowthIsRefused)
+TEST(BufferTryResize, ChangesNothingWhenGrowthIsRefused)
 {
     Bytes bytes(4, 0, true);
     std::memcpy(bytes.GetRawPtr(), "abcd", 4);
     void* const block = bytes.GetRawPtr();
-    gAllocator.mLargest = 100;
+    const LimitedHeap heap(100);
 
     EXPECT_FALSE(bytes.TryResizeBytes(101));
 
@@ -81,10 +70,10 @@ TEST_F(BufferTryResize, ChangesNothingWhenGrowthIsRefused)
     EXPECT_EQ(std::memcmp(bytes.GetRawPtr(), "abcd", 4), 0);
 }
 
-TEST_F(BufferTryResize, ChangesNothingWhenTheFirstBlockIsRefused)
+TEST(BufferTryResize, ChangesNothingWhenTheFirstBlockIsRefused)
 {
     Bytes bytes(0, 0, false);
-    gAllocator.mLargest = 0;
+    const LimitedHeap heap(0);
 
     EXPECT_FALSE(bytes.TryResizeBytes(1));
 
@@ -92,11 +81,11 @@ TEST_F(BufferTryResize, ChangesNothingWhenTheFirstBlockIsRefused)
     EXPECT_EQ(bytes.GetRawPtr(), nullptr);
 }
 
-TEST_F(BufferTryResize, KeepsABlockThatCannotBeMadeSmaller)
+TEST(BufferTryResize, KeepsABlockThatCannotBeMadeSmaller)
 {
     Bytes bytes(100, 0, true);
     std::memcpy(bytes.GetRawPtr(), "abcd", 4);
-    gAllocator.mLargest = 0;
+    const LimitedHeap heap(0);
 
     EXPECT_TRUE(bytes.TryResizeBytes(4));
 

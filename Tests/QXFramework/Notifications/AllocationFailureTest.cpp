@@ -202,7 +202,7 @@ TEST_F(AllocationFailure, InTheNameTableEntersNothing)
     for (int number = 0; number < 300; ++number) {
         const std::string name = std::string(20000, 'r') + std::to_string(number);
         const uint32 before = LNotification::GetNotificationIDs().GetCount();
-        const long blocks = FailingHeap::CountLiveBlocks();
+        const long blocks = TestSupport::CountLiveBlocks();
         const char* id = nullptr;
 
         const int thrown =
@@ -210,7 +210,7 @@ TEST_F(AllocationFailure, InTheNameTableEntersNothing)
                        [&] {
                            ASSERT_EQ(LNotification::GetNotificationIDs().GetCount(), before);
                            // What finds the names may have grown already: an object and a block.
-                           ASSERT_LE(FailingHeap::CountLiveBlocks(), blocks + 2);
+                           ASSERT_LE(TestSupport::CountLiveBlocks(), blocks + 2);
                        },
                        [] {});
 

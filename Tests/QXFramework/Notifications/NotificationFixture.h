@@ -1,7 +1,7 @@
 // NotificationFixture.h - a client that writes down what it is asked, and the ledger of a test.
 #pragma once
 
-#include "Support/FailingNew.h"
+#include "Support/FailingHeap.h"
 
 #include <QX/Notification.h>
 #include <QX/NotificationCenter.h>

@@ -58,7 +58,7 @@ TEST_F(NotificationID, OfANameThatFindsNoMemoryIsMadeLater)
 
         for (int call = 1; id == nullptr; ++call) {
             EXPECT_EQ(CountNames(), before);
-            const TestSupport::FailingNew failing(call);
+            const TestSupport::FailingHeap failing(call);
             try {
                 id = LNotification::GetNotificationID(name.c_str());
             } catch (const std::bad_alloc&) {

@@ -1,6 +1,6 @@
 // ExceptionTest.cpp - texts and handlers of the framework's exceptions.
 
-#include "Support/FailingNew.h"
+#include "Support/FailingHeap.h"
 
 #include <QX/Exception.h>
 #include <QX/ThrowSites.h>
@@ -234,7 +234,7 @@ TEST(ExceptionText, LosesNothingWhenMemoryRunsOutWhileItIsComposed)
     int call = 0;
 
     while (!isThrown && ++call < 20) {
-        const TestSupport::FailingNew failing(call);
+        const TestSupport::FailingHeap failing(call);
         try {
             ThrowException<std::logic_error>("a message that does not fit a short string",
                                              ThrowSites::kRefCountedUndo);

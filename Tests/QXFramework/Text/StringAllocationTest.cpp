@@ -1,51 +1,15 @@
 // StringAllocationTest.cpp - strings and extended variants on a heap that has no large blocks.
-//
-// The program replaces the calls of malloc and realloc by those below.
 
 #include "QXFramework/Values/VariantExTestSupport.h"
+#include "Support/FailingHeap.h"
 
-#include <cstddef>
 #include <functional>
 #include <new>
-
-namespace {
-
-constexpr std::size_t kUnlimited = static_cast<std::size_t>(-1);
-
-std::size_t sLargestBlock = kUnlimited;
-bool sRefusesReallocation = false;
-
-} // namespace
-
-extern "C" {
-void* __real_malloc(std::size_t size);
-void* __real_realloc(void* block, std::size_t size);
-void* __wrap_malloc(std::size_t size);
-void* __wrap_realloc(void* block, std::size_t size);
-
-void* __wrap_malloc(std::size_t size)
-{
-    return size <= sLargestBlock ? __real_malloc(size) : nullptr;
-}
-
-void* __wrap_realloc(void* block, std::size_t size)
-{
-    return size <= sLargestBlock && !sRefusesReallocation ? __real_realloc(block, size) : nullptr;
-}
-}
 
 namespace QX {
 namespace {
 
-/// Limits the blocks of the heap for the life of the object.
-class HeapLimit
-{
-public:
-    explicit HeapLimit(std::size_t largestBlock) { sLargestBlock = largestBlock; }
-    ~HeapLimit() { sLargestBlock = kUnlimited; }
-    HeapLimit(const HeapLimit&) = delete;
-    HeapLimit& operator=(const HeapLimit&) = delete;
-};
+using TestSupport::LimitedHeap;
 
 TEST(StringExhaustedHeap, ChangesWithoutMemoryLeaveTheStringAsItWas)
 {
@@ -78,7 +42,7 @@ TEST(StringExhaustedHeap, ChangesWithoutMemoryLeaveTheStringAsItWas)
             const String sharer(isShared ? text : String());
             const LIBuffer* const buffer = BufferOf(text);
             {
-                const HeapLimit limit(300);
+                const LimitedHeap limit(300);
 
                 EXPECT_THROW(change(text), std::bad_alloc);
             }
@@ -96,7 +60,7 @@ TEST(StringExhaustedHeap, ALockedStringThatCannotGrowKeepsItsField)
     String text("abc");
     text.Lock(10);
     {
-        const HeapLimit limit(300);
+        const LimitedHeap limit(300);
 
         EXPECT_THROW(text += large.c_str(), std::bad_alloc);
     }
@@ -111,7 +75,7 @@ TEST(StringExhaustedHeap, AConversionWithoutMemoryLeavesTheBufferAlone)
     RCPtr<LIBuffer> buffer = before.GetBuffer();
     const std::string large(400, 'b');
     {
-        const HeapLimit limit(300);
+        const LimitedHeap limit(300);
 
         EXPECT_THROW(String16::ConvertToCharType(buffer, large.c_str(), -1), std::bad_alloc);
     }
@@ -123,9 +87,11 @@ TEST(StringExhaustedHeap, AConversionThatCannotTrimItsResultThrows)
     const String16 wide(std::string(400, 'b').c_str());
     String text("kept");
 
-    sRefusesReallocation = true;
-    EXPECT_THROW(text = String(wide), std::bad_alloc);
-    sRefusesReallocation = false;
+    {
+        const TestSupport::FailingHeap heap(3); // after the buffer and its block
+        EXPECT_THROW(text = String(wide), std::bad_alloc);
+        EXPECT_NE(heap.GetJournal().find("realloc 401"), std::string::npos) << heap.GetJournal();
+    }
 
     EXPECT_EQ(TextOf(text), "kept");
 }
@@ -137,7 +103,7 @@ TEST(StringExhaustedHeap, AVariantThatFindsNoMemoryIsEmpty)
     VariantEx text = OfText("abc");
     VariantEx buffer = OfText("abc");
     {
-        const HeapLimit limit(300);
+        const LimitedHeap limit(300);
 
         EXPECT_EQ(text.Set(large.c_str()), Variant::kEmpty);
         EXPECT_EQ(buffer.Set(bytes), Variant::kEmpty);
@@ -152,7 +118,7 @@ TEST(StringExhaustedHeap, AVariantThatCannotCopyDataThatMustNotBeSharedIsEmpty)
     other.GetBuffer()->SetUnshareable(true);
     VariantEx variant = OfText("abc");
     {
-        const HeapLimit limit(200);
+        const LimitedHeap limit(200);
 
         EXPECT_EQ(variant.Set(other), Variant::kEmpty);
     }
@@ -163,7 +129,7 @@ TEST(StringExhaustedHeap, ARecordThatFindsNoMemoryFails)
 {
     const VariantEx variant = OfText(std::string(250, 'a').c_str());
     RCPtr<LIBuffer> record;
-    const HeapLimit limit(255);
+    const LimitedHeap limit(255);
 
     EXPECT_EQ(variant.Serialize(record, 0), 0x80000008u);
 }
@@ -172,7 +138,7 @@ TEST(StringExhaustedHeap, ARecordBehindAGapThatFindsNoMemoryFails)
 {
     const VariantEx variant = OfText("abc");
     RCPtr<LIBuffer> record = BufferWith("x");
-    const HeapLimit limit(255);
+    const LimitedHeap limit(255);
 
     EXPECT_EQ(variant.Serialize(record, 400), 0x80000008u);
 }
@@ -182,7 +148,7 @@ TEST(StringExhaustedHeap, ARecordForItsOwnBufferThatFindsNoMemoryChangesNothing)
     const VariantEx variant = OfText(std::string(250, 'a').c_str());
     RCPtr<LIBuffer> record = variant.GetBuffer();
     {
-        const HeapLimit limit(200);
+        const LimitedHeap limit(200);
 
         EXPECT_EQ(variant.Serialize(record, 2), 0x80000008u);
     }
@@ -195,7 +161,7 @@ TEST(StringExhaustedHeap, ARecordGoesIntoABufferThatHasLostItsBytes)
     const VariantEx variant = OfText("abc");
     RCPtr<LIBuffer> record = BufferWith("x");
     {
-        const HeapLimit limit(255);
+        const LimitedHeap limit(255);
         variant.Serialize(record, 400);
     }
 

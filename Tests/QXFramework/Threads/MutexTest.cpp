@@ -1,5 +1,6 @@
 // MutexTest.cpp - the lock and the platform calls that it makes.
 
+#include "Support/FailingPlatform.h"
 #include "Support/RegionProbe.h"
 
 #include <QX/Mutex.h>
@@ -130,7 +131,7 @@ TEST_F(MutexTest, GuardOfNoMutexLocksNothing)
 
 TEST_F(MutexTest, LocksNothingIfThePlatformHasNoRegionLeft)
 {
-    RegionProbe::sRefuseCreation = true;
+    const TestSupport::FailingPlatform platform(1);
     {
         Mutex mutex;
         const MutexLock lock(mutex);

@@ -142,7 +142,7 @@ TEST(VariantExSweep, ASetterOfBytesThatFindsNoMemoryLeavesTheVariantEmpty)
 TEST(VariantExSweep, AVariantThatHasFoundNoMemoryHoldsNone)
 {
     VariantEx value;
-    const long blocks = FailingHeap::CountLiveBlocks();
+    const long blocks = TestSupport::CountLiveBlocks();
     Variant::Type type = Variant::kString;
     {
         const FailingHeap heap(2); // the bytes; the buffer itself is the first
@@ -150,7 +150,7 @@ TEST(VariantExSweep, AVariantThatHasFoundNoMemoryHoldsNone)
     }
 
     EXPECT_EQ(type, Variant::kEmpty);
-    EXPECT_EQ(FailingHeap::CountLiveBlocks(), blocks);
+    EXPECT_EQ(TestSupport::CountLiveBlocks(), blocks);
 }
 
 TEST(VariantExSweep, ASetterOfAnObjectTakesItOrThrowsAndChangesNothing)

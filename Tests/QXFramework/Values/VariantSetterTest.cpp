@@ -2,6 +2,7 @@
 
 #include <QX/Variant.h>
 
+#include "Support/FailingHeap.h"
 #include "VariantTestSupport.h"
 
 #include <atomic>
@@ -18,8 +19,6 @@ using namespace VariantTesting;
 std::atomic<const char*> gText{nullptr};
 std::atomic<size_t> gTextLength{0};
 
-std::atomic<bool> gNothrowNewFails{false};
-
 } // namespace
 
 extern "C" size_t __real_strlen(const char* text);
@@ -27,17 +26,6 @@ extern "C" size_t __wrap_strlen(const char* text);
 extern "C" size_t __wrap_strlen(const char* text)
 {
     return text == gText ? gTextLength.load() : __real_strlen(text);
-}
-
-void* operator new[](size_t size, const std::nothrow_t&) noexcept
-{
-    if (gNothrowNewFails)
-        return nullptr;
-    try {
-        return ::operator new[](size);
-    } catch (const std::bad_alloc&) {
-        return nullptr;
-    }
 }
 
 namespace {
@@ -440,9 +428,10 @@ TEST(VariantSetFromItself, WithoutMemoryForTheCopyTheVariantIsEmpty)
     Variant value;
     value.Set("abc");
 
-    gNothrowNewFails = true;
-    EXPECT_THROW(value.Set(value.GetCStr() + 1), std::bad_alloc);
-    gNothrowNewFails = false;
+    {
+        const TestSupport::FailingHeap heap(1);
+        EXPECT_THROW(value.Set(value.GetCStr() + 1), std::bad_alloc);
+    }
 
     EXPECT_EQ(value.GetType(), Variant::kEmpty);
     EXPECT_EQ(value.Set("again"), Variant::kString);
