@@ -6,27 +6,34 @@
 //     journal; // "+a -a ~a "
 //
 // "+a" is a reference added, "-a" one removed, "=a" a copy made, "!a" the call of
-// RemoveContainedReferences, "~a" the end. The copy of 'a' is called 'A'.
+// RemoveContainedReferences, "~a" the end. The copy of 'a' is called 'A'. A witness without a
+// journal is only counted.
 #pragma once
 
 #include <QX/RCPtr.h>
 
+#include <atomic>
 #include <cctype>
 #include <functional>
 #include <string>
 
 namespace TestSupport {
 
-class Witness : public QX::LRefCountedObject
+class Witness : public virtual QX::LRefCountedObject
 {
 public:
-    Witness(char name, std::string& journal)
-        : mName(name)
-        , mJournal(journal)
+    explicit Witness(char name)
+        : Witness(name, nullptr)
     {}
+    Witness(char name, std::string& journal)
+        : Witness(name, &journal)
+    {}
+    Witness(const Witness&) = delete;
+    Witness& operator=(const Witness&) = delete;
     ~Witness() override
     {
         Write('~');
+        --sLiveCount;
         if (onDestruction) {
             onDestruction();
         }
@@ -55,7 +62,10 @@ public:
     }
 
     char GetName() const { return mName; }
-    std::string& GetJournal() const { return mJournal; }
+    std::string& GetJournal() const { return *mJournal; }
+
+    /// Returns how many witnesses of the whole process are alive.
+    static int GetLiveCount() { return sLiveCount; }
 
     /// What a test wants to happen at these two moments.
     std::function<QX::int32()> onDismantling;
@@ -64,10 +74,46 @@ public:
     QX::RCPtr<Witness> next;
 
 private:
-    void Write(char sign) const { mJournal.append({sign, mName, ' '}); }
+    Witness(char name, std::string* journal)
+        : mName(name)
+        , mJournal(journal)
+    {
+        ++sLiveCount;
+    }
 
-    char mName;
-    std::string& mJournal;
+    void Write(char sign) const
+    {
+        if (mJournal != nullptr) {
+            mJournal->append({sign, mName, ' '});
+        }
+    }
+
+    const char mName;
+    std::string* const mJournal;
+
+    inline static std::atomic<int> sLiveCount = 0;
 };
+
+inline QX::RCPtr<Witness> MakeWitness(char name)
+{
+    return QX::RCPtr<Witness>(new Witness(name));
+}
+
+inline QX::RCPtr<Witness> MakeWitness(char name, std::string& journal)
+{
+    return QX::RCPtr<Witness>(new Witness(name, journal));
+}
+
+/// Returns the names of the witnesses in a container, '.' for null.
+template <class Container>
+std::string NamesOf(const Container& container)
+{
+    std::string names;
+    for (QX::uint32 index = 0; index < container.GetCount(); ++index) {
+        const auto& item = *container.GetAt(index);
+        names += item ? item->GetName() : '.';
+    }
+    return names;
+}
 
 } // namespace TestSupport

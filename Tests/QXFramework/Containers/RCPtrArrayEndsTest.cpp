@@ -1,6 +1,6 @@
 // RCPtrArrayEndsTest.cpp - elements whose ends change the arrays around them.
 
-#include "Witness.h"
+#include "Support/Witness.h"
 
 #include <QX/RCPtrArray.h>
 
@@ -11,6 +11,8 @@
 namespace {
 
 using QX::RCPtr;
+using TestSupport::MakeWitness;
+using TestSupport::Witness;
 using Array = QX::RCPtrArray<Witness, 1, 0>;
 
 class RCPtrArrayEnds : public testing::Test
@@ -32,7 +34,7 @@ TEST_F(RCPtrArrayEnds, AppendStopsWhereOneHasShortenedTheOther)
     Fill(array, "ABC");
     Array other;
     Fill(other, "XYZ");
-    (*array.GetAt(1))->SetOnDestroyed([&] { other.SetCount(1); });
+    (*array.GetAt(1))->onDestruction = [&] { other.SetCount(1); };
 
     EXPECT_EQ(array.Append(other), 6);
 
@@ -47,7 +49,7 @@ TEST_F(RCPtrArrayEnds, AppendGoesOnInAnotherThatOneHasMoved)
         Fill(array, "ABCD");
         Array other;
         Fill(other, "WXYZ");
-        (*array.GetAt(mover))->SetOnDestroyed([&] { other.Insert(4, 1000); });
+        (*array.GetAt(mover))->onDestruction = [&] { other.Insert(4, 1000); };
 
         EXPECT_EQ(array.Append(other), 8);
 
@@ -69,9 +71,9 @@ TEST_F(RCPtrArrayEnds, OfAnObjectThatItsOwnArrayHeldComesAfterItWasTakenOut)
     std::string journal;
     for (const bool isLast : {false, true}) {
         SCOPED_TRACE(isLast);
-        RCPtr<OwnerOfAnArray> owner(new OwnerOfAnArray('O', &journal));
+        RCPtr<OwnerOfAnArray> owner(new OwnerOfAnArray('O', journal));
         Array& array = owner->mArray;
-        array.AppendItem(MakeWitness('A', &journal));
+        array.AppendItem(MakeWitness('A', journal));
         array.AppendItem(RCPtr<Witness>(owner));
         owner = nullptr;
         journal.clear();

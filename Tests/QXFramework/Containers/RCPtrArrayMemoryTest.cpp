@@ -1,7 +1,7 @@
 // RCPtrArrayMemoryTest.cpp - what the arrays ask of the heap, and what a refusal does.
 
 #include "Support/FailingHeap.h"
-#include "Witness.h"
+#include "Support/Witness.h"
 
 #include <QX/RCPtrArray.h>
 #include <QX/RCPtrQueue.h>
@@ -17,6 +17,8 @@ using QX::RCPtr;
 using QX::uint32;
 using TestSupport::FailingHeap;
 using TestSupport::LimitedHeap;
+using TestSupport::MakeWitness;
+using TestSupport::Witness;
 using Array = QX::RCPtrArray<Witness, 1, 0>;
 
 constexpr uint32 kSlot = sizeof(void*);

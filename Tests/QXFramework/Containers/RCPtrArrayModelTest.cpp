@@ -3,7 +3,7 @@
 // The views read and write the same slots under different types. A compiler that takes them for
 // different objects keeps stale pointers in registers, so this is worth most when optimised.
 
-#include "Witness.h"
+#include "Support/Witness.h"
 
 #include <QX/RCPtrArray.h>
 
@@ -20,6 +20,8 @@ using QX::ConstRCPtr;
 using QX::int32;
 using QX::RCPtr;
 using QX::uint32;
+using TestSupport::MakeWitness;
+using TestSupport::Witness;
 
 constexpr uint32 kPoolSize = 6;
 

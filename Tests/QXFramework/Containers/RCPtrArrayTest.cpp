@@ -1,6 +1,6 @@
 // RCPtrArrayTest.cpp - slots, counts and results of the smart-pointer arrays.
 
-#include "Witness.h"
+#include "Support/Witness.h"
 
 #include <QX/RCPtrArray.h>
 
@@ -16,6 +16,8 @@ using QX::ConstRCPtr;
 using QX::int32;
 using QX::RCPtr;
 using QX::uint32;
+using TestSupport::MakeWitness;
+using TestSupport::Witness;
 using Array = QX::RCPtrArray<Witness, 1, 0>;
 using ConstArray = QX::ConstRCPtrArray<Witness, 1, 0>;
 
@@ -31,7 +33,7 @@ protected:
     void Fill(Array& array, const std::string& names)
     {
         for (const char name : names) {
-            array.AppendItem(MakeWitness(name, &mJournal));
+            array.AppendItem(MakeWitness(name, mJournal));
         }
         mJournal.clear();
     }
@@ -136,7 +138,7 @@ TEST_F(RCPtrArrayInsert, OfAnItemTakesOneReferenceAndReturnsTheIndex)
 {
     Array array;
     Fill(array, "AB");
-    const RCPtr<Witness> item = MakeWitness('C', &mJournal);
+    const RCPtr<Witness> item = MakeWitness('C', mJournal);
     mJournal.clear();
 
     EXPECT_EQ(array.InsertItem(1, item), 1);
@@ -188,7 +190,7 @@ TEST_F(RCPtrArrayRemove, DropsEachReferenceAfterItsSlotIsClosed)
     Fill(array, "ABCD");
     std::string seen;
     for (uint32 index = 0; index < 4; ++index) {
-        (*array.GetAt(index))->SetOnDestroyed([&] { seen += NamesOf(array) + ' '; });
+        (*array.GetAt(index))->onDestruction = [&] { seen += NamesOf(array) + ' '; };
     }
 
     EXPECT_EQ(array.Remove(1, 2), 2);
@@ -232,7 +234,7 @@ TEST_F(RCPtrArrayRemoveItem, HandsTheReferenceOver)
 {
     Array array;
     Fill(array, "ABC");
-    RCPtr<Witness> removed = MakeWitness('X', &mJournal);
+    RCPtr<Witness> removed = MakeWitness('X', mJournal);
     mJournal.clear();
 
     EXPECT_EQ(array.RemoveItem(1, removed), 2);
@@ -277,7 +279,7 @@ TEST_F(RCPtrArrayRemoveItem, TestsTheIndexAgainAfterTheOldReferenceIsDropped)
     Array array;
     Fill(array, "ABC");
     RCPtr<Witness> removed = MakeWitness('X');
-    removed->SetOnDestroyed([&] { array.SetCount(1); });
+    removed->onDestruction = [&] { array.SetCount(1); };
 
     EXPECT_THROW(array.RemoveItem(2, removed), QX::Exception<std::out_of_range>);
 
@@ -318,7 +320,7 @@ TEST_F(RCPtrArrayRemoveItem, IntoAnElementWhoseDestructorMovesTheArray)
 {
     Array array;
     Fill(array, "ABCD");
-    (*array.GetAt(2))->SetOnDestroyed([&] { array.Insert(4, 1000); });
+    (*array.GetAt(2))->onDestruction = [&] { array.Insert(4, 1000); };
 
     EXPECT_EQ(array.RemoveItem(0, *array.GetAt(2)), 1003);
 
@@ -329,7 +331,7 @@ TEST_F(RCPtrArrayRemoveItem, IntoAnElementWhoseDestructorEmptiesTheArray)
 {
     Array array;
     Fill(array, "ABCD");
-    (*array.GetAt(2))->SetOnDestroyed([&] { array.SetCount(0); });
+    (*array.GetAt(2))->onDestruction = [&] { array.SetCount(0); };
 
     EXPECT_THROW(array.RemoveItem(0, *array.GetAt(2)), QX::Exception<std::out_of_range>);
 
@@ -363,7 +365,7 @@ TEST_F(RCPtrArrayRemoveLast, HandsTheLastReferenceOver)
 {
     Array array;
     Fill(array, "ABC");
-    RCPtr<Witness> removed = MakeWitness('X', &mJournal);
+    RCPtr<Witness> removed = MakeWitness('X', mJournal);
     mJournal.clear();
 
     EXPECT_EQ(array.RemoveLast(removed), 2);
@@ -404,7 +406,7 @@ TEST_F(RCPtrArrayRemoveLast, IntoAnElementWhoseDestructorEmptiesTheArray)
 {
     Array array;
     Fill(array, "ABC");
-    (*array.GetAt(1))->SetOnDestroyed([&] { array.SetCount(0); });
+    (*array.GetAt(1))->onDestruction = [&] { array.SetCount(0); };
 
     EXPECT_EQ(array.RemoveLast(*array.GetAt(1)), kFailure);
 
@@ -438,7 +440,7 @@ TEST_F(RCPtrArraySetCount, ThrowsIfADestructorTakesTheRestAway)
 {
     Array array;
     Fill(array, "ABCDE");
-    (*array.GetAt(1))->SetOnDestroyed([&] { array.SetCount(1); });
+    (*array.GetAt(1))->onDestruction = [&] { array.SetCount(1); };
 
     EXPECT_THROW(array.SetCount(1), QX::Exception<std::out_of_range>);
 
@@ -513,7 +515,7 @@ TEST_F(RCPtrArrayAppend, SurvivesADestructorThatEmptiesTheArray)
     Fill(array, "ABC");
     Array other;
     Fill(other, "XYZ");
-    (*array.GetAt(1))->SetOnDestroyed([&] { array.SetCount(0); });
+    (*array.GetAt(1))->onDestruction = [&] { array.SetCount(0); };
 
     EXPECT_EQ(array.Append(other), 6);
 
@@ -557,7 +559,7 @@ TEST_F(RCPtrArrayLife, DestructorCopesWithElementsThatTakeOthersAway)
         for (const char name : {'A', 'B', 'C', 'D'}) {
             array.AppendItem(MakeWitness(name));
         }
-        const_cast<Witness&>(**array.GetAt(1)).SetOnDestroyed([&] { array.SetCount(1); });
+        const_cast<Witness&>(**array.GetAt(1)).onDestruction = [&] { array.SetCount(1); };
     }
 
     EXPECT_EQ(Witness::GetLiveCount(), 0);

@@ -1,7 +1,7 @@
 // RCPtrArrayViewsTest.cpp - one block of slots seen as RCPtr and as ConstRCPtr.
 
 #include "ContainerFakes.h"
-#include "Witness.h"
+#include "Support/Witness.h"
 
 #include <QX/RCPtrArray.h>
 #include <QX/RCPtrQueue.h>
@@ -17,6 +17,8 @@ namespace {
 using QX::ConstRCPtr;
 using QX::RCPtr;
 using QX::uint32;
+using TestSupport::MakeWitness;
+using TestSupport::Witness;
 using Array = QX::RCPtrArray<Witness, 1, 0>;
 using ConstArray = QX::ConstRCPtrArray<Witness, 1, 0>;
 using Queue = QX::RCPtrQueue<Witness, 256>;

@@ -1,7 +1,7 @@
 // RCPtrQueueTest.cpp - order, growth and counts of the ring.
 
 #include "Support/RegionProbe.h"
-#include "Witness.h"
+#include "Support/Witness.h"
 
 #include <QX/RCPtrQueue.h>
 
@@ -18,6 +18,8 @@ namespace {
 using QX::Mutex;
 using QX::RCPtr;
 using QX::uint32;
+using TestSupport::MakeWitness;
+using TestSupport::Witness;
 using Queue = QX::RCPtrQueue<Witness, 256>;
 
 class RCPtrQueueTest : public testing::Test
@@ -188,7 +190,7 @@ TEST_F(RCPtrQueueTest, PushHandsTheReferenceOverAndEntersNoLock)
     Queue queue(&mutex, 2);
     Enqueue(queue, "A");
     std::string journal;
-    RCPtr<Witness> item = MakeWitness('B', &journal);
+    RCPtr<Witness> item = MakeWitness('B', journal);
     journal.clear();
     RegionProbe::Reset();
 
@@ -205,7 +207,7 @@ TEST_F(RCPtrQueueTest, KeepsOneReferenceToAQueuedObjectAndNoneToOneThatHasLeft)
 {
     std::string journal;
     Queue queue(nullptr, 4);
-    RCPtr<Witness> item = MakeWitness('A', &journal);
+    RCPtr<Witness> item = MakeWitness('A', journal);
     journal.clear();
 
     queue.Enqueue(item);
@@ -226,10 +228,10 @@ TEST_F(RCPtrQueueTest, TryDequeueDropsWhatTheItemHeldAfterTheRemoval)
     RCPtr<Witness> item = MakeWitness('X');
     uint32 countThen = 99;
     int depthThen = 99;
-    item->SetOnDestroyed([&] {
+    item->onDestruction = [&] {
         countThen = queue.GetQueuedObjectsCount();
         depthThen = RegionProbe::sDepth;
-    });
+    };
 
     EXPECT_TRUE(queue.TryDequeue(item));
 

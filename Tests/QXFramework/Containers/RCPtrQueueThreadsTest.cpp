@@ -1,7 +1,5 @@
 // RCPtrQueueThreadsTest.cpp - the ring between threads.
 
-#include "Witness.h"
-
 #include <QX/RCPtrQueue.h>
 
 #include <gtest/gtest.h>
