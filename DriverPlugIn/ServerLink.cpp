@@ -30,15 +30,25 @@ CFDataRef CreateData(QX::LIBuffer& buffer)
     return CFDataCreate(nullptr, bytes, static_cast<CFIndex>(buffer.GetSizeBytes()));
 }
 
+// Another thread's failed look-up may have taken the port away since MessagePortValid found it, and
+// the platform ends a process that sends to null.
+SInt32 Send(const _PlugInInfo& info, SInt32 messageID, CFDataRef data, CFStringRef replyMode)
+{
+    const CFMessagePortRef port = GetPort(info);
+    if (port == nullptr) {
+        return kCFMessagePortIsInvalid;
+    }
+    return CFMessagePortSendRequest(port, messageID, data, kSendTimeoutSeconds,
+                                    kReceiveTimeoutSeconds, replyMode, nullptr);
+}
+
 SInt32 SendDocument(const _PlugInInfo& info, CFDictionaryRef dictionary)
 {
     const CFDataRef document = CFPropertyListCreateXMLData(nullptr, dictionary);
     if (document == nullptr) {
         return kCFMessagePortIsInvalid;
     }
-    const SInt32 status =
-        CFMessagePortSendRequest(GetPort(info), kSetParameterMessage, document, kSendTimeoutSeconds,
-                                 kReceiveTimeoutSeconds, nullptr, nullptr);
+    const SInt32 status = Send(info, kSetParameterMessage, document, nullptr);
     CFRelease(document);
     return status;
 }
@@ -66,8 +76,7 @@ SInt32 SendSimpleMessageToServer(_PlugInInfo* info, SInt32 messageID)
     if (MessagePortValid(info) == 0) {
         return kCFMessagePortIsInvalid;
     }
-    return CFMessagePortSendRequest(GetPort(*info), messageID, nullptr, kSendTimeoutSeconds,
-                                    kReceiveTimeoutSeconds, kCFRunLoopDefaultMode, nullptr);
+    return Send(*info, messageID, nullptr, kCFRunLoopDefaultMode);
 }
 
 // The platform's references are bare on purpose: an exception leaves them behind, and only the

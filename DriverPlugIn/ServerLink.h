@@ -17,8 +17,12 @@
 
 /// Returns 1 if the record has a port, which is opened now if need be, and 0 otherwise.
 ///
-/// A port that the record already has is not looked at again. Two threads that meet here with no
-/// port may both open one; one of the two then belongs to nobody.
+/// A port that the record already has is not looked at again.
+///
+/// Threads: any. If two threads look for the server of one record at once, each stores what it has
+/// found, and the later store stays: the other port is never released. A thread that has found no
+/// server stores null, also over a port that the other has just stored; a send of the other thread
+/// then gives kCFMessagePortIsInvalid, and the next look-up opens a port again.
 int MessagePortValid(_PlugInInfo* info);
 
 /// Sends a message without data, waits for its reply and discards that. Returns the send's status.

@@ -258,6 +258,16 @@ TEST_F(SendMessage, OfAValueTooLargeMakesNoData)
                             "release dictionary"));
 }
 
+TEST_F(SendMessage, PortThatAnotherThreadTookAwayIsInvalidAndEverythingIsReleased)
+{
+    PlatformCalls::RunDuring(Call::kDictionaryCreate, [&] { mInfo.mMessagePort = nullptr; });
+
+    EXPECT_EQ(Send(), -3);
+
+    EXPECT_THAT(PlatformCalls::GetSent(), IsEmpty());
+    EXPECT_EQ(PlatformCalls::GetJournal().back(), "release dictionary");
+}
+
 TEST_F(SendMessage, SendsAValueThatDoesNotSerialize)
 {
     mValue.SetPointer(&mInfo, 0);

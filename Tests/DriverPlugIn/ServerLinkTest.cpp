@@ -103,6 +103,35 @@ TEST_F(ServerLink, EachRecordHasAPortOfItsOwnUnderTheSameName)
     EXPECT_EQ(PlatformCalls::GetPortNames()[0], PlatformCalls::GetPortNames()[1]);
 }
 
+TEST_F(ServerLink, LaterOfTwoStoresStays)
+{
+    PlatformCalls::SetServerPresent(true);
+    CFMessagePortRef portOfAnotherThread = nullptr;
+    PlatformCalls::RunDuring(Call::kPortOpen, [&] {
+        MessagePortValid(&mInfo);
+        portOfAnotherThread = mInfo.mMessagePort;
+    });
+
+    EXPECT_EQ(MessagePortValid(&mInfo), 1);
+
+    EXPECT_NE(portOfAnotherThread, nullptr);
+    EXPECT_NE(mInfo.mMessagePort, nullptr);
+    EXPECT_NE(mInfo.mMessagePort, portOfAnotherThread);
+}
+
+TEST_F(ServerLink, FailedLookUpStoresNullOverThePortOfAnotherThread)
+{
+    PlatformCalls::RunDuring(Call::kPortOpen, [&] {
+        PlatformCalls::SetServerPresent(true);
+        MessagePortValid(&mInfo);
+        PlatformCalls::SetServerPresent(false);
+    });
+
+    EXPECT_EQ(MessagePortValid(&mInfo), 0);
+
+    EXPECT_EQ(mInfo.mMessagePort, nullptr);
+}
+
 TEST_F(ServerLink, SimpleMessageHasNoDataAndWaitsForAReplyThatIsDiscarded)
 {
     PlatformCalls::SetServerPresent(true);

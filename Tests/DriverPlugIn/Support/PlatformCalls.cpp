@@ -18,6 +18,7 @@ struct State
     bool isServerPresent = false;
     std::set<Call> failing;
     std::set<Call> throwing;
+    std::map<Call, std::function<void()>> during;
     std::deque<SInt32> statuses;
     std::vector<std::string> journal;
     std::vector<SentMessage> sent;
@@ -75,6 +76,9 @@ std::string DescribeFourCharCode(SInt32 code)
 bool Begin(Call call, const std::string& entry)
 {
     gState.journal.push_back(entry);
+    if (const auto during = gState.during.extract(call)) {
+        during.mapped()();
+    }
     if (gState.throwing.count(call) != 0) {
         throw QX::Exception<std::runtime_error>("thrown below");
     }
@@ -136,6 +140,11 @@ void PlatformCalls::Allow(Call call)
 {
     gState.failing.erase(call);
     gState.throwing.erase(call);
+}
+
+void PlatformCalls::RunDuring(Call call, std::function<void()> other)
+{
+    gState.during[call] = std::move(other);
 }
 
 void PlatformCalls::AnswerSends(std::deque<SInt32> statuses)
@@ -366,9 +375,9 @@ CFStringRef __wrap_CFStringCreateWithFormat(CFAllocatorRef allocator, CFDictiona
 CFMessagePortRef __wrap_CFMessagePortCreateRemote(CFAllocatorRef allocator, CFStringRef name)
 {
     const Recording recording;
-    gState.journal.push_back("open port " + Describe(allocator));
     gState.portNames.push_back(Describe(name));
-    if (!gState.isServerPresent) {
+    const bool fails = Begin(Call::kPortOpen, "open port " + Describe(allocator));
+    if (fails || !gState.isServerPresent) {
         return nullptr;
     }
     return reinterpret_cast<CFMessagePortRef>(&gPorts.emplace_back());

@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,7 @@ enum class Call
 {
     kArrayCreate,
     kStringCreate,
+    kPortOpen, ///< without a server it gives null
     kDictionaryCreate,
     kNumberCreate,
     kDataCreate,
@@ -51,6 +53,9 @@ public:
     static void Throw(Call call);
     /// Makes every further call do what the real one does.
     static void Allow(Call call);
+    /// Lets `other` run in the middle of the next such call, as another thread might, or a source
+    /// of the run loop.
+    static void RunDuring(Call call, std::function<void()> other);
     /// Chooses the statuses of the next sends; those after them are 0.
     static void AnswerSends(std::deque<SInt32> statuses);
 
