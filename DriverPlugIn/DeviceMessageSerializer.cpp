@@ -11,12 +11,13 @@ namespace {
 
 constexpr UInt32 kFailure = static_cast<UInt32>(QX::kResultFailure);
 
-// Resizing the buffer frees the block that such a value would then be read from.
+// Resizing the buffer frees the value's data in that case. A buffer without a block holds no
+// address.
 bool LiesInside(const void* data, QX::LIBuffer& buffer)
 {
     const auto start = reinterpret_cast<std::uintptr_t>(buffer.GetRawPtr());
     const auto address = reinterpret_cast<std::uintptr_t>(data);
-    return address >= start && address - start < buffer.GetAllocatedSize();
+    return start != 0 && address >= start && address - start < buffer.GetAllocatedSize();
 }
 
 bool StoreHostWord(QX::LIBuffer& buffer, UInt32 offset, UInt32 word)

@@ -187,6 +187,20 @@ TEST_F(SetParamMessage, OfTheLargestValueThatFitsIsAskedOfTheHeap)
 
     EXPECT_EQ(buffer->GetSizeBytes(), 0xFFFFFFFFu);
     EXPECT_EQ(buffer->GetRawPtr(), nullptr);
+    mValue.Set(QX::Variant::kInt32, "\1\0\0", 4);
+    EXPECT_EQ(Create(1, mValue, buffer), 16u);
+    EXPECT_EQ(buffer->GetSizeBytes(), 28u);
+}
+
+TEST_F(SetParamMessage, BufferThatFoundNoMemoryIsFilledByTheNextMessage)
+{
+    const auto buffer = MakeBuffer();
+    PlatformCalls::FailAllocation(24);
+
+    EXPECT_EQ(Create(1, mValue, buffer), 0x80000008u);
+
+    EXPECT_EQ(Create(1, mValue, buffer), 12u);
+    EXPECT_EQ(buffer->GetSizeBytes(), 24u);
 }
 
 TEST_F(SetParamMessage, OfBytesInsideTheBufferFailsAndLeavesItAsItWas)
