@@ -5,7 +5,7 @@
 // open.
 //
 // Nothing here takes a lock: the HAL does not overlap Open and Close with other calls. Nothing here
-// catches either: an exception from below a set leaves the entry point.
+// catches either: an exception thrown while a property is set leaves the entry point.
 
 #include "DriverPlugIn/DirectMonitor.h"
 #include "DriverPlugIn/PlugInInfo.h"
@@ -52,7 +52,7 @@ static int RemovePlugInInfoElementByID(UInt32 deviceID)
             continue;
         }
         CFArrayRemoveValueAtIndex(gHostInfoArray, index);
-        // The record's port is not released: its reference stays with the process.
+        // Unlike the record, its port is not released: a send may still be waiting on it.
         std::free(info);
         if (count == 1) {
             CFRelease(gHostInfoArray);
@@ -63,7 +63,7 @@ static int RemovePlugInInfoElementByID(UInt32 deviceID)
     return 0;
 }
 
-// Returns the size of a property's data, 0 for a property that is not ours.
+// Returns the size of a property's data, 0 for an unknown property.
 static UInt32 GetPropertySize(AudioDevicePropertyID propertyID)
 {
     switch (propertyID) {
@@ -78,7 +78,7 @@ static UInt32 GetPropertySize(AudioDevicePropertyID propertyID)
     }
 }
 
-// Enable and state are the device's and live on the master channel; every channel has a level.
+// Enable and state belong to the whole device: channel 0 only. Every channel has a level.
 static bool IsChannelAllowed(AudioDevicePropertyID propertyID, UInt32 channel)
 {
     return channel == 0 || propertyID == kDirectMonitorLevelProperty;
@@ -95,14 +95,16 @@ static UInt32 ReadUInt32(const void* data)
 QX_API OSStatus AudioDriverPlugInOpen(AudioDriverPlugInHostInfo* inHostInfo)
 {
     if (gHostInfoArray == nullptr) {
-        // Callbacks of null make an array that never touches what its values point at.
+        // Capacity 1 is a hint for the usual single device; the array grows with more. With null
+        // callbacks the array neither retains nor compares its values.
         gHostInfoArray = CFArrayCreateMutable(nullptr, 1, nullptr);
     }
     if (FetchPlugInInfoElementByID(inHostInfo->mDeviceID) != nullptr) {
         return kAudioHardwareUnspecifiedError;
     }
-    // Filling and appending come first and the test of the allocation after them. Without volatile
-    // a compiler would conclude from the stores that the pointer is not null, and drop the test.
+    // The test of the allocation comes after the append: a return before it would leave a new array
+    // without a record, which no Close releases. Without volatile a compiler would conclude from
+    // the stores that the pointer is not null, and drop the test.
     _PlugInInfo* volatile info = static_cast<_PlugInInfo*>(std::malloc(sizeof(_PlugInInfo)));
     info->mDeviceID = inHostInfo->mDeviceID;
     info->mIOAudioDevice = inHostInfo->mIOAudioDevice;

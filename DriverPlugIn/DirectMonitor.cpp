@@ -19,7 +19,7 @@ static_assert(std::numeric_limits<Float32>::is_iec559 && std::numeric_limits<dou
 static_assert(FLT_EVAL_METHOD == 0, "the gains are compared in single precision");
 static_assert(sizeof(double) == 8 && sizeof(Float32) == 4 && sizeof(UInt32) == 4);
 
-constexpr SInt32 kNoRecord = static_cast<SInt32>(kIOReturnError);
+constexpr SInt32 kNullArgument = static_cast<SInt32>(kIOReturnError);
 
 SInt32 SendInteger(_PlugInInfo* info, UInt32 parameterID, UInt32 integer)
 {
@@ -28,7 +28,7 @@ SInt32 SendInteger(_PlugInInfo* info, UInt32 parameterID, UInt32 integer)
     return SendMessageToServer(info, parameterID, value);
 }
 
-// A NaN is no silence: it fails the comparison and stays a NaN.
+// A NaN fails the comparison, so it is sent as a NaN.
 double GainToDecibels(Float32 gain)
 {
     if (gain <= 0.0F) {
@@ -42,7 +42,7 @@ double GainToDecibels(Float32 gain)
 SInt32 SetDirectMonitorEnable(_PlugInInfo* info, UInt32 enable)
 {
     if (info == nullptr) {
-        return kNoRecord;
+        return kNullArgument;
     }
     return SendInteger(info, kDirectMonitorEnableParameter, enable);
 }
@@ -50,7 +50,7 @@ SInt32 SetDirectMonitorEnable(_PlugInInfo* info, UInt32 enable)
 SInt32 SetDirectMonitorState(_PlugInInfo* info, UInt32 state)
 {
     if (info == nullptr) {
-        return kNoRecord;
+        return kNullArgument;
     }
     if (state != 0) {
         SendSimpleMessageToServer(info, kOpenDirectMonitorMessage);
@@ -65,7 +65,7 @@ SInt32 SetDirectMonitorState(_PlugInInfo* info, UInt32 state)
 SInt32 SetDirectMonitorLevel(_PlugInInfo* info, UInt32 channel, const void* gains)
 {
     if (info == nullptr || gains == nullptr) {
-        return kNoRecord;
+        return kNullArgument;
     }
     if (MessagePortValid(info) == 0) {
         return 0;

@@ -1,13 +1,13 @@
 // DirectMonitor.h - the operations behind the three direct-monitor properties.
 //
-// The interface can route its inputs to its outputs in hardware. The server does it; a set
+// The interface can route its inputs to its outputs in hardware. The server controls that. A set
 // operation translates a property's value into messages to the server and returns the status of the
-// set-parameter message, a get operation refuses, since nothing is kept here.
+// set-parameter message. A get operation refuses, since nothing is kept here.
 //
 // Without a server, enable and state return kCFMessagePortIsInvalid. Unlike them, a level that
 // finds no server counts as done.
 //
-// A set operation throws what sending throws.
+// Throws: what sending throws; a level also std::bad_alloc.
 #pragma once
 
 #include "DriverPlugIn/PlugInInfo.h"
@@ -17,14 +17,18 @@
 /// Fails: kIOReturnError for a null record.
 SInt32 SetDirectMonitorEnable(_PlugInInfo* info, UInt32 enable);
 
-/// Sends `state`, announced by 'OpLM' in front of it if it is not 0 and followed by 'ClLM' if it
-/// is. What becomes of those two has no influence on the status.
+/// Sends all 32 bits of `state` as a signed integer. Sends 'OpLM' first if `state` is not 0, and
+/// 'ClLM' last if it is 0; their statuses are ignored.
+///
+/// Each of the two waits for a reply and meanwhile runs the run loop: see
+/// SendSimpleMessageToServer.
 ///
 /// Fails: kIOReturnError for a null record.
 SInt32 SetDirectMonitorState(_PlugInInfo* info, UInt32 state);
 
 /// Sends the two linear Float32 gains at `gains`, which need not be aligned, as decibels, with the
-/// index that belongs to `channel`: the channel minus 1, so 0xFFFFFFFF for the master channel 0.
+/// channel's index: `channel` minus 1, so 0xFFFFFFFF for the master channel 0. A gain of 0 or less
+/// is sent as kSilenceDecibels.
 ///
 /// Fails: kIOReturnError for a null record or null gains.
 SInt32 SetDirectMonitorLevel(_PlugInInfo* info, UInt32 channel, const void* gains);

@@ -10,16 +10,17 @@
 /// What the plug-in knows of one open device: the host info of the HAL's Open call, field by field,
 /// and the port to the server.
 ///
-/// A plain record on the heap of malloc, made by Open and freed by Close.
+/// A plain record, allocated with malloc by Open and freed by Close.
 struct _PlugInInfo
 {
-    AudioDeviceID mDeviceID; ///< first: the record's address is also the address of the device ID
+    AudioDeviceID mDeviceID; ///< first: SendMessageToServer passes the record as its address
+    // Stored as the HAL gave them; the plug-in reads none of the next four.
     io_object_t mIOAudioDevice;
     io_object_t mIOAudioEngine;
     AudioDriverPlugInDevicePropertyChangedProc mDevicePropertyChangedProc;
     AudioDriverPlugInStreamPropertyChangedProc mStreamPropertyChangedProc;
-    /// Null until a message is first sent while the server is there; kept from then on, and not
-    /// released with the record: the reference stays with the process.
+    /// Null until MessagePortValid first finds the server; then kept, and not released with the
+    /// record: the reference stays with the process.
     CFMessagePortRef mMessagePort;
 };
 

@@ -10,7 +10,7 @@
 
 namespace {
 
-// The dictionary compares keys by address and retains nothing: the keys have to outlive it.
+// The dictionary compares keys by address and retains nothing: the keys must outlive it.
 const CFStringRef gDeviceIDKey = CFSTR(kCoreAudioDeviceIDKey);
 const CFStringRef gParameterDataKey = CFSTR(kParameterDataKey);
 
@@ -24,6 +24,7 @@ CFMessagePortRef GetPort(const _PlugInInfo& info)
 CFDataRef CreateData(QX::LIBuffer& buffer)
 {
     const auto* const bytes = static_cast<const UInt8*>(buffer.GetRawPtr());
+    // Without memory the buffer has a size but no bytes, and the platform would read from null.
     if (bytes == nullptr) {
         return nullptr;
     }
@@ -79,8 +80,8 @@ SInt32 SendSimpleMessageToServer(_PlugInInfo* info, SInt32 messageID)
     return Send(*info, messageID, nullptr, kCFRunLoopDefaultMode);
 }
 
-// The platform's references are bare on purpose: an exception leaves them behind, and only the
-// buffer goes with it.
+// The platform's references are bare and not held by an object that releases them: unlike the
+// buffer they stay when an exception passes, and the counts that callers see depend on it.
 SInt32 SendMessageToServer(_PlugInInfo* info, UInt32 parameterID, QX::Variant& value)
 {
     if (MessagePortValid(info) == 0) {
@@ -91,7 +92,8 @@ SInt32 SendMessageToServer(_PlugInInfo* info, UInt32 parameterID, QX::Variant& v
     if (dictionary == nullptr) {
         return kCFMessagePortIsInvalid;
     }
-    // The record's address is the address of its device ID.
+    // CFNumberCreate reads the four bytes at this address: the device ID, as long as it is the
+    // record's first field.
     const CFNumberRef number = CFNumberCreate(nullptr, kCFNumberSInt32Type, info);
     if (number == nullptr) {
         CFRelease(dictionary);
@@ -100,7 +102,9 @@ SInt32 SendMessageToServer(_PlugInInfo* info, UInt32 parameterID, QX::Variant& v
     CFDictionaryAddValue(dictionary, gDeviceIDKey, number);
 
     auto buffer = QX::LByteBuffer::Create(0, 0, true);
-    // A value that does not serialize is sent all the same, with the bytes the block came with.
+    // The result is not needed: without bytes no data is made below, and any other message is sent.
+    // The value's bytes are not initialised if it cannot be serialized; the plug-in's own always
+    // can.
     DeviceMessageSerializer::CreateSetParamMessage(parameterID, value, buffer);
 
     SInt32 status = kCFMessagePortIsInvalid;
