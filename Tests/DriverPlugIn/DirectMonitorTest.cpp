@@ -154,6 +154,48 @@ TEST_F(DirectMonitor, StatusOfAStateIsThatOfItsParameterMessage)
     }
 }
 
+TEST_F(DirectMonitor, SetFromASourceOfTheRunLoopArrivesDuringTheWaitForAReply)
+{
+    Open(1);
+    Open(2);
+    PlatformCalls::RunDuring(Call::kSend, [] {
+        EXPECT_EQ(SetInteger(1, kEnable, 3), 0);
+        EXPECT_EQ(SetInteger(2, kEnable, 4), 0);
+    });
+
+    EXPECT_EQ(SetInteger(1, kState, 5), 0);
+
+    ASSERT_THAT(PlatformCalls::GetSent(), SizeIs(4));
+    const struct
+    {
+        SInt32 id;
+        const char* device;
+        const char* data;
+    } expected[] = {{kSLLM, "1", "03000000"},
+                    {kSLLM, "2", "04000000"},
+                    {kOpLM, "", ""},
+                    {kSLLM, "1", "05000000"}};
+    for (std::size_t index = 0; index < 4; ++index) {
+        SCOPED_TRACE(index);
+        const SentMessage& sent = PlatformCalls::GetSent()[index];
+        EXPECT_EQ(sent.id, expected[index].id);
+        if (sent.hasData) {
+            const Document document = TakeApart(sent.data);
+            EXPECT_EQ(document.deviceID, expected[index].device);
+            EXPECT_EQ(ToHex(TakeMessageApart(document.message).data), expected[index].data);
+        }
+    }
+}
+
+TEST_F(DirectMonitor, LevelThatCannotBeMadeStillOpensThePort)
+{
+    PlatformCalls::Fail(Call::kDataCreate);
+
+    EXPECT_EQ(SetLevels(1, 1.0F, 1.0F), -3);
+
+    EXPECT_NE(mInfo.mMessagePort, nullptr);
+}
+
 TEST_F(DirectMonitor, StateZeroIsClosedThoughItsMessageCannotBeMade)
 {
     PlatformCalls::Fail(Call::kDocumentCreate);
@@ -314,13 +356,6 @@ TEST_F(DirectMonitor, StatusOfALevelPasses)
     EXPECT_EQ(SetLevels(1, 1.0F, 1.0F), -1);
     EXPECT_EQ(SetLevels(1, 1.0F, 1.0F), -4);
     EXPECT_EQ(SetLevels(1, 1.0F, 1.0F), 77);
-}
-
-TEST_F(DirectMonitor, LevelWithAPortThatCannotBeMadeIntoAMessageFails)
-{
-    PlatformCalls::Fail(Call::kDataCreate);
-
-    EXPECT_EQ(SetLevels(1, 1.0F, 1.0F), -3);
 }
 
 TEST_F(DirectMonitor, WithoutAServerALevelCountsAsDoneAndTheOthersFail)
