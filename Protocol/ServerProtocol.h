@@ -8,7 +8,10 @@
 //     'DGdm' state   ->  'OpLM' if non-zero; 'SLLM' with parameter -251, an integer; 'ClLM' if zero
 //
 // 'OpLM' and 'ClLM' carry no data. The data of 'SLLM' is an XML property list: a dictionary of the
-// device ID and the bytes of one set-parameter message, whose layout is below.
+// device ID and the bytes of one set-parameter message.
+//
+// The first section is all that a client of the audio hardware layer needs, the second all that a
+// server needs.
 #pragma once
 
 #include <CoreServices/CoreServices.h>
@@ -30,7 +33,10 @@ constexpr UInt32 MakeFourCharCode(const char (&text)[5])
     return code;
 }
 
-// The custom properties, all settable only, on the input side.
+// -------------------------------------------------------------------------------------------------
+// Section 1: properties, between a client and the plug-in. They are on the input side and can be
+// set and not read.
+// -------------------------------------------------------------------------------------------------
 
 /// One UInt32 on the master channel.
 inline constexpr UInt32 kDirectMonitorEnableProperty = MakeFourCharCode("DGme");
@@ -43,18 +49,23 @@ static_assert(kDirectMonitorEnableProperty == 0x44476D65);
 static_assert(kDirectMonitorLevelProperty == 0x44476D6C);
 static_assert(kDirectMonitorStateProperty == 0x4447646D);
 
+// The sizes of their data in bytes.
 inline constexpr UInt32 kDirectMonitorEnableSize = 4;
 inline constexpr UInt32 kDirectMonitorLevelSize = 8;
 inline constexpr UInt32 kDirectMonitorStateSize = 4;
+
+// -------------------------------------------------------------------------------------------------
+// Section 2: messages, between the plug-in and the server.
+// -------------------------------------------------------------------------------------------------
 
 // The port. Macros, because format and constant strings of the platform are made from literals.
 
 #define kServerPortNameFormat QX_VENDOR_PREFIX ".device.%s"
 #define kServerPortGUID "{D4625471-DE74-400f-93D2-5E71BB706A64}"
-/// What the format makes of the GUID: the name that the server registers. One for all devices.
+/// The format with the GUID in it: the name that the server registers. One for all devices.
 #define kServerPortName QX_VENDOR_PREFIX ".device." kServerPortGUID
 
-/// Tells whether a prefix passes unchanged through the format and is legal in a port name.
+/// Tells whether a prefix is legal in a port name and has nothing that the format would replace.
 constexpr bool IsVendorPrefix(std::string_view prefix)
 {
     for (const char character : prefix) {
@@ -71,7 +82,7 @@ constexpr bool IsVendorPrefix(std::string_view prefix)
 static_assert(IsVendorPrefix(QX_VENDOR_PREFIX), "letters, digits, dots and hyphens only");
 static_assert(sizeof(kServerPortName) - 1 <= 100, "longer names do not fit every transport");
 
-// The messages.
+// The message IDs.
 
 /// Sent before the parameter message of a non-zero state; no data; a reply is waited for.
 inline constexpr SInt32 kOpenDirectMonitorMessage = static_cast<SInt32>(MakeFourCharCode("OpLM"));
@@ -84,6 +95,7 @@ static_assert(kOpenDirectMonitorMessage == 0x4F704C4D);
 static_assert(kCloseDirectMonitorMessage == 0x436C4C4D);
 static_assert(kSetParameterMessage == 0x534C4C4D);
 
+// How long a sender waits.
 inline constexpr double kSendTimeoutSeconds = 1.0;
 inline constexpr double kReceiveTimeoutSeconds = 0.001;
 
@@ -95,23 +107,27 @@ inline constexpr double kReceiveTimeoutSeconds = 0.001;
 #define kParameterDataKey "ParameterDataKey"
 
 // The set-parameter message. Its three header words are in the byte order of the host that sends;
-// the value behind them is a serialized QX::Variant, little-endian on every host.
+// the value after them is a serialized QX::Variant, little-endian on every host.
 //
 //     offset  size    field
 //          0     4    length of the whole message, S + 24 for a value of S data bytes
 //          4     4    0
 //          8     4    parameter ID
 //         12  S + 12  the value: length S + 12, 0 and the type as 32-bit words, then S data bytes
+//
+// The type is 2 for enable and state, whose data is a signed 32-bit integer, and 8 for a level,
+// whose data is the level record below.
 
 inline constexpr UInt32 kMessageLengthOffset = 0;
 inline constexpr UInt32 kMessageReservedOffset = 4;
 inline constexpr UInt32 kMessageParameterOffset = 8;
 inline constexpr UInt32 kMessageValueOffset = 12;
-/// What the value's own header adds in front of its data.
+/// The size of the value's own header.
 inline constexpr UInt32 kSerializedValueHeaderSize = 12;
 /// How much longer a message is than its value's data.
 inline constexpr UInt32 kMessageOverhead = kMessageValueOffset + kSerializedValueHeaderSize;
 
+// The parameter IDs.
 inline constexpr UInt32 kDirectMonitorStateParameter = 0xFFFFFF05;  // -251
 inline constexpr UInt32 kDirectMonitorEnableParameter = 0xFFFFFF06; // -250
 inline constexpr UInt32 kDirectMonitorLevelParameter = 0xFFFFFF07;  // -249
