@@ -72,18 +72,18 @@ UInt32 EntryPointModel::GetSize(UInt32 selector)
 
 OSStatus EntryPointModel::Open(UInt32 device)
 {
-    return mHasPort.emplace(device, false).second ? 0 : kUnspecified;
+    return mPortOf.emplace(device, 0).second ? 0 : kUnspecified;
 }
 
 OSStatus EntryPointModel::Close(UInt32 device)
 {
-    return mHasPort.erase(device) != 0 ? 0 : kUnspecified;
+    return mPortOf.erase(device) != 0 ? 0 : kUnspecified;
 }
 
 OSStatus EntryPointModel::Get(UInt32 device, UInt32 selector, UInt32 size, UInt32 channel,
                               bool isInput) const
 {
-    if (mHasPort.count(device) == 0) {
+    if (mPortOf.count(device) == 0) {
         return kUnspecified;
     }
     if (GetSize(selector) == 0) {
@@ -101,7 +101,7 @@ EntryPointModel::Outcome EntryPointModel::Set(UInt32 device, UInt32 selector, UI
                                               const unsigned char* value)
 {
     const bool isLevel = selector == kDirectMonitorLevelProperty;
-    if (mHasPort.count(device) == 0) {
+    if (mPortOf.count(device) == 0) {
         return {kUnspecified, false, {}};
     }
     if (GetSize(selector) == 0) {
@@ -138,7 +138,7 @@ EntryPointModel::Outcome EntryPointModel::Set(UInt32 device, UInt32 selector, UI
 void EntryPointModel::SetLevel(UInt32 device, UInt32 channel, const unsigned char* value,
                                Outcome& outcome)
 {
-    if (!OpenPort(device)) {
+    if (OpenPort(device) == 0) {
         return;
     }
     Message message;
@@ -152,28 +152,38 @@ void EntryPointModel::SetLevel(UInt32 device, UInt32 channel, const unsigned cha
 std::vector<UInt32> EntryPointModel::GetOpenDevices() const
 {
     std::vector<UInt32> devices;
-    for (const auto& entry : mHasPort) {
+    for (const auto& entry : mPortOf) {
         devices.push_back(entry.first);
     }
     return devices;
 }
 
-bool EntryPointModel::OpenPort(UInt32 device)
+int EntryPointModel::OpenPort(UInt32 device)
 {
-    bool& hasPort = mHasPort[device];
-    if (!hasPort && WrappedPlatform::IsServerPresent() &&
-        !WrappedPlatform::IsFailing(WrappedPlatform::kString)) {
-        hasPort = true;
-        ++mPorts;
+    int& port = mPortOf[device];
+    if (port == 0 && mSurroundings.isServerPresent && mSurroundings.hasName) {
+        port = ++mPorts;
     }
-    return hasPort;
+    return port;
 }
 
-// What becomes of a simple message changes no status.
+SInt32 EntryPointModel::TakeAnswer()
+{
+    if (mSurroundings.answers.empty()) {
+        return 0;
+    }
+    const SInt32 answer = mSurroundings.answers.front();
+    mSurroundings.answers.pop_front();
+    return answer;
+}
+
+// The status of a simple message is ignored.
 void EntryPointModel::SendSimple(UInt32 device, SInt32 id, Outcome& outcome)
 {
-    if (OpenPort(device)) {
-        Message message;
+    Message message;
+    message.port = OpenPort(device);
+    if (message.port != 0) {
+        TakeAnswer();
         message.id = id;
         outcome.messages.push_back(message);
     }
@@ -182,37 +192,40 @@ void EntryPointModel::SendSimple(UInt32 device, SInt32 id, Outcome& outcome)
 void EntryPointModel::SendParameter(UInt32 device, Message message, Outcome& outcome)
 {
     outcome.status = kNoPort;
-    if (!OpenPort(device) || WrappedPlatform::IsFailing(WrappedPlatform::kDictionary) ||
-        WrappedPlatform::IsFailing(WrappedPlatform::kNumber)) {
+    message.port = OpenPort(device);
+    if (message.port == 0 || !mSurroundings.hasDictionary || !mSurroundings.hasNumber) {
         return;
     }
-    if (WrappedPlatform::IsFailing(WrappedPlatform::kThrow)) {
+    if (mSurroundings.dataThrows) {
         outcome.throws = true;
+        mLeftBehind += 2;
         return;
     }
-    if (WrappedPlatform::IsFailing(WrappedPlatform::kData) ||
-        WrappedPlatform::IsFailing(WrappedPlatform::kDocument)) {
+    if (!mSurroundings.hasData || !mSurroundings.hasDocument) {
         return;
     }
-    outcome.status = WrappedPlatform::GetAnswer(outcome.messages.size());
+    outcome.status = TakeAnswer();
     message.id = kSetParameterMessage;
     message.device = device;
     outcome.messages.push_back(message);
 }
 
-void CheckSent(const std::vector<WrappedPlatform::Sent>& sent,
+void CheckSent(const std::vector<SentMessage>& sent,
                const std::vector<EntryPointModel::Message>& expected)
 {
     FUZZ_CHECK(sent.size() == expected.size());
     for (std::size_t index = 0; index < sent.size(); ++index) {
-        const WrappedPlatform::Sent& got = sent[index];
+        const SentMessage& got = sent[index];
+        const bool hasData = got.id == kSetParameterMessage;
+        FUZZ_CHECK(got.portNumber == expected[index].port);
         FUZZ_CHECK(got.id == expected[index].id);
-        FUZZ_CHECK(got.hasReplyMode == (got.id != kSetParameterMessage));
-        FUZZ_CHECK(got.hasData == (got.id == kSetParameterMessage));
-        const Monitor::DecodedMessage decoded =
-            Monitor::DecodeRequest(got.id, got.data.data(), got.data.size());
+        FUZZ_CHECK(got.sendTimeoutSeconds == 1.0 && got.receiveTimeoutSeconds == 0.001);
+        FUZZ_CHECK((got.replyMode == nullptr) == hasData && !got.takesReply);
+        FUZZ_CHECK(got.hasData == hasData);
+        const Monitor::DecodedMessage decoded = Monitor::DecodeRequest(
+            got.id, reinterpret_cast<const unsigned char*>(got.data.data()), got.data.size());
         FUZZ_CHECK(decoded.IsWellFormed());
-        if (got.id == kSetParameterMessage) {
+        if (hasData) {
             CheckParameter(decoded, expected[index]);
         }
     }

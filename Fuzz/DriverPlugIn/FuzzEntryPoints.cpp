@@ -3,15 +3,17 @@
 // The input is a list of calls with their arguments, mixed with what happens around the plug-in: a
 // server that comes and goes, answers of its port, objects of the platform that are not made. Each
 // call gives the model's status, sends the model's messages and touches no memory of its caller
-// that it does not own. Whatever was made is released at the end, but for the ports, which stay
-// with the process, and for what an exception leaves behind.
+// that it does not own. Everything that was made is released at the end, except for the ports,
+// which stay with the process, and for what an exception leaves behind.
 
 #include "EntryPointModel.h"
 #include "FuzzCheck.h"
 #include "FuzzInput.h"
-#include "WrappedPlatform.h"
 
+#include "DriverPlugIn/Support/PlatformCalls.h"
 #include "Protocol/ServerProtocol.h"
+
+#include <QX/Exception.h>
 
 #include <CoreAudio/AudioDriverPlugIn.h>
 #include <Standin/Standin.h>
@@ -20,6 +22,7 @@
 #include <array>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace {
@@ -122,7 +125,7 @@ void Set(FuzzInput& input, EntryPointModel& model)
     std::vector<unsigned char> block(1 + EntryPointModel::GetSize(given.selector));
     std::memcpy(block.data() + 1, value, block.size() - 1);
 
-    WrappedPlatform::ClearSent();
+    PlatformCalls::ClearSent();
     const EntryPointModel::Outcome expected =
         given.HasData() ? model.Set(given.device, given.selector, size, given.channel,
                                     given.isInput != 0, value)
@@ -133,11 +136,11 @@ void Set(FuzzInput& input, EntryPointModel& model)
             given.device, reinterpret_cast<const AudioTimeStamp*>(1), given.channel, given.isInput,
             given.selector, size, given.HasData() ? block.data() + 1 : nullptr);
         FUZZ_CHECK(expected.throws || status == expected.status);
-    } catch (const ThrownBelow&) {
+    } catch (const QX::ExceptionBase&) {
         throws = true;
     }
     FUZZ_CHECK(throws == expected.throws);
-    CheckSent(WrappedPlatform::GetSent(), expected.messages);
+    CheckSent(PlatformCalls::GetSent(), expected.messages);
 }
 
 void Stream(FuzzInput& input)
@@ -157,14 +160,37 @@ void Stream(FuzzInput& input)
     FUZZ_CHECK(size == 0xA5A5A5A5 && writable == 0xA5);
 }
 
-/// Changes what the plug-in finds around it.
-void ChangePlatform(FuzzInput& input)
+/// Makes a call fail or not. Returns true if it does what the real one does.
+bool SetFailing(Call call, bool fails)
 {
-    WrappedPlatform::SetServerPresent((input.TakeByte() & 1) != 0);
-    WrappedPlatform::SetFailures(input.TakeByte());
-    for (int count = input.TakeByte() % 4; count > 0; --count) {
-        WrappedPlatform::AnswerNextSend(-static_cast<SInt32>(input.TakeByte() % 6));
+    if (fails) {
+        PlatformCalls::Fail(call);
     }
+    return !fails;
+}
+
+/// Changes what the plug-in finds around it.
+void ChangeSurroundings(FuzzInput& input, EntryPointModel::Surroundings& surroundings)
+{
+    surroundings.isServerPresent = (input.TakeByte() & 1) != 0;
+    PlatformCalls::SetServerPresent(surroundings.isServerPresent);
+
+    const uint8_t failures = input.TakeByte();
+    PlatformCalls::AllowAll();
+    surroundings.hasName = SetFailing(Call::kStringCreate, (failures & 1) != 0);
+    surroundings.hasDictionary = SetFailing(Call::kDictionaryCreate, (failures & 2) != 0);
+    surroundings.hasNumber = SetFailing(Call::kNumberCreate, (failures & 4) != 0);
+    surroundings.hasData = SetFailing(Call::kDataCreate, (failures & 8) != 0);
+    surroundings.hasDocument = SetFailing(Call::kDocumentCreate, (failures & 16) != 0);
+    surroundings.dataThrows = (failures & 32) != 0;
+    if (surroundings.dataThrows) {
+        PlatformCalls::Throw(Call::kDataCreate);
+    }
+
+    for (int count = input.TakeByte() % 4; count > 0; --count) {
+        surroundings.answers.push_back(-static_cast<SInt32>(input.TakeByte() % 6));
+    }
+    PlatformCalls::AnswerSends(surroundings.answers);
 }
 
 void RunOne(FuzzInput& input, EntryPointModel& model)
@@ -186,7 +212,7 @@ void RunOne(FuzzInput& input, EntryPointModel& model)
         Stream(input);
         break;
     case 5:
-        ChangePlatform(input);
+        ChangeSurroundings(input, model.GetSurroundings());
         break;
     default:
         Set(input, model);
@@ -198,26 +224,27 @@ void RunOne(FuzzInput& input, EntryPointModel& model)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    WrappedPlatform::Reset();
+    PlatformCalls::Reset();
     const SInt32 liveBefore = StandinGetTotalLiveObjectCount();
     FuzzInput input(data, size);
     EntryPointModel model;
 
     while (!input.IsEmpty()) {
         RunOne(input, model);
-        const SInt32 expected = model.CountLive() + WrappedPlatform::CountLeftBehind();
-        FUZZ_CHECK(StandinGetTotalLiveObjectCount() == liveBefore + expected);
+        FUZZ_CHECK(StandinGetTotalLiveObjectCount() == liveBefore + model.CountLive());
     }
 
     for (const UInt32 device : model.GetOpenDevices()) {
         FUZZ_CHECK(AudioDriverPlugInClose(device) == 0);
         FUZZ_CHECK(AudioDriverPlugInClose(device) == EntryPointModel::kUnspecified);
     }
-    FUZZ_CHECK(StandinGetTotalLiveObjectCount() ==
-               liveBefore + model.CountPorts() + WrappedPlatform::CountLeftBehind());
-    WrappedPlatform::ReleaseLeftBehind();
-    FUZZ_CHECK(StandinGetTotalLiveObjectCount() == liveBefore + model.CountPorts());
-    WrappedPlatform::ReleasePorts();
+    FUZZ_CHECK(PlatformCalls::CountPorts() == model.CountPorts());
+    for (const std::string& name : PlatformCalls::GetPortNames()) {
+        FUZZ_CHECK(name == kServerPortName);
+    }
+    FUZZ_CHECK(StandinGetTotalLiveObjectCount() == liveBefore + model.CountLeftBehind());
+    FUZZ_CHECK(PlatformCalls::ReleaseLeftBehind().size() ==
+               static_cast<std::size_t>(model.CountLeftBehind()));
     FUZZ_CHECK(StandinGetTotalLiveObjectCount() == liveBefore);
     return 0;
 }

@@ -24,6 +24,8 @@ struct State
     std::vector<SentMessage> sent;
     std::vector<_PlugInInfo> appended;
     std::vector<std::string> portNames;
+    // What a remote port points at: its number.
+    std::deque<int> ports;
     std::map<CFTypeRef, std::string> names;
     std::map<void*, std::size_t> blocks;
 };
@@ -47,9 +49,6 @@ public:
     Recording& operator=(const Recording&) = delete;
     ~Recording() { --gRecordingDepth; }
 };
-
-// What a remote port points at; each is a port of its own, and nobody looks inside.
-std::deque<int> gPorts;
 
 std::string Describe(const void* pointer)
 {
@@ -142,6 +141,12 @@ void PlatformCalls::Allow(Call call)
     gState.throwing.erase(call);
 }
 
+void PlatformCalls::AllowAll()
+{
+    gState.failing.clear();
+    gState.throwing.clear();
+}
+
 void PlatformCalls::RunDuring(Call call, std::function<void()> other)
 {
     gState.during[call] = std::move(other);
@@ -205,6 +210,11 @@ const std::vector<_PlugInInfo>& PlatformCalls::GetAppended()
 const std::vector<std::string>& PlatformCalls::GetPortNames()
 {
     return gState.portNames;
+}
+
+int PlatformCalls::CountPorts()
+{
+    return static_cast<int>(gState.ports.size());
 }
 
 // What the linker puts in the place of the wrapped functions, and the functions themselves.
@@ -380,7 +390,8 @@ CFMessagePortRef __wrap_CFMessagePortCreateRemote(CFAllocatorRef allocator, CFSt
     if (fails || !gState.isServerPresent) {
         return nullptr;
     }
-    return reinterpret_cast<CFMessagePortRef>(&gPorts.emplace_back());
+    const int number = static_cast<int>(gState.ports.size()) + 1;
+    return reinterpret_cast<CFMessagePortRef>(&gState.ports.emplace_back(number));
 }
 
 SInt32 __wrap_CFMessagePortSendRequest(CFMessagePortRef remote, SInt32 messageID, CFDataRef data,
@@ -391,6 +402,7 @@ SInt32 __wrap_CFMessagePortSendRequest(CFMessagePortRef remote, SInt32 messageID
     Begin(Call::kSend, "send " + DescribeFourCharCode(messageID));
     SentMessage message;
     message.port = remote;
+    message.portNumber = remote != nullptr ? *reinterpret_cast<const int*>(remote) : 0;
     message.id = messageID;
     message.hasData = data != nullptr;
     if (data != nullptr) {

@@ -1,9 +1,10 @@
 // PlatformCalls.h - the platform calls of the plug-in, recorded and made to fail.
 //
-// The test programs are linked so that the plug-in's calls arrive at the functions of
-// PlatformCalls.cpp. Each writes what it was asked into the journal, and then does what the real
-// one does, or gives null, or throws. Ports are not real here: opening one succeeds while a server
-// is said to be there, and a send records its message and answers the status that the test chose.
+// A test or fuzz program that links RecordedPlugIn is linked so that the plug-in's calls arrive at
+// the functions of PlatformCalls.cpp. Each writes what it was asked into the journal, and then does
+// what the real one does, or gives null, or throws. Ports are not real here: opening one succeeds
+// while a server is said to be there, and a send records its message and answers the status that
+// was chosen for it.
 #pragma once
 
 #include "DriverPlugIn/PlugInInfo.h"
@@ -31,6 +32,7 @@ enum class Call
 struct SentMessage
 {
     CFMessagePortRef port = nullptr;
+    int portNumber = 0; ///< 1 for the first port that was opened
     SInt32 id = 0;
     bool hasData = false;
     std::string data;
@@ -53,6 +55,7 @@ public:
     static void Throw(Call call);
     /// Makes every further call do what the real one does.
     static void Allow(Call call);
+    static void AllowAll();
     /// Lets `other` run in the middle of the next such call, as another thread might, or a source
     /// of the run loop.
     static void RunDuring(Call call, std::function<void()> other);
@@ -86,4 +89,6 @@ public:
     static const std::vector<_PlugInInfo>& GetAppended();
     /// The names under which a server was looked for.
     static const std::vector<std::string>& GetPortNames();
+    /// The number of ports that were opened since Reset.
+    static int CountPorts();
 };
