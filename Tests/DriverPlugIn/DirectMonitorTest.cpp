@@ -107,7 +107,7 @@ TEST_F(DirectMonitor, EnableSendsItsBitsAsASignedInteger)
     }
 }
 
-TEST_F(DirectMonitor, StateThatIsNotZeroIsAnnounced)
+TEST_F(DirectMonitor, NonZeroStateIsAnnounced)
 {
     EXPECT_EQ(SetDirectMonitorState(&mInfo, 2), 0);
 
@@ -118,7 +118,7 @@ TEST_F(DirectMonitor, StateThatIsNotZeroIsAnnounced)
     EXPECT_EQ(ToHex(message.data), "02000000");
 }
 
-TEST_F(DirectMonitor, StateZeroIsClosedBehindItsMessage)
+TEST_F(DirectMonitor, StateZeroIsClosedAfterItsMessage)
 {
     EXPECT_EQ(SetDirectMonitorState(&mInfo, 0), 0);
 
@@ -140,7 +140,7 @@ TEST_F(DirectMonitor, StatusOfAStateIsThatOfItsParameterMessage)
         {"message not sent", 1, {0, -4}, -4},
         {"both not sent", 1, {-1, -4}, -4},
         {"closing not answered", 0, {0, -2}, 0},
-        {"closed all the same", 0, {-4, 0}, -4},
+        {"message not sent, then closed", 0, {-4, 0}, -4},
         {"nothing sent", 0, {-3, -4}, -3},
     };
     for (const auto& [what, state, answers, status] : cases) {
@@ -205,25 +205,18 @@ TEST_F(DirectMonitor, StateZeroIsClosedThoughItsMessageCannotBeMade)
     EXPECT_THAT(GetSentIDs(), ElementsAre(kClLM));
 }
 
-TEST_F(DirectMonitor, StateZeroIsNotClosedIfItsMessageThrows)
+TEST_F(DirectMonitor, StateThatThrowsIsAnnouncedButNotClosed)
 {
     PlatformCalls::Throw(Call::kDictionaryCreate);
 
     EXPECT_THROW(SetDirectMonitorState(&mInfo, 0), QX::ExceptionBase);
-
     EXPECT_THAT(PlatformCalls::GetSent(), IsEmpty());
-}
-
-TEST_F(DirectMonitor, StateThatThrowsHasBeenAnnounced)
-{
-    PlatformCalls::Throw(Call::kDictionaryCreate);
 
     EXPECT_THROW(SetDirectMonitorState(&mInfo, 1), QX::ExceptionBase);
-
     EXPECT_THAT(GetSentIDs(), ElementsAre(kOpLM));
 }
 
-TEST_F(DirectMonitor, LevelOfOneAndAHalfOnChannelOneIsThisMessage)
+TEST_F(DirectMonitor, LevelOfOneAndAHalfOnChannelOneIsExactlyThis)
 {
     EXPECT_EQ(SetLevels(1, 1.0F, 0.5F), 0);
 
@@ -270,7 +263,7 @@ TEST_F(DirectMonitor, LevelsOfExactGainsAreExact)
     }
 }
 
-TEST_F(DirectMonitor, LevelsOfOtherGainsAreNotLimitedAtEitherEnd)
+TEST_F(DirectMonitor, OtherGainsAreNotLimitedAndANaNStaysANaN)
 {
     const struct
     {
@@ -294,10 +287,7 @@ TEST_F(DirectMonitor, LevelsOfOtherGainsAreNotLimitedAtEitherEnd)
         EXPECT_NEAR(GetLevels().first, level, std::fabs(level) * 1e-12);
         EXPECT_NEAR(GetLevels().second, level, std::fabs(level) * 1e-12);
     }
-}
-
-TEST_F(DirectMonitor, LevelOfANaNIsANaN)
-{
+    PlatformCalls::ClearSent();
     const Float32 nan = std::numeric_limits<Float32>::quiet_NaN();
 
     SetLevels(1, nan, -nan);
@@ -306,7 +296,7 @@ TEST_F(DirectMonitor, LevelOfANaNIsANaN)
     EXPECT_TRUE(std::isnan(GetLevels().second));
 }
 
-TEST_F(DirectMonitor, LevelTravelsWithItsChannelMinusOne)
+TEST_F(DirectMonitor, LevelCarriesItsChannelMinusOne)
 {
     const struct
     {
@@ -325,30 +315,6 @@ TEST_F(DirectMonitor, LevelTravelsWithItsChannelMinusOne)
     }
 }
 
-TEST_F(DirectMonitor, LevelOnTheMasterChannelEndsInOnes)
-{
-    SetLevels(0, 1.0F, 0.5F);
-
-    EXPECT_EQ(ToHex(GetMessage().substr(40)), "FFFFFFFF");
-}
-
-TEST_F(DirectMonitor, LevelIsOneBufferOf44Bytes)
-{
-    SetLevels(1, 1.0F, 0.5F);
-    PlatformCalls::ClearJournal();
-    PlatformCalls::RecordBlocks();
-
-    SetLevels(1, 1.0F, 0.5F);
-
-    std::vector<std::string> blocks;
-    for (const std::string& entry : PlatformCalls::GetJournal()) {
-        if (entry.find("allocate") == 0) {
-            blocks.push_back(entry);
-        }
-    }
-    EXPECT_THAT(blocks, ElementsAre("allocate 44"));
-}
-
 TEST_F(DirectMonitor, StatusOfALevelPasses)
 {
     PlatformCalls::AnswerSends({-1, -4, 77});
@@ -358,31 +324,22 @@ TEST_F(DirectMonitor, StatusOfALevelPasses)
     EXPECT_EQ(SetLevels(1, 1.0F, 1.0F), 77);
 }
 
-TEST_F(DirectMonitor, WithoutAServerALevelCountsAsDoneAndTheOthersFail)
+TEST_F(DirectMonitor, LevelIsDroppedWithoutAServerAndTheOthersFail)
 {
     PlatformCalls::SetServerPresent(false);
 
     EXPECT_EQ(SetLevels(1, 1.0F, 1.0F), 0);
-    EXPECT_EQ(SetDirectMonitorEnable(&mInfo, 1), -3);
-    EXPECT_EQ(SetDirectMonitorState(&mInfo, 1), -3);
-    EXPECT_EQ(SetDirectMonitorState(&mInfo, 0), -3);
-
-    EXPECT_THAT(PlatformCalls::GetSent(), IsEmpty());
-    EXPECT_EQ(mInfo.mMessagePort, nullptr);
-}
-
-TEST_F(DirectMonitor, WithoutAServerALevelBuildsNothing)
-{
-    PlatformCalls::SetServerPresent(false);
-
-    SetLevels(1, 1.0F, 1.0F);
-
     EXPECT_THAT(PlatformCalls::GetJournal(),
                 ElementsAre("create name null null " QX_VENDOR_PREFIX ".device.%s",
                             "open port null", "release name"));
+
+    EXPECT_EQ(SetDirectMonitorEnable(&mInfo, 1), -3);
+    EXPECT_EQ(SetDirectMonitorState(&mInfo, 1), -3);
+    EXPECT_EQ(SetDirectMonitorState(&mInfo, 0), -3);
+    EXPECT_THAT(PlatformCalls::GetSent(), IsEmpty());
 }
 
-TEST_F(DirectMonitor, NullRecordOrGainsAreAnErrorBeforeTheServerIsLookedFor)
+TEST_F(DirectMonitor, NullRecordAndNullGainsAreRefusedBeforeTheServerIsLookedFor)
 {
     const Float32 gains[2] = {1.0F, 1.0F};
 
@@ -414,7 +371,7 @@ TEST_F(DirectMonitor, GetsAreUnsupportedAndTouchNothing)
     EXPECT_THAT(PlatformCalls::GetJournal(), IsEmpty());
 }
 
-TEST_F(DirectMonitor, EachCreationThatFailsInTurnFailsTheSetsAndLeavesNothing)
+TEST_F(DirectMonitor, EachFailedCreationFailsTheSetsAndLeavesNothing)
 {
     const struct
     {
@@ -456,7 +413,7 @@ TEST_F(DirectMonitor, LevelWithoutMemoryForItsRecordThrowsBeforeAnythingIsMade)
     SetInteger(258, kEnable, 1);
     PlatformCalls::ClearSent();
     PlatformCalls::ClearJournal();
-    PlatformCalls::FailObject(20);
+    PlatformCalls::RefuseMemory(20);
 
     EXPECT_THROW(SetLevel(258, 1, 1.0F, 1.0F), std::bad_alloc);
 
@@ -465,7 +422,7 @@ TEST_F(DirectMonitor, LevelWithoutMemoryForItsRecordThrowsBeforeAnythingIsMade)
     EXPECT_THAT(GetSentIDs(), ElementsAre(kSLLM));
 }
 
-TEST_F(DirectMonitor, ExceptionFromBelowLeavesTheEntryPointAndTheRegistryWorksOn)
+TEST_F(DirectMonitor, ExceptionLeavesTheEntryPointAndTheRegistryStillWorks)
 {
     Open(258);
     PlatformCalls::Throw(Call::kDataCreate);

@@ -66,7 +66,7 @@ bool CanMapFirstPage()
     action.sa_flags = SA_SIGINFO;
     sigaction(SIGSEGV, &action, nullptr);
     sigaction(SIGBUS, &action, nullptr);
-    PlatformCalls::FailAllocation(sizeof(_PlugInInfo));
+    PlatformCalls::RefuseMemory(sizeof(_PlugInInfo));
     AudioDriverPlugInHostInfo hostInfo = {258, 0, 0, nullptr, nullptr};
     const OSStatus status = AudioDriverPlugInOpen(&hostInfo);
     // Not _exit, which would leave the counts of a coverage build behind.

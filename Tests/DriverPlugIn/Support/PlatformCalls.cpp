@@ -35,8 +35,7 @@ State gState;
 // Plain words, because blocks are allocated before the constructors of this file have run.
 bool gRecordsBlocks = false;
 bool gPoisons = false;
-std::size_t gFailingAllocation = 0;
-std::size_t gFailingObject = 0;
+std::size_t gRefusedSize = 0;
 int gScansToHidden = 0;
 int gRecordingDepth = 0;
 
@@ -84,11 +83,20 @@ bool Begin(Call call, const std::string& entry)
     return gState.failing.count(call) != 0;
 }
 
-/// Throws if a `new` of this size is to fail.
-void FailIfChosen(std::size_t size)
+/// Tells whether this request for memory is the one to be refused.
+bool IsRefused(std::size_t size)
 {
-    if (gRecordingDepth == 0 && gFailingObject != 0 && size == gFailingObject) {
-        gFailingObject = 0;
+    if (gRecordingDepth != 0 || gRefusedSize == 0 || size != gRefusedSize) {
+        return false;
+    }
+    gRefusedSize = 0;
+    return true;
+}
+
+/// Throws if a `new` of this size is to be refused.
+void ThrowIfRefused(std::size_t size)
+{
+    if (IsRefused(size)) {
         throw std::bad_alloc();
     }
 }
@@ -114,8 +122,7 @@ void PlatformCalls::Reset()
 {
     gRecordsBlocks = false;
     gPoisons = false;
-    gFailingAllocation = 0;
-    gFailingObject = 0;
+    gRefusedSize = 0;
     gScansToHidden = 0;
     gState = State();
 }
@@ -157,14 +164,9 @@ void PlatformCalls::AnswerSends(std::deque<SInt32> statuses)
     gState.statuses = std::move(statuses);
 }
 
-void PlatformCalls::FailAllocation(std::size_t size)
+void PlatformCalls::RefuseMemory(std::size_t size)
 {
-    gFailingAllocation = size;
-}
-
-void PlatformCalls::FailObject(std::size_t size)
-{
-    gFailingObject = size;
+    gRefusedSize = size;
 }
 
 void PlatformCalls::PoisonAllocations()
@@ -286,24 +288,19 @@ void* __wrap__Znaj(std::size_t size);
 
 void* WRAP_NEW(std::size_t size)
 {
-    FailIfChosen(size);
+    ThrowIfRefused(size);
     return REAL_NEW(size);
 }
 
 void* WRAP_NEW_ARRAY(std::size_t size)
 {
-    FailIfChosen(size);
+    ThrowIfRefused(size);
     return REAL_NEW_ARRAY(size);
 }
 
 void* __wrap_malloc(std::size_t size)
 {
-    void* block = nullptr;
-    if (gFailingAllocation == 0 || size != gFailingAllocation) {
-        block = __real_malloc(size);
-    } else {
-        gFailingAllocation = 0;
-    }
+    void* const block = IsRefused(size) ? nullptr : __real_malloc(size);
     if (block != nullptr && gPoisons) {
         std::memset(block, 0xA5, size);
     }

@@ -62,11 +62,9 @@ public:
     /// Chooses the statuses of the next sends; those after them are 0.
     static void AnswerSends(std::deque<SInt32> statuses);
 
-    /// Makes the next allocation of exactly `size` bytes by malloc give null.
-    static void FailAllocation(std::size_t size);
-    /// Makes the next `new`, of an object or an array, of exactly `size` bytes throw
-    /// std::bad_alloc.
-    static void FailObject(std::size_t size);
+    /// Refuses the next request for exactly `size` bytes: malloc gives null, and `new` of an object
+    /// or an array throws std::bad_alloc.
+    static void RefuseMemory(std::size_t size);
     /// Fills what malloc gives with 0xA5 from now on.
     static void PoisonAllocations();
 
