@@ -1,4 +1,4 @@
-// DispatchTest.cpp - which property request is answered how, before anything is sent.
+// DispatchTest.cpp - the status of each property request.
 
 #include "DriverPlugIn/Support/PlugInFixture.h"
 
@@ -16,58 +16,36 @@ using testing::SizeIs;
 constexpr UInt32 kUnknown = 0x6E6F6E65; // 'none'
 constexpr AudioDeviceID kDevice = 258;
 constexpr AudioDeviceID kStranger = 259;
-/// What the recorder answers sends with, so that a status passed through is told from a success.
+/// What a send answers, so that a status that is passed on differs from a success.
 constexpr SInt32 kSent = 0x5E27;
 
 constexpr UInt32 kChannels[] = {0, 1, 0xFFFFFFFF};
 constexpr Boolean kInputs[] = {0, 1, 0x80};
+constexpr UInt32 kSizes[] = {0, 3, 4, 5, 8, 0xFFFFFFFF};
 
-/// The statuses of one property and size as letters: a group for each of the channels, a letter in
-/// it for each of the inputs.
+/// The statuses of a property as letters: of data of its size a group for each of the channels, a
+/// letter in it for each of the inputs; of data of any other size always the same.
 struct Expectation
 {
     const char* what;
     UInt32 property;
     UInt32 size;
     const char* statuses;
+    char statusOfOtherSizes;
 };
 
-const Expectation kGets[] = {
-    {"enable, 3 bytes", kEnable, 3, "zzz zzz zzz"},
-    {"enable, 4 bytes", kEnable, 4, "wuu www www"},
-    {"enable, 5 bytes", kEnable, 5, "zzz zzz zzz"},
-    {"enable, 8 bytes", kEnable, 8, "zzz zzz zzz"},
-    {"level, 3 bytes", kLevel, 3, "zzz zzz zzz"},
-    {"level, 4 bytes", kLevel, 4, "zzz zzz zzz"},
-    {"level, 5 bytes", kLevel, 5, "zzz zzz zzz"},
-    {"level, 8 bytes", kLevel, 8, "wuu wuu wuu"},
-    {"state, 3 bytes", kState, 3, "zzz zzz zzz"},
-    {"state, 4 bytes", kState, 4, "wuu www www"},
-    {"state, 5 bytes", kState, 5, "zzz zzz zzz"},
-    {"state, 8 bytes", kState, 8, "zzz zzz zzz"},
-    {"unknown, 3 bytes", kUnknown, 3, "??? ??? ???"},
-    {"unknown, 4 bytes", kUnknown, 4, "??? ??? ???"},
-    {"unknown, 5 bytes", kUnknown, 5, "??? ??? ???"},
-    {"unknown, 8 bytes", kUnknown, 8, "??? ??? ???"},
+constexpr Expectation kGets[] = {
+    {"enable", kEnable, 4, "wuu www www", 'z'},
+    {"level", kLevel, 8, "wuu wuu wuu", 'z'},
+    {"state", kState, 4, "wuu www www", 'z'},
+    {"unknown", kUnknown, 4, "??? ??? ???", '?'},
 };
 
-const Expectation kSets[] = {
-    {"enable, 3 bytes", kEnable, 3, "zzz zzz zzz"},
-    {"enable, 4 bytes", kEnable, 4, "wss uuu uuu"},
-    {"enable, 5 bytes", kEnable, 5, "zzz zzz zzz"},
-    {"enable, 8 bytes", kEnable, 8, "zzz zzz zzz"},
-    {"level, 3 bytes", kLevel, 3, "zzz zzz zzz"},
-    {"level, 4 bytes", kLevel, 4, "zzz zzz zzz"},
-    {"level, 5 bytes", kLevel, 5, "zzz zzz zzz"},
-    {"level, 8 bytes", kLevel, 8, "wss wss wss"},
-    {"state, 3 bytes", kState, 3, "zzz zzz zzz"},
-    {"state, 4 bytes", kState, 4, "wss uuu uuu"},
-    {"state, 5 bytes", kState, 5, "zzz zzz zzz"},
-    {"state, 8 bytes", kState, 8, "zzz zzz zzz"},
-    {"unknown, 3 bytes", kUnknown, 3, "??? ??? ???"},
-    {"unknown, 4 bytes", kUnknown, 4, "??? ??? ???"},
-    {"unknown, 5 bytes", kUnknown, 5, "??? ??? ???"},
-    {"unknown, 8 bytes", kUnknown, 8, "??? ??? ???"},
+constexpr Expectation kSets[] = {
+    {"enable", kEnable, 4, "wss uuu uuu", 'z'},
+    {"level", kLevel, 8, "wss wss wss", 'z'},
+    {"state", kState, 4, "wss uuu uuu", 'z'},
+    {"unknown", kUnknown, 4, "??? ??? ???", '?'},
 };
 
 OSStatus GetStatus(char letter)
@@ -86,18 +64,21 @@ OSStatus GetStatus(char letter)
     }
 }
 
-/// Calls `act(row, channel, input, expected)` for every cell of a table.
+/// Calls `act(property, size, channel, input, expected)` for every request of a table.
 template <class Action>
-void ForEachCell(const Expectation (&table)[16], Action act)
+void ForEachRequest(const Expectation (&table)[4], Action act)
 {
     for (const Expectation& row : table) {
-        for (std::size_t channel = 0; channel < 3; ++channel) {
-            for (std::size_t input = 0; input < 3; ++input) {
-                SCOPED_TRACE(std::string(row.what) + ", channel " +
-                             std::to_string(kChannels[channel]) + ", input " +
-                             std::to_string(kInputs[input]));
-                act(row, kChannels[channel], kInputs[input],
-                    GetStatus(row.statuses[4 * channel + input]));
+        for (const UInt32 size : kSizes) {
+            for (std::size_t channel = 0; channel < 3; ++channel) {
+                for (std::size_t input = 0; input < 3; ++input) {
+                    SCOPED_TRACE(std::string(row.what) + ", " + std::to_string(size) +
+                                 " bytes, channel " + std::to_string(kChannels[channel]) +
+                                 ", input " + std::to_string(kInputs[input]));
+                    const char letter = size == row.size ? row.statuses[4 * channel + input]
+                                                         : row.statusOfOtherSizes;
+                    act(row.property, size, kChannels[channel], kInputs[input], GetStatus(letter));
+                }
             }
         }
     }
@@ -118,93 +99,72 @@ protected:
 
 TEST_F(Dispatch, GetAnswersByPropertySizeChannelAndInput)
 {
-    ForEachCell(kGets, [&](const Expectation& row, UInt32 channel, Boolean input, OSStatus status) {
-        UInt32 size = row.size;
-        mData[0] = mData[1] = 0xC0FFEE;
+    ForEachRequest(
+        kGets, [&](UInt32 property, UInt32 size, UInt32 channel, Boolean input, OSStatus status) {
+            UInt32 inOutSize = size;
+            mData[0] = mData[1] = 0xC0FFEE;
 
-        EXPECT_EQ(
-            AudioDriverPlugInDeviceGetProperty(kDevice, channel, input, row.property, &size, mData),
-            status);
+            EXPECT_EQ(AudioDriverPlugInDeviceGetProperty(kDevice, channel, input, property,
+                                                         &inOutSize, mData),
+                      status);
 
-        EXPECT_EQ(size, row.size);
-        EXPECT_EQ(mData[0], 0xC0FFEEu);
-        EXPECT_EQ(mData[1], 0xC0FFEEu);
-    });
+            EXPECT_EQ(inOutSize, size);
+            EXPECT_EQ(mData[0], 0xC0FFEEu);
+            EXPECT_EQ(mData[1], 0xC0FFEEu);
+        });
     EXPECT_THAT(PlatformCalls::GetSent(), IsEmpty());
 }
 
 TEST_F(Dispatch, SetAnswersByPropertySizeChannelAndInput)
 {
-    ForEachCell(kSets, [&](const Expectation& row, UInt32 channel, Boolean input, OSStatus status) {
-        PlatformCalls::ClearSent();
-        PlatformCalls::AnswerSends({kSent, kSent});
+    ForEachRequest(
+        kSets, [&](UInt32 property, UInt32 size, UInt32 channel, Boolean input, OSStatus status) {
+            PlatformCalls::ClearSent();
+            PlatformCalls::AnswerSends({kSent, kSent});
 
-        EXPECT_EQ(AudioDriverPlugInDeviceSetProperty(kDevice, nullptr, channel, input, row.property,
-                                                     row.size, mData),
-                  status);
+            EXPECT_EQ(AudioDriverPlugInDeviceSetProperty(kDevice, nullptr, channel, input, property,
+                                                         size, mData),
+                      status);
 
-        EXPECT_EQ(PlatformCalls::GetSent().empty(), status != kSent);
-    });
+            EXPECT_EQ(PlatformCalls::GetSent().empty(), status != kSent);
+        });
 }
 
-TEST_F(Dispatch, GetOfAStrangeDeviceIsRefusedBeforeThePropertyIsLookedAt)
+TEST_F(Dispatch, GetChecksItsPointersAndThenTheDeviceBeforeAllElse)
 {
-    ForEachCell(kGets, [&](const Expectation& row, UInt32 channel, Boolean input, OSStatus) {
-        UInt32 size = row.size;
-        EXPECT_EQ(AudioDriverPlugInDeviceGetProperty(kStranger, channel, input, row.property, &size,
-                                                     mData),
-                  kWhat);
-    });
+    ForEachRequest(kGets,
+                   [&](UInt32 property, UInt32 size, UInt32 channel, Boolean input, OSStatus) {
+                       for (const AudioDeviceID device : {kDevice, kStranger}) {
+                           for (UInt32* const data : {mData, static_cast<UInt32*>(nullptr)}) {
+                               EXPECT_EQ(AudioDriverPlugInDeviceGetProperty(
+                                             device, channel, input, property, nullptr, data),
+                                         kBadSize);
+                           }
+                           EXPECT_EQ(AudioDriverPlugInDeviceGetProperty(device, channel, input,
+                                                                        property, &size, nullptr),
+                                     kWhat);
+                       }
+                       EXPECT_EQ(AudioDriverPlugInDeviceGetProperty(kStranger, channel, input,
+                                                                    property, &size, mData),
+                                 kWhat);
+                   });
 }
 
-TEST_F(Dispatch, SetOfAStrangeDeviceIsRefusedBeforeThePropertyIsLookedAt)
+TEST_F(Dispatch, SetChecksItsPointerAndThenTheDeviceBeforeAllElse)
 {
-    ForEachCell(kSets, [&](const Expectation& row, UInt32 channel, Boolean input, OSStatus) {
-        EXPECT_EQ(AudioDriverPlugInDeviceSetProperty(kStranger, nullptr, channel, input,
-                                                     row.property, row.size, mData),
-                  kWhat);
-    });
-}
-
-TEST_F(Dispatch, GetWithoutASizeIsABadSizeWhateverElseIsWrong)
-{
-    ForEachCell(kGets, [&](const Expectation& row, UInt32 channel, Boolean input, OSStatus) {
-        for (const AudioDeviceID device : {kDevice, kStranger}) {
-            EXPECT_EQ(AudioDriverPlugInDeviceGetProperty(device, channel, input, row.property,
-                                                         nullptr, mData),
-                      kBadSize);
-            EXPECT_EQ(AudioDriverPlugInDeviceGetProperty(device, channel, input, row.property,
-                                                         nullptr, nullptr),
-                      kBadSize);
-        }
-    });
-}
-
-TEST_F(Dispatch, GetWithoutDataIsRefusedBeforeTheDeviceIsLookedUp)
-{
-    ForEachCell(kGets, [&](const Expectation& row, UInt32 channel, Boolean input, OSStatus) {
-        for (const AudioDeviceID device : {kDevice, kStranger}) {
-            UInt32 size = row.size;
-            EXPECT_EQ(AudioDriverPlugInDeviceGetProperty(device, channel, input, row.property,
-                                                         &size, nullptr),
-                      kWhat);
-        }
-    });
-}
-
-TEST_F(Dispatch, SetWithoutDataIsRefusedBeforeTheDeviceIsLookedUp)
-{
-    ForEachCell(kSets, [&](const Expectation& row, UInt32 channel, Boolean input, OSStatus) {
-        for (const AudioDeviceID device : {kDevice, kStranger}) {
-            EXPECT_EQ(AudioDriverPlugInDeviceSetProperty(device, nullptr, channel, input,
-                                                         row.property, row.size, nullptr),
-                      kWhat);
-        }
-    });
+    ForEachRequest(kSets,
+                   [&](UInt32 property, UInt32 size, UInt32 channel, Boolean input, OSStatus) {
+                       EXPECT_EQ(AudioDriverPlugInDeviceSetProperty(kDevice, nullptr, channel,
+                                                                    input, property, size, nullptr),
+                                 kWhat);
+                       EXPECT_EQ(AudioDriverPlugInDeviceSetProperty(kStranger, nullptr, channel,
+                                                                    input, property, size, mData),
+                                 kWhat);
+                   });
     EXPECT_THAT(PlatformCalls::GetSent(), IsEmpty());
 }
 
-TEST_F(Dispatch, PropertyInfoLooksAtTheSelectorAlone)
+TEST_F(Dispatch, PropertyInfoLooksOnlyAtTheSelector)
 {
     const struct
     {
@@ -237,7 +197,7 @@ TEST_F(Dispatch, PropertyInfoLooksAtTheSelectorAlone)
     }
 }
 
-TEST_F(Dispatch, PropertyInfoStoresOnlyWhatIsAskedFor)
+TEST_F(Dispatch, PropertyInfoStoresNothingThroughNullPointers)
 {
     UInt32 size = 99;
     Boolean writable = 99;

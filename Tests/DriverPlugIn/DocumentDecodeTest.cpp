@@ -1,4 +1,4 @@
-// DocumentDecodeTest.cpp - sent documents, read by a property-list library that others wrote.
+// DocumentDecodeTest.cpp - sent documents, read by libplist.
 
 #include "DriverPlugIn/Support/Bytes.h"
 #include "DriverPlugIn/Support/PlugInFixture.h"
@@ -9,8 +9,6 @@
 #include <memory>
 
 namespace {
-
-using testing::SizeIs;
 
 struct FreePropertyList
 {
@@ -53,48 +51,43 @@ protected:
     }
 };
 
-TEST_F(DocumentDecode, FindsExactlyAnIntegerAndData)
+TEST_F(DocumentDecode, GivesTheDeviceAndTheMessageBackAndNothingElse)
 {
     Open(258);
-    SetInteger(258, kEnable, 1);
-
-    const PropertyList list = Decode();
-
-    ASSERT_NE(list, nullptr);
-    ASSERT_EQ(plist_get_node_type(list.get()), PLIST_DICT);
-    EXPECT_EQ(plist_dict_get_size(list.get()), 2u);
-    EXPECT_EQ(plist_get_node_type(plist_dict_get_item(list.get(), "CoreAudioDeviceIDKey")),
-              PLIST_UINT);
-    EXPECT_EQ(plist_get_node_type(plist_dict_get_item(list.get(), "ParameterDataKey")), PLIST_DATA);
-}
-
-TEST_F(DocumentDecode, GivesTheDeviceAndTheMessageBack)
-{
-    Open(258);
-
-    SetInteger(258, kState, 1);
-
-    ASSERT_THAT(PlatformCalls::GetSent(), SizeIs(2));
-    const PropertyList list = Decode();
-    EXPECT_EQ(GetDeviceID(list), 258);
-    EXPECT_EQ(ToHex(GetMessage(list)),
-              kIsBigEndian ? "0000001C 00000000 FFFFFF05 10000000 00000000 02000000 01000000"
-                           : "1C000000 00000000 05FFFFFF 10000000 00000000 02000000 01000000");
-}
-
-TEST_F(DocumentDecode, GivesALevelBack)
-{
     Open(0xFFFFFFFE);
+    const struct
+    {
+        const char* what;
+        AudioDeviceID device;
+        UInt32 property;
+        std::int64_t deviceID;
+        const char* message;
+    } cases[] = {
+        {"state", 258, kState, 258,
+         kIsBigEndian ? "0000001C 00000000 FFFFFF05 10000000 00000000 02000000 01000000"
+                      : "1C000000 00000000 05FFFFFF 10000000 00000000 02000000 01000000"},
+        {"level", 0xFFFFFFFE, kLevel, -2,
+         kIsBigEndian ? "0000002C 00000000 FFFFFF07 20000000 00000000 08000000 "
+                        "00000000 00000000 C0181518 24C7587F 00000000"
+                      : "2C000000 00000000 07FFFFFF 20000000 00000000 08000000 "
+                        "00000000 00000000 7F58C724 181518C0 00000000"},
+    };
+    for (const auto& [what, device, property, deviceID, message] : cases) {
+        SCOPED_TRACE(what);
+        EXPECT_EQ(property == kLevel ? SetLevel(device, 1, 1.0F, 0.5F)
+                                     : SetInteger(device, property, 1),
+                  0);
 
-    SetLevel(0xFFFFFFFE, 1, 1.0F, 0.5F);
+        const PropertyList list = Decode();
 
-    const PropertyList list = Decode();
-    EXPECT_EQ(GetDeviceID(list), -2);
-    EXPECT_EQ(ToHex(GetMessage(list)),
-              kIsBigEndian ? "0000002C 00000000 FFFFFF07 20000000 00000000 08000000 "
-                             "00000000 00000000 C0181518 24C7587F 00000000"
-                           : "2C000000 00000000 07FFFFFF 20000000 00000000 08000000 "
-                             "00000000 00000000 7F58C724 181518C0 00000000");
+        ASSERT_NE(list, nullptr);
+        ASSERT_EQ(plist_get_node_type(list.get()), PLIST_DICT);
+        EXPECT_EQ(plist_dict_get_size(list.get()), 2u);
+        EXPECT_EQ(plist_get_node_type(plist_dict_get_item(list.get(), "CoreAudioDeviceIDKey")),
+                  PLIST_UINT);
+        EXPECT_EQ(GetDeviceID(list), deviceID);
+        EXPECT_EQ(ToHex(GetMessage(list)), message);
+    }
 }
 
 } // namespace

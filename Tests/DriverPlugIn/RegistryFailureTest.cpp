@@ -1,4 +1,4 @@
-// RegistryFailureTest.cpp - opening a device when memory or the platform lets it down.
+// RegistryFailureTest.cpp - opening a device without memory or an array.
 
 #include "DriverPlugIn/Support/PlugInFixture.h"
 
@@ -43,8 +43,8 @@ void* MapFirstPage()
                 0);
 }
 
-// Many systems keep the first page from everybody but the superuser, some from everybody, and so do
-// the sanitizers.
+// Many systems let only the superuser map the first page; some let nobody, and neither do the
+// sanitizers.
 bool CanMapFirstPage()
 {
     if (kIsSanitized) {
@@ -58,7 +58,7 @@ bool CanMapFirstPage()
     return true;
 }
 
-// Opens a device while malloc gives null for its record, and tells by the exit code what happened.
+// Opens a device while malloc gives null for its record. The exit code says what happened.
 [[noreturn]] void OpenWithoutMemory()
 {
     struct sigaction action = {};
@@ -69,7 +69,7 @@ bool CanMapFirstPage()
     PlatformCalls::RefuseMemory(sizeof(_PlugInInfo));
     AudioDriverPlugInHostInfo hostInfo = {258, 0, 0, nullptr, nullptr};
     const OSStatus status = AudioDriverPlugInOpen(&hostInfo);
-    // Not _exit, which would leave the counts of a coverage build behind.
+    // Not _exit, which would not write the counts of a coverage build.
     std::exit(status == kWhat && WasAppended("append null") ? kReported : kNotReported);
 }
 
@@ -84,12 +84,12 @@ auto EndsAs(int code)
 class RegistryFailure : public PlugInFixture
 {};
 
-TEST_F(RegistryFailure, RecordIsFilledThroughTheNullPointerBeforeAnythingElse)
+TEST_F(RegistryFailure, MissingMemoryFaultsInTheFillBeforeTheAppend)
 {
     EXPECT_EXIT(OpenWithoutMemory(), EndsAs(kFaultedInTheFill), "");
 }
 
-TEST_F(RegistryFailure, AllocationIsTestedAfterTheAppendWhereTheFirstPageIsMapped)
+TEST_F(RegistryFailure, MissingMemoryIsReportedAfterTheAppendWhereTheFirstPageIsMapped)
 {
     const bool canMap = CanMapFirstPage();
     const int expected = canMap ? kReported : kFaultedInTheFill;
@@ -112,7 +112,7 @@ TEST_F(RegistryFailure, ArrayThatCannotBeMadeStopsTheProgramAtTheAppend)
     EXPECT_DEATH(AudioDriverPlugInOpen(&hostInfo), "CFArrayAppendValue");
 }
 
-TEST_F(RegistryFailure, NullHostInfoIsNotTestedFor)
+TEST_F(RegistryFailure, NullHostInfoFaults)
 {
     EXPECT_DEATH(AudioDriverPlugInOpen(nullptr), "");
 }
