@@ -1,11 +1,11 @@
-// HostileHostTest.cpp - the bundle in processes that are not as they should be, and its silence.
+// HostileHostTest.cpp - the bundle in processes that lack descriptors, streams, stack or a server.
 //
-// Each test loads the bundle in a child process of its own, so that nothing of what it does to the
-// process can reach the other tests.
+// Each test loads the bundle in a child process of its own, so that what it does to the process
+// cannot affect the other tests.
 
+#include "DriverPlugIn/Support/LoadedBundle.h"
 #include "Protocol/ServerProtocol.h"
 
-#include <CoreAudio/AudioDriverPlugIn.h>
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <gtest/gtest.h>
@@ -18,7 +18,6 @@
 #include <map>
 #include <string>
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
@@ -30,7 +29,7 @@
 
 namespace {
 
-// A sanitizer's frames are many times larger than those of the host that a user has.
+// A sanitizer's frames are many times larger than those of an ordinary build.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr std::size_t kSmallStack = std::size_t{1024} * 1024;
 #else
@@ -51,7 +50,7 @@ void Require(bool holds, int step)
 template <class Body>
 int FindFailedStep(Body body)
 {
-    // What the parent has not yet written must not be written by the child.
+    // Or the child would write what the parent has buffered.
     std::fflush(nullptr);
     const pid_t child = fork();
     if (child == 0) {
@@ -118,49 +117,23 @@ private:
     pid_t mProcess = -1;
 };
 
-/// The bundle, loaded by its path.
-class Bundle
+/// The bundle, with the calls that these tests make.
+class Bundle : public LoadedBundle
 {
 public:
     Bundle()
-        : mImage(dlopen(QX_BUNDLE_PATH, RTLD_NOW | RTLD_LOCAL))
-    {
-        Require(mImage != nullptr, 202);
-    }
-    Bundle(const Bundle&) = delete;
-    Bundle& operator=(const Bundle&) = delete;
-    ~Bundle() { dlclose(mImage); }
+        : LoadedBundle(QX_BUNDLE_PATH)
+    {}
 
-    template <class Function>
-    Function* Find(const char* name) const
+    OSStatus SetEnable() const { return SetInteger(258, kDirectMonitorEnableProperty, 1); }
+    OSStatus SetState(UInt32 state) const
     {
-        return reinterpret_cast<Function*>(dlsym(mImage, name));
+        return SetInteger(258, kDirectMonitorStateProperty, state);
     }
-
-    OSStatus Open(AudioDeviceID device) const
-    {
-        AudioDriverPlugInHostInfo hostInfo = {device, 0, 0, nullptr, nullptr};
-        return Find<decltype(AudioDriverPlugInOpen)>("AudioDriverPlugInOpen")(&hostInfo);
-    }
-    OSStatus Close(AudioDeviceID device) const
-    {
-        return Find<decltype(AudioDriverPlugInClose)>("AudioDriverPlugInClose")(device);
-    }
-    OSStatus Set(UInt32 property, UInt32 size, const void* data) const
-    {
-        return Find<decltype(AudioDriverPlugInDeviceSetProperty)>(
-            "AudioDriverPlugInDeviceSetProperty")(258, nullptr, 0, 1, property, size, data);
-    }
-    OSStatus SetEnable() const
-    {
-        const UInt32 enable = 1;
-        return Set(kDirectMonitorEnableProperty, 4, &enable);
-    }
-    OSStatus SetState(UInt32 state) const { return Set(kDirectMonitorStateProperty, 4, &state); }
     OSStatus SetLevel() const
     {
         const Float32 gains[2] = {1.0F, 0.5F};
-        return Set(kDirectMonitorLevelProperty, 8, gains);
+        return Set(258, kDirectMonitorLevelProperty, 8, gains);
     }
     OSStatus Get(UInt32 property) const
     {
@@ -169,9 +142,6 @@ public:
         return Find<decltype(AudioDriverPlugInDeviceGetProperty)>(
             "AudioDriverPlugInDeviceGetProperty")(258, 0, 1, property, &size, &data);
     }
-
-private:
-    void* mImage;
 };
 
 /// Makes every kind of call, each with the answer that it has while a server is there.
@@ -187,8 +157,8 @@ void UseEverything(const Bundle& bundle, int step)
     Require(bundle.SetState(1) == 0, step + 3);
     Require(bundle.SetLevel() == 0, step + 4);
     Require(bundle.SetState(0) == 0, step + 5);
-    Require(bundle.Set(0x20202020, 4, &data) == kUnknown, step + 6);
-    Require(bundle.Set(kDirectMonitorEnableProperty, 3, &data) != 0, step + 7);
+    Require(bundle.Set(258, 0x20202020, 4, &data) == kUnknown, step + 6);
+    Require(bundle.Set(258, kDirectMonitorEnableProperty, 3, &data) != 0, step + 7);
     Require(bundle.Get(kDirectMonitorEnableProperty) != 0, step + 8);
     Require(bundle.Find<decltype(AudioDriverPlugInDeviceGetPropertyInfo)>(
                 "AudioDriverPlugInDeviceGetPropertyInfo")(258, 0, 1, kDirectMonitorStateProperty,
@@ -253,7 +223,7 @@ TEST(HostileHost, NothingIsWrittenAndNoFileStaysOpen)
     close(output[1]);
 }
 
-TEST(HostileHost, NothingIsWrittenWithoutAServerEither)
+TEST(HostileHost, NothingIsWrittenOrOpenedWithoutAServer)
 {
     int output[2];
     ASSERT_EQ(pipe(output), 0);
@@ -281,7 +251,7 @@ TEST(HostileHost, NothingIsWrittenWithoutAServerEither)
     close(output[1]);
 }
 
-TEST(HostileHost, StandardStreamsMayBeClosedAndAreNotTakenOver)
+TEST(HostileHost, ClosedStandardStreamsAreNotTakenOver)
 {
     EXPECT_EQ(FindFailedStep([] {
                   const Server server;
@@ -292,7 +262,7 @@ TEST(HostileHost, StandardStreamsMayBeClosedAndAreNotTakenOver)
 
                   UseEverything(bundle, 1);
 
-                  // A host that prints all the same must not print into the port.
+                  // Or a host that prints would print into the port.
                   for (int stream = 0; stream <= STDERR_FILENO; ++stream) {
                       Require(fcntl(stream, F_GETFD) < 0, 20 + stream);
                   }
@@ -300,7 +270,7 @@ TEST(HostileHost, StandardStreamsMayBeClosedAndAreNotTakenOver)
               0);
 }
 
-TEST(HostileHost, WithoutADescriptorThereIsNoServerUntilThereIsOne)
+TEST(HostileHost, ServerIsUnreachableUntilADescriptorIsFree)
 {
     EXPECT_EQ(FindFailedStep([] {
                   const Bundle bundle;
@@ -325,7 +295,7 @@ TEST(HostileHost, WithoutADescriptorThereIsNoServerUntilThereIsOne)
               0);
 }
 
-TEST(HostileHost, ADeadServerRaisesNoSignalThatEndsTheHost)
+TEST(HostileHost, DeadServerRaisesNoSignalThatEndsTheHost)
 {
     EXPECT_EQ(FindFailedStep([] {
                   Server server;
@@ -368,7 +338,7 @@ TEST(HostileHost, EveryCallFitsASmallStack)
               0);
 }
 
-TEST(HostileHost, EverythingAtOnce)
+TEST(HostileHost, EveryCallWorksWithAllOfThisAtOnce)
 {
     EXPECT_EQ(FindFailedStep([] {
                   Server server;
