@@ -1,4 +1,4 @@
-"""Decodes what WriteDocuments wrote, with plistlib, and compares it with what it has to say.
+"""Decodes with plistlib what WriteDocuments wrote, and compares it with what was sent.
 
 usage: CheckDocuments.py big|little PROGRAM...
 """

@@ -1,8 +1,8 @@
 // HeapFailureTest.cpp - every entry point while the heap refuses one call after the other.
 //
 // The platform's objects are part of this program too, so that their memory is refused as well.
-// Each refusal happens in a child process of its own, which then shows that the plug-in goes on
-// working.
+// Each refusal happens in a child process of its own, which then shows that the plug-in still
+// works.
 
 #include "DriverPlugIn/Support/ServerProcess.h"
 #include "Protocol/ServerProtocol.h"
@@ -31,16 +31,16 @@ namespace {
 
 using TestSupport::FailingHeap;
 
-/// What an entry point may do for want of memory.
+/// What an entry point may do without memory.
 enum Outcome : int
 {
-    kDone = 0,           ///< nothing was refused; the call answered as ever
+    kDone = 0,           ///< nothing was refused; the call answered as always
     kAnswered = 1,       ///< a status of the link or the registry
     kThrew = 2,          ///< std::bad_alloc has left the entry point
     kWrongStatus = 10,   ///< a status that it must not have
-    kLostObjects = 11,   ///< objects are left that have no business to
-    kDoesNotGoOn = 12,   ///< the next call does not answer as ever
-    kWrongWhenDone = 13, ///< the call answers otherwise though nothing was refused
+    kLostObjects = 11,   ///< objects are left that should not be
+    kDoesNotGoOn = 12,   ///< the next call does not answer as always
+    kWrongWhenDone = 13, ///< nothing was refused, and the call answered otherwise
     kCannotBegin = 14,
 };
 
@@ -60,6 +60,22 @@ OSStatus OpenDevice(AudioDeviceID device)
     return AudioDriverPlugInOpen(&hostInfo);
 }
 
+/// Makes the calls that need no memory, and returns 0 if each answers as always.
+OSStatus UseNoMemory()
+{
+    constexpr UInt32 kState = kDirectMonitorStateProperty;
+    UInt32 size = 4;
+    UInt32 data = 0;
+    Boolean isWritable = 0;
+    const bool isRight =
+        AudioDriverPlugInDeviceGetPropertyInfo(258, 0, 1, kState, &size, &isWritable) == 0 &&
+        AudioDriverPlugInDeviceGetProperty(258, 0, 1, kState, &size, &data) == kUnsupported &&
+        AudioDriverPlugInStreamGetPropertyInfo(258, 0, 0, kState, &size, &isWritable) == kUnknown &&
+        AudioDriverPlugInStreamGetProperty(258, 0, 0, kState, &size, &data) == kUnknown &&
+        AudioDriverPlugInStreamSetProperty(258, 0, nullptr, 0, kState, 4, &data) == kUnknown;
+    return isRight ? 0 : kUnspecified;
+}
+
 struct Operation
 {
     const char* what;
@@ -76,45 +92,7 @@ struct Operation
 constexpr Operation kOperations[] = {
     {"open a second device", [] { return OpenDevice(7); }, 0, false, 1},
     {"close", [] { return AudioDriverPlugInClose(258); }, 0, false, 0},
-    {"information",
-     [] {
-         UInt32 size = 0;
-         Boolean isWritable = 0;
-         return AudioDriverPlugInDeviceGetPropertyInfo(258, 0, 1, kDirectMonitorStateProperty,
-                                                       &size, &isWritable);
-     },
-     0, false, 0},
-    {"get",
-     [] {
-         UInt32 size = 4;
-         UInt32 data = 0;
-         return AudioDriverPlugInDeviceGetProperty(258, 0, 1, kDirectMonitorStateProperty, &size,
-                                                   &data);
-     },
-     kUnsupported, false, 0},
-    {"stream information",
-     [] {
-         UInt32 size = 0;
-         Boolean isWritable = 0;
-         return AudioDriverPlugInStreamGetPropertyInfo(258, 0, 0, kDirectMonitorStateProperty,
-                                                       &size, &isWritable);
-     },
-     kUnknown, false, 0},
-    {"stream get",
-     [] {
-         UInt32 size = 4;
-         UInt32 data = 0;
-         return AudioDriverPlugInStreamGetProperty(258, 0, 0, kDirectMonitorStateProperty, &size,
-                                                   &data);
-     },
-     kUnknown, false, 0},
-    {"stream set",
-     [] {
-         const UInt32 data = 0;
-         return AudioDriverPlugInStreamSetProperty(258, 0, nullptr, 0, kDirectMonitorStateProperty,
-                                                   4, &data);
-     },
-     kUnknown, false, 0},
+    {"calls that send nothing", UseNoMemory, 0, false, 0},
     {"enable, with the port still to be made",
      [] { return SetInteger(kDirectMonitorEnableProperty, 1); }, 0, false, 12},
     {"enable", [] { return SetInteger(kDirectMonitorEnableProperty, 1); }, 0, true, 7},
@@ -138,7 +116,7 @@ bool IsAllowed(OSStatus status)
 /// Performs an operation while the heap refuses its call number `refused`, and tells what it did.
 [[noreturn]] void Perform(const Operation& operation, int refused)
 {
-    // At home a constant string takes no memory; here it does when it is first asked for.
+    // On the Mac a constant string takes no memory; here it does when it is first used.
     CFSTR(kServerPortNameFormat);
     CFRunLoopGetCurrent();
     if (OpenDevice(258) != 0 ||
@@ -164,9 +142,8 @@ bool IsAllowed(OSStatus status)
     if (status != kThrown && status != operation.usual && !IsAllowed(status)) {
         _exit(kWrongStatus);
     }
-    // Where an exception passes, the dictionary and the number stay behind, and no more than that.
-    // One that comes before them is of the value; any other would be the platform's, which has
-    // none.
+    // An exception leaves the dictionary and the number behind and no more. One that comes before
+    // them is the value's; the platform throws none.
     const bool isOfValue = operation.isValueOnHeap && refused == 1;
     if (lost != (status == kThrown && !isOfValue ? 2 : 0)) {
         _exit(kLostObjects);

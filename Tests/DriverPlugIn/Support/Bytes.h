@@ -1,4 +1,4 @@
-// Bytes.h - byte literals, and what a sent document says.
+// Bytes.h - byte literals, and the contents of a sent document.
 #pragma once
 
 #include <CoreServices/CoreServices.h>
@@ -12,7 +12,7 @@ inline constexpr bool kIsBigEndian = std::endian::native == std::endian::big;
 
 /// Returns the bytes of a text of hexadecimal digits and blanks.
 std::string FromHex(std::string_view digits);
-/// Returns upper-case digits, a blank behind every fourth byte.
+/// Returns upper-case digits, with a blank after every fourth byte.
 std::string ToHex(std::string_view bytes);
 
 /// The two entries of a document that the plug-in sends. It is taken apart by searching for the

@@ -1,4 +1,4 @@
-// Heap.cpp - asking the C library, or the sanitizer that stands in for it.
+// Heap.cpp - asking the C library, or the sanitizer that replaces its heap.
 
 #include "DriverPlugIn/Support/Heap.h"
 

@@ -1,4 +1,4 @@
-// PlugInFixture.h - a clean plug-in for each test, and the ledger that every test has to balance.
+// PlugInFixture.h - a clean plug-in for each test, and a check of what each test leaves.
 #pragma once
 
 #include "DriverPlugIn/Support/PlatformCalls.h"
@@ -23,8 +23,8 @@ inline constexpr UInt32 kEnable = 0x44476D65;
 inline constexpr UInt32 kLevel = 0x44476D6C;
 inline constexpr UInt32 kState = 0x4447646D;
 
-/// Resets the recorder, closes at the end what the test has opened, and then expects that no
-/// platform objects are left but those that the test names.
+/// Resets the recorder. At the end it closes what the test has opened, and then expects that no
+/// platform objects are left except those that the test names.
 class PlugInFixture : public testing::Test
 {
 protected:
