@@ -48,7 +48,8 @@ private:
 class QX_API LNotificationCenterManager : public virtual LRefCountedObject
 {
 public:
-    /// The name of the default center, "application".
+    /// The name of the default center, "application". The constant's spelling is part of the
+    /// interface: programs are built against it.
     static const StringT<char, unsigned short> DEFUALT_NOTIFICATION_CENTER_NAME;
 
     static RCPtr<LNotificationCenterManager> Create();
