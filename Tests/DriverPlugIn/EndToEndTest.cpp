@@ -164,7 +164,7 @@ TEST_F(EndToEnd, TwoDevicesReachOneServerOverAPortEach)
     EXPECT_EQ(CountOpenedPorts(), 2);
 }
 
-TEST_F(EndToEnd, WithoutAServerNothingIsOpenedAndALevelCountsAsDone)
+TEST_F(EndToEnd, AbsentServerLeavesNothingOpenAndALevelCountsAsDone)
 {
     Open(258);
     const Stopwatch watch;
