@@ -8,16 +8,15 @@
 #include <optional>
 #include <random>
 
+namespace QX {
 namespace {
-
-using namespace VariantTesting;
 
 uint32 DeserializeBytes(Variant& value, const Bytes& record)
 {
     return Variant::Deserialize(value, record.data(), static_cast<uint32>(record.size()));
 }
 
-// Expects that `record` is refused, from memory that ends behind it, and changes nothing.
+// Expects that `record` is refused, from memory that ends with it, and changes nothing.
 void ExpectRefused(const Bytes& record)
 {
     const GuardedBytes guarded(record);
@@ -61,7 +60,7 @@ const std::vector<Row>& Records()
         {"buffer of 4", "10000000 00000000 08000000 01020304", Variant::kBuffer, "01020304"},
         {"string", "10000000 00000000 09000000 61626300", Variant::kString, "61626300"},
         {"empty string", "0D000000 00000000 09000000 00", Variant::kString, "00"},
-        {"string with more behind its end", "12000000 00000000 09000000 616200636400",
+        {"string with more after its end", "12000000 00000000 09000000 616200636400",
          Variant::kString, "616200"},
         {"string with an unterminated rest", "10000000 00000000 09000000 61006263",
          Variant::kString, "6100"},
@@ -87,46 +86,22 @@ Bytes HostContents(const Row& row)
     return contents;
 }
 
-TEST(VariantDeserialize, UnderstandsTheRecordOfEveryType)
+TEST(VariantDeserialize, UnderstandsTheRecordOfEveryTypeWhateverFollows)
 {
     for (const Row& row : Records()) {
-        SCOPED_TRACE(row.what);
-        const Bytes record = FromHex(row.record);
-        const GuardedBytes guarded(record);
-        Variant value;
-        value.Set("before");
+        for (size_t rest = 0; rest < 8; ++rest) {
+            SCOPED_TRACE(std::string(row.what) + " and " + std::to_string(rest) + " bytes");
+            Bytes memory = FromHex(row.record);
+            memory.insert(memory.end(), rest, 0xEE);
+            const GuardedBytes guarded(memory);
+            Variant value;
+            value.Set("before");
 
-        EXPECT_EQ(Variant::Deserialize(value, guarded.Get(), static_cast<uint32>(record.size())),
-                  0u);
-        EXPECT_EQ(value.GetType(), row.type);
-        EXPECT_EQ(Contents(value), HostContents(row));
-    }
-}
-
-TEST(VariantDeserialize, GivesTheNumbersThatWereWritten)
-{
-    Variant value;
-    DeserializeBytes(value, FromHex("10000000 00000000 02000000 44332211"));
-    EXPECT_EQ(value.GetInt32(), 0x11223344);
-    DeserializeBytes(value, FromHex("14000000 00000000 03000000 8877665544332211"));
-    EXPECT_EQ(value.GetInt64(), 0x1122334455667788);
-    DeserializeBytes(value, FromHex("10000000 00000000 04000000 0000003F"));
-    EXPECT_EQ(value.GetFloat(), 0.5f);
-    DeserializeBytes(value, FromHex("14000000 00000000 05000000 000000000000F03F"));
-    EXPECT_EQ(value.GetDouble(), 1.0);
-}
-
-TEST(VariantDeserialize, LeavesAMisfitScalarAllZero)
-{
-    for (const char* const record :
-         {"0E000000 00000000 02000000 0102", "14000000 00000000 02000000 0102030405060708"}) {
-        SCOPED_TRACE(record);
-        std::string journal;
-        JournalVariant value(journal);
-        SetScalar(value, Variant::kInt64, int64{-1});
-
-        EXPECT_EQ(DeserializeBytes(value, FromHex(record)), 0u);
-        EXPECT_EQ(value.GetValueBits(), 0u);
+            EXPECT_EQ(
+                Variant::Deserialize(value, guarded.Get(), static_cast<uint32>(memory.size())), 0u);
+            EXPECT_EQ(value.GetType(), row.type);
+            EXPECT_EQ(Contents(value), HostContents(row));
+        }
     }
 }
 
@@ -141,40 +116,6 @@ TEST(VariantDeserialize, RefusesEveryTruncatedRecord)
     }
 }
 
-TEST(VariantDeserialize, IgnoresWhatFollowsAtAnyAddress)
-{
-    for (const Row& row : Records()) {
-        for (size_t shift = 0; shift < 4; ++shift) {
-            SCOPED_TRACE(std::string(row.what) + " at offset " + std::to_string(shift));
-            Bytes memory(shift, 0xEE);
-            const Bytes record = FromHex(row.record);
-            memory.insert(memory.end(), record.begin(), record.end());
-            memory.insert(memory.end(), 5, 0xEE);
-            Variant value;
-
-            EXPECT_EQ(Variant::Deserialize(value, memory.data() + shift,
-                                           static_cast<uint32>(record.size()) + 5),
-                      0u);
-            EXPECT_EQ(value.GetType(), row.type);
-            EXPECT_EQ(Contents(value), HostContents(row));
-        }
-    }
-}
-
-TEST(VariantDeserialize, RefusesATotalBelowTheHeader)
-{
-    for (unsigned char total = 0; total < 12; ++total) {
-        SCOPED_TRACE(static_cast<int>(total));
-        Bytes record(64, 0);
-        record[0] = total;
-        record[8] = Variant::kBuffer;
-
-        ExpectRefused(record);
-        record[8] = Variant::kEmpty;
-        ExpectRefused(record);
-    }
-}
-
 TEST(VariantDeserialize, RefusesMalformedRecords)
 {
     const struct
@@ -182,6 +123,8 @@ TEST(VariantDeserialize, RefusesMalformedRecords)
         const char* what;
         const char* record;
     } rows[] = {
+        {"total 0", "00000000 00000000 08000000 01000000"},
+        {"total 11", "0B000000 00000000 08000000 01000000"},
         {"total one too large", "11000000 00000000 02000000 01000000"},
         {"total in the wrong order", "00000010 00000000 02000000 01000000"},
         {"largest total", "FFFFFFFF 00000000 02000000 01000000"},
@@ -197,34 +140,12 @@ TEST(VariantDeserialize, RefusesMalformedRecords)
         {"empty with data", "10000000 00000000 00000000 01000000"},
         {"empty with a byte", "0D000000 00000000 00000000 00"},
         {"string without its end", "0E000000 00000000 09000000 6162"},
-        {"string whose end lies behind the record", "0E000000 00000000 09000000 616200"},
+        {"string whose end lies after the record", "0E000000 00000000 09000000 616200"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
 
         ExpectRefused(FromHex(row.record));
-    }
-}
-
-TEST(VariantDeserialize, AcceptsNoDataForTwoTypesOnly)
-{
-    for (unsigned char type = 0; type <= 10; ++type) {
-        SCOPED_TRACE(static_cast<int>(type));
-        Bytes record = FromHex("0C000000 00000000 00000000");
-        record[8] = type;
-        if (type != Variant::kEmpty && type != Variant::kConstBuffer) {
-            ExpectRefused(record);
-            continue;
-        }
-        std::string journal;
-        JournalVariant value(journal);
-        value.Set("abc");
-
-        EXPECT_EQ(DeserializeBytes(value, record), 0u);
-        EXPECT_EQ(value.GetType(), static_cast<Variant::Type>(type));
-        EXPECT_EQ(value.GetValueBits(), 0u);
-        EXPECT_EQ(Contents(value), Bytes());
-        EXPECT_EQ(journal, "alloc 4 free 4 ");
     }
 }
 
@@ -254,65 +175,7 @@ TEST(VariantDeserialize, ReadsARecordInTheOwnBlock)
     }
 }
 
-TEST(VariantDeserialize, ABlockThatIsNotThereLeavesTheVariantEmpty)
-{
-    std::string journal;
-    JournalVariant value(journal);
-    value.Set("before");
-    const Bytes record = FromHex("0F000000 00000000 08000000 010203");
-
-    value.mAllocation = JournalVariant::Allocation::Throws;
-    EXPECT_THROW(DeserializeBytes(value, record), std::bad_alloc);
-    EXPECT_EQ(value.GetType(), Variant::kEmpty);
-    value.mAllocation = JournalVariant::Allocation::GivesNull;
-    EXPECT_EQ(DeserializeBytes(value, record), 0u);
-    EXPECT_EQ(value.GetType(), Variant::kEmpty);
-}
-
-TEST(VariantRoundTrip, GivesAnEqualVariant)
-{
-    const struct
-    {
-        const char* what;
-        Variant::Type type;
-        const char* contents;
-        Variant::Type result;
-    } rows[] = {
-        {"bool", Variant::kBool, "02", Variant::kBool},
-        {"int32", Variant::kInt32, "01020384", Variant::kInt32},
-        {"int64", Variant::kInt64, "0102030405060788", Variant::kInt64},
-        {"float", Variant::kFloat, "0102037F", Variant::kFloat},
-        {"signalling float", Variant::kFloat, "7FA0017F", Variant::kFloat},
-        {"double", Variant::kDouble, "7FF0000000000001", Variant::kDouble},
-        {"buffer", Variant::kBuffer, "0102030405", Variant::kBuffer},
-        {"string", Variant::kString, "616263FF00", Variant::kString},
-        {"const buffer", Variant::kConstBuffer, "0102", Variant::kConstBuffer},
-        {"pointer", Variant::kPointer, "0102", Variant::kBuffer},
-        {"const pointer", Variant::kConstPointer, "010203", Variant::kBuffer},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.what);
-        Bytes contents = FromHex(row.contents);
-        const auto size = static_cast<uint32>(contents.size());
-        Variant value;
-        if (row.type == Variant::kPointer)
-            value.SetPointer(contents.data(), size);
-        else if (row.type == Variant::kConstPointer)
-            value.SetConstPointer(contents.data(), size);
-        else
-            value.Set(row.type, contents.data(), size);
-        Bytes record(12 + contents.size());
-        Variant result;
-
-        EXPECT_EQ(Variant::Serialize(value, record.data(), size + 12), size + 12);
-        EXPECT_EQ(DeserializeBytes(result, record), 0u);
-
-        EXPECT_EQ(result.GetType(), row.result);
-        EXPECT_EQ(Contents(result), contents);
-    }
-}
-
-TEST(VariantRoundTrip, RefusesAnEmptyBuffer)
+TEST(VariantDeserialize, RefusesTheRecordOfAnEmptyBuffer)
 {
     Variant value;
     value.SetBuffer(nullptr, 0);
@@ -417,3 +280,4 @@ TEST(VariantDeserialize, AgreesWithAnIndependentDecoder)
 }
 
 } // namespace
+} // namespace QX

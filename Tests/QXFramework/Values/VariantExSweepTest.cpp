@@ -3,7 +3,7 @@
 
 #include "Support/FailureSweep.h"
 
-#include "VariantExTestSupport.h"
+#include "VariantTestSupport.h"
 
 #include <QX/Exception.h>
 
@@ -122,8 +122,8 @@ TEST(VariantExSweep, ASetterOfBytesThatFindsNoMemoryLeavesTheVariantEmpty)
         {.what = "the record of a string",
          .run =
              [](Values& values) {
-                 // Not understood is one thing; understood and not stored for want of memory is
-                 // another, which only the type tells.
+                 // The result is 0 for every record that was understood; whether its bytes were
+                 // stored only the type tells.
                  return values.value.Deserialize(kTextRecord, 16) == 0 &&
                         values.value.GetType() == Variant::kString;
              },
@@ -153,14 +153,11 @@ TEST(VariantExSweep, AVariantThatHasFoundNoMemoryHoldsNone)
     EXPECT_EQ(TestSupport::CountLiveBlocks(), blocks);
 }
 
-TEST(VariantExSweep, ASetterOfAnObjectTakesItOrThrowsAndChangesNothing)
+TEST(VariantExSweep, ASetterOfAnObjectTakesItOrThrows)
 {
     const Operation operations[] = {
         {.what = "a variant",
          .run = [](Values& values) { return Sets(values, values.other); },
-         .done = "9: abc"},
-        {.what = "by assignment",
-         .run = [](Values& values) { values.value = values.other; },
          .done = "9: abc"},
         {.what = "a string",
          .run = [](Values& values) { return Sets(values, values.text); },
@@ -254,7 +251,7 @@ TEST(VariantExSweep, ARecordThatFindsNoMemoryFailsOrThrows)
     SweepRefusals<Values>(operations);
 }
 
-TEST(VariantExSweep, ATextThatCannotBeMadeIsNotMade)
+TEST(VariantExSweep, ATextThatFindsNoMemoryIsNotMade)
 {
     const Operation operations[] = {
         {.what = "of a string",
@@ -278,23 +275,11 @@ TEST(VariantExSweep, ATextThatCannotBeMadeIsNotMade)
          .done = "2: -42 > -42",
          .thrown = "2: -42",
          .least = 2},
-        {.what = "of a long integer",
-         .prepare = [](Values& values) { values.value = OfInt64(-42); },
-         .run = [](Values& values) { values.made = values.value.GetString(); },
-         .done = "3: -42 > -42",
-         .thrown = "3: -42",
-         .least = 2},
         {.what = "of a float",
          .prepare = [](Values& values) { values.value = OfFloat(2.5F); },
          .run = [](Values& values) { values.made = values.value.GetString(); },
          .done = "4: 3 > 2.500000",
          .thrown = "4: 3",
-         .least = 2},
-        {.what = "of a double",
-         .prepare = [](Values& values) { values.value = OfDouble(2.5); },
-         .run = [](Values& values) { values.made = values.value.GetString(); },
-         .done = "5: 3 > 2.500000",
-         .thrown = "5: 3",
          .least = 2},
         {.what = "of a pointer",
          .prepare = [](Values& values) { values.value = OfPointer(nullptr, 0); },
@@ -316,7 +301,7 @@ TEST(VariantExSweep, ATextThatCannotBeMadeIsNotMade)
     SweepRefusals<Values>(operations);
 }
 
-TEST(VariantExSweep, WhatReadsATextWithoutAnEndThrowsForWantOfMemoryAtMost)
+TEST(VariantExSweep, ReadingATextWithoutAnEndThrowsIfThereIsNoMemory)
 {
     static constexpr auto takeEndAway = [](Values& values) {
         std::memcpy(PointerOf(values.value), "true", 4);
@@ -359,12 +344,6 @@ TEST(VariantExSweep, WhatReadsATextWithoutAnEndThrowsForWantOfMemoryAtMost)
          .done = "9: true",
          .thrown = "9: true",
          .least = 4},
-        {.what = "Compare",
-         .prepare = takeEndAway,
-         .run = [](Values& values) { return values.value.Compare(values.other) == 1; },
-         .done = "9: true",
-         .thrown = "9: true",
-         .least = 8},
         {.what = "equality",
          .prepare = takeEndAway,
          .run = [](Values& values) { return !(values.value == values.other); },

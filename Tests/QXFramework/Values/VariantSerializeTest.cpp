@@ -7,9 +7,8 @@
 #include <algorithm>
 #include <functional>
 
+namespace QX {
 namespace {
-
-using namespace VariantTesting;
 
 template <class T>
 std::function<void(Variant&)> Scalar(Variant::Type type, T scalar)
@@ -62,23 +61,6 @@ const std::vector<Row>& Records()
     return kRows;
 }
 
-TEST(VariantSerialize, WritesTheRecordOfEveryType)
-{
-    for (const Row& row : Records()) {
-        SCOPED_TRACE(row.what);
-        Variant value;
-        row.set(value);
-        const Bytes expected = FromHex(row.record);
-        Bytes out(expected.size() + 4, 0xA5);
-
-        const uint32 total = Variant::Serialize(value, out.data(), static_cast<uint32>(out.size()));
-
-        EXPECT_EQ(total, expected.size());
-        EXPECT_EQ(Bytes(out.begin(), out.end() - 4), expected);
-        EXPECT_EQ(Bytes(out.end() - 4, out.end()), FromHex("A5A5A5A5"));
-    }
-}
-
 // 0x01020304 bytes in all, so that each byte of the length tells where it is.
 TEST(VariantSerialize, WritesAndReadsEveryByteOfALength)
 {
@@ -98,46 +80,26 @@ TEST(VariantSerialize, WritesAndReadsEveryByteOfALength)
     EXPECT_EQ(size, 0x010202F8u);
 }
 
-TEST(VariantSerialize, FillsAnExactCapacityAndNoSmallerOne)
+TEST(VariantSerialize, WritesTheRecordOfEveryTypeOrNothing)
 {
     for (const Row& row : Records()) {
         Variant value;
         row.set(value);
-        const Bytes expected = FromHex(row.record);
-        for (uint32 capacity = 0; capacity <= expected.size(); ++capacity) {
+        const Bytes record = FromHex(row.record);
+        for (uint32 capacity = 0; capacity <= record.size() + 4; ++capacity) {
             SCOPED_TRACE(std::string(row.what) + ", capacity " + std::to_string(capacity));
             const GuardedBytes out(Bytes(capacity, 0xA5));
+            Bytes expected(capacity, 0xA5);
+            const bool fits = capacity >= record.size();
+            if (fits)
+                std::copy(record.begin(), record.end(), expected.begin());
 
             const uint32 total = Variant::Serialize(value, out.Get(), capacity);
 
-            const Bytes written(out.Get(), out.Get() + capacity);
-            const bool fits = capacity == expected.size();
-            EXPECT_EQ(total, fits ? capacity : kFailed);
-            EXPECT_EQ(written, fits ? expected : Bytes(capacity, 0xA5));
+            EXPECT_EQ(total, fits ? record.size() : kFailed);
+            EXPECT_EQ(Bytes(out.Get(), out.Get() + capacity), expected);
         }
     }
-}
-
-TEST(VariantSerialize, TakesAnUnalignedOutput)
-{
-    Variant value;
-    SetScalar(value, Variant::kInt64, int64{0x1122334455667788});
-    Bytes out(21, 0xA5);
-
-    EXPECT_EQ(Variant::Serialize(value, out.data() + 1, 20), 20u);
-    EXPECT_EQ(out, FromHex("A5 14000000 00000000 03000000 8877665544332211"));
-}
-
-TEST(VariantSerialize, LeavesTheValueAlone)
-{
-    Variant value;
-    SetScalar(value, Variant::kDouble, 1.0);
-    unsigned char out[20];
-
-    Variant::Serialize(value, out, sizeof out);
-
-    EXPECT_EQ(value.GetType(), Variant::kDouble);
-    EXPECT_EQ(value.GetDouble(), 1.0);
 }
 
 TEST(VariantSerialize, RefusesANullOutput)
@@ -187,7 +149,7 @@ TEST(VariantSerialize, RefusesALengthThatTheHeaderCannotHold)
     EXPECT_EQ(Bytes(out, out + sizeof out), Bytes(sizeof out, 0xA5));
 }
 
-TEST(VariantSerialize, RefusesBytesThatAreNowhere)
+TEST(VariantSerialize, RefusesALengthWithoutBytes)
 {
     unsigned char out[32];
     std::memset(out, 0xA5, sizeof out);
@@ -260,25 +222,5 @@ TEST(VariantSerialize, WritesOverTheValuesOwnBytes)
     }
 }
 
-TEST(VariantSerialize, WritesOverTheBlockThatItOwns)
-{
-    // Derived classes may own a block that is larger than the data that they report.
-    for (const size_t start : {size_t{0}, size_t{4}, size_t{12}}) {
-        SCOPED_TRACE(start);
-        ReportingVariant value;
-        value.SetBuffer("............0123456789....................", 40);
-        uint32 size = 0;
-        auto* const block = static_cast<unsigned char*>(value.GetPointer(size));
-        value.mData = block + 12;
-        value.mSize = 10;
-        Bytes expected(block, block + 40);
-        const Bytes record = FromHex("16000000 00000000 08000000 30313233343536373839");
-        std::copy(record.begin(), record.end(), expected.begin() + static_cast<ptrdiff_t>(start));
-
-        EXPECT_EQ(Variant::Serialize(value, block + start, 22), 22u);
-
-        EXPECT_EQ(Bytes(block, block + 40), expected);
-    }
-}
-
 } // namespace
+} // namespace QX

@@ -50,11 +50,6 @@ TEST(VariantSweep, ASetterThatFindsNoMemoryLeavesTheVariantEmpty)
          .done = "9: abc",
          .thrown = "0: ",
          .least = 1},
-        {.what = "a string by its type",
-         .run = [](Values& values) { values.value.Set(Variant::kString, "abc", 0); },
-         .done = "9: abc",
-         .thrown = "0: ",
-         .least = 1},
         {.what = "a buffer",
          .run = [](Values& values) { values.value.SetBuffer("abc", 3); },
          .done = "8: abc",
@@ -65,19 +60,9 @@ TEST(VariantSweep, ASetterThatFindsNoMemoryLeavesTheVariantEmpty)
          .done = "8: ",
          .thrown = "0: ",
          .least = 1},
-        {.what = "a buffer by its type",
-         .run = [](Values& values) { values.value.Set(Variant::kBuffer, "abc", 3); },
-         .done = "8: abc",
-         .thrown = "0: ",
-         .least = 1},
         {.what = "a constant buffer",
          .run = [](Values& values) { values.value.Set(Variant::kConstBuffer, "abc", 3); },
          .done = "10: abc",
-         .thrown = "0: ",
-         .least = 1},
-        {.what = "a pointer by its type",
-         .run = [](Values& values) { values.value.Set(Variant::kPointer, "abc", 3); },
-         .done = "8: abc",
          .thrown = "0: ",
          .least = 1},
         {.what = "a part of its own string",
@@ -90,16 +75,6 @@ TEST(VariantSweep, ASetterThatFindsNoMemoryLeavesTheVariantEmpty)
          .thrown = "0: ",
          .again = "9: again",
          .least = 2},
-        {.what = "a part of its own bytes",
-         .run =
-             [](Values& values) {
-                 const char* const own = values.value.GetCStr();
-                 values.value.SetBuffer(own != nullptr ? own : "again", 2);
-             },
-         .done = "8: ol",
-         .thrown = "0: ",
-         .again = "8: ag",
-         .least = 2},
         {.what = "an integer",
          .run =
              [](Values& values) {
@@ -110,9 +85,6 @@ TEST(VariantSweep, ASetterThatFindsNoMemoryLeavesTheVariantEmpty)
         {.what = "a pointer",
          .run = [](Values& values) { values.value.SetConstPointer("abc", 3); },
          .done = "7: abc"},
-        {.what = "nothing",
-         .run = [](Values& values) { values.value.Set(Variant::kEmpty, nullptr, 0); },
-         .done = "0: "},
     };
 
     SweepRefusals<Values>(operations);
@@ -154,7 +126,7 @@ TEST(VariantSweep, ARecordThatFindsNoMemoryLeavesTheVariantEmpty)
     SweepRefusals<Values>(operations);
 }
 
-TEST(VariantSweep, WhatOnlyReadsOfAVariantNeedsNoMemory)
+TEST(VariantSweep, ReadingAVariantNeedsNoMemory)
 {
     const Operation operations[] = {
         {.what = "getters",

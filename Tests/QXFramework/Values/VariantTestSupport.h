@@ -1,31 +1,28 @@
-// VariantTestSupport.h - bytes, guarded memory and a variant with observable hooks.
+// VariantTestSupport.h - extended variants of one value, guarded memory, and variants with
+// observable hooks.
 #pragma once
 
-#include <QX/Variant.h>
+#include <QX/VariantEx.h>
+
+#include "Support/Hex.h"
+#include "Support/StringTestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <bit>
 #include <cstddef>
 #include <cstring>
-#include <initializer_list>
 #include <new>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include <sys/mman.h>
 #include <unistd.h>
 
-namespace VariantTesting {
+namespace QX {
 
-using QX::int32;
-using QX::int64;
-using QX::uint32;
-using QX::uint64;
-using QX::Variant;
-
-using Bytes = std::vector<unsigned char>;
+using TestSupport::Bytes;
+using TestSupport::FromHex;
 
 inline constexpr bool kBigEndian = std::endian::native == std::endian::big;
 inline constexpr uint32 kFailed = 0x80000008u;
@@ -35,20 +32,6 @@ template <class T>
 constexpr T ByOrder(T littleEndian, T bigEndian)
 {
     return kBigEndian ? bigEndian : littleEndian;
-}
-
-/// Turns pairs of hexadecimal digits into bytes; blanks between pairs are ignored.
-inline Bytes FromHex(std::string_view text)
-{
-    Bytes bytes;
-    for (size_t index = 0; index < text.size(); ++index) {
-        if (text[index] == ' ')
-            continue;
-        bytes.push_back(
-            static_cast<unsigned char>(std::stoi(std::string(text.substr(index, 2)), nullptr, 16)));
-        ++index;
-    }
-    return bytes;
 }
 
 /// Returns the bytes that GetConstPointer reports.
@@ -93,37 +76,24 @@ private:
     void* mPages;
 };
 
-/// Keeps its blocks by itself, and writes "alloc N " and "free N " (the block's size) or "free null
-/// ".
+/// Keeps its blocks by itself. Its journal gets "alloc N ", "free N " (the block's size) or
+/// "free null " for each call.
 class JournalVariant : public Variant
 {
 public:
-    enum class Allocation
-    {
-        Succeeds,
-        GivesNull,
-        Throws
-    };
-
     explicit JournalVariant(std::string& journal)
         : mJournal(journal)
     {}
     ~JournalVariant() override { Clear(); }
 
-    using Variant::Adopt;
     using Variant::Clear;
-    using Variant::CopyFields;
-    using Variant::FollowBlock;
-    using Variant::GetValueBits;
 
-    Allocation mAllocation = Allocation::Succeeds;
+    bool mFindsNoMemory = false;
 
     void* AllocBuffer(uint32 size) override
     {
         mJournal += "alloc " + std::to_string(size) + " ";
-        if (mAllocation == Allocation::Throws)
-            throw std::bad_alloc();
-        if (mAllocation == Allocation::GivesNull)
+        if (mFindsNoMemory)
             return nullptr;
         auto* const block = new unsigned char[size + sizeof size];
         std::memcpy(block, &size, sizeof size);
@@ -161,4 +131,94 @@ public:
     }
 };
 
-} // namespace VariantTesting
+inline VariantEx OfBool(unsigned char value)
+{
+    VariantEx variant;
+    variant.Set(Variant::kBool, &value, 1);
+    return variant;
+}
+
+inline VariantEx OfInt32(int32 value)
+{
+    VariantEx variant;
+    variant.Set(Variant::kInt32, &value, 4);
+    return variant;
+}
+
+inline VariantEx OfInt64(int64 value)
+{
+    VariantEx variant;
+    variant.Set(Variant::kInt64, &value, 8);
+    return variant;
+}
+
+inline VariantEx OfFloat(float value)
+{
+    VariantEx variant;
+    variant.Set(Variant::kFloat, &value, 4);
+    return variant;
+}
+
+inline VariantEx OfDouble(double value)
+{
+    VariantEx variant;
+    variant.Set(Variant::kDouble, &value, 8);
+    return variant;
+}
+
+inline VariantEx OfText(const char* text)
+{
+    VariantEx variant;
+    variant.Set(text);
+    return variant;
+}
+
+inline VariantEx OfBytes(std::string_view bytes)
+{
+    VariantEx variant;
+    variant.SetBuffer(bytes.data(), static_cast<uint32>(bytes.size()));
+    return variant;
+}
+
+inline VariantEx OfConstBytes(std::string_view bytes)
+{
+    VariantEx variant;
+    variant.Set(Variant::kConstBuffer, bytes.data(), static_cast<uint32>(bytes.size()));
+    return variant;
+}
+
+inline VariantEx OfString(const String& text)
+{
+    VariantEx variant;
+    variant.Set(text);
+    return variant;
+}
+
+inline VariantEx OfBuffer(const RCPtr<LIBuffer>& bytes)
+{
+    VariantEx variant;
+    variant.Set(bytes);
+    return variant;
+}
+
+inline VariantEx OfPointer(void* pointer, uint32 size)
+{
+    VariantEx variant;
+    variant.SetPointer(pointer, size);
+    return variant;
+}
+
+inline std::string BytesOf(const VariantEx& variant)
+{
+    uint32 size = 0;
+    const void* const bytes = variant.GetConstPointer(size);
+    return {static_cast<const char*>(bytes), size};
+}
+
+inline void* PointerOf(VariantEx& variant)
+{
+    uint32 size = 0;
+    return variant.GetPointer(size);
+}
+
+} // namespace QX
