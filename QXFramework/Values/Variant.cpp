@@ -2,6 +2,8 @@
 
 #include <QX/Variant.h>
 
+#include <QX/Buffer.h> // kUInt32Limit
+
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -10,8 +12,6 @@
 namespace QX {
 
 namespace {
-
-constexpr uint32 kLongestSize = 0xFFFFFFFFu;
 
 constexpr uint32 ScalarSize(Variant::Type type)
 {
@@ -40,10 +40,7 @@ bool Overlap(const void* left, size_t leftSize, const void* right, size_t rightS
 
 Variant::~Variant()
 {
-    // By now a derived class and its FreeBuffer are gone; the name says so.
-    if (OwnsBlock()) {
-        Variant::FreeBuffer(GetBlock());
-    }
+    Clear();
 }
 
 void* Variant::AllocBuffer(uint32 size)
@@ -93,8 +90,7 @@ void* Variant::GetPointer(uint32& size)
     case kPointer:
     case kBuffer:
     case kString:
-        size = mSize;
-        return GetBlock();
+        return const_cast<void*>(GetConstPointer(size));
     case kEmpty:
     case kConstPointer:
     case kConstBuffer:
@@ -106,7 +102,8 @@ void* Variant::GetPointer(uint32& size)
 
 const char* Variant::GetCStr() const
 {
-    return mType == kString ? static_cast<const char*>(GetBlock()) : nullptr;
+    uint32 size = 0;
+    return mType == kString ? static_cast<const char*>(GetConstPointer(size)) : nullptr;
 }
 
 Variant::Type Variant::Set(Type type, const void* data, uint32 size)
@@ -135,8 +132,8 @@ Variant::Type Variant::Set(Type type, const void* data, uint32 size)
 
 Variant::Type Variant::Set(const char* text)
 {
-    const size_t length = text != nullptr ? std::strlen(text) : kLongestSize;
-    if (length >= kLongestSize) {
+    const size_t length = text != nullptr ? std::strlen(text) : kUInt32Limit;
+    if (length >= kUInt32Limit) {
         Clear();
         return mType;
     }
@@ -172,7 +169,7 @@ void Variant::Clear()
 
 Variant::Type Variant::Adopt(Type type, const void* data, uint32 size)
 {
-    SetBlock(data);
+    std::memcpy(mValue, &data, sizeof data);
     mSize = size;
     mType = type;
     return mType;
@@ -185,24 +182,6 @@ void Variant::CopyFields(const Variant& other)
     mType = other.mType;
 }
 
-void Variant::FollowBlock(const void* data, uint32 size) const
-{
-    if (GetBlock() != data) {
-        SetBlock(data);
-    }
-    if (mSize != size) {
-        mSize = size;
-    }
-}
-
-uint64 Variant::GetValueBits() const
-{
-    uint64 bits;
-    static_assert(sizeof bits == sizeof mValue);
-    std::memcpy(&bits, mValue, sizeof bits);
-    return bits;
-}
-
 void* Variant::GetBlock() const
 {
     void* block;
@@ -210,15 +189,11 @@ void* Variant::GetBlock() const
     return block;
 }
 
-void Variant::SetBlock(const void* block) const
-{
-    std::memcpy(mValue, &block, sizeof block);
-}
-
 bool Variant::OverlapsStorage(const void* data, uint32 size) const
 {
-    return Overlap(data, size, this, sizeof *this) ||
-           (OwnsBlock() && Overlap(data, size, GetBlock(), mSize));
+    uint32 ownSize = 0;
+    const void* const own = OwnsBlock() ? GetConstPointer(ownSize) : nullptr;
+    return Overlap(data, size, own, ownSize) || Overlap(data, size, this, sizeof *this);
 }
 
 Variant::Type Variant::SetScalar(Type type, const void* data, uint32 size)

@@ -84,13 +84,18 @@ const RCPtr<LIBuffer>& VariantEx::GetBuffer() const
     return mData;
 }
 
+const void* VariantEx::GetConstPointer(uint32& size) const
+{
+    return OwnsBlock() ? GetBytes(size) : Variant::GetConstPointer(size);
+}
+
 Variant::Type VariantEx::Set(const VariantEx& other)
 {
     if (this == &other) {
         return GetType();
     }
-    if (other.OwnsData()) {
-        // An unshareable buffer is copied here, so the data is not at the other's address.
+    if (other.OwnsBlock()) {
+        // An unshareable buffer is copied here.
         RCPtr<LIBuffer> data = other.mData;
         if (data != other.mData && HasNoMemory(*data)) {
             Clear();
@@ -113,22 +118,22 @@ Variant::Type VariantEx::Set(const StringT<char>& text)
 Variant::Type VariantEx::Set(const ConstRCPtr<LIBuffer>& bytes)
 {
     // Copied before the release: this variant's own buffer may be the source.
-    RCPtr<LIBuffer> data;
+    RCPtr<LIBuffer> copy;
     if (bytes != nullptr) {
-        data = bytes->CreateCopy(bytes->GetSizeBytes(), 0);
+        copy = bytes->CreateCopy(bytes->GetSizeBytes(), 0);
     }
-    if (data == nullptr || HasNoMemory(*data)) {
+    if (copy == nullptr || HasNoMemory(*copy)) {
         Clear();
         return GetType();
     }
-    return AdoptData(kBuffer, data);
+    return AdoptData(kBuffer, copy);
 }
 
 uint32 VariantEx::Serialize(RCPtr<LIBuffer>& out, uint32 offset) const
 {
     constexpr uint32 kHeaderSize = 12;
     uint32 length = 0;
-    Followed().GetConstPointer(length);
+    GetConstPointer(length);
     const uint64 needed = uint64{length} + kHeaderSize + offset;
     if (needed > kUInt32Limit) {
         return static_cast<uint32>(kResultFailure);
@@ -153,22 +158,7 @@ uint32 VariantEx::Serialize(RCPtr<LIBuffer>& out, uint32 offset) const
 
 uint32 VariantEx::Deserialize(const unsigned char* in, uint32 length)
 {
-    Followed();
     return Variant::Deserialize(*this, in, length);
-}
-
-// Returns this variant with its stored pointer and size as the buffer has them now.
-const VariantEx& VariantEx::Followed() const
-{
-    if (!OwnsData()) {
-        return *this;
-    }
-    if (mData == nullptr || mData->GetRawPtr() == nullptr) {
-        FollowBlock(nullptr, 0);
-    } else {
-        FollowBlock(mData->GetRawPtr(), mData->GetSizeBytes());
-    }
-    return *this;
 }
 
 // Replaces what this variant holds by the data of an owning type; `data` is null afterwards.
@@ -176,16 +166,24 @@ Variant::Type VariantEx::AdoptData(Type type, RCPtr<LIBuffer>& data)
 {
     Clear();
     mData.Swap(data);
-    Adopt(type, nullptr, 0);
-    Followed();
-    return type;
+    uint32 size = 0;
+    const void* const bytes = GetBytes(size);
+    return Adopt(type, bytes, size);
+}
+
+// Returns the block of the data buffer and stores its size; null and 0 when there is none.
+const void* VariantEx::GetBytes(uint32& size) const
+{
+    void* const block = mData != nullptr ? mData->GetRawPtr() : nullptr;
+    size = block != nullptr ? mData->GetSizeBytes() : 0;
+    return block;
 }
 
 // Returns the bytes of the data, or of the value of another type.
 std::string_view VariantEx::DataView() const
 {
     uint32 size = 0;
-    const void* const bytes = Followed().GetConstPointer(size);
+    const void* const bytes = GetConstPointer(size);
     return {static_cast<const char*>(bytes), size};
 }
 

@@ -7,11 +7,12 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 
 namespace QX {
 namespace {
 
-// Returns the entity that stands for a character in XML, or "" for the character itself.
+// Returns the XML entity for a character, or "" if it needs none.
 std::string_view EntityOf(char character)
 {
     switch (character) {
@@ -34,7 +35,6 @@ std::string_view EntityOf(char character)
 
 StringT<char> VariantEx::GetString() const
 {
-    Followed();
     switch (GetType()) {
     case kEmpty:
     case kConstBuffer:
@@ -51,7 +51,7 @@ StringT<char> VariantEx::GetString() const
     case kPointer:
     case kConstPointer:
     case kBuffer:
-        return String::Format("%I64X", GetValueBits());
+        return String::Format("%I64X", GetPointerBits());
     case kString: {
         const std::string_view data = DataView();
         if (!data.empty() && data.find('\0') == data.size() - 1) {
@@ -62,6 +62,16 @@ StringT<char> VariantEx::GetString() const
     }
     }
     return {};
+}
+
+// Returns the value field of a variant with a data pointer, as one number in the machine's order.
+// A pointer of 32 bits is in the field's first word, and the other word is 0.
+uint64 VariantEx::GetPointerBits() const
+{
+    const void* const data = DataView().data();
+    uint64 bits = 0;
+    std::memcpy(&bits, &data, sizeof data);
+    return bits;
 }
 
 StringT<char> VariantEx::GetXMLString() const
@@ -91,31 +101,30 @@ StringT<char> VariantEx::GetXMLString() const
 
 bool VariantEx::GetBool() const
 {
-    return GetType() == kString ? GetString().Compare("True", false) == 0
-                                : Followed().Variant::GetBool();
+    return GetType() == kString ? GetString().Compare("True", false) == 0 : Variant::GetBool();
 }
 
 int32 VariantEx::GetInt32() const
 {
-    return GetType() == kString ? GetString().ToInt() : Followed().Variant::GetInt32();
+    return GetType() == kString ? GetString().ToInt() : Variant::GetInt32();
 }
 
 int64 VariantEx::GetInt64() const
 {
     if (GetType() != kString) {
-        return Followed().Variant::GetInt64();
+        return Variant::GetInt64();
     }
     return static_cast<int64>(std::strtoull(GetString().CStr(), nullptr, 10));
 }
 
 float VariantEx::GetFloat() const
 {
-    return GetType() == kString ? static_cast<float>(GetDouble()) : Followed().Variant::GetFloat();
+    return GetType() == kString ? static_cast<float>(GetDouble()) : Variant::GetFloat();
 }
 
 double VariantEx::GetDouble() const
 {
-    return GetType() == kString ? GetString().ToDouble() : Followed().Variant::GetDouble();
+    return GetType() == kString ? GetString().ToDouble() : Variant::GetDouble();
 }
 
 bool VariantEx::operator==(const VariantEx& other) const

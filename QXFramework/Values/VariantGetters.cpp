@@ -46,14 +46,28 @@ T Variant::LoadValue() const
 }
 
 template <class T>
-T Variant::LoadFromBlock() const
+T Variant::LoadFromData() const
 {
+    uint32 size = 0;
+    const void* const data = GetConstPointer(size);
     T value = 0;
-    const void* const block = GetBlock();
-    if (block != nullptr && mSize > 0) {
-        std::memcpy(&value, block, std::min<size_t>(mSize, sizeof value));
+    if (data != nullptr && size > 0) {
+        std::memcpy(&value, data, std::min<size_t>(size, sizeof value));
     }
     return value;
+}
+
+uint32 Variant::GetDataSize() const
+{
+    uint32 size = 0;
+    GetConstPointer(size);
+    return size;
+}
+
+uint32 Variant::GetTextLength() const
+{
+    const uint32 size = GetDataSize();
+    return size > 0 ? size - 1 : 0;
 }
 
 bool Variant::GetBool() const
@@ -74,9 +88,9 @@ bool Variant::GetBool() const
         return GetBlock() != nullptr;
     case kBuffer:
     case kConstBuffer:
-        return mSize != 0;
+        return GetDataSize() != 0;
     case kString:
-        return mSize > 1;
+        return GetTextLength() != 0;
     case kEmpty:
         break;
     }
@@ -99,9 +113,9 @@ int32 Variant::GetInt32() const
     case kPointer:
     case kConstPointer:
     case kBuffer:
-        return LoadFromBlock<int32>();
+        return LoadFromData<int32>();
     case kString:
-        return static_cast<int32>(mSize > 0 ? mSize - 1 : 0);
+        return static_cast<int32>(GetTextLength());
     case kEmpty:
     case kConstBuffer:
         break;
@@ -125,9 +139,9 @@ int64 Variant::GetInt64() const
     case kPointer:
     case kConstPointer:
     case kBuffer:
-        return LoadFromBlock<int64>();
+        return LoadFromData<int64>();
     case kString:
-        return mSize > 0 ? mSize - 1 : 0;
+        return GetTextLength();
     case kEmpty:
     case kConstBuffer:
         break;

@@ -7,6 +7,8 @@
 
 #include <QX/Variant.h>
 
+#include <QX/Buffer.h> // kUInt32Limit
+
 #include "ByteOrder.h"
 
 #include <cstring>
@@ -19,12 +21,12 @@ constexpr uint32 kHeaderSize = 12;
 constexpr uint32 kTypeOffset = 8;
 constexpr uint32 kFailed = static_cast<uint32>(kResultFailure);
 
-// Returns the length of the record, or kFailed where that length could not be told from the
-// failure.
+// Returns the length of the record, or kFailed if it does not fit 32 bits. A length that is the
+// same number as kFailed reads as the failure too.
 uint32 RecordLength(uint32 dataLength)
 {
-    const uint64 total = static_cast<uint64>(dataLength) + kHeaderSize;
-    return total <= 0xFFFFFFFFu ? static_cast<uint32>(total) : kFailed;
+    const uint64 total = uint64{dataLength} + kHeaderSize;
+    return total <= kUInt32Limit ? static_cast<uint32>(total) : kFailed;
 }
 
 } // namespace

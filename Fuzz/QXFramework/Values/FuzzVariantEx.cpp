@@ -1,7 +1,8 @@
 // FuzzVariantEx.cpp - arbitrary bytes as the record of an extended variant.
 //
 // An accepted record gives a value that its own record brings back, whose copies are equal to it,
-// and whose text can be taken without changing it. The first byte is the offset of that record.
+// and whose text can be taken without changing it. All of this holds for the bytes that its buffer
+// has after a resize too. The first byte is the offset of the record and the size of the buffer.
 
 #include "FuzzCheck.h"
 
@@ -64,6 +65,27 @@ void CheckTexts(const VariantEx& value)
     FUZZ_CHECK(Equal(before, value));
 }
 
+// Another holder resizes the buffer; then the value is set from its own bytes.
+void CheckResized(VariantEx& value, uint32 size)
+{
+    if (value.GetType() != Variant::kBuffer && value.GetType() != Variant::kString) {
+        return;
+    }
+    const uint32 oldSize = value.GetBuffer()->GetSizeBytes();
+    value.GetBuffer()->ResizeBytes(size);
+    if (size > oldSize) {
+        value.GetBuffer()->FillN('7', oldSize, -1);
+    }
+    CheckTexts(value);
+    uint32 ownSize = 0;
+    const void* const own = value.GetConstPointer(ownSize);
+    FUZZ_CHECK(ownSize == size);
+    VariantEx expected;
+    expected.SetBuffer(own, size);
+    value.SetBuffer(own, size);
+    FUZZ_CHECK(value == expected);
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -82,6 +104,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     }
     CheckTexts(value);
     CheckRoundTrip(value, offset);
+    CheckResized(value, offset);
     VariantEx own;
     own.SetBuffer(data + 1, static_cast<uint32>(size - 1));
     if (size > 1) {

@@ -9,9 +9,11 @@
 //
 // Every getter answers for every type: a conversion that does not exist gives 0, false or null.
 // kBuffer, kString and kConstBuffer own their block. It comes from AllocBuffer and goes back
-// through FreeBuffer, two virtual operations with which a derived class keeps its blocks elsewhere.
+// through FreeBuffer. A derived class that keeps its blocks elsewhere overrides these two; if such
+// a block can move, it overrides GetConstPointer too, which everything that reads the block asks.
 //
-// A variant is not copyable and not safe for use by two threads at once; getters alone are.
+// A variant is not copyable. Several threads may call const operations at once; anything else
+// needs a lock.
 #pragma once
 
 #include <QX/Types.h>
@@ -48,8 +50,8 @@ public:
     /// AllocBuffer and FreeBuffer calls Clear in its own destructor: here its FreeBuffer is gone.
     virtual ~Variant();
 
-    /// Returns whether the value is not zero (a NaN is not), the pointer is not null, the buffer
-    /// has bytes, or the string has characters.
+    /// Returns whether the number differs from zero (a NaN does), the pointer is not null, the
+    /// buffer has bytes, or the string has characters.
     virtual bool GetBool() const;
 
     /// Returns the value as a signed integer.
@@ -64,18 +66,19 @@ public:
     /// | kEmpty, kConstBuffer             | 0                        | 0                     |
     ///
     /// Rounding adds or subtracts 0.5 and truncates; GetInt64 of a float does so in single
-    /// precision. What lies outside of the result's type becomes its nearest limit, and a NaN its
-    /// lowest value. The bytes are taken in the machine's order; missing ones count as zero.
+    /// precision. A number outside the result's type becomes its nearest limit, and a NaN its
+    /// lowest value. The bytes are read in the machine's order; missing ones count as zero.
     virtual int32 GetInt32() const;
     virtual int64 GetInt64() const;
 
-    /// Returns a scalar converted to the floating type. Of a pointer, a buffer or a string it is
-    /// the conversion of GetInt32 (for float) or GetInt64 (for double).
+    /// Returns a scalar converted to the floating type. For a pointer, a buffer or a string it
+    /// converts the result of GetInt32 (to float) or GetInt64 (to double).
     virtual float GetFloat() const;
     virtual double GetDouble() const;
 
     /// Returns the address of the value's bytes and stores their number in `size`; null and 0 for
-    /// an empty variant. It is valid until the variant changes.
+    /// an empty variant. The variant keeps the bytes, or for kPointer and kConstPointer the caller;
+    /// the variant's own are valid until it changes.
     virtual const void* GetConstPointer(uint32& size) const;
 
     /// As GetConstPointer, for writing: null and 0 for read-only types.
@@ -83,64 +86,70 @@ public:
     /// Unlike GetConstPointer, it reports 4 bytes for every scalar type.
     virtual void* GetPointer(uint32& size);
 
-    /// Returns the text of a kString, else null.
+    /// Returns the text of a kString, valid as GetConstPointer's bytes are, else null.
     virtual const char* GetCStr() const;
 
 protected:
-    /// Returns a block of `size` bytes; a size of 0 is a valid request.
+    /// Returns a block of `size` bytes, which may be 0.
     ///
-    /// Null for a size above 0 means that there is no memory: the variant is then left empty and
-    /// does not hand that block back. An exception passes through the setter, which has then
-    /// emptied the variant.
+    /// Null for a size above 0 means that there is no memory: the variant is then empty, and
+    /// FreeBuffer is not called for that block. An exception passes through the setter, which has
+    /// emptied the variant before.
     virtual void* AllocBuffer(uint32 size);
 
-    /// Takes back what AllocBuffer returned; null for a block that never existed.
+    /// Takes back what AllocBuffer returned, which can be null for 0 bytes.
     virtual void FreeBuffer(void* block);
 
 public:
+    /// Returns the type of the value that the variant holds.
     Type GetType() const noexcept { return mType; }
 
     // Every setter releases an owned block, empties the variant, and then stores the new value. Its
     // source may lie in the variant itself or in the block that it releases. It returns the
     // resulting type: kEmpty when there was nothing that it could store.
-    //
-    // Throws: std::bad_alloc; the variant is then empty.
 
     /// Stores a copy of `size` bytes at `data` as a value of `type`.
     ///
     /// A scalar needs exactly its size: 1, 4 or 8. The pointer types never keep the caller's
     /// pointer: they become a kBuffer with a copy. A kString is read up to its NUL whatever `size`
-    /// says.
+    /// says. Any other type leaves the variant empty. Throws: std::bad_alloc; the variant is then
+    /// empty.
     Type Set(Type type, const void* data, uint32 size);
 
     /// Stores a copy of `text` with its NUL as a kString. Null leaves the variant empty, and so
-    /// does a text whose size does not fit 32 bits.
+    /// does a text whose size does not fit 32 bits. Throws: std::bad_alloc; the variant is then
+    /// empty.
     Type Set(const char* text);
 
     /// Stores a copy of `size` bytes at `data` as a kBuffer. No bytes make an empty kBuffer; null
-    /// with a size above 0 leaves the variant empty.
+    /// with a size above 0 leaves the variant empty. Throws: std::bad_alloc; the variant is then
+    /// empty.
     Type SetBuffer(const void* data, uint32 size);
 
-    /// Stores the caller's pointer as a kPointer or a kConstPointer.
+    /// Stores the caller's pointer as a kPointer or a kConstPointer; the memory stays the caller's.
     ///
-    /// Requires: the memory outlives the value. The block that the variant owned does not.
+    /// Requires: the memory outlives the value. A pointer into the variant's own block does not:
+    /// the block is released here.
     Type SetPointer(void* data, uint32 size);
     Type SetConstPointer(const void* data, uint32 size);
 
     /// Writes `value` to `out` as a record: 12 bytes of header (the record's length, zero, the
     /// type) and the value's bytes, little-endian on every machine. Returns the record's length.
     ///
-    /// `out` may overlap the value's bytes. Fails: kResultFailure (as uint32) when `capacity` is
-    /// too small, for a null `out`, for a kPointer or kConstPointer without bytes, and for a length
-    /// that the header cannot hold; nothing is written.
+    /// `out` may overlap the value's bytes. Fails: kResultFailure (as uint32) for a `capacity`
+    /// below the record's length, for a null `out`, for a kPointer or kConstPointer without bytes,
+    /// for a length whose bytes are at null, and for a record's length that does not fit 32 bits or
+    /// is the failure code itself (0x80000008); nothing is written.
     static uint32 Serialize(const Variant& value, unsigned char* out, uint32 capacity);
 
-    /// Sets `value` from the record at `in`; bytes behind the record are ignored. Returns 0.
+    /// Sets `value` from the record in the `length` bytes at `in`; bytes after the record are
+    /// ignored. Returns 0.
     ///
     /// The pointer types arrive as a kBuffer. A scalar whose length does not fit its type counts as
     /// understood and gives an empty variant. `in` may lie in the value's own block. Fails:
     /// kResultFailure (as uint32) for a null `in` and for a record that is cut short, malformed or
-    /// of an unknown type; `value` is unchanged.
+    /// of an unknown type; `value` is unchanged. Throws: std::bad_alloc, for a record that was
+    /// understood; `value` is then empty.
     static uint32 Deserialize(Variant& value, const unsigned char* in, uint32 length);
 
 protected:
@@ -158,30 +167,24 @@ protected:
     /// Requires: the variant is empty, and `other` owns no block.
     void CopyFields(const Variant& other);
 
-    /// Brings the stored pointer and size in line with an owned block that has moved or changed its
-    /// size. It writes only what differs, so readers do not race while the block stays in place.
-    void FollowBlock(const void* data, uint32 size) const;
-
-    /// Returns the eight bytes of the value field as one number in the machine's order. A pointer
-    /// of 32 bits is in the field's first word, and the other word is 0.
-    uint64 GetValueBits() const;
+    /// Returns whether the type is kBuffer, kString or kConstBuffer.
+    bool OwnsBlock() const noexcept { return mType > kConstPointer; }
 
 private:
-    bool OwnsBlock() const { return mType > kConstPointer; }
     void* GetBlock() const;
-    void SetBlock(const void* block) const;
+    uint32 GetDataSize() const;
+    uint32 GetTextLength() const;
     bool OverlapsStorage(const void* data, uint32 size) const;
     Type SetScalar(Type type, const void* data, uint32 size);
     Type SetCopy(Type type, const void* data, uint32 size);
     template <class T>
     T LoadValue() const;
     template <class T>
-    T LoadFromBlock() const;
+    T LoadFromData() const;
 
     // Bytes instead of a union: eight-byte alignment would widen the object on 32-bit machines.
-    // FollowBlock alone writes the two mutable fields of a const variant.
-    mutable unsigned char mValue[8] = {}; ///< the scalar, or the data pointer in the first word
-    mutable uint32 mSize = 0;             ///< the data's length; 0 for scalars
+    unsigned char mValue[8] = {}; ///< the scalar, or the data pointer in the first word
+    uint32 mSize = 0;             ///< the data's length; 0 for scalars
     Type mType = kEmpty;
 };
 

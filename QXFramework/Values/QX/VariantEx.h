@@ -9,9 +9,9 @@
 //
 // The bytes of kBuffer, kString and kConstBuffer are in a counted buffer. Copies share it, and so
 // do strings that are set or got: a write through GetPointer of one holder is seen by all of them.
-// Whoever resizes such a buffer or takes the terminator of a text away is in error. The operations
-// of this class follow the buffer then and read nothing outside of it; pointers got before, and
-// those that GetConstPointer, GetPointer and GetCStr give, are the caller's affair.
+// No holder should resize such a buffer or overwrite the NUL of a text. If one does, every
+// operation uses the buffer as it is at the call; a pointer to its bytes is valid until a resize.
+// Several threads may call const operations at once while nobody resizes or writes.
 //
 // The order below is for display: kPointer, kConstPointer, kConstBuffer, NaNs and mixed types have
 // no strict weak order, so values that may hold them cannot be sorted or be keys of a map.
@@ -35,17 +35,23 @@ public:
     VariantEx& operator=(const VariantEx& other);
     ~VariantEx() override;
 
-    /// As Variant's, but of a kString: whether it is "true" in any case.
+    // These getters copy a kString whose last byte is not its first NUL. Throws: std::bad_alloc.
+
+    /// As Variant's, but for a kString: whether it is "true"; upper and lower case are the same.
     bool GetBool() const override;
-    /// As Variant's, but of a kString: the number that it begins with, by the rules of atoi and
+    /// As Variant's, but for a kString: the number that it begins with, by the rules of atoi and
     /// within the limits of the type.
     int32 GetInt32() const override;
-    /// As Variant's, but of a kString: the number that it begins with, by the rules of strtoull,
+    /// As Variant's, but for a kString: the number that it begins with, by the rules of strtoull,
     /// taken as signed.
     int64 GetInt64() const override;
-    /// As Variant's, but of a kString: the number that it begins with, by the rules of atof.
+    /// As Variant's, but for a kString: the number that it begins with, by the rules of atof.
     float GetFloat() const override;
     double GetDouble() const override;
+
+    /// As Variant's. The shared bytes are those of the buffer at the call, valid until this variant
+    /// changes or any holder resizes the buffer.
+    const void* GetConstPointer(uint32& size) const override;
 
 protected:
     void* AllocBuffer(uint32 size) override;
@@ -64,14 +70,20 @@ public:
     /// | kInt32, kInt64                   | decimal                                            |
     /// | kFloat, kDouble                  | with six decimals                                  |
     /// | kPointer, kConstPointer, kBuffer | the eight bytes of the value field as one number   |
-    /// |                                  | in hexadecimal: of 32 bits, the pointer is above   |
-    /// | kString                          | the string; it shares the data if it can           |
+    /// |                                  | in hexadecimal; a pointer of 32 bits is its upper  |
+    /// |                                  | half                                               |
+    /// | kString                          | the string up to its first NUL; it shares the data |
+    /// |                                  | if that NUL is the last byte                       |
+    ///
+    /// Throws: std::bad_alloc.
     StringT<char> GetString() const;
 
     /// Returns GetString with the five characters that XML reserves replaced by their entities.
+    ///
+    /// Throws: std::bad_alloc.
     StringT<char> GetXMLString() const;
 
-    /// Returns the data, lent for reading.
+    /// Returns the data, lent for reading; the reference is valid until this variant changes.
     ///
     /// Throws: Exception<std::runtime_error> for other types than kBuffer and kString.
     const RCPtr<LIBuffer>& GetBuffer() const;
@@ -93,36 +105,40 @@ public:
     using Variant::Deserialize;
     using Variant::Serialize;
 
-    /// Writes the record of this variant into `out` from `offset` on, and returns its length. A
-    /// null `out` becomes a buffer that it just fits, and a smaller one grows; bytes before the
-    /// offset stay, and are zero where there were none.
+    /// Writes the record of this variant into `out` from `offset` bytes on, and returns its length.
+    /// A null `out` becomes a buffer of exactly offset + record bytes, and a smaller one grows to
+    /// that; bytes before the offset stay, and are zero where there were none. If `out` is this
+    /// variant's own buffer, it becomes a copy with the record.
     ///
-    /// Fails: kResultFailure (as uint32) for a sum beyond 32 bits, with `out` unchanged, for a
-    /// pointer type without bytes, and for want of memory. A buffer that could not grow has lost
-    /// its bytes then, except this variant's own, for which `out` stands unchanged.
+    /// Fails: kResultFailure (as uint32) for a sum that does not fit 32 bits; `out` is unchanged.
+    /// Also for a pointer type without bytes, when `out` has been made or has grown, and when there
+    /// is no memory: a buffer that could not grow has then lost its bytes; this variant's own is
+    /// unchanged. Throws: std::bad_alloc; `out` is unchanged.
     uint32 Serialize(RCPtr<LIBuffer>& out, uint32 offset) const;
 
-    /// As Variant::Deserialize into this variant, which is empty if there was no memory for the
-    /// bytes of a record that was understood.
+    /// As Variant::Deserialize into this variant. Without memory for the bytes of a record that was
+    /// understood, the result is 0 and this variant is empty. Throws: std::bad_alloc; this variant
+    /// is then empty.
     uint32 Deserialize(const unsigned char* in, uint32 length);
 
-    /// Equal in type and value. Two truths with different bytes are different; pointers are equal
-    /// in address and size, and data in its bytes.
+    /// Returns whether type and value are equal: the byte of a kBool, the number (a NaN is not
+    /// equal to itself), the address and size of a pointer, the bytes of data.
     bool operator==(const VariantEx& other) const;
 
-    /// Orders an empty variant first and other types by GetDouble; values of one type by value,
-    /// pointers by size or address (either may decide), buffers by size and then by bytes, strings
-    /// by text. Every kConstBuffer is less than every kConstBuffer.
+    /// Returns whether this comes before `other`. An empty variant comes first, other values of two
+    /// types are compared by GetDouble, and values of one type by value: pointers are less if the
+    /// size or the address is less, buffers by size and then by bytes, strings by text. Every
+    /// kConstBuffer is less than every kConstBuffer. Throws: std::bad_alloc, as GetDouble.
     bool operator<(const VariantEx& other) const;
 
     /// Returns -1 if this < other, else 1 if other < this, else 0.
     int Compare(const VariantEx& other) const;
 
 private:
-    bool OwnsData() const { return GetType() > kConstPointer; }
-    const VariantEx& Followed() const;
     Type AdoptData(Type type, RCPtr<LIBuffer>& data);
+    const void* GetBytes(uint32& size) const;
     std::string_view DataView() const;
+    uint64 GetPointerBits() const;
     bool IsLessOfSameType(const VariantEx& other) const;
 
     RCPtr<LIBuffer> mData; ///< null unless the type is kBuffer, kString or kConstBuffer

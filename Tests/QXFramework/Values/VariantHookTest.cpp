@@ -146,5 +146,24 @@ TEST(VariantDerived, ClearReleasesAndEmpties)
     EXPECT_EQ(journal, "alloc 4 free 4 ");
 }
 
+TEST(VariantDerived, GetConstPointerIsAskedForEveryBlock)
+{
+    char moved[] = "wxyz";
+    uint32 size = 0;
+    ReportingVariant value;
+    value.Set("a");
+    value.mData = moved;
+    value.mSize = 5;
+
+    EXPECT_TRUE(value.GetBool());
+    EXPECT_EQ(value.GetInt32(), 4);
+    EXPECT_EQ(value.GetInt64(), 4);
+    EXPECT_EQ(value.GetFloat(), 4.0f);
+    EXPECT_EQ(value.GetDouble(), 4.0);
+    EXPECT_EQ(value.GetPointer(size), moved);
+    EXPECT_EQ(size, 5u);
+    EXPECT_STREQ(value.GetCStr(), "wxyz");
+}
+
 } // namespace
 } // namespace QX
