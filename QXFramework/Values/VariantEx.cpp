@@ -94,25 +94,21 @@ Variant::Type VariantEx::Set(const VariantEx& other)
     if (this == &other) {
         return GetType();
     }
-    if (other.OwnsBlock()) {
-        // An unshareable buffer is copied here.
-        RCPtr<LIBuffer> data = other.mData;
-        if (data != other.mData && HasNoMemory(*data)) {
-            Clear();
-            return GetType();
-        }
-        return AdoptData(other.GetType(), data);
-    }
     Clear();
-    CopyFields(other);
-    return GetType();
+    if (!other.OwnsBlock()) {
+        CopyFields(other);
+        return GetType();
+    }
+    return ShareData(other.GetType(), other.mData);
 }
 
 Variant::Type VariantEx::Set(const StringT<char>& text)
 {
-    const String unlocked(text);
-    RCPtr<LIBuffer> data = unlocked.GetBuffer();
-    return AdoptData(kString, data);
+    if (text.IsLocked()) {
+        return Set(String(text)); // a copy is unlocked and as long as the text
+    }
+    Clear();
+    return ShareData(kString, text.GetBuffer());
 }
 
 Variant::Type VariantEx::Set(const ConstRCPtr<LIBuffer>& bytes)
@@ -122,11 +118,12 @@ Variant::Type VariantEx::Set(const ConstRCPtr<LIBuffer>& bytes)
     if (bytes != nullptr) {
         copy = bytes->CreateCopy(bytes->GetSizeBytes(), 0);
     }
+    Clear();
     if (copy == nullptr || HasNoMemory(*copy)) {
-        Clear();
         return GetType();
     }
-    return AdoptData(kBuffer, copy);
+    mData.Swap(copy);
+    return AdoptData(kBuffer);
 }
 
 uint32 VariantEx::Serialize(RCPtr<LIBuffer>& out, uint32 offset) const
@@ -161,11 +158,23 @@ uint32 VariantEx::Deserialize(const unsigned char* in, uint32 length)
     return Variant::Deserialize(*this, in, length);
 }
 
-// Replaces what this variant holds by the data of an owning type; `data` is null afterwards.
-Variant::Type VariantEx::AdoptData(Type type, RCPtr<LIBuffer>& data)
+// Takes `data`, or a copy of data that must not be shared, as that of an owning type. Without
+// memory for the copy this variant stays empty.
+//
+// Requires: this variant is empty.
+Variant::Type VariantEx::ShareData(Type type, const RCPtr<LIBuffer>& data)
 {
-    Clear();
-    mData.Swap(data);
+    mData = data;
+    if (mData != data && HasNoMemory(*mData)) {
+        mData = nullptr;
+        return GetType();
+    }
+    return AdoptData(type);
+}
+
+// Makes this variant one of an owning type whose bytes are in mData.
+Variant::Type VariantEx::AdoptData(Type type)
+{
     uint32 size = 0;
     const void* const bytes = GetBytes(size);
     return Adopt(type, bytes, size);

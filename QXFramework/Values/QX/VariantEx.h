@@ -90,16 +90,18 @@ public:
 
     using Variant::Set;
 
-    // Without memory for a copy of the bytes, the three leave this variant empty. Throws:
-    // std::bad_alloc, with this variant unchanged.
-
-    /// Makes this variant an equal one that shares the other's data, or has a copy of data that
-    /// must not be shared.
+    /// Releases this variant's data and makes this variant equal to `other`. It shares the other's
+    /// data, or has a copy of data that must not be shared; without memory for the copy's bytes it
+    /// is empty. A variant set to itself stays as it is. Throws: std::bad_alloc and what the copy
+    /// throws; this variant is then empty.
     Type Set(const VariantEx& other);
-    /// Makes this variant a kString that shares the string's buffer; of a locked string it takes
-    /// the text.
+    /// Releases this variant's data and makes this variant a kString that shares the string's
+    /// buffer. Of a locked string it takes the text, copied before the release. Throws:
+    /// std::bad_alloc, for a locked string only; this variant is then unchanged.
     Type Set(const StringT<char>& text);
-    /// Makes this variant a kBuffer with a copy of the bytes; null leaves it empty.
+    /// Makes this variant a kBuffer with a copy of the bytes, made before its data is released;
+    /// null leaves it empty, and so does a copy without memory for its bytes. Throws:
+    /// std::bad_alloc; this variant is then unchanged.
     Type Set(const ConstRCPtr<LIBuffer>& bytes);
 
     using Variant::Deserialize;
@@ -135,7 +137,8 @@ public:
     int Compare(const VariantEx& other) const;
 
 private:
-    Type AdoptData(Type type, RCPtr<LIBuffer>& data);
+    Type ShareData(Type type, const RCPtr<LIBuffer>& data);
+    Type AdoptData(Type type);
     const void* GetBytes(uint32& size) const;
     std::string_view DataView() const;
     uint64 GetPointerBits() const;

@@ -1,5 +1,7 @@
 // VariantExTest.cpp - setting, sharing and serializing extended variants.
 
+#include "Support/Witness.h"
+
 #include "VariantTestSupport.h"
 
 #include <QX/Exception.h>
@@ -227,6 +229,65 @@ TEST(VariantEx, LendsTheBufferOfBuffersAndStringsOnly)
             EXPECT_STREQ(error.what(), "Runtime Error :  : Utilities/Storage/VariantEx : Line 293");
         }
     }
+}
+
+// A buffer that writes down what is done to it; "= " is a copy of its bytes.
+class WitnessBuffer : public BufferT<1, 128, 8>, public LIBuffer, public TestSupport::Witness
+{
+public:
+    static RCPtr<LIBuffer> Create(char name, std::string& journal)
+    {
+        return RCPtr<LIBuffer>(new WitnessBuffer(name, journal));
+    }
+
+    using Witness::CreateCopy;
+    RCPtr<LIBuffer> CreateCopy(uint32 length, uint32) const override
+    {
+        GetJournal() += "= ";
+        return LTextBuffer::Create(length, 0, true);
+    }
+
+private:
+    WitnessBuffer(char name, std::string& journal)
+        : BufferT(1, 0, true)
+        , Witness(name, journal)
+    {}
+};
+
+TEST(VariantExOrder, ReleasesItsDataBeforeItSharesThatOfAnother)
+{
+    std::string journal;
+    VariantEx variant = OfString(WitnessBuffer::Create('a', journal));
+    const VariantEx other = OfString(WitnessBuffer::Create('b', journal));
+    journal.clear();
+
+    variant.Set(other);
+
+    EXPECT_EQ(journal, "-a ~a +b ");
+}
+
+TEST(VariantExOrder, ReleasesItsDataBeforeItSharesThatOfAString)
+{
+    std::string journal;
+    VariantEx variant = OfString(WitnessBuffer::Create('c', journal));
+    const String text(WitnessBuffer::Create('s', journal));
+    journal.clear();
+
+    variant.Set(text);
+
+    EXPECT_EQ(journal, "-c ~c +s ");
+}
+
+TEST(VariantExOrder, CopiesABufferBeforeItReleasesItsData)
+{
+    std::string journal;
+    VariantEx variant = OfString(WitnessBuffer::Create('a', journal));
+    const RCPtr<LIBuffer> bytes = WitnessBuffer::Create('b', journal);
+    journal.clear();
+
+    variant.Set(bytes);
+
+    EXPECT_EQ(journal, "= -a ~a ");
 }
 
 Bytes BytesOf(const RCPtr<LIBuffer>& buffer)
