@@ -28,9 +28,14 @@ std::string Paint(std::string_view text, Colour colour, bool isColoured)
     return kCodes[static_cast<std::size_t>(colour)] + std::string(text) + "\x1B[0m";
 }
 
+void Print(std::string_view text)
+{
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
 void PrintLine(std::string_view line)
 {
-    std::fwrite(line.data(), 1, line.size(), stdout);
+    Print(line);
     std::fputc('\n', stdout);
     std::fflush(stdout);
 }

@@ -21,7 +21,10 @@ bool WantsColours();
 /// Wraps `text` in a colour, or returns it unchanged if `isColoured` is false.
 std::string Paint(std::string_view text, Colour colour, bool isColoured);
 
-/// Writes one line to the standard output at once, also into a pipe.
+/// Writes a part of a line to the standard output, which may keep it until the line ends.
+void Print(std::string_view text);
+
+/// Writes one line, or the end of one, to the standard output at once, also into a pipe.
 void PrintLine(std::string_view line);
 
 /// Tells whether every line so far has gone out.

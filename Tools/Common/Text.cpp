@@ -41,6 +41,7 @@ std::string FormatHex(const unsigned char* bytes, std::size_t size, const char* 
 {
     constexpr char kDigits[] = "0123456789ABCDEF";
     std::string text;
+    text.reserve(size * (2 + std::char_traits<char>::length(separator)));
     for (std::size_t index = 0; index < size; ++index) {
         if (index > 0) {
             text += separator;
@@ -56,6 +57,19 @@ std::string FormatNumber(double number)
     std::array<char, 32> buffer{};
     const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number);
     return {buffer.data(), result.ptr};
+}
+
+std::string Shorten(std::string_view text)
+{
+    constexpr std::size_t kMostBytes = 60;
+    if (text.size() <= kMostBytes) {
+        return std::string(text);
+    }
+    std::size_t end = kMostBytes;
+    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) {
+        --end;
+    }
+    return std::string(text.substr(0, end)) + "...";
 }
 
 std::string EscapeControls(const std::string& text)

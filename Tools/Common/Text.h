@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace Tools {
 
@@ -23,5 +24,8 @@ std::string FormatNumber(double number);
 /// Returns `text` with control characters, those above the ASCII ones too, written as \n, \t or the
 /// numbers of their bytes: it is then one line, and no terminal does anything but show it.
 std::string EscapeControls(const std::string& text);
+
+/// Returns `text`, or the first characters of a long one and "...". Nothing of UTF-8 is cut apart.
+std::string Shorten(std::string_view text);
 
 } // namespace Tools

@@ -59,7 +59,7 @@ Property RequireProperty(const std::string& word)
 {
     const std::optional<Property> property = FindProperty(word);
     if (!property) {
-        Refuse("\"" + word + "\" is no property: enable, level, state or a four-character code");
+        Refuse("\"" + word + "\" is not a property: enable, level, state or a four-character code");
     }
     return *property;
 }
@@ -103,7 +103,7 @@ StepMaker::StepMaker(const Options& options, Arguments& arguments)
     for (const std::string& word : options.devices) {
         const std::optional<UInt32> device = ParseWord(word);
         if (!device) {
-            Refuse("\"" + word + "\" is no device ID");
+            Refuse("\"" + word + "\" is not a device ID");
         }
         mDevices.push_back(*device);
     }
@@ -147,7 +147,7 @@ void StepMaker::AddForDevices(Step step)
         const std::optional<SInt32> status = ParseStatus(*mOptions.expected);
         step.isAnyExpected = *mOptions.expected == "any";
         if (!status && !step.isAnyExpected) {
-            Refuse("\"" + *mOptions.expected + "\" is no status");
+            Refuse("\"" + *mOptions.expected + "\" is not a status");
         }
         step.expected = status.value_or(0);
     }

@@ -44,7 +44,7 @@ private:
     EntryPoints mEntryPoints{};
 };
 
-/// Returns the bundle that stands beside this program, or in ../lib seen from there; if there is
+/// Returns the bundle beside this program, or in ../lib seen from there; if there is
 /// none, the path where it is looked for first.
 std::string FindDefaultPlugIn();
 

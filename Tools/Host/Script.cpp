@@ -46,6 +46,13 @@ private:
     std::string ParseSleep(const Words& words);
     std::string ParseExpect(const Words& words);
     std::string ApplyOption(Step& step, const std::string& name, const std::string& value);
+    void AddCall(Step step)
+    {
+        mLastCall = steps.size();
+        steps.push_back(std::move(step));
+    }
+
+    std::optional<std::size_t> mLastCall; ///< in `steps`; what expect is about
 };
 
 std::string Parser::ParseLine(const Words& words)
@@ -90,10 +97,10 @@ std::string Parser::ParseDevice(Action action, const Words& words)
     if (words.size() == 2) {
         step.device = ParseWord(words[1]);
         if (!step.device) {
-            return "\"" + words[1] + "\" is no device ID";
+            return "\"" + words[1] + "\" is not a device ID";
         }
     }
-    steps.push_back(step);
+    AddCall(std::move(step));
     return {};
 }
 
@@ -104,7 +111,7 @@ std::string Parser::ParseCall(Action action, std::size_t first, const Words& wor
     }
     const std::optional<Property> property = FindProperty(words[first]);
     if (!property) {
-        return "\"" + words[first] + "\" is no property";
+        return "\"" + words[first] + "\" is not a property";
     }
     Step step = MakeStep(action, *property);
     Words values;
@@ -118,7 +125,7 @@ std::string Parser::ParseCall(Action action, std::size_t first, const Words& wor
                                  : "set takes one number, or on or off";
     }
     if (action != Action::kSet && !values.empty()) {
-        return "\"" + values.front() + "\" is too much here";
+        return "\"" + values.front() + "\" is unexpected here";
     }
     for (const std::string& option : options) {
         const std::size_t equals = option.find('=');
@@ -127,7 +134,7 @@ std::string Parser::ParseCall(Action action, std::size_t first, const Words& wor
             return error;
         }
     }
-    steps.push_back(std::move(step));
+    AddCall(std::move(step));
     return {};
 }
 
@@ -145,7 +152,7 @@ std::string Parser::ApplyOption(Step& step, const std::string& name, const std::
         return "unknown option \"" + name + "\"; there are device, channel, side and size";
     }
     if (!number) {
-        return "\"" + value + "\" is no number for " + name;
+        return "\"" + value + "\" is not a number for " + name;
     }
     if (name == "device") {
         step.device = number;
@@ -194,20 +201,17 @@ std::string Parser::ParseExpect(const Words& words)
     if (words.size() != 2) {
         return "expect takes a status: ok, a number, a four-character code, or any";
     }
-    Step* call = nullptr;
-    for (Step& step : steps) {
-        call = step.action != Action::kSleep ? &step : call;
+    if (!mLastCall) {
+        return "expect must follow the call it checks";
     }
-    if (call == nullptr) {
-        return "expect stands behind the call that it is about";
-    }
-    call->isAnyExpected = words[1] == "any";
-    if (!call->isAnyExpected) {
+    Step& call = steps[*mLastCall];
+    call.isAnyExpected = words[1] == "any";
+    if (!call.isAnyExpected) {
         const std::optional<SInt32> status = ParseStatus(words[1]);
         if (!status) {
-            return "\"" + words[1] + "\" is no status";
+            return "\"" + words[1] + "\" is not a status";
         }
-        call->expected = *status;
+        call.expected = *status;
     }
     return {};
 }

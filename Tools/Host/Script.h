@@ -25,7 +25,7 @@ struct Script
     int errorLine = 0; ///< its number, 1 for the first
 };
 
-/// Reads a whole script. After an error, `steps` holds what stands above it.
+/// Reads a whole script. After an error, `steps` holds the lines above it.
 Script ParseScript(std::string_view text);
 
 } // namespace Host

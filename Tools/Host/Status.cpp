@@ -37,9 +37,9 @@ constexpr struct
     {kAudioDevicePermissionsError, "permission denied: another process hogs the device"},
     {kCFMessagePortSendTimeout, "send timeout: the server does not take its messages"},
     {kCFMessagePortReceiveTimeout, "receive timeout: the server has not replied"},
-    {kCFMessagePortIsInvalid,
-     "no server port: nobody holds it, its server has ended, or the message could not be built"},
-    {kCFMessagePortTransportError, "transport error: the server behind the cached port has ended"},
+    {kCFMessagePortIsInvalid, "no server port: no process holds it, its server has ended, or the "
+                              "message could not be built"},
+    {kCFMessagePortTransportError, "transport error: the server of the cached port has ended"},
     {kPortBecameInvalid, "the server ended while its reply was awaited"},
     {kIOReturnError, "general I/O error: the plug-in had no record of the device, or no data"},
 };

@@ -73,8 +73,9 @@ void TextReport::ShowServer(const std::string& portName, bool isThere)
         return;
     }
     PrintLine("qxhost: " + Paint("no server is running", Colour::kBad) +
-              ": nobody holds the port " + portName);
-    PrintLine("        Enable and state will answer -3. A level will answer 0, yet reach nobody.");
+              ": no process holds the port " + portName);
+    PrintLine(
+        "        Enable and state will answer -3. A level will answer 0, but no server gets it.");
     PrintLine("        Start qxmon in another terminal to have one.");
 }
 

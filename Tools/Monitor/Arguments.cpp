@@ -38,7 +38,7 @@ std::string CheckIsPositive(const std::string& text)
 {
     double number = 0;
     if (!CLI::detail::lexical_cast(text, number) || !(number > 0)) {
-        return "\"" + text + "\" is no number above 0";
+        return "\"" + text + "\" is not a number above 0";
     }
     return {};
 }

@@ -9,7 +9,7 @@ namespace Monitor {
 UInt64 LoadNumber(const unsigned char* bytes, std::size_t size, ByteOrder order);
 
 /// A cursor over the bytes of a message. A field that the bytes end in is reported once, as a
-/// truncation, and nothing behind it can be read.
+/// truncation, and nothing after it can be read.
 class FieldReader
 {
 public:

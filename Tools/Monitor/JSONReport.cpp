@@ -4,6 +4,7 @@
 #include "Tools/Common/Text.h"
 #include "Tools/Monitor/Report.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <unistd.h>
 
@@ -12,10 +13,40 @@ namespace {
 
 using JSON = nlohmann::ordered_json;
 
+void PrintHex(const char* name, const Bytes& bytes)
+{
+    constexpr std::size_t kBytesInPiece = 4096;
+    Tools::Print(Tools::FormatText(",\"%s\":\"", name));
+    for (std::size_t done = 0; done < bytes.size(); done += kBytesInPiece) {
+        const std::size_t count = std::min(kBytesInPiece, bytes.size() - done);
+        Tools::Print(Tools::FormatHex(bytes.data() + done, count));
+    }
+    Tools::Print("\"");
+}
+
+std::string Write(const JSON& object)
+{
+    // A message's string need not be UTF-8.
+    return object.dump(-1, ' ', false, JSON::error_handler_t::replace);
+}
+
 void Print(const JSON& object)
 {
-    // Strings of a malformed document need not be UTF-8.
-    Tools::PrintLine(object.dump(-1, ' ', false, JSON::error_handler_t::replace));
+    Tools::PrintLine(Write(object));
+}
+
+/// Prints `object` with two more members: the hexadecimal digits of a message's bytes, which may be
+/// megabytes, are written piece by piece.
+void Print(const JSON& object, const DecodedMessage& message)
+{
+    std::string line = Write(object);
+    line.pop_back(); // the brace
+    Tools::Print(line);
+    PrintHex("bytes", message.bytes);
+    if (const Bytes* const value = std::get_if<Bytes>(&message.value)) {
+        PrintHex("valueBytes", *value);
+    }
+    Tools::PrintLine("}");
 }
 
 /// The number, or null if there is none.
@@ -38,10 +69,7 @@ struct ValueWriter
     void operator()(SInt64 number) const { object["value"] = number; }
     void operator()(double number) const { object["value"] = number; }
     void operator()(const std::string& text) const { object["value"] = text; }
-    void operator()(const Bytes& bytes) const
-    {
-        object["valueBytes"] = Tools::FormatHex(bytes.data(), bytes.size());
-    }
+    void operator()(const Bytes&) const {} // Print writes them
     void operator()(const Levels& levels) const
     {
         object["channel"] = static_cast<UInt32>(levels.channelIndex + 1);
@@ -60,7 +88,6 @@ void AddParameter(JSON& object, const DecodedMessage& message)
     object["type"] = ToJSON(message.type);
     object["typeName"] = ToJSON(message.type ? GetTypeName(*message.type) : nullptr);
     std::visit(ValueWriter{object}, message.value);
-    object["bytes"] = Tools::FormatHex(message.bytes.data(), message.bytes.size());
 }
 
 JSON ListFields(const std::vector<Field>& fields)
@@ -119,7 +146,11 @@ void JSONReport::ShowMessage(const Arrival& arrival)
                             {"text", finding.text}});
     }
     object["findings"] = std::move(findings);
-    Print(object);
+    if (message.dataSize > 0) {
+        Print(object, message);
+    } else {
+        Print(object);
+    }
 }
 
 void JSONReport::ShowSummary(const StateTable& table)

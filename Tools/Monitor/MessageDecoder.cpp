@@ -21,10 +21,9 @@ void ReportInDocument(DecodedMessage& message, std::size_t offset, std::string t
 }
 
 /// Finds the entry of that key and kind. Reports one that is missing or of another kind.
-const Entry* FindEntry(DecodedMessage& message, const PropertyList& list, const char* key,
-                       const char* kind)
+Entry* FindEntry(DecodedMessage& message, PropertyList& list, const char* key, const char* kind)
 {
-    const Entry* const entry = list.Find(key);
+    Entry* const entry = list.Find(key);
     if (entry == nullptr) {
         ReportInDocument(message, list.offset,
                          FormatText("missing key: the dictionary has no \"%s\"", key));
@@ -50,10 +49,10 @@ void ReportForeignKeys(DecodedMessage& message, const PropertyList& list)
                                                         : foreign;
         if (&seen == &foreign) {
             ReportInDocument(message, entry.keyOffset,
-                             FormatText("unexpected key \"%s\"", entry.key.c_str()));
+                             "unexpected key \"" + Tools::Shorten(entry.key) + "\"");
         } else if (seen) {
             ReportInDocument(message, entry.keyOffset,
-                             FormatText("the key \"%s\" is there twice", entry.key.c_str()));
+                             "the key \"" + entry.key + "\" is there twice");
         }
         seen = true;
     }
@@ -61,7 +60,7 @@ void ReportForeignKeys(DecodedMessage& message, const PropertyList& list)
 
 void DecodeDocument(DecodedMessage& message, std::string_view document)
 {
-    const PropertyList list = ReadPropertyList(document, message.findings);
+    PropertyList list = ReadPropertyList(document, message.findings);
     if (!list.isDictionary) {
         return;
     }
@@ -78,9 +77,9 @@ void DecodeDocument(DecodedMessage& message, std::string_view document)
             message.device = static_cast<UInt32>(number);
         }
     }
-    const Entry* const data = FindEntry(message, list, kParameterDataKey, "data");
+    Entry* const data = FindEntry(message, list, kParameterDataKey, "data");
     if (data != nullptr && data->data) {
-        message.bytes = *data->data;
+        message.bytes = std::move(*data->data);
         DecodeSetParameter(message);
     }
 }

@@ -2,6 +2,7 @@
 
 #include "Tools/Monitor/PropertyListReader.h"
 
+#include "Tools/Common/Text.h"
 #include "Tools/Monitor/XMLScanner.h"
 
 #include <algorithm>
@@ -13,28 +14,46 @@ namespace {
 
 using Kind = Token::Kind;
 
+/// The tags of a property list, containers first.
+constexpr std::string_view kTags[] = {"dict",   "array", "key",  "integer", "data",
+                                      "string", "real",  "date", "true",    "false"};
+
 bool IsContainer(std::string_view tag)
 {
     return tag == "dict" || tag == "array";
 }
 
+/// Returns the tag's place in kTags, or nothing.
+std::optional<unsigned char> FindTag(std::string_view tag)
+{
+    const auto found = std::find(std::begin(kTags), std::end(kTags), tag);
+    if (found == std::end(kTags)) {
+        return std::nullopt;
+    }
+    return static_cast<unsigned char>(found - std::begin(kTags));
+}
+
 bool IsValueTag(std::string_view tag)
 {
-    constexpr std::string_view kScalars[] = {"integer", "data", "string", "real",
-                                             "date",    "true", "false"};
-    return IsContainer(tag) ||
-           std::find(std::begin(kScalars), std::end(kScalars), tag) != std::end(kScalars);
+    return tag != "key" && FindTag(tag).has_value();
+}
+
+/// Quotes a key in a finding, without the rest of a long one.
+std::string Quote(std::string_view key)
+{
+    return '"' + Tools::Shorten(key) + '"';
 }
 
 std::string Describe(const Token& token)
 {
+    const std::string text(token.text);
     switch (token.kind) {
     case Kind::kOpen:
-        return "<" + token.text + ">";
+        return "<" + text + ">";
     case Kind::kEmpty:
-        return "<" + token.text + "/>";
+        return "<" + text + "/>";
     case Kind::kClose:
-        return "</" + token.text + ">";
+        return "</" + text + ">";
     case Kind::kText:
         return "text";
     case Kind::kEnd:
@@ -66,16 +85,23 @@ std::optional<SInt64> ReadInteger(std::string_view text)
 
 int ReadBase64Digit(char character)
 {
-    constexpr std::string_view kAlphabet =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    const std::size_t digit = kAlphabet.find(character);
-    return digit == std::string_view::npos ? -1 : static_cast<int>(digit);
+    if (character >= 'A' && character <= 'Z') {
+        return character - 'A';
+    }
+    if (character >= 'a' && character <= 'z') {
+        return character - 'a' + 26;
+    }
+    if (character >= '0' && character <= '9') {
+        return character - '0' + 52;
+    }
+    return character == '+' ? 62 : character == '/' ? 63 : -1;
 }
 
 /// Decodes base64 with white space anywhere. Returns nothing, and the reason, if it is not that.
 std::optional<Bytes> ReadBase64(std::string_view text, std::string& problem)
 {
     Bytes bytes;
+    bytes.reserve(text.size() / 4 * 3);
     unsigned int group = 0;
     int digits = 0;
     int padding = 0;
@@ -90,7 +116,7 @@ std::optional<Bytes> ReadBase64(std::string_view text, std::string& problem)
             return std::nullopt;
         }
         if (!isPadding && padding > 0) {
-            problem = "base64 goes on behind its padding";
+            problem = "there is base64 after its padding";
             return std::nullopt;
         }
         if (isPadding && padding == 2) {
@@ -107,7 +133,7 @@ std::optional<Bytes> ReadBase64(std::string_view text, std::string& problem)
         }
     }
     if (digits % 4 != 0) {
-        problem = "its length is no multiple of four base64 characters";
+        problem = "its length is not a multiple of four base64 characters";
         return std::nullopt;
     }
     return bytes;
@@ -129,7 +155,7 @@ public:
 private:
     bool ReadEntries(PropertyList& list);
     bool ReadValue(Entry& entry);
-    bool ReadText(std::string_view tag, std::string& text, std::size_t& textOffset);
+    bool ReadKey(std::string& key);
     bool SkipContainer();
     void InterpretScalar(Entry& entry, std::string_view text, std::size_t textOffset);
 
@@ -168,8 +194,8 @@ PropertyList Reader::Read()
         const bool isOtherValue =
             (mToken.kind == Kind::kOpen || mToken.kind == Kind::kEmpty) && IsValueTag(mToken.text);
         if (isOtherValue) {
-            Report(mToken.offset,
-                   "wrong type: the top value is <" + mToken.text + ">, not a dictionary");
+            Report(mToken.offset, "wrong type: the top value is <" + std::string(mToken.text) +
+                                      ">, not a dictionary");
         } else {
             Refuse("a <dict>");
         }
@@ -179,12 +205,16 @@ PropertyList Reader::Read()
     if (!isEmptyDictionary && !ReadEntries(list)) {
         return list;
     }
-    if (!Expect(Kind::kClose, "plist", "</plist> behind the dictionary")) {
+    if (!Expect(Kind::kClose, "plist", "</plist> after the dictionary")) {
         return list;
     }
     list.isDictionary = true;
     if (mToken.kind != Kind::kEnd) {
-        Refuse("nothing behind </plist>");
+        if (mToken.kind == Kind::kError) {
+            Refuse("");
+        } else {
+            Report(mToken.offset, "unexpected " + Describe(mToken) + " after </plist>");
+        }
     }
     return list;
 }
@@ -194,14 +224,16 @@ bool Reader::ReadEntries(PropertyList& list)
     while (!Is(Kind::kClose, "dict")) {
         Entry entry;
         entry.keyOffset = mToken.offset;
-        std::size_t textOffset = 0;
         if (Is(Kind::kEmpty, "key")) {
             Advance();
-        } else if (!Expect(Kind::kOpen, "key", "a <key> or </dict>") ||
-                   !ReadText("key", entry.key, textOffset)) {
+        } else if (!Expect(Kind::kOpen, "key", "a <key> or </dict>") || !ReadKey(entry.key)) {
             return false;
         }
         if (!ReadValue(entry)) {
+            return false;
+        }
+        if (list.entries.size() == PropertyList::kMostEntries) {
+            Report(entry.keyOffset, "the dictionary has more than 64 keys");
             return false;
         }
         list.entries.push_back(std::move(entry));
@@ -214,7 +246,7 @@ bool Reader::ReadValue(Entry& entry)
 {
     const bool isOpen = mToken.kind == Kind::kOpen;
     if ((!isOpen && mToken.kind != Kind::kEmpty) || !IsValueTag(mToken.text)) {
-        return Refuse("a value for the key \"" + entry.key + "\"");
+        return Refuse("a value for the key " + Quote(entry.key));
     }
     entry.kind = mToken.text;
     entry.valueOffset = mToken.offset;
@@ -222,38 +254,51 @@ bool Reader::ReadValue(Entry& entry)
         return SkipContainer();
     }
     Advance();
-    std::string text;
-    std::size_t textOffset = mToken.offset;
-    if (isOpen && !ReadText(entry.kind, text, textOffset)) {
-        return false;
+    const std::size_t textOffset = mToken.offset;
+    std::string_view text;
+    if (isOpen) {
+        if (mToken.kind == Kind::kText) {
+            text = mToken.text;
+            Advance();
+        }
+        if (!Is(Kind::kClose, entry.kind)) {
+            return Refuse("</" + entry.kind + ">");
+        }
     }
     InterpretScalar(entry, text, textOffset);
+    if (isOpen) {
+        Advance();
+    }
     return true;
 }
 
-bool Reader::ReadText(std::string_view tag, std::string& text, std::size_t& textOffset)
+bool Reader::ReadKey(std::string& key)
 {
-    textOffset = mToken.offset;
     if (mToken.kind == Kind::kText) {
-        text = std::move(mToken.text);
+        key = mToken.text;
         Advance();
     }
-    return Expect(Kind::kClose, tag, ("</" + std::string(tag) + ">").c_str());
+    return Expect(Kind::kClose, "key", "</key>");
 }
 
 bool Reader::SkipContainer()
 {
-    std::vector<std::string> open;
+    // One byte for each open tag: a document may be nothing but open tags.
+    std::vector<unsigned char> open;
     do {
         if (mToken.kind == Kind::kOpen) {
-            open.push_back(mToken.text);
-        } else if (mToken.kind == Kind::kClose) {
-            if (mToken.text != open.back()) {
-                return Refuse("</" + open.back() + ">");
+            const std::optional<unsigned char> tag = FindTag(mToken.text);
+            if (!tag) {
+                return Refuse("a value");
+            }
+            open.push_back(*tag);
+        } else if (mToken.kind == Kind::kClose || mToken.kind == Kind::kEnd ||
+                   mToken.kind == Kind::kError) {
+            const std::string_view name = kTags[open.back()];
+            if (!Is(Kind::kClose, name)) {
+                return Refuse("</" + std::string(name) + ">");
             }
             open.pop_back();
-        } else if (mToken.kind == Kind::kEnd || mToken.kind == Kind::kError) {
-            return Refuse("</" + open.back() + ">");
         }
         Advance();
     } while (!open.empty());
@@ -265,14 +310,14 @@ void Reader::InterpretScalar(Entry& entry, std::string_view text, std::size_t te
     if (entry.kind == "integer") {
         entry.integer = ReadInteger(text);
         if (!entry.integer) {
-            Report(textOffset,
-                   "<integer> of the key \"" + entry.key + "\" holds no decimal number of 64 bits");
+            Report(textOffset, "<integer> of the key " + Quote(entry.key) +
+                                   " holds no decimal number of 64 bits");
         }
     } else if (entry.kind == "data") {
         std::string problem;
         entry.data = ReadBase64(text, problem);
         if (!entry.data) {
-            Report(textOffset, "<data> of the key \"" + entry.key + "\": " + problem);
+            Report(textOffset, "<data> of the key " + Quote(entry.key) + ": " + problem);
         }
     }
 }
@@ -289,7 +334,7 @@ bool Reader::Expect(Kind kind, std::string_view tag, const char* wanted)
 bool Reader::Refuse(const std::string& wanted)
 {
     if (mToken.kind == Kind::kError) {
-        Report(mToken.offset, mToken.text);
+        Report(mToken.offset, std::string(mToken.text));
     } else {
         Report(mToken.offset, wanted + " is expected, but " + Describe(mToken) + " is there");
     }
@@ -298,7 +343,7 @@ bool Reader::Refuse(const std::string& wanted)
 
 } // namespace
 
-const Entry* PropertyList::Find(std::string_view key) const
+Entry* PropertyList::Find(std::string_view key)
 {
     const auto found = std::find_if(entries.begin(), entries.end(),
                                     [key](const Entry& entry) { return entry.key == key; });

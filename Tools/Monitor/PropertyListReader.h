@@ -30,12 +30,16 @@ struct Entry
 /// The top dictionary of a document, in the document's order.
 struct PropertyList
 {
+    /// A message has two keys. A document with more than this many is not read to its end, so that
+    /// what it takes to show it stays bounded.
+    static constexpr std::size_t kMostEntries = 64;
+
     bool isDictionary = false; ///< false if the document could not be read to its end
     std::size_t offset = 0;    ///< where the dictionary's tag begins
     std::vector<Entry> entries;
 
     /// Returns the first entry of that key, or null.
-    const Entry* Find(std::string_view key) const;
+    Entry* Find(std::string_view key);
 };
 
 /// Reads a document. What is wrong is appended to `findings`, with offsets into the document; an

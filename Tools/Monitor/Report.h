@@ -28,7 +28,7 @@ public:
     virtual void ShowSummary(const StateTable& table) = 0;
 };
 
-/// Aligned text for a person; with `hasBytes`, every field's bytes stand beside its name.
+/// Aligned text for a person; with `hasBytes`, every field's bytes are printed beside its name.
 std::unique_ptr<IReport> MakeTextReport(bool hasBytes, bool isColoured);
 
 /// One JSON object a line; with `hasBytes`, each message lists its fields.

@@ -36,7 +36,7 @@ void StateTable::TakeSet(const DecodedMessage& message)
         ++mUnkept;
         return;
     }
-    // The first channel of a device stands in the device's own row.
+    // The first channel of a device uses the device's own row.
     if (isNewDevice || (isNewChannel && !known->second.levels.empty())) {
         ++mRows;
     }

@@ -29,6 +29,9 @@ enum Type : UInt32
     kConstBuffer
 };
 
+/// Escapes make a text up to six times as long, and no parameter takes a string.
+constexpr std::size_t kLongestString = 65536;
+
 /// How many bytes of data a scalar type has; 0 for a type of any size.
 std::size_t GetScalarSize(UInt32 type)
 {
@@ -46,7 +49,7 @@ std::size_t GetScalarSize(UInt32 type)
     }
 }
 
-/// Reads the value's three header words. Returns false if there is no data to read behind them.
+/// Reads the value's three header words. Returns false if there is no data to read after them.
 bool ReadHeader(DecodedMessage& message, FieldReader& fields, std::size_t& dataSize)
 {
     const UInt64 room = fields.GetRemaining();
@@ -137,12 +140,17 @@ void ReadBlock(DecodedMessage& message, FieldReader& fields, std::size_t size)
         message.value = Bytes(bytes, bytes + size);
         return;
     }
+    if (size > kLongestString) {
+        message.value = Bytes(bytes, bytes + size);
+        fields.Report("the string is too long to be shown");
+        return;
+    }
     const unsigned char* const end = std::find(bytes, bytes + size, 0);
     message.value = std::string(bytes, end);
     fields.SetMeaning(FormatValue(message.value));
     if (end != bytes + size - 1) {
         fields.Report(end == bytes + size ? "the string has no terminating NUL"
-                                          : "the string goes on behind its NUL");
+                                          : "there are bytes after the string's NUL");
     }
 }
 

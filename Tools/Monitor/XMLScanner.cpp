@@ -2,6 +2,9 @@
 
 #include "Tools/Monitor/XMLScanner.h"
 
+#include "Tools/Monitor/XMLCharacters.h"
+
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <utility>
@@ -12,47 +15,47 @@ namespace {
 constexpr std::string_view kWhiteSpace = " \t\r\n";
 constexpr std::string_view kCommentStart = "<!--";
 constexpr std::string_view kSectionStart = "<![CDATA[";
+constexpr std::string_view kSectionEnd = "]]>";
+/// Far more than a property list has; each is compared with those before it.
+constexpr std::size_t kMostAttributes = 16;
+
+bool IsLetter(char character)
+{
+    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
+}
+
+bool BeginsName(char character)
+{
+    return IsLetter(character) || character == '_' || character == ':';
+}
 
 bool IsNameCharacter(char character)
 {
-    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
-           (character >= '0' && character <= '9') || character == '_' || character == '-' ||
-           character == '.' || character == ':';
+    return BeginsName(character) || (character >= '0' && character <= '9') || character == '-' ||
+           character == '.';
 }
 
-void AppendUTF8(std::string& text, unsigned int codePoint)
+bool EqualsIgnoringCase(std::string_view text, std::string_view lowerCase)
 {
-    const auto append = [&text](unsigned int byte) { text.push_back(static_cast<char>(byte)); };
-    if (codePoint < 0x80) {
-        append(codePoint);
-    } else if (codePoint < 0x800) {
-        append(0xC0 | codePoint >> 6);
-        append(0x80 | (codePoint & 0x3F));
-    } else if (codePoint < 0x10000) {
-        append(0xE0 | codePoint >> 12);
-        append(0x80 | (codePoint >> 6 & 0x3F));
-        append(0x80 | (codePoint & 0x3F));
-    } else {
-        append(0xF0 | codePoint >> 18);
-        append(0x80 | (codePoint >> 12 & 0x3F));
-        append(0x80 | (codePoint >> 6 & 0x3F));
-        append(0x80 | (codePoint & 0x3F));
-    }
+    return std::equal(text.begin(), text.end(), lowerCase.begin(), lowerCase.end(),
+                      [](char left, char right) {
+                          return (left >= 'A' && left <= 'Z' ? left + ('a' - 'A') : left) == right;
+                      });
 }
 
-/// Reads what stands between "&#" and ";". Returns false unless it is a character of Unicode.
-bool ReadCharacterReference(std::string_view digits, unsigned int& codePoint)
+/// Reads what is between "&#" and ";". Returns false unless it is a character of XML.
+bool ReadCharacterReference(std::string_view digits, char32_t& codePoint)
 {
     int base = 10;
     if (!digits.empty() && digits.front() == 'x') {
         base = 16;
         digits.remove_prefix(1);
     }
+    unsigned int number = 0;
     const char* const end = digits.data() + digits.size();
-    const auto [stop, error] = std::from_chars(digits.data(), end, codePoint, base);
-    const bool isSurrogate = codePoint >= 0xD800 && codePoint <= 0xDFFF;
-    return error == std::errc() && stop == end && codePoint != 0 && codePoint <= 0x10FFFF &&
-           !isSurrogate;
+    const auto [stop, error] = std::from_chars(digits.data(), end, number, base);
+    codePoint = number;
+    return error == std::errc() && stop == end && IsXMLCharacter(codePoint);
 }
 
 } // namespace
@@ -61,18 +64,22 @@ XMLScanner::XMLScanner(std::string_view document)
     : mDocument(document)
 {
     constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-    if (StartsWith(kByteOrderMark)) {
-        mPosition = kByteOrderMark.size();
+    Take(kByteOrderMark);
+    mStart = mPosition;
+    const std::size_t forbidden = FindForbiddenCharacter(document);
+    if (forbidden != std::string_view::npos) {
+        Fail(forbidden, "a byte that is not UTF-8, or a character that XML does not allow");
     }
 }
 
 Token XMLScanner::Next()
 {
-    while (mError.empty() && mPosition < mDocument.size()) {
+    while (mError.empty() && !IsAtEnd()) {
         if (mDocument[mPosition] != '<' || StartsWith(kSectionStart)) {
-            Token text = ScanText();
-            if (!mError.empty() || text.text.find_first_not_of(kWhiteSpace) != std::string::npos) {
-                return text;
+            const Token token = ScanText();
+            if (token.kind == Token::Kind::kError ||
+                token.text.find_first_not_of(kWhiteSpace) != std::string_view::npos) {
+                return token;
             }
         } else if (StartsWith("<?") || StartsWith("<!")) {
             SkipMarkup();
@@ -80,130 +87,281 @@ Token XMLScanner::Next()
             return ScanTag();
         }
     }
-    if (!mError.empty()) {
-        return {Token::Kind::kError, mError, mErrorOffset};
-    }
-    return {Token::Kind::kEnd, {}, mPosition};
+    return mError.empty() ? Token{Token::Kind::kEnd, {}, mPosition} : MakeError();
 }
 
 Token XMLScanner::ScanTag()
 {
     const std::size_t start = mPosition;
-    const bool isClosing = StartsWith("</");
-    std::size_t nameEnd = start + (isClosing ? 2 : 1);
-    const std::size_t nameStart = nameEnd;
-    while (nameEnd < mDocument.size() && IsNameCharacter(mDocument[nameEnd])) {
-        ++nameEnd;
+    const bool isClosing = Take("</");
+    if (!isClosing) {
+        Take("<");
     }
-    if (nameEnd == nameStart) {
-        return MakeError(start, "'<' begins no tag");
+    const std::string_view name = TakeName();
+    if (name.empty()) {
+        Fail(start, "'<' begins no tag");
+        return MakeError();
     }
-    // A '>' inside an attribute's quotes does not end the tag.
-    char quote = 0;
-    std::size_t end = nameEnd;
-    for (; end < mDocument.size(); ++end) {
-        const char character = mDocument[end];
-        if (quote != 0) {
-            quote = character == quote ? '\0' : quote;
-        } else if (character == '"' || character == '\'') {
-            quote = character;
-        } else if (character == '>' || character == '<') {
-            break;
-        }
+    std::vector<Attribute> attributes;
+    const bool hasAttributes = ReadAttributes(attributes);
+    const bool isEmpty = hasAttributes && !isClosing && Take("/");
+    if (!hasAttributes || (isClosing && !attributes.empty()) || !Take(">")) {
+        const bool hasNoEnd = IsAtEnd() || mDocument[mPosition] == '<';
+        Fail(start, "the tag <" + std::string(name) + (hasNoEnd ? " has no end" : " is malformed"));
+        return MakeError();
     }
-    std::string name(mDocument.substr(nameStart, nameEnd - nameStart));
-    if (end == mDocument.size() || mDocument[end] != '>') {
-        return MakeError(start, "the tag <" + name + " has no end");
-    }
-    mPosition = end + 1;
+    mHasTopElement = true;
     if (isClosing) {
-        return {Token::Kind::kClose, std::move(name), start};
+        mDepth -= mDepth > 0 ? 1 : 0;
+        return {Token::Kind::kClose, name, start};
     }
-    const bool isEmpty = end > nameEnd && mDocument[end - 1] == '/';
-    return {isEmpty ? Token::Kind::kEmpty : Token::Kind::kOpen, std::move(name), start};
+    mDepth += isEmpty ? 0 : 1;
+    return {isEmpty ? Token::Kind::kEmpty : Token::Kind::kOpen, name, start};
 }
 
 Token XMLScanner::ScanText()
 {
-    Token token{Token::Kind::kText, {}, mPosition};
-    while (mPosition < mDocument.size()) {
+    const std::size_t start = mPosition;
+    std::string_view text;
+    if (ScanRawText(text)) {
+        return {Token::Kind::kText, text, start};
+    }
+    mPosition = start;
+    if (!JoinText()) {
+        return MakeError();
+    }
+    return {Token::Kind::kText, mText, start};
+}
+
+// Most texts have no references, and need no copy.
+bool XMLScanner::ScanRawText(std::string_view& text)
+{
+    const std::size_t start = mPosition;
+    // Outside the top element there are no references; anything but white space is an error there.
+    const std::size_t end = mDocument.find_first_of(mDepth > 0 ? "<&\r" : "<", start);
+    mPosition = std::min(end, mDocument.size());
+    text = mDocument.substr(start, mPosition - start);
+    const bool isWhole =
+        IsAtEnd() || (mDocument[mPosition] == '<' && !StartsWith("<!") && !StartsWith("<?"));
+    return mDepth == 0 ? !text.empty() : isWhole && text.find(kSectionEnd) == text.npos;
+}
+
+/// Puts a text together from characters, references and sections, without the comments in it.
+bool XMLScanner::JoinText()
+{
+    mText.clear();
+    while (!IsAtEnd()) {
+        const std::size_t start = mPosition;
         if (StartsWith(kSectionStart)) {
             const std::size_t begin = mPosition + kSectionStart.size();
-            if (!SkipPast("]]>", "the character data section")) {
-                return {Token::Kind::kError, mError, mErrorOffset};
+            const std::size_t end = mDocument.find(kSectionEnd, begin);
+            if (mDepth == 0) {
+                return Fail(start, "a character data section outside the top element");
             }
-            token.text += mDocument.substr(begin, mPosition - 3 - begin);
-        } else if (StartsWith(kCommentStart)) {
+            if (end == std::string_view::npos) {
+                return Fail(start, "the character data section has no end");
+            }
+            AppendText(mDocument.substr(begin, end - begin));
+            mPosition = end + kSectionEnd.size();
+        } else if (StartsWith("<!") || StartsWith("<?")) {
             if (!SkipMarkup()) {
-                return {Token::Kind::kError, mError, mErrorOffset};
+                return false;
             }
         } else if (mDocument[mPosition] == '<') {
             break;
         } else if (mDocument[mPosition] == '&') {
-            if (!AppendEntity(token.text)) {
-                return {Token::Kind::kError, mError, mErrorOffset};
+            if (!AppendReference(mText)) {
+                return false;
             }
         } else {
-            token.text.push_back(mDocument[mPosition++]);
+            const std::size_t end =
+                std::min(mDocument.find_first_of("<&", start), mDocument.size());
+            const std::string_view run = mDocument.substr(start, end - start);
+            if (const std::size_t found = run.find(kSectionEnd); found != run.npos) {
+                return Fail(start + found, "\"]]>\" ends no character data section");
+            }
+            AppendText(run);
+            mPosition = end;
         }
     }
-    return token;
+    return true;
 }
 
 bool XMLScanner::SkipMarkup()
 {
     if (StartsWith(kCommentStart)) {
-        return SkipPast("-->", "the comment");
+        return SkipComment();
     }
     if (StartsWith("<?")) {
-        return SkipPast("?>", "the processing instruction");
+        return SkipInstruction();
     }
     if (StartsWith("<!DOCTYPE")) {
         return SkipDocumentType();
     }
-    MakeError(mPosition, "'<!' begins neither a comment nor a document type");
-    return false;
+    return Fail(mPosition, "'<!' begins neither a comment nor a document type");
 }
 
-bool XMLScanner::SkipPast(std::string_view end, const char* what)
+bool XMLScanner::SkipComment()
 {
-    const std::size_t found = mDocument.find(end, mPosition + 2);
-    if (found == std::string_view::npos) {
-        MakeError(mPosition, std::string(what) + " has no end");
-        return false;
+    const std::size_t start = mPosition;
+    const std::size_t end = mDocument.find("--", start + kCommentStart.size());
+    if (end == std::string_view::npos) {
+        return Fail(start, "the comment has no end");
     }
-    mPosition = found + end.size();
+    mPosition = end;
+    return Take("-->") || Fail(start, "the comment contains \"--\"");
+}
+
+bool XMLScanner::SkipInstruction()
+{
+    const std::size_t start = mPosition;
+    const std::size_t end = mDocument.find("?>", start + 2);
+    if (end == std::string_view::npos) {
+        return Fail(start, "the processing instruction has no end");
+    }
+    mPosition += 2;
+    const std::string_view target = TakeName();
+    if (EqualsIgnoringCase(target, "xml")) {
+        return ReadDeclaration(start);
+    }
+    if (target.empty() || (mPosition != end && !TakeWhiteSpace())) {
+        return Fail(start, "the processing instruction has no name");
+    }
+    mPosition = end + 2;
     return true;
+}
+
+/// Reads the rest of <?xml ...?>, of which the name has been read.
+bool XMLScanner::ReadDeclaration(std::size_t start)
+{
+    if (start != mStart) {
+        return Fail(start, "<?xml ...?> is allowed at the document's start only");
+    }
+    std::vector<Attribute> attributes;
+    const bool isRead = mDocument.substr(start, 5) == "<?xml" && ReadAttributes(attributes) &&
+                        Take("?>") && !attributes.empty() && attributes[0].name == "version" &&
+                        attributes[0].value == "1.0";
+    std::size_t next = 1;
+    if (isRead && next < attributes.size() && attributes[next].name == "encoding") {
+        if (!EqualsIgnoringCase(attributes[next].value, "utf-8")) {
+            return Fail(start, "the declared encoding is not UTF-8");
+        }
+        ++next;
+    }
+    if (isRead && next < attributes.size() && attributes[next].name == "standalone" &&
+        (attributes[next].value == "yes" || attributes[next].value == "no")) {
+        ++next;
+    }
+    return (isRead && next == attributes.size()) || Fail(start, "<?xml ...?> is malformed");
 }
 
 bool XMLScanner::SkipDocumentType()
 {
-    char quote = 0;
-    int depth = 0;
-    for (std::size_t position = mPosition; position < mDocument.size(); ++position) {
-        const char character = mDocument[position];
-        if (quote != 0) {
-            quote = character == quote ? '\0' : quote;
-        } else if (character == '"' || character == '\'') {
-            quote = character;
-        } else if (character == '<' || character == '[') {
-            ++depth;
-        } else if (character == ']') {
-            --depth;
-        } else if (character == '>' && --depth <= 0) {
-            mPosition = position + 1;
+    const std::size_t start = mPosition;
+    if (mHasTopElement || mHasDocumentType) {
+        return Fail(start, "a document type is allowed once, before the top element");
+    }
+    mHasDocumentType = true;
+    Take("<!DOCTYPE");
+    if (TakeWhiteSpace() && !TakeName().empty() && SkipExternalID()) {
+        TakeWhiteSpace();
+        if (StartsWith("[")) {
+            return Fail(mPosition, "a document type with declarations of its own is not read");
+        }
+        if (Take(">")) {
             return true;
         }
     }
-    MakeError(mPosition, "the document type has no end");
-    return false;
+    return Fail(start,
+                IsAtEnd() ? "the document type has no end" : "the document type is malformed");
 }
 
-bool XMLScanner::AppendEntity(std::string& text)
+/// Passes over PUBLIC "..." "..." or SYSTEM "...", if one of them is there.
+bool XMLScanner::SkipExternalID()
+{
+    constexpr std::string_view kPublicCharacters = " \r\n-'()+,./:=?;!*#@$_%";
+    const std::size_t before = mPosition;
+    std::string_view literal;
+    const bool hasSpace = TakeWhiteSpace();
+    if (Take("SYSTEM")) {
+        return hasSpace && TakeWhiteSpace() && ReadLiteral(literal);
+    }
+    if (!Take("PUBLIC")) {
+        mPosition = before;
+        return true;
+    }
+    if (!hasSpace || !TakeWhiteSpace() || !ReadLiteral(literal)) {
+        return false;
+    }
+    const bool isPublic = std::all_of(literal.begin(), literal.end(), [=](char character) {
+        return IsLetter(character) || (character >= '0' && character <= '9') ||
+               kPublicCharacters.find(character) != kPublicCharacters.npos;
+    });
+    return isPublic && TakeWhiteSpace() && ReadLiteral(literal);
+}
+
+/// Reads name="value" as often as it is there, and the white space after it.
+bool XMLScanner::ReadAttributes(std::vector<Attribute>& attributes)
+{
+    while (TakeWhiteSpace() && !IsAtEnd() && BeginsName(mDocument[mPosition])) {
+        Attribute attribute;
+        if (!ReadAttribute(attribute)) {
+            return false;
+        }
+        const bool isRepeated = std::any_of(
+            attributes.begin(), attributes.end(),
+            [&attribute](const Attribute& earlier) { return earlier.name == attribute.name; });
+        if (isRepeated || attributes.size() == kMostAttributes) {
+            return false;
+        }
+        attributes.push_back(attribute);
+    }
+    return true;
+}
+
+bool XMLScanner::ReadAttribute(Attribute& attribute)
+{
+    attribute.name = TakeName();
+    TakeWhiteSpace();
+    if (!Take("=")) {
+        return false;
+    }
+    TakeWhiteSpace();
+    if (!ReadLiteral(attribute.value) || attribute.value.find('<') != attribute.value.npos) {
+        return false;
+    }
+    // References are checked as in a text, and not resolved.
+    const std::size_t end = mPosition;
+    const auto start = static_cast<std::size_t>(attribute.value.data() - mDocument.data());
+    std::string resolved;
+    for (std::size_t found = 0;
+         (found = attribute.value.find('&', found)) != std::string_view::npos; ++found) {
+        mPosition = start + found;
+        if (!AppendReference(resolved)) {
+            return false;
+        }
+    }
+    mPosition = end;
+    return true;
+}
+
+bool XMLScanner::ReadLiteral(std::string_view& literal)
+{
+    if (!StartsWith("\"") && !StartsWith("'")) {
+        return false;
+    }
+    const std::size_t start = mPosition + 1;
+    const std::size_t end = mDocument.find(mDocument[mPosition], start);
+    mPosition = std::min(end, mDocument.size() - 1) + 1;
+    literal = mDocument.substr(start, end - start);
+    return end != std::string_view::npos;
+}
+
+bool XMLScanner::AppendReference(std::string& text)
 {
     static constexpr std::array<std::pair<std::string_view, char>, 5> kEntities = {
         {{"lt", '<'}, {"gt", '>'}, {"amp", '&'}, {"quot", '"'}, {"apos", '\''}}};
-    constexpr std::size_t kLongestReference = 10;
+    constexpr std::size_t kLongestReference = 16;
     const std::string_view rest = mDocument.substr(mPosition + 1, kLongestReference);
     const std::string_view name = rest.substr(0, rest.find(';'));
     if (name.size() < rest.size()) {
@@ -214,15 +372,53 @@ bool XMLScanner::AppendEntity(std::string& text)
                 return true;
             }
         }
-        unsigned int codePoint = 0;
+        char32_t codePoint = 0;
         if (name.starts_with('#') && ReadCharacterReference(name.substr(1), codePoint)) {
             AppendUTF8(text, codePoint);
             mPosition += name.size() + 2;
             return true;
         }
     }
-    MakeError(mPosition, "'&' begins no character reference");
-    return false;
+    return Fail(mPosition, "'&' begins no character reference");
+}
+
+// Each of the three line ends is read as a line feed.
+void XMLScanner::AppendText(std::string_view text)
+{
+    std::size_t start = 0;
+    while (start < text.size()) {
+        const std::size_t end = std::min(text.find('\r', start), text.size());
+        mText += text.substr(start, end - start);
+        if (end < text.size()) {
+            mText.push_back('\n');
+        }
+        start = end + (text.substr(end, 2) == "\r\n" ? 2 : 1);
+    }
+}
+
+bool XMLScanner::TakeWhiteSpace()
+{
+    const std::size_t start = mPosition;
+    mPosition = std::min(mDocument.find_first_not_of(kWhiteSpace, start), mDocument.size());
+    return mPosition > start;
+}
+
+std::string_view XMLScanner::TakeName()
+{
+    const std::size_t start = mPosition;
+    if (!IsAtEnd() && BeginsName(mDocument[mPosition])) {
+        while (!IsAtEnd() && IsNameCharacter(mDocument[mPosition])) {
+            ++mPosition;
+        }
+    }
+    return mDocument.substr(start, mPosition - start);
+}
+
+bool XMLScanner::Take(std::string_view text)
+{
+    const bool isThere = StartsWith(text);
+    mPosition += isThere ? text.size() : 0;
+    return isThere;
 }
 
 bool XMLScanner::StartsWith(std::string_view prefix) const
@@ -230,11 +426,14 @@ bool XMLScanner::StartsWith(std::string_view prefix) const
     return mDocument.substr(mPosition).starts_with(prefix);
 }
 
-Token XMLScanner::MakeError(std::size_t offset, std::string text)
+bool XMLScanner::Fail(std::size_t offset, std::string text)
 {
-    mError = std::move(text);
-    mErrorOffset = offset;
-    return {Token::Kind::kError, mError, mErrorOffset};
+    // The first error is the one that counts.
+    if (mError.empty()) {
+        mError = std::move(text);
+        mErrorOffset = offset;
+    }
+    return false;
 }
 
 } // namespace Monitor

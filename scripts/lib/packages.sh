@@ -11,7 +11,7 @@ packages_of() {
   case "$1" in
     build) echo "cmake ninja-build g++" ;;
     tools) echo "libcli11-dev nlohmann-json3-dev" ;;
-    test) echo "googletest python3 binutils pkg-config libicu-dev libplist-dev" ;;
+    test) echo "googletest python3 binutils pkg-config libexpat1-dev libicu-dev libplist-dev" ;;
     clang) echo "clang libclang-rt-14-dev" ;;
     powerpc) echo "g++-powerpc-linux-gnu qemu-user" ;;
     mutation) echo "python3-clang-14 util-linux" ;;

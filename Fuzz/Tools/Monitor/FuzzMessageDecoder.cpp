@@ -7,6 +7,11 @@
 #include "Protocol/ServerProtocol.h"
 #include "Tools/Monitor/MessageDecoder.h"
 
+#ifdef QX_HAS_EXPAT
+#include "Tests/Tools/Monitor/Expat.h"
+#endif
+
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -45,6 +50,18 @@ void CheckValue(const Monitor::DecodedMessage& message)
     FUZZ_CHECK(std::holds_alternative<SInt64>(message.value) != isLevel);
 }
 
+/// A document of which nothing is wrong is XML for expat too, which nobody here has written.
+void CheckIsXML([[maybe_unused]] const Monitor::DecodedMessage& message,
+                [[maybe_unused]] std::string_view document)
+{
+#ifdef QX_HAS_EXPAT
+    const bool hasFinding =
+        std::any_of(message.findings.begin(), message.findings.end(),
+                    [](const auto& finding) { return finding.place == Monitor::Place::kDocument; });
+    FUZZ_CHECK(hasFinding || ToolsTests::ExpatAccepts(document));
+#endif
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -55,6 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     Monitor::DecodedMessage message;
     if (*data == 'd') {
         message = Monitor::DecodeRequest(kSetParameterMessage, data + 1, size - 1);
+        CheckIsXML(message, {reinterpret_cast<const char*>(data + 1), size - 1});
     } else {
         message.bytes.assign(data + 1, data + size);
         Monitor::DecodeSetParameter(message);

@@ -28,7 +28,7 @@ TEST(EscapeControls, LeavesNothingThatATerminalWouldActOn)
          "2J",
          "\\x9B"
          "2J"},
-        {"the byte 0x9B behind a letter",
+        {"the byte 0x9B after a letter",
          "\xE2\x82\xAC\x9B"
          "2J",
          "\xE2\x82\xAC\\x9B"

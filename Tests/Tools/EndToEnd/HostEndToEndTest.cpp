@@ -119,7 +119,7 @@ TEST(Host, SaysPlainlyThatNoServerRuns)
     EXPECT_EQ(run.server["running"], false);
     EXPECT_EQ(GetStatuses(run), (std::vector<int>{0, -3, -3, 0, 0}));
     EXPECT_EQ(text.Wait(), 1);
-    EXPECT_EQ(lines.at(1), "qxhost: no server is running: nobody holds the port " +
+    EXPECT_EQ(lines.at(1), "qxhost: no server is running: no process holds the port " +
                                std::string(kServerPortName));
     EXPECT_NE(std::find(lines.begin(), lines.end(), "       !! expected 0"), lines.end());
 }

@@ -166,7 +166,7 @@ TEST(Monitor, ReportsMalformedMessagesAndGoesOn)
          std::string("\xFF\x00\xFE", 3),
          {{"place", "document"},
           {"offset", 0},
-          {"text", "no property list: <plist> is expected, but text is there"}}},
+          {"text", "a byte that is not UTF-8, or a character that XML does not allow"}}},
         {"no device",
          kSetParameterMessage,
          "<plist><dict><key>ParameterDataKey</key><data>" + std::string(kBigEndianStateText) +

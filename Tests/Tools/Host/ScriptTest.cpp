@@ -156,19 +156,19 @@ TEST(Script, NamesTheFirstWrongLine)
                  "and expect"},
         {"open", "open takes a device ID"},
         {"open 1 2", "open takes a device ID"},
-        {"open x", "\"x\" is no device ID"},
+        {"open x", "\"x\" is not a device ID"},
         {"close 1 2", "close takes a device ID or nothing"},
         {"set", "set takes a property: enable, level, state or a four-character code"},
-        {"set volume 1", "\"volume\" is no property"},
+        {"set volume 1", "\"volume\" is not a property"},
         {"set enable", "set takes one number, or on or off"},
         {"set enable 1 2", "set takes one number, or on or off"},
         {"set enable 4294967296", "set takes one number, or on or off"},
         {"set level 1", "set level takes two gains, such as 1.0 0.5"},
         {"set level 1 loud", "set level takes two gains, such as 1.0 0.5"},
-        {"get enable 1", "\"1\" is too much here"},
+        {"get enable 1", "\"1\" is unexpected here"},
         {"get enable room=1", "unknown option \"room\"; there are device, channel, side and size"},
-        {"get enable channel=x", "\"x\" is no number for channel"},
-        {"get enable channel=", "\"\" is no number for channel"},
+        {"get enable channel=x", "\"x\" is not a number for channel"},
+        {"get enable channel=", "\"\" is not a number for channel"},
         {"get enable side=left", "side is input or output"},
         {"get enable size=65537", "size is at most 65536"},
         {"stream", "stream takes info, get or set, and a property"},
@@ -179,7 +179,7 @@ TEST(Script, NamesTheFirstWrongLine)
         {"sleep nan", "sleep takes seconds, 3600 at most"},
         {"sleep 1s", "sleep takes seconds, 3600 at most"},
         {"expect", "expect takes a status: ok, a number, a four-character code, or any"},
-        {"expect never", "\"never\" is no status"},
+        {"expect never", "\"never\" is not a status"},
     };
     for (const auto& entry : kCases) {
         SCOPED_TRACE(entry.statement);
@@ -192,7 +192,7 @@ TEST(Script, NamesTheFirstWrongLine)
         EXPECT_EQ(script.steps.size(), 1u);
     }
     EXPECT_EQ(Host::ParseScript("sleep 0\nexpect ok").error,
-              "expect stands behind the call that it is about");
+              "expect must follow the call it checks");
 }
 
 } // namespace

@@ -265,7 +265,7 @@ TEST(MessageDecoder, NamesWhatIsWrongInTheMessage)
          "message 24: the string has no terminating NUL\n"},
         {"string with two NULs", "0000001B 00000000 FFFFFF05 0F000000 00000000 09000000 610000",
          "message 20: wrong type: state takes kInt32, not kString\n"
-         "message 24: the string goes on behind its NUL\n"},
+         "message 24: there are bytes after the string's NUL\n"},
         {"level of 19 bytes",
          "0000002B 00000000 FFFFFF07 1F000000 00000000 08000000 "
          "0000000000000000 0000000000000000 000000",

@@ -28,7 +28,7 @@ inline constexpr const char* kBigEndianStateText = "AAAAHAAAAAD///8FEAAAAAAAAAAC
 inline constexpr const char* kBigEndianLevelText =
     "AAAALAAAAAD///8HIAAAAAAAAAAIAAAAAAAAAAAAAADAGBUYJMdYfwAAAAA=";
 
-/// What stands in front of the dictionary in every document; 159 bytes.
+/// What is in front of the dictionary in every document; 159 bytes.
 inline constexpr const char* kDocumentStart =
     "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
     "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "

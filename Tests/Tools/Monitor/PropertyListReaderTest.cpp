@@ -134,9 +134,9 @@ TEST(PropertyListReader, NamesAValueThatDoesNotFitItsTag)
         {"padding first", "<data>====</data>",
          "31: <data> of the key \"a\": more than two characters of padding\n"},
         {"half a group", "<data>AAAAA</data>",
-         "31: <data> of the key \"a\": its length is no multiple of four base64 characters\n"},
-        {"behind the padding", "<data>AA==AAAA</data>",
-         "31: <data> of the key \"a\": base64 goes on behind its padding\n"},
+         "31: <data> of the key \"a\": its length is not a multiple of four base64 characters\n"},
+        {"after the padding", "<data>AA==AAAA</data>",
+         "31: <data> of the key \"a\": there is base64 after its padding\n"},
     };
     for (const auto& entry : kCases) {
         SCOPED_TRACE(entry.what);
@@ -179,11 +179,10 @@ TEST(PropertyListReader, NamesWhatIsNoPropertyList)
         {"nested and cut", "<plist><dict><key>a</key><array><dict>",
          "38: </dict> is expected, but the end is there\n"},
         {"no end", "<plist><dict></dict>",
-         "20: </plist> behind the dictionary is expected, but the end is there\n"},
+         "20: </plist> after the dictionary is expected, but the end is there\n"},
         {"two values", "<plist><dict/><dict/></plist>",
-         "14: </plist> behind the dictionary is expected, but <dict/> is there\n"},
-        {"more behind", "<plist><dict/></plist>x",
-         "22: nothing behind </plist> is expected, but text is there\n"},
+         "14: </plist> after the dictionary is expected, but <dict/> is there\n"},
+        {"more after the end", "<plist><dict/></plist>x", "22: unexpected text after </plist>\n"},
     };
     for (const auto& entry : kCases) {
         SCOPED_TRACE(entry.what);
@@ -195,11 +194,42 @@ TEST(PropertyListReader, NamesWhatIsNoPropertyList)
     }
 }
 
+TEST(PropertyListReader, StopsAtMoreKeysThanAMessageCanHave)
+{
+    std::string entries;
+    for (int index = 0; index < 64; ++index) {
+        entries += "<key>a</key><true/>";
+    }
+    PropertyList list;
+
+    EXPECT_EQ(ReadEntries(entries, list), "");
+    EXPECT_EQ(ReadEntries(entries + "<key>a</key><true/>", list),
+              "1229: the dictionary has more than 64 keys\n");
+    EXPECT_FALSE(list.isDictionary);
+}
+
+TEST(PropertyListReader, QuotesTheBeginningOfALongKey)
+{
+    const std::string key(59, 'a');
+    PropertyList list;
+
+    EXPECT_EQ(ReadEntries("<key>" + key + "\xC3\xA9</key>", list),
+              "85: a value for the key \"" + key + "...\" is expected, but </dict> is there\n");
+}
+
+TEST(PropertyListReader, AcceptsOnlyTagsOfPropertyListsInAContainer)
+{
+    PropertyList list;
+
+    EXPECT_EQ(ReadEntries("<key>a</key><array><b></b></array>", list),
+              "32: a value is expected, but <b> is there\n");
+}
+
 TEST(PropertyListReader, EndsOnEveryTruncatedDocument)
 {
     const std::string document = ToolsTests::MakeDocument("258", ToolsTests::kBigEndianStateText);
 
-    // The line end behind </plist> is the one byte that a document can do without.
+    // The line end after </plist> is the one byte that a document can do without.
     for (std::size_t size = 0; size + 1 < document.size(); ++size) {
         SCOPED_TRACE(size);
         std::vector<Finding> findings;
