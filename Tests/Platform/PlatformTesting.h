@@ -21,7 +21,7 @@ inline CFDataRef MakeData(std::string_view bytes)
 
 inline CFStringRef MakeString(const char* text)
 {
-    return CFStringCreateWithCString(nullptr, text, kCFStringEncodingUTF8);
+    return CFStringCreateWithFormat(nullptr, nullptr, CFSTR("%s"), text);
 }
 
 inline std::string BytesOf(CFDataRef data)
@@ -43,7 +43,7 @@ inline std::string UniqueName(const char* purpose)
     return std::string("org.qxaudio.test.") + purpose + "." + std::to_string(getpid());
 }
 
-/// Fails a test that leaves objects behind.
+/// Fails a test after which more objects live than before.
 class LedgerTest : public testing::Test
 {
 protected:

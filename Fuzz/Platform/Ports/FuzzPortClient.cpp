@@ -33,7 +33,7 @@ struct Listener
         : socket(Standin::ListenAt(Standin::WellKnownAddress(name)))
     {
         FUZZ_CHECK(static_cast<bool>(socket));
-        text = CFStringCreateWithCString(nullptr, name.c_str(), kCFStringEncodingUTF8);
+        text = CFStringCreateWithFormat(nullptr, nullptr, CFSTR("%s"), name.c_str());
     }
 
     std::string name = HostilePeer::MakeName("client");

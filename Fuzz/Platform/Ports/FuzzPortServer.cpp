@@ -37,7 +37,7 @@ struct Server
 
 CFStringRef MakeString(const std::string& text)
 {
-    return CFStringCreateWithCString(nullptr, text.c_str(), kCFStringEncodingUTF8);
+    return CFStringCreateWithFormat(nullptr, nullptr, CFSTR("%s"), text.c_str());
 }
 
 /// Answers with the data that came.

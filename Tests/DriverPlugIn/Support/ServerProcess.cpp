@@ -28,7 +28,7 @@ const std::string gPortName = kServerPortName "." + std::to_string(gTestProcess)
 
 CFStringRef CreatePortName()
 {
-    return CFStringCreateWithCString(nullptr, gPortName.c_str(), kCFStringEncodingUTF8);
+    return CFStringCreateWithFormat(nullptr, nullptr, CFSTR("%s"), gPortName.c_str());
 }
 
 void Write(int file, const void* bytes, std::size_t size)
