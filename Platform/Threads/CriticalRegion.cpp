@@ -1,10 +1,10 @@
 // CriticalRegion.cpp - the critical regions of Multiprocessing Services.
 //
 // A region is a word that is 0 when free, 1 when owned and 2 when owned and perhaps waited for, as
-// a kernel-assisted lock wants it: entering and leaving a free region takes one atomic operation
-// each and no system call. In a process of one thread they take none, as in the C library's own
-// locks: what it stores is there for the threads that it starts. Deleted regions go to a list for
-// reuse and never back to the heap, so that a stale handle meets a region that says it is gone.
+// a futex needs it: entering and leaving a free region takes one atomic operation each and no
+// system call. In a process of one thread they take none, as in the C library's own locks: what it
+// stores is there for the threads that it starts. Deleted regions go to a list for reuse and never
+// back to the heap, so that the use of a stale handle gives an error code.
 
 #include <CoreServices/Multiprocessing.h>
 
@@ -108,7 +108,7 @@ bool TakeFree(Region& region)
                                                  std::memory_order_relaxed);
 }
 
-/// Frees the region and returns whether somebody may be waiting for it.
+/// Frees the region and returns whether another thread may be waiting for it.
 bool Free(Region& region)
 {
     if (__libc_single_threaded != 0) {
@@ -149,7 +149,7 @@ OSStatus WaitForEntry(Region& region, Duration timeout)
         return noErr;
     }
     for (;;) {
-        // Whoever takes the region here cannot know that nobody else waits, so it says contended.
+        // A thread that takes the region here cannot know that no other waits: it stores contended.
         int state = region.mState.load(std::memory_order_relaxed);
         while (state != kDeleted &&
                !region.mState.compare_exchange_weak(state, kContended, std::memory_order_acquire,

@@ -29,7 +29,7 @@ CFTypeID CFRunLoopSourceGetTypeID(void);
 CFRunLoopRef CFRunLoopGetCurrent(void);
 
 /// Runs the calling thread's loop in one mode for at most `seconds` (0 or less: one poll) and
-/// says why it ended: nothing to wait for, stopped, timed out, or, with
+/// returns why it ended: nothing to wait for, stopped, timed out, or, with
 /// `returnAfterSourceHandled`, a source was handled. Runs nest.
 SInt32 CFRunLoopRunInMode(CFStringRef mode, CFTimeInterval seconds,
                           Boolean returnAfterSourceHandled);

@@ -35,7 +35,7 @@ protected:
     MPCriticalRegionID mRegion = nullptr;
 };
 
-TEST_F(CriticalRegion, ItsOwnerEntersAgainAndEachEntryNeedsItsOwnExit)
+TEST_F(CriticalRegion, LetsItsOwnerInAgainAndNeedsAnExitForEachEntry)
 {
     EXPECT_EQ(MPEnterCriticalRegion(mRegion, kDurationForever), noErr);
     EXPECT_EQ(MPEnterCriticalRegion(mRegion, kDurationImmediate), noErr);
@@ -47,7 +47,7 @@ TEST_F(CriticalRegion, ItsOwnerEntersAgainAndEachEntryNeedsItsOwnExit)
     EXPECT_EQ(EnterFromAnotherThread(kDurationImmediate), noErr);
 }
 
-TEST_F(CriticalRegion, OnlyItsOwnerLeavesIt)
+TEST_F(CriticalRegion, IsLeftByItsOwnerOnly)
 {
     EXPECT_EQ(MPExitCriticalRegion(mRegion), kMPInsufficientResourcesErr);
     EXPECT_EQ(MPEnterCriticalRegion(mRegion, kDurationForever), noErr);
@@ -72,7 +72,7 @@ TEST_F(CriticalRegion, WaitsForItsTimeoutInMillisecondsAndMicroseconds)
     MPExitCriticalRegion(mRegion);
 }
 
-TEST_F(CriticalRegion, AWaitingThreadGetsInAtTheLastExit)
+TEST_F(CriticalRegion, LetsAWaitingThreadInAtTheLastExit)
 {
     MPEnterCriticalRegion(mRegion, kDurationForever);
     std::atomic<bool> isLeft{false};
@@ -109,7 +109,7 @@ TEST_F(CriticalRegion, KeepsThreadsApart)
     EXPECT_EQ(plain, 8000);
 }
 
-TEST_F(CriticalRegion, ItsDeletionEndsEveryWait)
+TEST_F(CriticalRegion, EndsEveryWaitWhenDeleted)
 {
     MPEnterCriticalRegion(mRegion, kDurationForever);
     std::atomic<int> started{0};
@@ -132,7 +132,7 @@ TEST_F(CriticalRegion, ItsDeletionEndsEveryWait)
     }
 }
 
-TEST(CriticalRegionIDs, OfNoRegionAreRefused)
+TEST(CriticalRegionIDs, AreRefusedWithoutARegion)
 {
     MPCriticalRegionID region = nullptr;
     ASSERT_EQ(MPCreateCriticalRegion(&region), noErr);
