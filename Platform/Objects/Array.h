@@ -1,26 +1,21 @@
-// Array.h - the object behind CFMutableArrayRef.
+// Array.h - the object that a CFMutableArrayRef points to.
 #pragma once
 
 #include "Objects/Object.h"
 
 #include <CoreFoundation/CFArray.h>
 
+#include <vector>
+
 struct __CFArray : Standin::Object
 {
     static const Standin::Type kType;
 
-    explicit __CFArray(const CFArrayCallBacks* callBacks);
-    ~__CFArray();
+    /// Throws: std::bad_alloc.
+    explicit __CFArray(CFIndex capacity);
 
-    /// Makes room for more values; false, with nothing changed, when there is no memory.
-    bool Grow();
-    void Append(const void* value);
+    /// The value at an index. Stops the program, naming `call`, if there is none.
     const void* GetAt(CFIndex index, const char* call) const;
-    void RemoveAt(CFIndex index);
 
-    /// All null if the maker gave none.
-    const CFArrayCallBacks mCallBacks;
-    const void** mValues = nullptr;
-    CFIndex mCount = 0;
-    CFIndex mRoom = 0;
+    std::vector<const void*> mValues;
 };

@@ -2,27 +2,10 @@
 
 #include "Objects/Data.h"
 
-#include "Objects/Bytes.h"
-
 #include <cstring>
 
-namespace {
-
-bool EqualData(const Standin::Object* left, const Standin::Object* right)
-{
-    return static_cast<const __CFData*>(left)->GetView() ==
-           static_cast<const __CFData*>(right)->GetView();
-}
-
-CFHashCode HashData(const Standin::Object* object)
-{
-    return Standin::HashBytes(static_cast<const __CFData*>(object)->GetView());
-}
-
-} // namespace
-
-const Standin::Type __CFData::kType = {Standin::kDataType, "CFData", &Standin::Destroy<__CFData>,
-                                       &EqualData, &HashData};
+constinit const Standin::Type __CFData::kType = {Standin::kDataType, "CFData",
+                                                 &Standin::Destroy<__CFData>};
 
 CFTypeID CFDataGetTypeID(void)
 {
@@ -47,7 +30,7 @@ CFDataRef CFDataCreate(CFAllocatorRef, const UInt8* bytes, CFIndex length)
 
 CFIndex CFDataGetLength(CFDataRef theData)
 {
-    return Standin::As<__CFData>(theData, "CFDataGetLength").mLength;
+    return Standin::As<const __CFData>(theData, "CFDataGetLength").mLength;
 }
 
 const UInt8* CFDataGetBytePtr(CFDataRef theData)

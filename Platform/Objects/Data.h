@@ -1,4 +1,5 @@
-// Data.h - the object behind CFDataRef: a header with its bytes behind it.
+// Data.h - the object that a CFDataRef points to: a header, followed by its bytes in the same
+// block.
 #pragma once
 
 #include "Objects/Object.h"

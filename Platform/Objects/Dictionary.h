@@ -1,12 +1,14 @@
-// Dictionary.h - the object behind CFMutableDictionaryRef.
+// Dictionary.h - the object that a CFMutableDictionaryRef points to.
 //
-// Entries stand in the order of insertion. A small dictionary is searched from its start; a large
-// one has a table of places beside it.
+// Entries keep the order of insertion and are searched from the first on: dictionaries are small.
 #pragma once
 
 #include "Objects/Object.h"
 
 #include <CoreFoundation/CFDictionary.h>
+#include <CoreFoundation/CFString.h>
+
+#include <vector>
 
 struct __CFDictionary : Standin::Object
 {
@@ -16,34 +18,27 @@ struct __CFDictionary : Standin::Object
     {
         const void* mKey;
         const void* mValue;
-        CFHashCode mHash;
     };
 
-    __CFDictionary(const CFDictionaryKeyCallBacks* keyCallBacks,
-                   const CFDictionaryValueCallBacks* valueCallBacks);
+    enum Contents
+    {
+        /// Any pointers; two keys are the same if they are one pointer.
+        kPointers,
+        /// Objects that the dictionary releases at its end; the keys are strings, and the same if
+        /// their texts are equal.
+        kObjects
+    };
+
+    /// Throws: std::bad_alloc.
+    __CFDictionary(Contents contents, CFIndex capacity);
     ~__CFDictionary();
 
-    /// Makes room for more entries; false, with nothing changed, when there is no memory.
-    bool Grow();
-    Entry* Find(const void* key) const;
-    /// Requires: the key is not present.
-    void Add(const void* key, const void* value);
-    void Replace(Entry& entry, const void* value);
+    Entry* Find(const void* key);
+    /// Adds an entry of kObjects or replaces the value of a present key, and takes both references.
+    ///
+    /// Throws: std::bad_alloc, with nothing changed.
+    void Set(Standin::Held<CFStringRef> key, Standin::Held<CFTypeRef> value);
 
-    /// All null if the maker gave none.
-    const CFDictionaryKeyCallBacks mKeyCallBacks;
-    const CFDictionaryValueCallBacks mValueCallBacks;
-    Entry* mEntries = nullptr;
-    CFIndex mCount = 0;
-    CFIndex mRoom = 0;
-
-private:
-    CFHashCode Hash(const void* key) const;
-    bool Matches(const Entry& entry, const void* key, CFHashCode hash) const;
-    void Index(CFIndex place);
-
-    /// One more than the place of an entry, or 0; open addressing, at most half full. Null while
-    /// the dictionary is small.
-    UInt32* mTable = nullptr;
-    UInt32 mTableMask = 0;
+    const Contents mContents;
+    std::vector<Entry> mEntries;
 };

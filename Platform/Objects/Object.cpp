@@ -6,18 +6,16 @@
 
 #include <cstdint>
 
-const CFAllocatorRef kCFAllocatorDefault = nullptr;
-
 namespace Standin {
 
-const Type kDeadType = {kNoType, "released object", nullptr, nullptr, nullptr};
+const Type kDeadType = {kNoType, "released object", nullptr};
 
 namespace {
 
 std::atomic<SInt32> gLiveObjects[kTypeCount];
 
 // The memory of the last destroyed objects is kept for a while, so that a reference given back
-// once too often meets a dead header, which says so, and not somebody else's memory.
+// once too often meets a header marked as dead, and not the memory of another object.
 constexpr std::uint32_t kGraveyardSize = 64;
 std::atomic<Object*> gGraveyard[kGraveyardSize];
 std::atomic<std::uint32_t> gNextGrave;
@@ -121,26 +119,6 @@ void CFRelease(CFTypeRef cf)
 CFIndex CFGetRetainCount(CFTypeRef cf)
 {
     return Standin::AnyObject(cf, "CFGetRetainCount").GetCount();
-}
-
-Boolean CFEqual(CFTypeRef cf1, CFTypeRef cf2)
-{
-    const Standin::Object& left = Standin::AnyObject(cf1, "CFEqual");
-    const Standin::Object& right = Standin::AnyObject(cf2, "CFEqual");
-    if (&left == &right) {
-        return true;
-    }
-    const Standin::Type& type = left.GetType();
-    return type.mID == right.GetType().mID && type.mEqual != nullptr && type.mEqual(&left, &right);
-}
-
-CFHashCode CFHash(CFTypeRef cf)
-{
-    const Standin::Object& object = Standin::AnyObject(cf, "CFHash");
-    const Standin::Type& type = object.GetType();
-    return type.mHash != nullptr
-               ? type.mHash(&object)
-               : static_cast<CFHashCode>(reinterpret_cast<std::uintptr_t>(cf) >> 4);
 }
 
 SInt32 StandinGetLiveObjectCount(CFTypeID typeID)

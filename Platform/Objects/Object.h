@@ -4,8 +4,8 @@
 // a CFTypeRef can be read as either. It has no virtual functions: constant objects, such as
 // kCFRunLoopDefaultMode, are then constant-initialised and outlive every static destructor.
 //
-//     struct __CFDate : Standin::Object { ... };
-//     CFDateRef date = Standin::Make<__CFDate>(7.0); // null when there is no memory
+//     struct __CFNumber : Standin::Object { ... };
+//     CFNumberRef seven = Standin::Make<__CFNumber>(7); // null when there is no memory
 #pragma once
 
 #include "Objects/Misuse.h"
@@ -29,9 +29,7 @@ enum TypeID : CFTypeID
     kArrayType,
     kDictionaryType,
     kNumberType,
-    kBooleanType,
     kDataType,
-    kDateType,
     kRunLoopType,
     kRunLoopSourceType,
     kMessagePortType,
@@ -45,9 +43,6 @@ struct Type
     const char* mName;
     /// Ends the object's life; the caller frees the memory.
     void (*mDestroy)(Object*);
-    /// Null: an object is equal to itself alone.
-    bool (*mEqual)(const Object*, const Object*);
-    CFHashCode (*mHash)(const Object*);
 };
 
 /// The type of an object that has been destroyed and whose memory is not yet used again.
@@ -81,7 +76,7 @@ private:
 /// Enters a new object into the ledger of live objects.
 void CountBirth(TypeID id);
 
-/// Makes an object with `extraBytes` behind it; null when there is no memory.
+/// Makes an object, followed by `extraBytes` in the same block; null when there is no memory.
 template <class T, class... Arguments>
 T* MakeWithRoom(std::size_t extraBytes, Arguments&&... arguments)
 {
@@ -111,8 +106,7 @@ void Destroy(Object* object)
     static_cast<T*>(object)->~T();
 }
 
-/// The header of `reference`, which is an object of any type. Stops the program if it is null or
-/// destroyed.
+/// The header of `reference`, an object of any type. Stops the program if it is null or destroyed.
 Object& AnyObject(CFTypeRef reference, const char* call);
 
 [[noreturn]] void WrongObject(CFTypeRef reference, const char* call, const char* wanted);

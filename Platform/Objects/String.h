@@ -1,4 +1,4 @@
-// String.h - the object behind CFStringRef: UTF-8 text that never changes.
+// String.h - the object that a CFStringRef points to: UTF-8 text that never changes.
 #pragma once
 
 #include "Objects/Object.h"
@@ -17,7 +17,7 @@ struct __CFString : Standin::Object
         , mText(literal.data())
         , mLength(literal.size())
     {}
-    /// An object whose text, with a NUL, stands behind it.
+    /// An object that is followed by its text, with a NUL, in the same block.
     __CFString(std::size_t length, SInt32 count)
         : Object(kType, count)
         , mText(reinterpret_cast<const char*>(this + 1))
@@ -35,10 +35,10 @@ namespace Standin {
 /// Copies well-formed UTF-8; null when there is no memory.
 CFStringRef MakeString(std::string_view text);
 
+/// True if every byte has 7 bits.
+bool IsASCII(std::string_view text);
+
 /// The text of a string. Stops the program if the object is none.
 std::string_view Text(CFStringRef string, const char* call);
-
-/// Compares by UTF-16 units: negative, 0 or positive.
-int CompareUnits(std::string_view left, std::string_view right);
 
 } // namespace Standin

@@ -1,4 +1,4 @@
-// Utf8.h - code points of UTF-8 text, and the system's 8-bit character set.
+// Utf8.h - code points of UTF-8 text.
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
@@ -8,17 +8,9 @@
 
 namespace Standin {
 
-/// Takes one code point off the front of `text`; false, taking nothing, if the text is empty or
-/// does not begin with a well-formed sequence of the shortest form.
-bool TakeCodePoint(std::string_view& text, UInt32& codePoint);
-
+/// True if the text is made of well-formed sequences of the shortest form.
 bool IsUtf8(std::string_view text);
 
 void AppendUtf8(std::string& text, UInt32 codePoint);
-
-/// The code point of one byte of MacRoman text.
-UInt32 FromMacRoman(char byte);
-/// The byte of a code point, or -1 if MacRoman has none.
-SInt32 ToMacRoman(UInt32 codePoint);
 
 } // namespace Standin

@@ -227,7 +227,7 @@ SInt32 Request(__CFMessagePort& port, SInt32 messageID, CFDataRef data, Nanoseco
 } // namespace Standin
 
 const Standin::Type __CFMessagePort::kType = {Standin::kMessagePortType, "CFMessagePort",
-                                              &Standin::Destroy<__CFMessagePort>, nullptr, nullptr};
+                                              &Standin::Destroy<__CFMessagePort>};
 
 __CFMessagePort::__CFMessagePort(std::shared_ptr<Standin::Connection> connection)
     : Object(kType)

@@ -67,11 +67,9 @@ constexpr Standin::Nanoseconds kSliceWithoutWakeUp = 10000000;
 const CFStringRef kCFRunLoopDefaultMode = &gDefaultMode;
 const CFStringRef kCFRunLoopCommonModes = &gCommonModes;
 
-const Standin::Type __CFRunLoop::kType = {Standin::kRunLoopType, "CFRunLoop", &DestroyLoop, nullptr,
-                                          nullptr};
+const Standin::Type __CFRunLoop::kType = {Standin::kRunLoopType, "CFRunLoop", &DestroyLoop};
 const Standin::Type __CFRunLoopSource::kType = {Standin::kRunLoopSourceType, "CFRunLoopSource",
-                                                &Standin::Destroy<__CFRunLoopSource>, nullptr,
-                                                nullptr};
+                                                &Standin::Destroy<__CFRunLoopSource>};
 
 __CFRunLoop::__CFRunLoop()
     : Object(kType)

@@ -1,22 +1,18 @@
 // PropertyListReader.cpp - XML documents to property lists.
 //
-// The bytes may come from anybody: every step checks what is left, nesting is bounded, and what
-// is wrong is said with its line.
+// The bytes may come from any program: every step checks what is left, nesting is bounded, and a
+// refusal names what is wrong and its line.
 
 #include "Objects/Data.h"
+#include "Objects/Dictionary.h"
 #include "Objects/Number.h"
 #include "Objects/String.h"
 #include "PropertyLists/Base64.h"
-#include "PropertyLists/Calendar.h"
 #include "PropertyLists/XMLScanner.h"
 
-#include <CoreFoundation/CFArray.h>
-#include <CoreFoundation/CFDate.h>
-#include <CoreFoundation/CFDictionary.h>
 #include <CoreFoundation/CFPropertyList.h>
 
 #include <charconv>
-#include <cmath>
 #include <limits>
 
 namespace Standin {
@@ -40,14 +36,10 @@ public:
 
 private:
     Value ReadValue(const XMLTag& tag, SInt32 depth);
-    Value ReadArray(const XMLTag& tag, SInt32 depth);
     Value ReadDictionary(const XMLTag& tag, SInt32 depth);
     std::string ReadText(const XMLTag& tag);
-    CFTypeRef MakeLeaf(const std::string& name, const std::string& text);
     CFTypeRef MakeInteger(std::string_view text);
-    CFTypeRef MakeReal(std::string_view text);
     CFTypeRef MakeData(std::string_view text);
-    CFTypeRef MakeDate(std::string_view text);
 
     XMLScanner mScanner;
 };
@@ -125,26 +117,7 @@ CFTypeRef Reader::MakeInteger(std::string_view text)
         throw XMLError{"an integer has more than 64 bits"};
     }
     const auto value = static_cast<SInt64>(negative ? 0 - magnitude : magnitude);
-    const auto narrow = static_cast<SInt32>(value);
-    return narrow == value ? CFNumberCreate(nullptr, kCFNumberSInt32Type, &narrow)
-                           : CFNumberCreate(nullptr, kCFNumberSInt64Type, &value);
-}
-
-CFTypeRef Reader::MakeReal(std::string_view text)
-{
-    std::string_view digits = Trimmed(text);
-    if (!digits.empty() && digits[0] == '+') {
-        digits.remove_prefix(1);
-    }
-    Float64 value = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-    if (error == std::errc::invalid_argument || end != digits.data() + digits.size()) {
-        throw XMLError{"a real element holds no number"};
-    }
-    if (error == std::errc::result_out_of_range) {
-        throw XMLError{"a real number is out of range"};
-    }
-    return CFNumberCreate(nullptr, kCFNumberFloat64Type, &value);
+    return Make<__CFNumber>(value);
 }
 
 CFTypeRef Reader::MakeData(std::string_view text)
@@ -157,78 +130,32 @@ CFTypeRef Reader::MakeData(std::string_view text)
                         static_cast<CFIndex>(bytes.size()));
 }
 
-CFTypeRef Reader::MakeDate(std::string_view text)
-{
-    CFAbsoluteTime time = 0;
-    if (!DateFromText(Trimmed(text), time)) {
-        throw XMLError{"a date element holds no date"};
-    }
-    return CFDateCreate(nullptr, time);
-}
-
-CFTypeRef Reader::MakeLeaf(const std::string& name, const std::string& text)
-{
-    if (name == "string") {
-        return MakeString(text);
-    }
-    if (name == "integer") {
-        return MakeInteger(text);
-    }
-    if (name == "real") {
-        return MakeReal(text);
-    }
-    if (name == "data") {
-        return MakeData(text);
-    }
-    if (name == "date") {
-        return MakeDate(text);
-    }
-    if (name != "true" && name != "false") {
-        throw XMLError{"an element of unknown name: " + name};
-    }
-    if (!Trimmed(text).empty()) {
-        throw XMLError{"a boolean element holds text"};
-    }
-    return CFRetain(name == "true" ? kCFBooleanTrue : kCFBooleanFalse);
-}
-
 Value Reader::ReadValue(const XMLTag& tag, SInt32 depth)
 {
     if (tag.mKind == XMLTag::kClosing) {
-        throw XMLError{"an end tag that no start tag belongs to: " + tag.mName};
+        throw XMLError{"an end tag without a start tag: " + tag.mName};
     }
     if (depth > kDeepest) {
         throw XMLError{"the elements are nested too deep"};
     }
-    if (tag.mName == "array") {
-        return ReadArray(tag, depth);
-    }
     if (tag.mName == "dict") {
         return ReadDictionary(tag, depth);
     }
-    return Checked(MakeLeaf(tag.mName, ReadText(tag)));
-}
-
-Value Reader::ReadArray(const XMLTag& tag, SInt32 depth)
-{
-    CFMutableArrayRef array = CFArrayCreateMutable(nullptr, 0, &kCFTypeArrayCallBacks);
-    Value made = Checked(array);
-    if (tag.mKind == XMLTag::kEmpty) {
-        return made;
+    if (tag.mName == "string") {
+        return Checked(MakeString(ReadText(tag)));
     }
-    for (;;) {
-        const XMLTag member = mScanner.TakeTag();
-        if (member.mKind == XMLTag::kClosing && member.mName == tag.mName) {
-            return made;
-        }
-        CFArrayAppendValue(array, ReadValue(member, depth + 1).Get());
+    if (tag.mName == "integer") {
+        return Checked(MakeInteger(ReadText(tag)));
     }
+    if (tag.mName == "data") {
+        return Checked(MakeData(ReadText(tag)));
+    }
+    throw XMLError{"an element that is not supported: " + tag.mName};
 }
 
 Value Reader::ReadDictionary(const XMLTag& tag, SInt32 depth)
 {
-    CFMutableDictionaryRef dictionary = CFDictionaryCreateMutable(
-        nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
+    auto* const dictionary = Make<__CFDictionary>(__CFDictionary::kObjects, 0);
     Value made = Checked(dictionary);
     if (tag.mKind == XMLTag::kEmpty) {
         return made;
@@ -239,14 +166,17 @@ Value Reader::ReadDictionary(const XMLTag& tag, SInt32 depth)
             return made;
         }
         if (keyTag.mKind == XMLTag::kClosing || keyTag.mName != "key") {
-            throw XMLError{"a dictionary holds an element where a key belongs: " + keyTag.mName};
+            throw XMLError{"a dictionary has an element where a key is expected: " + keyTag.mName};
         }
-        const Value key = Checked(MakeString(ReadText(keyTag)));
+        Held<CFStringRef> key(MakeString(ReadText(keyTag)));
+        if (key.Get() == nullptr) {
+            throw std::bad_alloc();
+        }
         const XMLTag valueTag = mScanner.TakeTag();
         if (valueTag.mKind == XMLTag::kClosing) {
             throw XMLError{"a key of a dictionary has no value"};
         }
-        CFDictionarySetValue(dictionary, key.Get(), ReadValue(valueTag, depth + 1).Get());
+        dictionary->Set(std::move(key), ReadValue(valueTag, depth + 1));
     }
 }
 

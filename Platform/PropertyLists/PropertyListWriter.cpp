@@ -1,19 +1,15 @@
 // PropertyListWriter.cpp - property lists to XML documents, in the form of Mac OS X 10.5.
 
-#include "Objects/Array.h"
 #include "Objects/Data.h"
-#include "Objects/Date.h"
 #include "Objects/Dictionary.h"
 #include "Objects/Number.h"
 #include "Objects/String.h"
 #include "PropertyLists/Base64.h"
-#include "PropertyLists/Calendar.h"
 
 #include <CoreFoundation/CFPropertyList.h>
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <vector>
 
 namespace Standin {
@@ -38,7 +34,7 @@ public:
         mText = kProlog;
     }
 
-    /// Appends one object at an indent; false if it is of no property-list type.
+    /// Appends one object at an indent; false if it is of no type that the writer knows.
     bool Append(CFTypeRef reference, CFIndex indent);
 
     CFDataRef Finish()
@@ -54,7 +50,6 @@ private:
     void AppendEscaped(std::string_view text);
     void AppendNumber(const __CFNumber& number, CFIndex indent);
     void AppendData(const __CFData& data, CFIndex indent);
-    bool AppendArray(const __CFArray& array, CFIndex indent);
     bool AppendDictionary(const __CFDictionary& dictionary, CFIndex indent);
 
     std::string mText;
@@ -94,21 +89,8 @@ void Writer::AppendElement(const char* name, std::string_view content, CFIndex i
 void Writer::AppendNumber(const __CFNumber& number, CFIndex indent)
 {
     char digits[32];
-    if (!number.IsReal()) {
-        const auto end = std::to_chars(digits, digits + sizeof digits, number.mInteger).ptr;
-        AppendElement("integer", {digits, static_cast<std::size_t>(end - digits)}, indent);
-    } else if (std::isnan(number.mReal)) {
-        AppendElement("real", "nan", indent);
-    } else if (std::isinf(number.mReal)) {
-        AppendElement("real", number.mReal > 0 ? "+infinity" : "-infinity", indent);
-    } else if (number.mReal == 0) {
-        AppendElement("real", "0.0", indent);
-    } else {
-        const auto end = std::to_chars(digits, digits + sizeof digits, number.mReal,
-                                       std::chars_format::general, 17)
-                             .ptr;
-        AppendElement("real", {digits, static_cast<std::size_t>(end - digits)}, indent);
-    }
+    const auto end = std::to_chars(digits, digits + sizeof(digits), number.mValue).ptr;
+    AppendElement("integer", {digits, static_cast<std::size_t>(end - digits)}, indent);
 }
 
 void Writer::AppendData(const __CFData& data, CFIndex indent)
@@ -120,34 +102,15 @@ void Writer::AppendData(const __CFData& data, CFIndex indent)
     mText += "</data>\n";
 }
 
-bool Writer::AppendArray(const __CFArray& array, CFIndex indent)
-{
-    Indent(indent);
-    if (array.mCount == 0) {
-        mText += "<array/>\n";
-        return true;
-    }
-    mText += "<array>\n";
-    for (CFIndex index = 0; index < array.mCount; ++index) {
-        if (!Append(array.mValues[index], indent + 1)) {
-            return false;
-        }
-    }
-    Indent(indent);
-    mText += "</array>\n";
-    return true;
-}
-
 bool Writer::AppendDictionary(const __CFDictionary& dictionary, CFIndex indent)
 {
     Indent(indent);
-    if (dictionary.mCount == 0) {
+    if (dictionary.mEntries.empty()) {
         mText += "<dict/>\n";
         return true;
     }
     std::vector<const __CFDictionary::Entry*> entries;
-    for (CFIndex place = 0; place < dictionary.mCount; ++place) {
-        const __CFDictionary::Entry& entry = dictionary.mEntries[place];
+    for (const __CFDictionary::Entry& entry : dictionary.mEntries) {
         if (entry.mKey == nullptr || CFGetTypeID(entry.mKey) != kStringType) {
             return false;
         }
@@ -156,8 +119,9 @@ bool Writer::AppendDictionary(const __CFDictionary& dictionary, CFIndex indent)
     const auto keyOf = [](const __CFDictionary::Entry* entry) {
         return static_cast<const __CFString*>(entry->mKey)->GetView();
     };
+    // Two keys of plain pointers may have one text: they keep the order of insertion.
     std::stable_sort(entries.begin(), entries.end(), [&](const auto* left, const auto* right) {
-        return CompareUnits(keyOf(left), keyOf(right)) < 0;
+        return keyOf(left) < keyOf(right);
     });
     mText += "<dict>\n";
     for (const __CFDictionary::Entry* entry : entries) {
@@ -184,18 +148,9 @@ bool Writer::Append(CFTypeRef reference, CFIndex indent)
     case kNumberType:
         AppendNumber(static_cast<const __CFNumber&>(object), indent);
         return true;
-    case kBooleanType:
-        Indent(indent);
-        mText += static_cast<const __CFBoolean&>(object).mValue ? "<true/>\n" : "<false/>\n";
-        return true;
-    case kDateType:
-        AppendElement("date", DateText(static_cast<const __CFDate&>(object).mTime), indent);
-        return true;
     case kDataType:
         AppendData(static_cast<const __CFData&>(object), indent);
         return true;
-    case kArrayType:
-        return AppendArray(static_cast<const __CFArray&>(object), indent);
     case kDictionaryType:
         return AppendDictionary(static_cast<const __CFDictionary&>(object), indent);
     default:

@@ -143,7 +143,7 @@ XMLTag XMLScanner::TakeTag()
         throw XMLError{"the document ends where a tag is expected"};
     }
     if (mRest[0] != '<') {
-        throw XMLError{"text stands where a tag is expected"};
+        throw XMLError{"there is text where a tag is expected"};
     }
     mRest.remove_prefix(1);
     XMLTag tag{XMLTag::kOpening, {}};
@@ -217,7 +217,7 @@ std::string XMLScanner::TakeTextUntilEnd(std::string_view name)
         } else {
             const XMLTag tag = TakeTag();
             if (tag.mKind != XMLTag::kClosing || tag.mName != name) {
-                throw XMLError{"an element stands within another that holds text: " + tag.mName};
+                throw XMLError{"an element within another that holds text: " + tag.mName};
             }
             return text;
         }
@@ -228,7 +228,7 @@ void XMLScanner::ExpectEnd()
 {
     SkipMisc();
     if (!mRest.empty()) {
-        throw XMLError{"something stands behind the end of the property list"};
+        throw XMLError{"unexpected text after the end of the property list"};
     }
 }
 

@@ -11,7 +11,7 @@
 
 namespace Standin {
 
-/// What is wrong with a document; the scanner knows the line.
+/// What is wrong with a document. XMLScanner::GetLine tells the line.
 struct XMLError
 {
     std::string mWhat;
@@ -39,14 +39,14 @@ inline bool IsXMLSpace(char character)
 class XMLScanner
 {
 public:
-    /// Throws: XMLError if the document is not UTF-8 text.
+    /// `document` must live as long as the scanner.
     explicit XMLScanner(std::string_view document);
 
-    /// Goes behind the XML declaration and the document type.
+    /// Skips the XML declaration and the document type. Throws: also if the document is not UTF-8.
     void SkipProlog();
-    /// Goes behind the next tag. Nothing but white space and comments may stand before it.
+    /// Takes the next tag. Nothing but white space and comments may come before it.
     XMLTag TakeTag();
-    /// Takes the character data up to the end tag `name` and goes behind the tag.
+    /// Takes the character data up to the end tag `name`, and the tag.
     std::string TakeTextUntilEnd(std::string_view name);
     /// Nothing but white space and comments may be left.
     void ExpectEnd();

@@ -16,7 +16,7 @@ static_assert(sizeof(UInt32) == 4 && sizeof(SInt32) == 4 && sizeof(Boolean) == 1
 static_assert(sizeof(CFIndex) == 4 && std::is_signed_v<CFIndex>);
 static_assert(sizeof(CFTypeID) == 4 && std::is_unsigned_v<CFTypeID>);
 static_assert(sizeof(OSStatus) == 4 && std::is_signed_v<OSStatus>);
-static_assert(sizeof(UniChar) == 2 && sizeof(Float64) == 8);
+static_assert(sizeof(Float64) == 8 && sizeof(CFTimeInterval) == 8);
 static_assert(
     std::is_same_v<UInt32, std::conditional_t<sizeof(long) == 4, unsigned long, unsigned int>>);
 
@@ -41,7 +41,7 @@ static_assert(std::is_same_v<decltype(&AudioDriverPlugInStreamSetProperty),
                              OSStatus (*)(AudioDeviceID, io_object_t, const AudioTimeStamp*, UInt32,
                                           AudioDevicePropertyID, UInt32, const void*)>);
 
-TEST(Headers, ErrorCodesArePackedWithTheFirstCharacterHighest)
+TEST(Headers, ErrorCodesHaveTheirFirstCharacterInTheHighByte)
 {
     const auto code = [](const char(&text)[5]) {
         OSStatus packed = 0;

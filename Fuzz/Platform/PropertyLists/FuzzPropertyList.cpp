@@ -1,8 +1,7 @@
-// FuzzPropertyList.cpp - arbitrary bytes as a property-list document of the platform's.
+// FuzzPropertyList.cpp - any bytes as a property-list document of the platform's.
 //
 // A document is refused with a reason, or gives an object that is written and read again without a
-// difference: the second object equals the first, and the second writing has the bytes of the
-// first. No object stays behind either way.
+// difference: the second document has the bytes of the first. No object is left either way.
 
 #include "FuzzCheck.h"
 
@@ -21,14 +20,14 @@ CFPropertyListRef Read(CFDataRef document, CFStringRef& error)
     return CFPropertyListCreateFromXMLData(nullptr, document, kCFPropertyListImmutable, &error);
 }
 
-/// A reason names the line that is wrong.
-void CheckReason(CFStringRef error)
+/// A reason names the line that is wrong. `size` is the document's.
+void CheckReason(CFStringRef error, std::size_t size)
 {
     FUZZ_CHECK(error != nullptr);
-    const CFIndex room =
-        1 + CFStringGetMaximumSizeForEncoding(CFStringGetLength(error), kCFStringEncodingUTF8);
-    std::vector<char> text(static_cast<std::size_t>(room));
-    FUZZ_CHECK(CFStringGetCString(error, text.data(), room, kCFStringEncodingUTF8));
+    // The longest reason quotes a name of the document.
+    std::vector<char> text(size + 128);
+    FUZZ_CHECK(CFStringGetCString(error, text.data(), static_cast<CFIndex>(text.size()),
+                                  kCFStringEncodingUTF8));
     FUZZ_CHECK(std::strncmp(text.data(), "line ", 5) == 0);
     CFRelease(error);
 }
@@ -47,8 +46,6 @@ void CheckRoundTrip(CFPropertyListRef list)
     CFStringRef error = nullptr;
     const CFPropertyListRef again = Read(document, error);
     FUZZ_CHECK(again != nullptr && error == nullptr);
-    FUZZ_CHECK(CFEqual(list, again) && CFEqual(again, list));
-    FUZZ_CHECK(CFHash(list) == CFHash(again));
     const CFDataRef second = CFPropertyListCreateXMLData(nullptr, again);
     FUZZ_CHECK(second != nullptr && HasEqualBytes(document, second));
     CFRelease(second);
@@ -67,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const CFPropertyListRef list = Read(document, error);
 
     if (list == nullptr) {
-        CheckReason(error);
+        CheckReason(error, size);
     } else {
         FUZZ_CHECK(error == nullptr);
         CheckRoundTrip(list);

@@ -5,10 +5,8 @@
 
 #include <CoreAudio/CoreAudioTypes.h>
 
-typedef UInt32 AudioObjectID;
-typedef AudioObjectID AudioDeviceID;
-typedef UInt32 AudioObjectPropertySelector;
-typedef AudioObjectPropertySelector AudioDevicePropertyID;
+typedef UInt32 AudioDeviceID;
+typedef UInt32 AudioDevicePropertyID;
 
 enum
 {

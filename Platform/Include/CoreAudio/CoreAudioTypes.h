@@ -28,12 +28,3 @@ struct AudioTimeStamp
     UInt32 mReserved;
 };
 typedef struct AudioTimeStamp AudioTimeStamp;
-
-enum
-{
-    kAudioTimeStampSampleTimeValid = 1 << 0,
-    kAudioTimeStampHostTimeValid = 1 << 1,
-    kAudioTimeStampRateScalarValid = 1 << 2,
-    kAudioTimeStampWordClockTimeValid = 1 << 3,
-    kAudioTimeStampSMPTETimeValid = 1 << 4
-};

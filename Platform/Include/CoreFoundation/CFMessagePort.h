@@ -1,6 +1,6 @@
 // CFMessagePort.h - named ports: messages from any process of a user to the one that holds a name.
 //
-//     CFMessagePortRef port = CFMessagePortCreateRemote(kCFAllocatorDefault, CFSTR("org.server"));
+//     CFMessagePortRef port = CFMessagePortCreateRemote(nullptr, CFSTR("org.server"));
 //     SInt32 status = CFMessagePortSendRequest(port, 'OpLM', nullptr, 1.0, 0.001,
 //                                              kCFRunLoopDefaultMode, nullptr);
 //

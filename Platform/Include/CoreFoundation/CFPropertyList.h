@@ -1,4 +1,6 @@
 // CFPropertyList.h - property lists as XML documents.
+//
+// A property list here is a dictionary with strings as its keys, a string, an integer or data.
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
@@ -8,27 +10,23 @@
 
 typedef enum
 {
-    kCFPropertyListImmutable = 0,
-    kCFPropertyListMutableContainers = 1,
-    kCFPropertyListMutableContainersAndLeaves = 2
+    kCFPropertyListImmutable = 0
 } CFPropertyListMutabilityOptions;
 
 CF_EXTERN_C_BEGIN
 
-/// Writes the document of strings, numbers, booleans, dates, data, arrays and dictionaries with
-/// string keys. Keys are sorted; equal lists give equal bytes.
+/// Writes the document of a property list. Keys are sorted; equal lists give equal bytes.
 ///
-/// Fails: null when an object is of no property-list type, a key is no string, or there is no
-/// memory.
+/// Fails: null when the list, a value or a key of a dictionary is null or of another type, lists
+/// are nested more than 512 deep, or there is no memory.
 CFDataRef CFPropertyListCreateXMLData(CFAllocatorRef allocator, CFPropertyListRef propertyList);
 
-/// Reads a document. Any bytes are safe to read.
+/// Reads a document and returns its property list, a reference of the caller's. Any bytes are safe
+/// to read. `mutabilityOption` is not used: what was read does not change.
 ///
-/// `mutabilityOption` is not used: every container is mutable, every leaf is not.
-///
-/// Fails: null when the bytes are no document; `*errorString`, unless the pointer is null, is then
-/// a string that says what is wrong and in which line, to be released by the caller. On success
-/// it is null.
+/// Fails: null when the bytes are no document, or the document has an element of another type or
+/// is nested more than 128 deep; `*errorString`, unless the pointer is null, is then a string that
+/// tells what is wrong and in which line, to be released by the caller. On success it is null.
 CFPropertyListRef CFPropertyListCreateFromXMLData(CFAllocatorRef allocator, CFDataRef xmlData,
                                                   CFOptionFlags mutabilityOption,
                                                   CFStringRef* errorString);

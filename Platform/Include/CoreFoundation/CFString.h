@@ -9,8 +9,6 @@ typedef UInt32 CFStringEncoding;
 
 enum
 {
-    kCFStringEncodingMacRoman = 0,
-    kCFStringEncodingASCII = 0x0600,
     kCFStringEncodingUTF8 = 0x08000100
 };
 
@@ -23,34 +21,21 @@ CFStringRef __CFStringMakeConstantString(const char* cStr);
 /// and releasing it are harmless. Equal literals give the same object.
 #define CFSTR(cStr) __CFStringMakeConstantString("" cStr "")
 
-CFTypeID CFStringGetTypeID(void);
-
-/// Copies a NUL-terminated string.
+/// Makes a string from a format, in which %s stands for an argument, a NUL-terminated string of
+/// 7-bit characters (a null pointer gives "(null)"), and %% for a percent sign. `formatOptions` is
+/// not used.
 ///
-/// Fails: null when there is no memory or the bytes are not of the encoding.
-CFStringRef CFStringCreateWithCString(CFAllocatorRef alloc, const char* cStr,
-                                      CFStringEncoding encoding);
-
-/// Formats in the manner of printf. %s takes a NUL-terminated 8-bit string in the system encoding
-/// (a null pointer gives "(null)"), %d, %i, %u, %x and %X an integer, with l, ll or q for a long
-/// one;
-/// '-', 0, a width and a precision apply.
-/// `formatOptions` is not used.
+///     CFStringCreateWithFormat(nullptr, nullptr, CFSTR("%s is %s"), "this", "that"); // this is
+///     that
 ///
-/// Fails: null when there is no memory or the format has a conversion that is not supported.
+/// Fails: null when there is no memory, the format has anything else after a percent sign, or an
+/// argument has a byte of more than 7 bits.
 CFStringRef CFStringCreateWithFormat(CFAllocatorRef alloc, CFDictionaryRef formatOptions,
                                      CFStringRef format, ...);
 
-/// The number of UTF-16 units.
-CFIndex CFStringGetLength(CFStringRef theString);
-/// The room, without the NUL, that `length` UTF-16 units need at most in an encoding.
-CFIndex CFStringGetMaximumSizeForEncoding(CFIndex length, CFStringEncoding encoding);
-/// Copies the string and a NUL into `buffer` and returns true; false, with the buffer unspecified,
-/// if the room of `bufferSize` bytes is too small or a character is not of the encoding.
+/// Copies the string and a NUL into `buffer` and returns true. Returns false, and leaves the buffer
+/// as it was, if the `bufferSize` bytes are too few or `encoding` is not UTF-8.
 Boolean CFStringGetCString(CFStringRef theString, char* buffer, CFIndex bufferSize,
                            CFStringEncoding encoding);
-/// Compares by UTF-16 units. Options other than 0 are not supported and stop the program.
-CFComparisonResult CFStringCompare(CFStringRef theString1, CFStringRef theString2,
-                                   CFOptionFlags compareOptions);
 
 CF_EXTERN_C_END

@@ -5,8 +5,6 @@
 #pragma once
 
 typedef unsigned char UInt8;
-typedef signed char SInt8;
-typedef unsigned short UInt16;
 typedef signed short SInt16;
 #if __SIZEOF_LONG__ == 4
 typedef unsigned long UInt32;
@@ -20,17 +18,8 @@ typedef signed long long SInt64;
 typedef float Float32;
 typedef double Float64;
 typedef unsigned char Boolean;
-typedef UInt16 UniChar;
-typedef UInt8 UTF8Char;
-typedef UInt16 UTF16Char;
-typedef UInt32 UTF32Char;
-typedef SInt16 OSErr;
 typedef SInt32 OSStatus;
-typedef UInt32 FourCharCode;
-typedef FourCharCode OSType;
-typedef UInt32 ByteCount;
-typedef UInt32 ItemCount;
-typedef UInt32 OptionBits;
+/// Milliseconds if positive, microseconds if negative.
 typedef SInt32 Duration;
 
 enum

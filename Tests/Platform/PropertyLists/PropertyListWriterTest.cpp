@@ -2,7 +2,7 @@
 
 #include "Platform/PlatformTesting.h"
 
-#include <limits>
+#include <vector>
 
 namespace {
 
@@ -27,12 +27,7 @@ std::string Document(CFTypeRef object)
     return bytes;
 }
 
-CFTypeRef Real(Float64 value)
-{
-    return CFNumberCreate(nullptr, kCFNumberFloat64Type, &value);
-}
-
-/// The document that the driver sends for one message of device 258.
+/// The document that the plug-in sends for one message of a device.
 std::string MessageDocument(std::string_view message, UInt32 device)
 {
     CFMutableDictionaryRef dictionary = CFDictionaryCreateMutable(nullptr, 2, nullptr, nullptr);
@@ -115,14 +110,17 @@ TEST_F(PropertyListWriter, WritesALargeDeviceNumberAsANegativeInteger)
 TEST_F(PropertyListWriter, BreaksTheLinesOfDataByTheirIndent)
 {
     const auto lines = [](std::size_t bytes, CFIndex nesting) {
-        CFTypeRef object = Platform::MakeData(std::string(bytes, '\0'));
+        std::vector<CFTypeRef> objects = {Platform::MakeData(std::string(bytes, '\0'))};
         for (CFIndex level = 0; level < nesting; ++level) {
-            CFMutableArrayRef array = CFArrayCreateMutable(nullptr, 0, &kCFTypeArrayCallBacks);
-            CFArrayAppendValue(array, object);
-            CFRelease(object);
-            object = array;
+            CFMutableDictionaryRef outer = CFDictionaryCreateMutable(nullptr, 0, nullptr, nullptr);
+            CFDictionaryAddValue(outer, CFSTR("key"), objects.back());
+            objects.push_back(outer);
         }
-        const std::string document = Document(object);
+        const std::string document = Document(objects.back());
+        objects.pop_back();
+        for (CFTypeRef object : objects) {
+            CFRelease(object);
+        }
         const std::size_t start = document.find("<data>\n") + 7;
         return document.substr(start, document.find("</data>") - start);
     };
@@ -153,74 +151,73 @@ TEST_F(PropertyListWriter, UsesTheStandardAlphabet)
               std::string::npos);
 }
 
-TEST_F(PropertyListWriter, WritesEmptyContainersAsOneTag)
+TEST_F(PropertyListWriter, WritesAnEmptyDictionaryAsOneTag)
 {
     EXPECT_EQ(Document(CFDictionaryCreateMutable(nullptr, 0, nullptr, nullptr)),
               kHead + "<dict/>\n" + kTail);
-    EXPECT_EQ(Document(CFArrayCreateMutable(nullptr, 0, nullptr)), kHead + "<array/>\n" + kTail);
 }
 
-TEST_F(PropertyListWriter, EscapesThreeCharacters)
+TEST_F(PropertyListWriter, EscapesThreeCharactersOfKeysAndStrings)
 {
-    EXPECT_EQ(Document(Platform::MakeString("<a> & \"b\" 'c' \u00E4")),
-              kHead + "<string>&lt;a&gt; &amp; \"b\" 'c' \u00E4</string>\n" + kTail);
-}
-
-TEST_F(PropertyListWriter, WritesEachKindOfLeaf)
-{
-    EXPECT_EQ(Document(kCFBooleanTrue), kHead + "<true/>\n" + kTail);
-    EXPECT_EQ(Document(kCFBooleanFalse), kHead + "<false/>\n" + kTail);
-    EXPECT_EQ(Document(Real(0.5)), kHead + "<real>0.5</real>\n" + kTail);
-    EXPECT_EQ(Document(Real(0.1)), kHead + "<real>0.10000000000000001</real>\n" + kTail);
-    EXPECT_EQ(Document(Real(0.0)), kHead + "<real>0.0</real>\n" + kTail);
-    EXPECT_EQ(Document(Real(std::numeric_limits<Float64>::infinity())),
-              kHead + "<real>+infinity</real>\n" + kTail);
-    EXPECT_EQ(Document(Real(std::numeric_limits<Float64>::quiet_NaN())),
-              kHead + "<real>nan</real>\n" + kTail);
-    EXPECT_EQ(Document(CFDateCreate(nullptr, 817287600.0)),
-              kHead + "<date>2026-11-25T08:20:00Z</date>\n" + kTail);
-    EXPECT_EQ(Document(CFDateCreate(nullptr, -1.0)),
-              kHead + "<date>2000-12-31T23:59:59Z</date>\n" + kTail);
-}
-
-TEST_F(PropertyListWriter, IndentsArraysInDictionaries)
-{
-    CFMutableArrayRef array = CFArrayCreateMutable(nullptr, 0, nullptr);
-    CFArrayAppendValue(array, kCFBooleanTrue);
-    CFMutableDictionaryRef dictionary = CFDictionaryCreateMutable(
-        nullptr, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
-    CFDictionaryAddValue(dictionary, CFSTR("a<b"), array);
-    CFRelease(array);
+    CFMutableDictionaryRef dictionary = CFDictionaryCreateMutable(nullptr, 0, nullptr, nullptr);
+    CFDictionaryAddValue(dictionary, CFSTR("a<b"), CFSTR("<a> & \"b\" 'c'"));
 
     EXPECT_EQ(Document(dictionary), kHead +
                                         "<dict>\n"
                                         "\t<key>a&lt;b</key>\n"
-                                        "\t<array>\n"
-                                        "\t\t<true/>\n"
-                                        "\t</array>\n"
+                                        "\t<string>&lt;a&gt; &amp; \"b\" 'c'</string>\n"
                                         "</dict>\n" +
                                         kTail);
 }
 
-TEST_F(PropertyListWriter, GivesNullForWhatIsNoPropertyList)
+TEST_F(PropertyListWriter, SortsKeysAndKeepsTheOrderOfEqualOnes)
 {
-    CFMutableDictionaryRef badKey = CFDictionaryCreateMutable(nullptr, 0, nullptr, nullptr);
-    CFDictionaryAddValue(badKey, kCFBooleanTrue, kCFBooleanTrue);
-    CFMutableDictionaryRef badValue = CFDictionaryCreateMutable(nullptr, 0, nullptr, nullptr);
-    CFDictionaryAddValue(badValue, CFSTR("key"), CFRunLoopGetCurrent());
-    CFMutableDictionaryRef nullKey = CFDictionaryCreateMutable(nullptr, 0, nullptr, nullptr);
-    CFDictionaryAddValue(nullKey, nullptr, kCFBooleanTrue);
-    CFMutableArrayRef nullValue = CFArrayCreateMutable(nullptr, 0, nullptr);
-    CFArrayAppendValue(nullValue, nullptr);
-    CFMutableArrayRef ring = CFArrayCreateMutable(nullptr, 0, nullptr);
-    CFArrayAppendValue(ring, ring);
+    CFMutableDictionaryRef dictionary = CFDictionaryCreateMutable(nullptr, 0, nullptr, nullptr);
+    CFStringRef other = Platform::MakeString("b");
+    CFDictionaryAddValue(dictionary, CFSTR("b"), CFSTR("1"));
+    CFDictionaryAddValue(dictionary, CFSTR("ab"), CFSTR("2"));
+    CFDictionaryAddValue(dictionary, other, CFSTR("3"));
+    CFDictionaryAddValue(dictionary, CFSTR("C"), CFSTR("4"));
+    CFDictionaryAddValue(dictionary, CFSTR("a"), CFSTR("5"));
 
-    EXPECT_EQ(Document(badKey), "<null>");
-    EXPECT_EQ(Document(badValue), "<null>");
-    EXPECT_EQ(Document(nullKey), "<null>");
-    EXPECT_EQ(Document(nullValue), "<null>");
+    EXPECT_EQ(Document(dictionary), kHead +
+                                        "<dict>\n"
+                                        "\t<key>C</key>\n\t<string>4</string>\n"
+                                        "\t<key>a</key>\n\t<string>5</string>\n"
+                                        "\t<key>ab</key>\n\t<string>2</string>\n"
+                                        "\t<key>b</key>\n\t<string>1</string>\n"
+                                        "\t<key>b</key>\n\t<string>3</string>\n"
+                                        "</dict>\n" +
+                                        kTail);
+    CFRelease(other);
+}
+
+TEST_F(PropertyListWriter, GivesNullForWhatItCannotWrite)
+{
+    CFMutableArrayRef array = CFArrayCreateMutable(nullptr, 0, nullptr);
+    CFDataRef data = Platform::MakeData("abc");
+    struct
+    {
+        const char* what;
+        const void* key;
+        const void* value;
+    } const cases[] = {{"a key that is no string", data, data},
+                       {"a null key", nullptr, data},
+                       {"a value of another type", CFSTR("key"), array},
+                       {"a null value", CFSTR("key"), nullptr}};
+
+    for (const auto& entry : cases) {
+        SCOPED_TRACE(entry.what);
+        CFMutableDictionaryRef dictionary = CFDictionaryCreateMutable(nullptr, 0, nullptr, nullptr);
+        CFDictionaryAddValue(dictionary, entry.key, entry.value);
+        EXPECT_EQ(Document(dictionary), "<null>");
+    }
+    CFMutableDictionaryRef ring = CFDictionaryCreateMutable(nullptr, 0, nullptr, nullptr);
+    CFDictionaryAddValue(ring, CFSTR("key"), ring);
     EXPECT_EQ(Document(ring), "<null>");
+    EXPECT_EQ(Document(array), "<null>");
     EXPECT_EQ(CFPropertyListCreateXMLData(nullptr, nullptr), nullptr);
+    CFRelease(data);
 }
 
 } // namespace
