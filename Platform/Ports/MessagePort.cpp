@@ -325,11 +325,6 @@ bool __CFMessagePort::HandleOne()
     return true;
 }
 
-CFTypeID CFMessagePortGetTypeID(void)
-{
-    return Standin::kMessagePortType;
-}
-
 CFMessagePortRef CFMessagePortCreateLocal(CFAllocatorRef, CFStringRef name,
                                           CFMessagePortCallBack callout,
                                           CFMessagePortContext* context, Boolean* shouldFreeInfo)

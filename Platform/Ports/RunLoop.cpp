@@ -262,11 +262,6 @@ CFTypeID CFRunLoopGetTypeID(void)
     return Standin::kRunLoopType;
 }
 
-CFTypeID CFRunLoopSourceGetTypeID(void)
-{
-    return Standin::kRunLoopSourceType;
-}
-
 CFRunLoopRef CFRunLoopGetCurrent(void)
 {
     static thread_local ThreadLoop sLoop;

@@ -42,8 +42,6 @@ typedef CFDataRef (*CFMessagePortCallBack)(CFMessagePortRef local, SInt32 msgid,
 
 CF_EXTERN_C_BEGIN
 
-CFTypeID CFMessagePortGetTypeID(void);
-
 /// Takes a name and makes the port that receives its messages. A null name makes a port that
 /// nobody reaches. If this process holds the name already, returns the existing port, retained,
 /// and stores true in `*shouldFreeInfo`: `callout` and `context` are then not used.

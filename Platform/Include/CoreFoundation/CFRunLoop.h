@@ -23,7 +23,6 @@ extern const CFStringRef kCFRunLoopDefaultMode;
 extern const CFStringRef kCFRunLoopCommonModes;
 
 CFTypeID CFRunLoopGetTypeID(void);
-CFTypeID CFRunLoopSourceGetTypeID(void);
 
 /// The calling thread's loop, made on first use and gone with the thread; a Get call.
 CFRunLoopRef CFRunLoopGetCurrent(void);
