@@ -13,6 +13,7 @@ packages_of() {
     tools) echo "libcli11-dev nlohmann-json3-dev" ;;
     test) echo "googletest python3 binutils pkg-config libexpat1-dev libicu-dev libplist-dev" ;;
     clang) echo "clang libclang-rt-14-dev" ;;
+    tidy) echo "clang-tidy" ;;
     powerpc) echo "g++-powerpc-linux-gnu qemu-user" ;;
     mutation) echo "python3-clang-14 util-linux" ;;
     benchmark) echo "libbenchmark-dev libboost-dev libglib2.0-dev libicu-dev libplist-dev libpoco-dev pkg-config" ;;
