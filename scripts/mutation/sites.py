@@ -23,6 +23,8 @@ RESULTS = {"kResultSuccess": "kResultFailure", "kResultFailure": "kResultSuccess
 CONSTANT = re.compile(r"((?:\w+::)*)(k[A-Z]\w*)")
 FUNCTIONS = {Kind.FUNCTION_DECL, Kind.FUNCTION_TEMPLATE, Kind.CXX_METHOD, Kind.CONSTRUCTOR,
              Kind.DESTRUCTOR, Kind.CONVERSION_FUNCTION}
+CLASSES = {Kind.CLASS_DECL, Kind.STRUCT_DECL, Kind.CLASS_TEMPLATE,
+           Kind.CLASS_TEMPLATE_PARTIAL_SPECIALIZATION}
 LITERALS = {Kind.INTEGER_LITERAL, Kind.CHARACTER_LITERAL, Kind.FLOATING_LITERAL}
 LOOPS = {Kind.FOR_STMT, Kind.WHILE_STMT, Kind.DO_STMT, Kind.CXX_FOR_RANGE_STMT}
 JUMPS = {Kind.BREAK_STMT, Kind.CONTINUE_STMT}
@@ -43,14 +45,8 @@ ARRAYS = {TypeKind.CONSTANTARRAY, TypeKind.DEPENDENTSIZEDARRAY}
 Wrap = collections.namedtuple("Wrap", "begin end before after mutants")
 
 
-class Mutant:
-    """One change: where it is, and what it says of itself."""
-
-    def __init__(self, number, file, line, text, change):
-        self.number, self.file, self.line, self.text, self.change = number, file, line, text, change
-
-    def key(self):
-        return f"{self.file}: {self.text}: {self.change}"
+# One change: where it is (the text is the line's), and what it is called.
+Mutant = collections.namedtuple("Mutant", "number file function line text change")
 
 
 class Source:
@@ -66,12 +62,10 @@ class Source:
         return self.bytes[begin:end].decode()
 
     def place(self, offset):
-        """Returns the line's number, its text, and the position in that text."""
+        """Returns the line's number and its text."""
         index = bisect.bisect_right(self.starts, offset) - 1
         following = self.starts[index + 1] if index + 1 < len(self.starts) else len(self.bytes) + 1
-        line = self.text(self.starts[index], following - 1)
-        column = offset - self.starts[index] - (len(line) - len(line.lstrip())) + 1
-        return index + 1, line.strip(), column
+        return index + 1, self.text(self.starts[index], following - 1).strip()
 
     def render(self, header, dropped):
         """Returns the instrumented text; the mutants in `dropped` are left out of it."""
@@ -128,7 +122,7 @@ class Finder:
     def __init__(self, root, product):
         self.root, self.product = root, product
         self.sources, self.mutants = {}, {}
-        self.source = None
+        self.source = self.scope = None
 
     def parse(self, path, arguments):
         unit = cindex.Index.create().parse(str(path), arguments)
@@ -162,13 +156,12 @@ class Finder:
 
     def new(self, begin, change, count=1):
         """Returns the number of a new mutant, or None if another unit has found it before."""
-        line, text, column = self.source.place(begin)
-        change = f"at {column}, {change}"
         if (begin, change) in self.source.seen:
             return None
         self.source.seen.add((begin, change))
         number = len(self.mutants) + 1
-        self.mutants[number] = Mutant(number, self.source.name, line, text, change)
+        self.mutants[number] = Mutant(number, self.source.name, self.scope,
+                                      *self.source.place(begin), change)
         return number
 
     def wrap(self, extent, before, after, *mutants):
@@ -186,15 +179,16 @@ class Finder:
 
     def declaration(self, cursor):
         kind = cursor.kind
+        names = [c.spelling.split("<")[0] or "operator<" for c in (cursor.semantic_parent, cursor)
+                 if c is not None and (c.kind in CLASSES or c is cursor)]
+        self.scope = "::".join(names)
         if kind in FUNCTIONS:
             if cursor.is_definition():
                 self.function(cursor)
         elif kind == Kind.FIELD_DECL:
             if not cursor.is_bitfield():
                 self.variable(cursor, list(cursor.get_children()))
-        elif kind in (Kind.NAMESPACE, Kind.CLASS_DECL, Kind.STRUCT_DECL, Kind.CLASS_TEMPLATE,
-                      Kind.CLASS_TEMPLATE_PARTIAL_SPECIALIZATION, Kind.LINKAGE_SPEC,
-                      Kind.UNEXPOSED_DECL):
+        elif kind in CLASSES or kind in (Kind.NAMESPACE, Kind.LINKAGE_SPEC, Kind.UNEXPOSED_DECL):
             for child in cursor.get_children():
                 self.declaration(child)
 
