@@ -29,7 +29,7 @@ const struct
      [](void* block) { ::operator delete(block); }},
     {[] { return ::operator new[](50, std::nothrow); },
      [](void* block) { ::operator delete[](block); }},
-    {[] { return ::operator new[](60); }, [](void* block) { ::operator delete[](block, 60); }},
+    {[] { return ::operator new[](60); }, [](void* block) { ::operator delete[](block); }},
 };
 
 // Makes a request in each way, and returns '+' for each that was granted and '-' for each refused.
