@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <fcntl.h>
+#include <functional>
 #include <sys/mman.h>
 #include <type_traits>
 #include <unistd.h>
@@ -124,32 +125,11 @@ constexpr T& Down(int number, T& value)
     return On(number) ? ++value : --value;
 }
 
-// Two mutants each: one moves the border, one turns the answer round.
-template <class T, class U>
-constexpr bool Less(int border, int turned, const T& left, const U& right)
+// Two mutants: one moves the border, one turns the answer round.
+template <class Operator, class Moved, class T, class U>
+constexpr bool Compare(int border, int turned, const T& left, const U& right)
 {
-    const bool answer = On(border) ? left <= right : left < right;
-    return On(turned) != answer;
-}
-
-template <class T, class U>
-constexpr bool LessOrEqual(int border, int turned, const T& left, const U& right)
-{
-    const bool answer = On(border) ? left < right : left <= right;
-    return On(turned) != answer;
-}
-
-template <class T, class U>
-constexpr bool Greater(int border, int turned, const T& left, const U& right)
-{
-    const bool answer = On(border) ? left >= right : left > right;
-    return On(turned) != answer;
-}
-
-template <class T, class U>
-constexpr bool GreaterOrEqual(int border, int turned, const T& left, const U& right)
-{
-    const bool answer = On(border) ? left > right : left >= right;
+    const bool answer = On(border) ? Moved()(left, right) : Operator()(left, right);
     return On(turned) != answer;
 }
 

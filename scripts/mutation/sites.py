@@ -12,8 +12,8 @@ from clang import cindex
 from clang.cindex import CursorKind as Kind
 from clang.cindex import TypeKind
 
-COMPARISONS = {"<": ("Less", "<="), "<=": ("LessOrEqual", "<"),
-               ">": ("Greater", ">="), ">=": ("GreaterOrEqual", ">")}
+COMPARISONS = {"<": "less", "<=": "less_equal", ">": "greater", ">=": "greater_equal"}
+MOVED = {"<": "<=", "<=": "<", ">": ">=", ">=": ">"}
 TURNED = {"<": ">=", "<=": ">", ">": "<=", ">=": "<"}
 OPERATORS = {*COMPARISONS, "==", "!=", "&&", "||", "+", "-", "+=", "-=", "="}
 RESULTS = {"kResultSuccess": "kResultFailure", "kResultFailure": "kResultSuccess",
@@ -430,11 +430,12 @@ class Finder:
                 for part in (extent, self.extent(left), self.extent(right)):
                     self.wrap(part, "(QXMutants::On(@) != bool(", "))", number)
         elif operator in COMPARISONS:
-            name, moved = COMPARISONS[operator]
-            border = self.new(place, f"{operator} becomes {moved}")
+            border = self.new(place, f"{operator} becomes {MOVED[operator]}")
             if border is not None:
                 turned = self.new(place, f"{operator} becomes {TURNED[operator]}")
-                self.wrap(extent, f"QXMutants::{name}(@, {turned}, ", ")", border, turned)
+                types = [f"std::{COMPARISONS[o]}<>" for o in (operator, MOVED[operator])]
+                self.wrap(extent, f"QXMutants::Compare<{', '.join(types)}>(@, {turned}, ", ")",
+                          border, turned)
                 self.source.operators[place] = (after_operator, ",", (border, turned))
         elif operator in ("+", "-"):
             kinds = [c.type.get_canonical().kind for c in (left, right)]
