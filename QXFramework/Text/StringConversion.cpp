@@ -89,7 +89,7 @@ public:
         : mBuffer(LTextBuffer::Create(static_cast<uint32>(size * sizeof(UnitT)), 0, false))
         , mStart(static_cast<UnitT*>(mBuffer->GetRawPtr()))
         , mNext(mStart)
-        , mEnd(mStart + size)
+        , mEnd(mStart != nullptr ? mStart + size : nullptr)
     {
         if (mStart == nullptr) {
             throw std::bad_alloc();
