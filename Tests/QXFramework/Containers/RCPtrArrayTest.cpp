@@ -186,9 +186,9 @@ TEST_F(RCPtrArrayInsert, ReturnsTheSameThroughEveryStaticType)
 
 TEST_F(RCPtrArrayRemove, DropsEachReferenceAfterItsSlotIsClosed)
 {
+    std::string seen; // outlives the array, whose end writes to it
     Array array;
     Fill(array, "ABCD");
-    std::string seen;
     for (uint32 index = 0; index < 4; ++index) {
         (*array.GetAt(index))->onDestruction = [&] { seen += NamesOf(array) + ' '; };
     }
