@@ -80,8 +80,8 @@ private:
     template <class U>
     friend class ConstRCPtr;
 
-    static T* Acquire(T* object);
-    static T* ExchangeForOwn(T* object);
+    void Init();
+    void InitWithOwn();
     void DropOwnReference() noexcept;
     LRefCountedObject& Counted() const noexcept { return *mObject; }
 

@@ -8,14 +8,18 @@
 namespace QX {
 
 template <class T>
-ConstRCPtr<T>::ConstRCPtr(T* object)
-    : mObject(Acquire(object))
-{}
+inline ConstRCPtr<T>::ConstRCPtr(T* object)
+    : mObject(object)
+{
+    Init();
+}
 
 template <class T>
-ConstRCPtr<T>::ConstRCPtr(const ConstRCPtr& other)
-    : mObject(Acquire(other.mObject))
-{}
+inline ConstRCPtr<T>::ConstRCPtr(const ConstRCPtr& other)
+    : mObject(other.mObject)
+{
+    Init();
+}
 
 template <class T>
 constexpr ConstRCPtr<T>::ConstRCPtr(ConstRCPtr&& other) noexcept
@@ -24,9 +28,11 @@ constexpr ConstRCPtr<T>::ConstRCPtr(ConstRCPtr&& other) noexcept
 
 template <class T>
 template <PointerConvertibleTo<T> U>
-ConstRCPtr<T>::ConstRCPtr(const ConstRCPtr<U>& other)
-    : mObject(Acquire(other.mObject))
-{}
+inline ConstRCPtr<T>::ConstRCPtr(const ConstRCPtr<U>& other)
+    : mObject(other.mObject)
+{
+    Init();
+}
 
 template <class T>
 ConstRCPtr<T>::~ConstRCPtr()
@@ -42,7 +48,7 @@ void ConstRCPtr<T>::DropOwnReference() noexcept
     try {
         mObject->RemoveReference();
     } catch (...) {
-        // The reference is gone; a destructor has nobody to tell about a failed dismantling.
+        // The reference is gone; a destructor cannot report what the dismantling threw.
     }
 }
 
@@ -52,9 +58,15 @@ ConstRCPtr<T>& ConstRCPtr<T>::operator=(const ConstRCPtr& other)
     if (mObject == other.mObject) {
         return *this;
     }
-    T* const object = Acquire(other.mObject);
+    T* const old = std::exchange(mObject, other.mObject);
+    try {
+        Init();
+    } catch (...) {
+        mObject = old;
+        throw;
+    }
     // Last: the old object may own this very pointer, or `other`.
-    if (T* const old = std::exchange(mObject, object)) {
+    if (old != nullptr) {
         old->RemoveReference();
     }
     return *this;
@@ -74,30 +86,31 @@ void ConstRCPtr<T>::Swap(ConstRCPtr& other) noexcept
     std::swap(mObject, other.mObject);
 }
 
-// Takes a reference for a new holder of `object` and returns what that holder holds: `object`, or
-// its private copy.
+// Takes the reference of a pointer that has just been stored. The mark is read after that: an
+// object may take it away when it gets a holder.
 template <class T>
-inline T* ConstRCPtr<T>::Acquire(T* object)
+inline void ConstRCPtr<T>::Init()
 {
+    T* const object = mObject;
     if (object != nullptr) {
-        // Read first: behind the atomic increment it would have to wait for that.
-        const bool isShareable = static_cast<LRefCountedObject&>(*object).IsShareable();
         object->AddReference();
-        if (!isShareable) [[unlikely]] {
-            return ExchangeForOwn(object);
+        if (!static_cast<LRefCountedObject&>(*object).IsShareable()) [[unlikely]] {
+            InitWithOwn();
         }
     }
-    return object;
 }
 
-// Apart from Acquire, which then is small enough to be part of its callers.
+// Apart from Init, which then is small enough to be part of its callers. If there is no copy, the
+// reference is given back and the pointer is null.
 template <class T>
-T* ConstRCPtr<T>::ExchangeForOwn(T* object)
+void ConstRCPtr<T>::InitWithOwn()
 {
-    ConstRCPtr holder;
-    holder.mObject = object;
-    holder.Unshare();
-    return std::exchange(holder.mObject, nullptr);
+    try {
+        Unshare();
+    } catch (...) {
+        *this = nullptr;
+        throw;
+    }
 }
 
 template <class T>
