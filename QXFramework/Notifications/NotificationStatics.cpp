@@ -19,15 +19,21 @@ namespace {
 } // namespace
 
 // Not part of the order: a null pointer is there before anything is built.
-template const RCPtr<LNotification> RCPtr<LNotification>::Null;
-template const RCPtr<LNotificationCenter> RCPtr<LNotificationCenter>::Null;
-template const RCPtr<LNotificationDistributor> RCPtr<LNotificationDistributor>::Null;
-template const RCPtr<LNotificationDistributor::LNotificationClientPool>
-    RCPtr<LNotificationDistributor::LNotificationClientPool>::Null;
-template const RCPtr<LNotificationDistributor::LNotificationRegisteredClientInfo>
-    RCPtr<LNotificationDistributor::LNotificationRegisteredClientInfo>::Null;
-template const RCPtr<LNotificationQueue::LPostingReceiver>
-    RCPtr<LNotificationQueue::LPostingReceiver>::Null;
+template <>
+constinit const RCPtr<LNotification> RCPtr<LNotification>::Null{};
+template <>
+constinit const RCPtr<LNotificationCenter> RCPtr<LNotificationCenter>::Null{};
+template <>
+constinit const RCPtr<LNotificationDistributor> RCPtr<LNotificationDistributor>::Null{};
+template <>
+constinit const RCPtr<LNotificationDistributor::LNotificationClientPool>
+    RCPtr<LNotificationDistributor::LNotificationClientPool>::Null{};
+template <>
+constinit const RCPtr<LNotificationDistributor::LNotificationRegisteredClientInfo>
+    RCPtr<LNotificationDistributor::LNotificationRegisteredClientInfo>::Null{};
+template <>
+constinit const RCPtr<LNotificationQueue::LPostingReceiver>
+    RCPtr<LNotificationQueue::LPostingReceiver>::Null{};
 
 constinit bool NotificationStatics::sIsStackAlive = false;
 constinit bool NotificationStatics::sIsListAlive = false;

@@ -103,4 +103,7 @@ private:
     std::atomic<uint32> mIsRecycling = 0; ///< keeps parking from running inside itself
 };
 
+template <>
+QX_API const RCPtr<LNotification> RCPtr<LNotification>::Null;
+
 } // namespace QX

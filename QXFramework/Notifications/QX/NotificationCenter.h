@@ -84,4 +84,7 @@ private:
     RCPtrArray<LNotificationCenter, 1, 0> mCenters; ///< in order of creation
 };
 
+template <>
+QX_API const RCPtr<LNotificationCenter> RCPtr<LNotificationCenter>::Null;
+
 } // namespace QX

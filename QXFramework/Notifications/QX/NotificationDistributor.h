@@ -224,4 +224,13 @@ private:
     std::atomic<bool>* mHasLatestOnlyClients = nullptr;
 };
 
+template <>
+QX_API const RCPtr<LNotificationDistributor> RCPtr<LNotificationDistributor>::Null;
+template <>
+QX_API const RCPtr<LNotificationDistributor::LNotificationClientPool>
+    RCPtr<LNotificationDistributor::LNotificationClientPool>::Null;
+template <>
+QX_API const RCPtr<LNotificationDistributor::LNotificationRegisteredClientInfo>
+    RCPtr<LNotificationDistributor::LNotificationRegisteredClientInfo>::Null;
+
 } // namespace QX

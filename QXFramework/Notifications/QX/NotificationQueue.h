@@ -126,4 +126,8 @@ private:
     RCPtr<LNotificationQueue> mQueue; ///< under sMutex
 };
 
+template <>
+QX_API const RCPtr<LNotificationQueue::LPostingReceiver>
+    RCPtr<LNotificationQueue::LPostingReceiver>::Null;
+
 } // namespace QX
