@@ -34,7 +34,8 @@ int32 Add(int32 value, int32 delta)
 
 } // namespace
 
-template const RCPtr<LRefCountedObject> RCPtr<LRefCountedObject>::Null;
+template <>
+constinit const RCPtr<LRefCountedObject> RCPtr<LRefCountedObject>::Null{};
 
 LRefCountedObject::~LRefCountedObject() = default;
 

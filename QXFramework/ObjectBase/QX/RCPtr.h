@@ -94,6 +94,9 @@ class RCPtr : public ConstRCPtr<T>
 {
 public:
     /// A null pointer that exists before any dynamic initialisation.
+    ///
+    /// For the framework's own types a program and the shared library that it uses have one object;
+    /// each bundle that contains the framework has its own.
     static const RCPtr Null;
 
     constexpr RCPtr() noexcept = default;
@@ -141,6 +144,9 @@ bool operator==(const ConstRCPtr<T>& pointer, std::nullptr_t) noexcept
 {
     return pointer.Get() == nullptr;
 }
+
+template <>
+QX_API const RCPtr<LRefCountedObject> RCPtr<LRefCountedObject>::Null;
 
 } // namespace QX
 
