@@ -1,4 +1,4 @@
-// Allocator.cpp - the process heap behind the allocator interface.
+// Allocator.cpp - the process heap as an allocator.
 
 #include <QX/Allocator.h>
 

@@ -1,7 +1,6 @@
-// ByteCount.h - sizes in bytes that have to fit 32 bits.
+// ByteCount.h - numbers of bytes that must fit 32 bits.
 #pragma once
 
-#include <QX/Buffer.h>
 #include <QX/Types.h>
 
 #include <cstddef>

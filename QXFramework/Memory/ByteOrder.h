@@ -27,7 +27,7 @@ inline void WriteLittleEndian(unsigned char* to, uint32 word)
 /// Converts a value of 2, 4 or 8 bytes in place between the machine's byte order and little-endian;
 /// other lengths stay as they are. Both directions are the same operation.
 ///
-/// The bytes never pass through a floating-point register, which would quieten a signalling NaN.
+/// The bytes never pass through a floating-point register, which would change a signalling NaN.
 inline void SwapToLittleEndian([[maybe_unused]] unsigned char* bytes,
                                [[maybe_unused]] uint32 length)
 {

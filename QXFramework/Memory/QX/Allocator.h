@@ -7,14 +7,25 @@
 
 namespace QX {
 
-/// A source of memory blocks. Sizes are in bytes; a block goes back to the allocator that gave it.
+/// A source of memory blocks. Sizes are in bytes; a block goes back to the allocator that gave it,
+/// which lives longer than its blocks. No operation throws.
+///
+/// Threads: a buffer calls its allocator on the thread that uses the buffer; an allocator that
+/// buffers of several threads share must be safe for that.
 class QX_API IAllocator
 {
 public:
     // Slot order is fixed; append only.
+
+    /// Returns a block of `size` bytes, which are not initialised, or null if there is no memory.
     virtual void* Alloc(uint32 size) = 0;
+    /// Returns a block of `count` times `size` zero bytes, or null if there is no memory.
     virtual void* Calloc(uint32 count, uint32 size) = 0;
+    /// Returns a block of `size` bytes that begins with what fits of `block`, which is gone. If
+    /// there is no memory, returns null and leaves `block` as it is. For a size of 0 it may free
+    /// `block` and return null, or return a block without bytes.
     virtual void* Realloc(void* block, uint32 size) = 0;
+    /// Frees `block`, which may be null.
     virtual void Free(void* block) = 0;
 
 protected:

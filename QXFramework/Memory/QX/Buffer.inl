@@ -6,8 +6,6 @@
 
 namespace QX {
 
-inline constexpr uint64 kUInt32Limit = 0xFFFFFFFF;
-
 template <class T>
 T* IBuffer::GetPtr(uint32 byteOffset)
 {
@@ -35,6 +33,33 @@ int32 IBuffer::Resize(uint32 count)
                               kElementSize);
 }
 
+template <class Unit>
+int32 IBuffer::Fill(Unit value, uint32 offset, int count)
+{
+    const uint32 size = GetSizeBytes();
+    if (offset > size) {
+        return kResultOutOfRange;
+    }
+    const uint32 most = (size - offset) / uint32{sizeof(Unit)};
+    const uint32 units = count < 0 ? most : static_cast<uint32>(count);
+    if (units > most) {
+        return kResultOutOfRange;
+    }
+    if (units == 0) {
+        return kResultSuccess;
+    }
+    if (GetRawPtr() == nullptr) {
+        return kResultOutOfRange;
+    }
+    // Unit by unit through memcpy: the offset may be odd, and the slots may hold pointers.
+    char* next = static_cast<char*>(GetRawPtr()) + offset;
+    for (uint32 left = units; left != 0; --left) {
+        std::memcpy(next, &value, sizeof(Unit));
+        next += sizeof(Unit);
+    }
+    return kResultSuccess;
+}
+
 template <uint32 Granule, uint32 Slack, uint32 Third, class T, IAllocator* (*Allocator)()>
 BufferT<Granule, Slack, Third, T, Allocator>::BufferT(uint32 size, uint32 reserve, bool zero)
 {
@@ -48,15 +73,6 @@ BufferT<Granule, Slack, Third, T, Allocator>::BufferT(uint32 size, uint32 reserv
 }
 
 template <uint32 Granule, uint32 Slack, uint32 Third, class T, IAllocator* (*Allocator)()>
-BufferT<Granule, Slack, Third, T, Allocator>::~BufferT()
-{
-    if (mBlock != nullptr) {
-        Allocator()->Free(mBlock);
-    }
-    SetBlock(nullptr, 0, 0);
-}
-
-template <uint32 Granule, uint32 Slack, uint32 Third, class T, IAllocator* (*Allocator)()>
 int32 BufferT<Granule, Slack, Third, T, Allocator>::SetSizeBytes(uint32 size)
 {
     const uint32 rounded = RoundUp(size);
@@ -64,9 +80,12 @@ int32 BufferT<Granule, Slack, Third, T, Allocator>::SetSizeBytes(uint32 size)
         mSize = size;
         return static_cast<int32>(size);
     }
-    if (void* const block = mBlock) {
-        SetBlock(nullptr, 0, 0);
-        Allocator()->Free(block);
+    if (size == 0) {
+        mSize = 0;
+        mData = nullptr;
+    }
+    if (mBlock != nullptr) {
+        Allocator()->Free(mBlock);
     }
     SetBlock(size != 0 ? Allocator()->Alloc(rounded) : nullptr, rounded, size);
     return static_cast<int32>(size);
@@ -78,107 +97,30 @@ int32 BufferT<Granule, Slack, Third, T, Allocator>::ResizeBytes(uint32 size)
     if (mBlock == nullptr) {
         return this->SetSizeBytes(size);
     }
-    if (KeepsBlock(size)) {
-        mSize = size;
-        return static_cast<int32>(size);
+    if (!KeepsBlock(size) && !TryExchangeBlock(size)) {
+        Allocator()->Free(mBlock); // a refused reallocation leaves the old block to its owner
+        SetBlock(nullptr, RoundUp(size), size);
     }
-    const uint32 rounded = RoundUp(size);
-    void* const old = mBlock;
-    void* const block = Allocator()->Realloc(old, rounded);
-    if (block == nullptr && rounded != 0) {
-        Allocator()->Free(old); // a refused reallocation leaves the old block to its owner
-    }
-    SetBlock(block, rounded, size);
+    mSize = size;
     return static_cast<int32>(size);
 }
 
+// Moves the contents into a block of the rounded size. A refusal changes nothing.
 template <uint32 Granule, uint32 Slack, uint32 Third, class T, IAllocator* (*Allocator)()>
 bool BufferT<Granule, Slack, Third, T, Allocator>::TryExchangeBlock(uint32 size)
 {
     const uint32 rounded = RoundUp(size);
-    if (mBlock == nullptr && rounded == 0) {
-        SetBlock(nullptr, 0, 0);
-        return true;
+    void* block = nullptr;
+    if (mBlock != nullptr) {
+        block = Allocator()->Realloc(mBlock, rounded);
+    } else if (rounded != 0) {
+        block = Allocator()->Alloc(rounded);
     }
-    void* const block =
-        mBlock != nullptr ? Allocator()->Realloc(mBlock, rounded) : Allocator()->Alloc(rounded);
-    if (block != nullptr || rounded == 0) {
-        SetBlock(block, rounded, size);
-        return true;
-    }
-    if (mBlock == nullptr || size > mAllocatedSize) {
+    if (block == nullptr && rounded != 0) {
         return false;
     }
-    mSize = size;
+    SetBlock(block, rounded, size);
     return true;
-}
-
-template <uint32 Granule, uint32 Slack, uint32 Third, class T, IAllocator* (*Allocator)()>
-int32 BufferT<Granule, Slack, Third, T, Allocator>::FillN(char value, uint32 offset, int count)
-{
-    if (offset > mSize || (count >= 0 && static_cast<uint32>(count) > mSize - offset)) {
-        return kResultOutOfRange;
-    }
-    const uint32 bytes = count < 0 ? mSize - offset : static_cast<uint32>(count);
-    if (bytes == 0) {
-        return kResultSuccess;
-    }
-    if (mBlock == nullptr) {
-        return kResultOutOfRange;
-    }
-    std::memset(static_cast<char*>(mBlock) + offset, value, bytes);
-    return kResultSuccess;
-}
-
-template <uint32 Granule, uint32 Slack, uint32 Third, class T, IAllocator* (*Allocator)()>
-int32 BufferT<Granule, Slack, Third, T, Allocator>::FillW(uint16 value, uint32 offset, int count)
-{
-    if (offset > mSize || (count >= 0 && static_cast<uint32>(count) > (mSize - offset) / 2)) {
-        return kResultOutOfRange;
-    }
-    const uint32 units = count < 0 ? (mSize - offset) / 2 : static_cast<uint32>(count);
-    if (units == 0) {
-        return kResultSuccess;
-    }
-    if (mBlock == nullptr) {
-        return kResultOutOfRange;
-    }
-    // Unit by unit through memcpy: the offset may be odd, and the slots may hold pointers.
-    char* const start = static_cast<char*>(mBlock) + offset;
-    for (uint32 unit = 0; unit < units; ++unit) {
-        std::memcpy(start + sizeof(value) * unit, &value, sizeof(value));
-    }
-    return kResultSuccess;
-}
-
-template <uint32 Granule, uint32 Slack, uint32 Third, class T, IAllocator* (*Allocator)()>
-uint32 BufferT<Granule, Slack, Third, T, Allocator>::RoundUp(uint32 size)
-{
-    const uint64 rounded = (uint64{size} + Granule - 1) / Granule * Granule;
-    return rounded > kUInt32Limit ? size : static_cast<uint32>(rounded);
-}
-
-template <uint32 Granule, uint32 Slack, uint32 Third, class T, IAllocator* (*Allocator)()>
-void BufferT<Granule, Slack, Third, T, Allocator>::SetBlock(void* block, uint32 allocatedSize,
-                                                            uint32 size)
-{
-    mData = static_cast<T>(block);
-    mSize = size;
-    mBlock = block;
-    mAllocatedSize = allocatedSize;
-}
-
-template <uint32 Granule, uint32 Slack, uint32 Third, class T, IAllocator* (*Allocator)()>
-RCPtr<LIBuffer> LBufferT<Granule, Slack, Third, T, Allocator>::Create(uint32 size, uint32 reserve,
-                                                                      bool zero)
-{
-    return RCPtr<LIBuffer>(new LBufferT(size, reserve, zero));
-}
-
-template <uint32 Granule, uint32 Slack, uint32 Third, class T, IAllocator* (*Allocator)()>
-RCPtr<LRefCountedObject> LBufferT<Granule, Slack, Third, T, Allocator>::CreateCopy() const
-{
-    return CreateCopy(this->GetSizeBytes(), 0);
 }
 
 template <uint32 Granule, uint32 Slack, uint32 Third, class T, IAllocator* (*Allocator)()>

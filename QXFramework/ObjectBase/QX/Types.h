@@ -4,6 +4,9 @@
 // an index; the two failure codes are negative.
 //
 //     if (array.Insert(9, 1) == QX::kResultOutOfRange) { ... }
+//
+// Two kinds of operation differ. The size operations of buffers return the size, which is negative
+// as an int32 from 2^31 on, and do not fail. Variants write and read records with uint32 results.
 #pragma once
 
 #include <type_traits>
@@ -25,6 +28,9 @@ using uint8 = unsigned char;
 static_assert(sizeof(int32) == 4 && sizeof(uint32) == 4);
 static_assert(sizeof(int64) == 8 && sizeof(uint64) == 8);
 static_assert(sizeof(uint16) == 2 && sizeof(uint8) == 1);
+
+/// The largest 32-bit number, for sums that are made in 64 bits.
+inline constexpr uint64 kUInt32Limit = 0xFFFFFFFF;
 
 /// The operation did what was asked.
 inline constexpr int32 kResultSuccess = 0;

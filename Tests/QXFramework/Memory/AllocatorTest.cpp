@@ -1,4 +1,4 @@
-// AllocatorTest.cpp - the process heap behind the allocator interface.
+// AllocatorTest.cpp - the process heap as an allocator.
 
 #include "Support/FailingHeap.h"
 #include "Support/VirtualSlots.h"

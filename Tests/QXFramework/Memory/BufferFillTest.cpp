@@ -21,7 +21,7 @@ using TestSupport::ToHex;
 
 using Buffer = QX::BufferT<1, 0, 8>;
 
-// Room behind the logical end, so that a write too far is seen.
+// Room after the logical end, so that a write too far is seen.
 class Canary
 {
 public:
@@ -56,13 +56,13 @@ TEST(BufferFillN, WritesTheRangeOrNothing)
         {"to the end", 3, -1, kResultSuccess, "...xxxxxxx...."},
         {"any negative count", 8, -2147483647 - 1, kResultSuccess, "........xx...."},
         {"to the end from the end", 10, -1, kResultSuccess, ".............."},
-        {"to the end from behind it", 11, -1, kResultOutOfRange, ".............."},
+        {"to the end from after it", 11, -1, kResultOutOfRange, ".............."},
         {"some", 2, 3, kResultSuccess, "..xxx........."},
         {"up to the end", 8, 2, kResultSuccess, "........xx...."},
         {"one too many", 8, 3, kResultOutOfRange, ".............."},
         {"none", 5, 0, kResultSuccess, ".............."},
         {"none at the end", 10, 0, kResultSuccess, ".............."},
-        {"none behind the end", 11, 0, kResultOutOfRange, ".............."},
+        {"none after the end", 11, 0, kResultOutOfRange, ".............."},
         {"one at the end", 10, 1, kResultOutOfRange, ".............."},
         {"a sum that wraps around to 0", 0xFFFFFFFF, 1, kResultOutOfRange, ".............."},
         {"a sum that wraps around to 1", 2, 0x7FFFFFFF, kResultOutOfRange, ".............."},
@@ -87,14 +87,14 @@ TEST(BufferFillW, WritesWholeUnitsOrNothing)
         {"to the end from an odd offset", 3, -1, kResultSuccess, "...xxxxxxxx...."},
         {"to the end with a single byte left", 10, -1, kResultSuccess, "..............."},
         {"to the end from the end", 11, -1, kResultSuccess, "..............."},
-        {"to the end from behind it", 12, -1, kResultOutOfRange, "..............."},
+        {"to the end from after it", 12, -1, kResultOutOfRange, "..............."},
         {"some units", 1, 2, kResultSuccess, ".xxxx.........."},
         {"up to the end", 7, 2, kResultSuccess, ".......xxxx...."},
         {"one unit too many", 7, 3, kResultOutOfRange, "..............."},
         {"half a unit too many", 8, 2, kResultOutOfRange, "..............."},
         {"none", 11, 0, kResultSuccess, "..............."},
         {"none before the end", 3, 0, kResultSuccess, "..............."},
-        {"none behind the end", 12, 0, kResultOutOfRange, "..............."},
+        {"none after the end", 12, 0, kResultOutOfRange, "..............."},
         {"a product that wraps around", 4, 0x7FFFFFFF, kResultOutOfRange, "..............."},
         {"a sum that wraps around", 0xFFFFFFFE, 1, kResultOutOfRange, "..............."},
     };

@@ -87,7 +87,7 @@ TEST(BufferLayout, TheCountedBufferAppendsItsTwoCopies)
     EXPECT_EQ(SlotOf(static_cast<Part>(&LByteBuffer::CreateCopy)), 10u);
 }
 
-TEST(BufferLayout, FieldsLieInOrderBehindTheTable)
+TEST(BufferLayout, FieldsLieInOrderAfterTheTable)
 {
     struct Fields
     {

@@ -70,7 +70,7 @@ void CheckResizes(const ResizeRow (&rows)[kCount])
     }
 }
 
-TEST_F(BufferSize, WithoutSlackOnlyTheEqualSizeKeepsTheBlock)
+TEST_F(BufferSize, OnlyTheEqualSizeKeepsABlockWithoutSlack)
 {
     const ResizeRow rows[] = {
         {"nothing to nothing", 0, 0, 0, ""},
@@ -84,7 +84,7 @@ TEST_F(BufferSize, WithoutSlackOnlyTheEqualSizeKeepsTheBlock)
     CheckResizes<Exact>(rows);
 }
 
-TEST_F(BufferSize, WithSlackUpTo128SurplusBytesKeepTheBlock)
+TEST_F(BufferSize, UpTo128SurplusBytesKeepABlockWithSlack)
 {
     const ResizeRow rows[] = {
         {"from nothing", 0, 5, 5, "Alloc 5"},
@@ -101,7 +101,7 @@ TEST_F(BufferSize, WithSlackUpTo128SurplusBytesKeepTheBlock)
     CheckResizes<Text>(rows);
 }
 
-TEST_F(BufferSize, WithGranulesOfFourTheRoundedSizeDecides)
+TEST_F(BufferSize, TheRoundedSizeDecidesWithGranulesOfFour)
 {
     const ResizeRow rows[] = {
         {"from nothing", 0, 5, 8, "Alloc 8"},
@@ -116,7 +116,7 @@ TEST_F(BufferSize, WithGranulesOfFourTheRoundedSizeDecides)
     CheckResizes<Pointers>(rows);
 }
 
-TEST_F(BufferSize, WithGranulesAndSlackOf1024AWholeGranuleMayBeSurplus)
+TEST_F(BufferSize, AWholeGranuleMayBeSurplusWithGranulesAndSlackOf1024)
 {
     const ResizeRow rows[] = {
         {"from nothing", 0, 1, 1024, "Alloc 1024"},
@@ -324,6 +324,53 @@ TEST_F(BufferSize, SetSizeTakesANewBlockUnlessTheRoundedSizeIsTheSame)
 
     CheckSetSizes<Text>(text);
     CheckSetSizes<Pointers>(pointers);
+}
+
+/// The process heap, which notes what a buffer shows while its block is freed.
+class Onlooker final : public QX::IAllocator
+{
+public:
+    static QX::IAllocator* Get()
+    {
+        static Onlooker sOnlooker;
+        return &sOnlooker;
+    }
+
+    void* Alloc(uint32 size) override { return heap.Alloc(size); }
+    void* Calloc(uint32 count, uint32 size) override { return heap.Calloc(count, size); }
+    void* Realloc(void* block, uint32 size) override { return heap.Realloc(block, size); }
+    void Free(void* block) override
+    {
+        if (watched != nullptr) {
+            seenSize = watched->GetSizeBytes();
+            seenAllocated = watched->GetAllocatedSize();
+            showsTheBlock = watched->GetRawPtr() == block;
+        }
+        heap.Free(block);
+    }
+
+    QX::SystemAllocator heap;
+    inline static QX::IBuffer* watched = nullptr;
+    inline static uint32 seenSize = 0;
+    inline static uint32 seenAllocated = 0;
+    inline static bool showsTheBlock = false;
+};
+
+TEST_F(BufferSize, SetSizeFreesTheBlockBeforeItForgetsIt)
+{
+    BufferT<1, 0, 8, char*, &Onlooker::Get> buffer(5, 0, false);
+    Onlooker::watched = &buffer;
+
+    buffer.SetSizeBytes(7);
+    EXPECT_EQ(Onlooker::seenSize, 5u);
+    EXPECT_EQ(Onlooker::seenAllocated, 5u);
+    EXPECT_TRUE(Onlooker::showsTheBlock);
+
+    buffer.SetSizeBytes(0);
+    EXPECT_EQ(Onlooker::seenSize, 0u);
+    EXPECT_EQ(Onlooker::seenAllocated, 7u);
+    EXPECT_TRUE(Onlooker::showsTheBlock);
+    Onlooker::watched = nullptr;
 }
 
 TEST_F(BufferSize, SetSizeDiscardsTheContents)

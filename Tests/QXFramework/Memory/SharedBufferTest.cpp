@@ -74,10 +74,10 @@ TEST(SharedBuffer, CreateCopyTakesLengthFirstAndFillsWithZeroes)
         {"beyond the end", 5, 4, std::string("ef\0\0\0", 5)},
         {"longer than all", 8, 0, std::string("abcdef\0\0", 8)},
         {"from the end", 3, 6, std::string(3, '\0')},
-        {"from behind the end", 3, 7, std::string(3, '\0')},
+        {"from after the end", 3, 7, std::string(3, '\0')},
         {"from the largest offset", 2, 0xFFFFFFFF, std::string(2, '\0')},
         {"nothing", 0, 2, ""},
-        {"nothing from behind the end", 0, 9, ""},
+        {"nothing from after the end", 0, 9, ""},
     };
     const RCPtr<LIBuffer> original = MakeText("abcdef");
 
