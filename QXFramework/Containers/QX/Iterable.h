@@ -20,7 +20,7 @@ namespace QX {
 template <class T>
 class IIterable;
 
-/// A position in a container. It owns nothing and ends with the next change of the container.
+/// A position in a container. It owns nothing and is valid until the container changes.
 template <class T>
 class IteratorT
 {
@@ -57,6 +57,7 @@ class IIterable
 public:
     // Slot order is fixed; append only.
 
+    /// Returns the number of elements.
     virtual uint32 GetCount() const = 0;
 
     /// Returns the number of elements that no container exceeds.
@@ -79,18 +80,25 @@ public:
     virtual const T* GetAt(uint32 index) const;
     virtual T* GetAt(uint32 index);
 
-    /// Returns the handle `offset` elements further on, at most the end and at least the beginning.
+    /// Returns the handle `offset` elements further on, at most the end and at least the beginning;
+    /// a handle that is no longer valid gives one of this container all the same.
     virtual void* OffsetIteratorHandle(void* const& handle, int offset) const = 0;
+    /// Returns the handle of the first element, null in an empty array.
     virtual void* GetIteratorHandleBegin() const = 0;
+    /// Returns the handle one past the last element, null in an empty array.
     virtual void* GetIteratorHandleEnd() const = 0;
 
     /// Adds default elements at the end, or removes the last ones, and returns the count reached.
+    /// Fails: kResultFailure if there is no room; nothing changes.
     virtual int32 SetCount(uint32 count) = 0;
 
     /// Opens `count` default elements in front of the one at `index` and returns the new count.
+    /// Fails: kResultOutOfRange for an index above the count, kResultFailure if there is no room;
+    /// nothing changes.
     virtual int32 Insert(uint32 index, uint32 count) = 0;
 
-    /// Removes `count` elements from `index` on and returns the new count.
+    /// Removes `count` elements from `index` on and returns the new count. The arrays say what they
+    /// do if there are fewer.
     virtual int32 Remove(uint32 index, uint32 count) = 0;
 
     /// Removes every element. Fails: kResultFailure if elements are left.
@@ -108,18 +116,19 @@ public:
     /// `other` to this container's *first* elements.
     ///
     /// In an empty container the result is a copy of `other`. In any other it overwrites: ["x"]
-    /// appended to ["a", "b"] gives ["x", "b", ""]. Fails: kResultFailure if the count cannot be
-    /// reached; nothing changes.
+    /// appended to ["a", "b"] gives ["x", "b", ""]. An array whose elements' destructors shorten
+    /// either container stops there and still returns the count that it had reached. Fails:
+    /// kResultFailure if the count cannot be reached; nothing changes.
     virtual int32 Append(const IIterable& other);
 
-    /// Inserts a copy of `item` behind the last element; as InsertItem.
+    /// Inserts a copy of `item` after the last element; as InsertItem.
     virtual int32 AppendItem(const T& item);
 
     /// As RemoveItem with the last index, which for an empty container is 0xFFFFFFFF.
     virtual int32 RemoveLast(T& removed);
 
     /// Replaces all elements by those of `other` and returns their number. A copy of a container
-    /// to itself empties it.
+    /// to itself empties it. Fails: as Append; the container is empty then.
     virtual int32 Copy(const IIterable& other);
 
     /// Exchanges two elements through a temporary copy. Fails: kResultOutOfRange; nothing changes.

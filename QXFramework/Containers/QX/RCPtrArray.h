@@ -9,14 +9,15 @@
 //     RCPtr<LNotification> taken;
 //     posted.RemoveItem(1, taken);          // 1, the count; the reference is now `taken`'s
 //
-// An object whose array holds it takes itself out with RemoveItem or RemoveLast, which hand the
-// reference over. The other removals still use the array after they have dropped a reference.
+// If an array is a member of an object that it holds, take that object out with RemoveItem or
+// RemoveLast, which hand the reference over. The other removals use the array again after they have
+// dropped a reference, and it may be gone with the object.
 //
 // An RCPtrArray<T> is the same block seen twice: as a sequence of RCPtr<T>, which the calls on the
 // array itself mean, and as one of ConstRCPtr<T>, which is reached through the base class.
 //
 // Grow and Init are numbers of slots: the block grows by Grow slots, starts with room for Init,
-// and is kept while it is at most max(Init, Grow - 1 byte) slots too large.
+// and is kept while it is at most max(Init, Grow - 1) slots too large.
 #pragma once
 
 #include <QX/Buffer.h>
@@ -39,7 +40,7 @@ public:
     // A copy would own every reference twice; Copy takes references of its own.
     ConstRCPtrArray(const ConstRCPtrArray&) = delete;
     ConstRCPtrArray& operator=(const ConstRCPtrArray&) = delete;
-    /// Drops every reference, the first element's first.
+    /// Drops every reference, the first element's first. Meanwhile the slots stay where they are.
     ~ConstRCPtrArray() override;
 
     uint32 GetCount() const override { return SlotCount(); }
@@ -48,35 +49,41 @@ public:
     ConstRCPtr<T>* GetPtr() override { return SlotAt(0); }
     const ConstRCPtr<T>* GetPtr() const override { return SlotAt(0); }
 
-    /// Requires: an index below the count. In an empty array any index gives GetPtr().
-    ConstRCPtr<T>* GetAt(uint32 index) override { return SlotAt(SlotCount() != 0 ? index : 0); }
+    /// Returns the slot at `index`, which nothing checks; null if there is no block yet.
+    ConstRCPtr<T>* GetAt(uint32 index) override
+    {
+        return SlotAt(mSlots.GetData() != nullptr ? index : 0);
+    }
     const ConstRCPtr<T>* GetAt(uint32 index) const override
     {
-        return SlotAt(SlotCount() != 0 ? index : 0);
+        return SlotAt(mSlots.GetData() != nullptr ? index : 0);
     }
 
     /// Adds null slots, or drops the last references as Remove does, and returns `count`.
     ///
-    /// Fails: kResultFailure if there is no memory for that many slots; nothing changes.
+    /// Fails: kResultFailure if there is no memory for that many slots or they take 2^31 bytes;
+    /// nothing changes. Throws: as Remove, if an object's end shortens the array meanwhile.
     int32 SetCount(uint32 count) override;
 
-    /// Opens `count` null slots in front of `index` and returns the new count.
+    /// Opens `count` null slots in front of `index` and returns the new count. A count of 0 returns
+    /// the present count, whatever the index.
     ///
-    /// Fails: kResultOutOfRange for an index above the count, kResultFailure if there is no memory
-    /// for that many slots; nothing changes.
+    /// Fails: kResultOutOfRange for an index above the count, kResultFailure as SetCount; nothing
+    /// changes.
     int32 Insert(uint32 index, uint32 count) override;
 
-    /// Removes `count` elements one by one, each reference being dropped after its slot has been
-    /// closed, and returns the new count.
+    /// Removes `count` elements one by one and returns the new count. Each reference is dropped
+    /// after its slot has been closed; null slots that follow each other are closed together.
     ///
     /// Throws: as RemoveItem, once it has removed what there was from `index` on.
     int32 Remove(uint32 index, uint32 count) override;
 
-    /// Inserts a reference to `item`'s object in front of `index` and returns `index`.
+    /// Opens a slot in front of `index`, assigns `item` to it, and returns `index`.
     ///
-    /// Fails: as Insert. Throws: what CreateCopy throws for an unshareable object. Nothing changes
-    /// in either case.
+    /// Fails: as Insert. Throws: what the assignment throws, such as CreateCopy for an unshareable
+    /// object. Nothing changes in either case.
     int32 InsertItem(uint32 index, const ConstRCPtr<T>& item) override;
+    /// As InsertItem, after the last element.
     int32 AppendItem(const ConstRCPtr<T>& item) override;
 
     /// Hands the reference at `index` to `removed`, which first drops what it holds, and closes
@@ -121,9 +128,13 @@ private:
     static constexpr uint32 kSlotSize = sizeof(T*);
     static constexpr uint32 kMaxSlotCount = 0x7FFFFFFF / kSlotSize;
 
+    static constexpr uint32 kNoIndex = 0xFFFFFFFF;
+
     static uint32 BytesOf(uint32 count);
     bool ResizeSlots(uint64 count);
     void ClearSlots(uint32 first, uint32 last);
+    uint32 CountNulls(uint32 index, uint32 count) const;
+    uint32 OwnIndexOf(const ConstRCPtr<T>& pointer) const;
     ConstRCPtr<T>* Reset(ConstRCPtr<T>& pointer);
 
     BufferT<kSlotSize * Grow, kSlotSize * Init, 8, T**, &GetSystemAllocator> mSlots;
@@ -136,7 +147,8 @@ class RCPtrArray : public IArray<RCPtr<T>>, public ConstRCPtrArray<T, Grow, Init
     using ReadOnly = ConstRCPtrArray<T, Grow, Init>;
     using ReadWrite = IArray<RCPtr<T>>;
 
-    // Private, so that no ConstRCPtr gets into a sequence of RCPtr.
+    // Hidden, so that no ConstRCPtr gets into a sequence of RCPtr by a call on the array itself; a
+    // caller who goes through the base class is responsible.
     using ReadOnly::Append;
     using ReadOnly::AppendItem;
     using ReadOnly::Copy;
@@ -183,7 +195,7 @@ public:
 
     using ReadWrite::Append;
     using ReadWrite::Copy;
-    // Such an array is an iterable twice over; here it counts as the one with write access.
+    // Such an array has two iterable bases; these overloads pick the one with write access.
     template <uint32 G, uint32 I>
     int32 Append(const RCPtrArray<T, G, I>& other)
     {

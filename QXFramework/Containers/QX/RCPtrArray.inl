@@ -1,6 +1,7 @@
 // RCPtrArray.inl - the bodies of the smart-pointer arrays; included by RCPtrArray.h.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -21,13 +22,16 @@ ConstRCPtrArray<T, Grow, Init>::ConstRCPtrArray(uint32 count, uint32 reserve)
 template <class T, uint32 Grow, uint32 Init>
 ConstRCPtrArray<T, Grow, Init>::~ConstRCPtrArray()
 {
-    // An object's destructor may take elements away, and a dismantling may throw; neither leaves
-    // a reference behind.
-    while (SlotCount() != 0) {
-        try {
-            ConstRCPtrArray::SetCount(0);
-        } catch (...) {
-            // A destructor has nobody to tell.
+    // In place, so that nothing moves. An object's end may still take elements away or add some,
+    // which moves the others: the array is empty when a whole pass finds no object.
+    for (bool isEmpty = false; !isEmpty;) {
+        isEmpty = true;
+        for (uint32 index = 0; index < SlotCount(); ++index) {
+            if (Slot(index) != nullptr) {
+                ConstRCPtr<T> removed;
+                removed.Swap(Slot(index));
+                isEmpty = false;
+            }
         }
     }
 }
@@ -74,8 +78,16 @@ template <class T, uint32 Grow, uint32 Init>
 int32 ConstRCPtrArray<T, Grow, Init>::Remove(uint32 index, uint32 count)
 {
     ConstRCPtr<T> removed;
-    for (; count != 0; --count) {
-        ConstRCPtrArray::RemoveItem(index, removed);
+    while (count != 0) {
+        // While nothing is held no other code can run, so null slots are closed in one step.
+        const uint32 nulls = removed == nullptr ? CountNulls(index, count) : 0;
+        if (nulls != 0) {
+            RemoveInternal(index, nulls);
+            count -= nulls;
+        } else {
+            ConstRCPtrArray::RemoveItem(index, removed);
+            --count;
+        }
     }
     removed = RCPtr<T>::Null;
     return static_cast<int32>(SlotCount());
@@ -84,30 +96,37 @@ int32 ConstRCPtrArray<T, Grow, Init>::Remove(uint32 index, uint32 count)
 template <class T, uint32 Grow, uint32 Init>
 int32 ConstRCPtrArray<T, Grow, Init>::InsertItem(uint32 index, const ConstRCPtr<T>& item)
 {
-    if (index > SlotCount()) {
-        return kResultOutOfRange;
-    }
-    // Taken before anything moves: `item` may be a slot of this array, and a copy that an
-    // unshareable object makes of itself may throw or change the array.
-    ConstRCPtr<T> taken(item);
+    const uint32 before = OwnIndexOf(item);
     const int32 result = ConstRCPtrArray::Insert(index, 1);
     if (result < 0) {
         return result;
     }
-    Slot(index).Swap(taken);
+    // An element of this array has moved with the others.
+    const ConstRCPtr<T>& source =
+        before == kNoIndex ? item : Slot(before < index ? before : before + 1);
+    try {
+        if (source == nullptr || source->IsShareable()) [[likely]] {
+            Slot(index) = source;
+        } else {
+            // Its copy is made apart from the slot, since making it may change this array.
+            ConstRCPtr<T> copy(source);
+            if (index < SlotCount()) {
+                Slot(index).Swap(copy);
+            }
+        }
+    } catch (...) {
+        if (index < SlotCount() && Slot(index) == nullptr) {
+            RemoveInternal(index, 1);
+        }
+        throw;
+    }
     return static_cast<int32>(index);
 }
 
 template <class T, uint32 Grow, uint32 Init>
 int32 ConstRCPtrArray<T, Grow, Init>::AppendItem(const ConstRCPtr<T>& item)
 {
-    ConstRCPtr<T> taken(item); // first, as in InsertItem
-    const uint32 index = SlotCount();
-    if (!ResizeSlots(uint64{index} + 1)) {
-        return kResultFailure;
-    }
-    new (SlotAt(index)) ConstRCPtr<T>(std::move(taken));
-    return static_cast<int32>(index);
+    return ConstRCPtrArray::InsertItem(SlotCount(), item);
 }
 
 template <class T, uint32 Grow, uint32 Init>
@@ -193,6 +212,29 @@ uint32 ConstRCPtrArray<T, Grow, Init>::BytesOf(uint32 count)
     return count * kSlotSize;
 }
 
+// Returns how many of the `count` slots from `index` on are null before the first that is not.
+template <class T, uint32 Grow, uint32 Init>
+uint32 ConstRCPtrArray<T, Grow, Init>::CountNulls(uint32 index, uint32 count) const
+{
+    const uint32 present = index < SlotCount() ? SlotCount() - index : 0;
+    const uint32 limit = std::min(count, present);
+    uint32 nulls = 0;
+    while (nulls < limit && Slot(index + nulls) == nullptr) {
+        ++nulls;
+    }
+    return nulls;
+}
+
+// Returns the index of the slot that `pointer` is, or kNoIndex if it is none of this array's.
+template <class T, uint32 Grow, uint32 Init>
+uint32 ConstRCPtrArray<T, Grow, Init>::OwnIndexOf(const ConstRCPtr<T>& pointer) const
+{
+    const uint64 distance = uint64{reinterpret_cast<std::uintptr_t>(&pointer)} -
+                            uint64{reinterpret_cast<std::uintptr_t>(mSlots.GetData())};
+    const uint64 index = distance / kSlotSize;
+    return index < SlotCount() ? static_cast<uint32>(index) : kNoIndex;
+}
+
 // Makes `pointer` null and returns where it is afterwards. A slot of this array may have moved, or
 // be gone (null), because dropping its reference runs a destructor that may change the array.
 template <class T, uint32 Grow, uint32 Init>
@@ -201,15 +243,12 @@ ConstRCPtr<T>* ConstRCPtrArray<T, Grow, Init>::Reset(ConstRCPtr<T>& pointer)
     if (pointer == nullptr) {
         return &pointer;
     }
-    const uint64 distance = uint64{reinterpret_cast<std::uintptr_t>(&pointer)} -
-                            uint64{reinterpret_cast<std::uintptr_t>(mSlots.GetData())};
-    const uint64 index = distance / kSlotSize;
-    const bool isOwnSlot = index < SlotCount();
+    const uint32 index = OwnIndexOf(pointer);
     pointer = RCPtr<T>::Null;
-    if (!isOwnSlot) {
+    if (index == kNoIndex) {
         return &pointer;
     }
-    return index < SlotCount() ? SlotAt(static_cast<uint32>(index)) : nullptr;
+    return index < SlotCount() ? SlotAt(index) : nullptr;
 }
 
 } // namespace QX

@@ -219,7 +219,7 @@ void SweepRemoval(const char* lineOfRemoveItem)
                  state.removed = *iterator.GetCurrentMoveNext();
              },
          .done = "0 1x1 2x2 3x1 . > 2x2"},
-        {.what = "RemoveItem behind the end",
+        {.what = "RemoveItem after the end",
          .run =
              [](State& state) {
                  state.caught.template Catch<std::out_of_range>(
@@ -228,7 +228,7 @@ void SweepRemoval(const char* lineOfRemoveItem)
          .done = lineOfRemoveItem,
          .thrown = "0 1x1 2x1 3x1 .",
          .least = 1},
-        {.what = "Remove behind the end",
+        {.what = "Remove after the end",
          .run =
              [](State& state) {
                  state.caught.template Catch<std::out_of_range>([&] { state.array.Remove(4, 1); });

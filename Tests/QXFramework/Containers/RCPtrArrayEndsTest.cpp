@@ -57,6 +57,39 @@ TEST_F(RCPtrArrayEnds, AppendGoesOnInAnotherThatOneHasMoved)
     }
 }
 
+TEST_F(RCPtrArrayEnds, NullSlotsStandUntilTheObjectBeforeThemHasGone)
+{
+    Array array;
+    Fill(array, "AB");
+    array.Insert(1, 3);
+    std::string seen;
+    (*array.GetAt(0))->SetOnDestroyed([&] { seen += NamesOf(array) + ' '; });
+    (*array.GetAt(4))->SetOnDestroyed([&] { seen += NamesOf(array) + '|'; });
+
+    EXPECT_EQ(array.SetCount(0), 0);
+
+    EXPECT_EQ(seen, "...B |");
+}
+
+TEST_F(RCPtrArrayEnds, ADyingArrayLeavesNoReferenceBehindWhateverTheyDo)
+{
+    std::string journal;
+    const RCPtr<Witness> late = MakeWitness('L', &journal);
+    journal.clear();
+    {
+        Array array;
+        for (const char name : {'A', 'B', 'C', 'D'}) {
+            array.AppendItem(MakeWitness(name, &journal));
+        }
+        journal.clear();
+        (*array.GetAt(0))->SetOnDestroyed([&] { array.Remove(0, 2); });
+        (*array.GetAt(2))->SetOnDestroyed([&] { array.InsertItem(0, late); });
+    }
+
+    EXPECT_EQ(journal, "-A ~A -B ~B -D ~D -C ~C +L -L ");
+    EXPECT_EQ(late->GetReferenceCount(), 1);
+}
+
 /// A witness whose array may hold it.
 class OwnerOfAnArray : public Witness
 {
@@ -66,7 +99,7 @@ public:
     Array mArray;
 };
 
-TEST_F(RCPtrArrayEnds, OfAnObjectThatItsOwnArrayHeldComesAfterItWasTakenOut)
+TEST_F(RCPtrArrayEnds, AnObjectThatItsOwnArrayHeldEndsAfterItWasTakenOut)
 {
     std::string journal;
     for (const bool isLast : {false, true}) {

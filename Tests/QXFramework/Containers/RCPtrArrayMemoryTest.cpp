@@ -109,6 +109,42 @@ TEST_F(RCPtrArrayMemory, ABlockThatCannotBeMadeSmallerIsKept)
     EXPECT_EQ(NamesOf(array), "CD");
 }
 
+TEST_F(RCPtrArrayMemory, ClosesNullSlotsInOneStep)
+{
+    Array array(1000);
+    const uint32 requests = Allocator().mRequests;
+
+    EXPECT_EQ(array.SetCount(10), 10);
+    EXPECT_EQ(Allocator().mRequests, requests + 1);
+    EXPECT_EQ(array.Remove(2, 5), 5);
+    EXPECT_EQ(Allocator().mRequests, requests + 2);
+}
+
+TEST_F(RCPtrArrayMemory, ClosesTheNullSlotsBetweenObjectsTogether)
+{
+    Array array(1000);
+    array.InsertItem(500, MakeWitness('A'));
+    const uint32 requests = Allocator().mRequests;
+
+    EXPECT_EQ(array.SetCount(0), 0);
+
+    // Before it, the object itself, the slot after it, and the rest.
+    EXPECT_EQ(Allocator().mRequests, requests + 4);
+}
+
+TEST_F(RCPtrArrayMemory, ADestructorMovesNothing)
+{
+    uint32 requests = 0;
+    {
+        Array array;
+        Fill(array, "ABC");
+        array.SetCount(1000);
+        requests = Allocator().mRequests;
+    }
+
+    EXPECT_EQ(Allocator().mRequests, requests);
+}
+
 TEST_F(RCPtrArrayMemory, AConstructorThrowsWhenItsSlotsAreRefused)
 {
     const LimitedHeap heap(4 * kSlot - 1);

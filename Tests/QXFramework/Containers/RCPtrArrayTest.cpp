@@ -60,12 +60,14 @@ using RCPtrArrayLife = RCPtrArrayTest;
 TEST_F(RCPtrArrayLife, AnArrayWithoutSlotsGivesNoAddress)
 {
     ConstArray array;
+    Array writable;
 
     EXPECT_EQ(array.GetAt(0), nullptr);
     EXPECT_EQ(array.GetAt(7), nullptr);
+    EXPECT_EQ(writable.GetAt(7), nullptr);
 }
 
-TEST_F(RCPtrArrayInsert, AtTheEndAddsNullSlots)
+TEST_F(RCPtrArrayInsert, AddsNullSlotsAtTheEnd)
 {
     Array array;
     Fill(array, "ABC");
@@ -75,7 +77,7 @@ TEST_F(RCPtrArrayInsert, AtTheEndAddsNullSlots)
     EXPECT_EQ(NamesOf(array), "ABC..");
 }
 
-TEST_F(RCPtrArrayInsert, BehindTheEndIsRefused)
+TEST_F(RCPtrArrayInsert, RefusesAnIndexAfterTheEnd)
 {
     Array array;
     Fill(array, "ABC");
@@ -86,7 +88,7 @@ TEST_F(RCPtrArrayInsert, BehindTheEndIsRefused)
     EXPECT_EQ(NamesOf(array), "ABC");
 }
 
-TEST_F(RCPtrArrayInsert, OfNothingReturnsTheCountWhateverTheIndex)
+TEST_F(RCPtrArrayInsert, ReturnsTheCountForNoSlotsWhateverTheIndex)
 {
     Array array;
     Fill(array, "ABC");
@@ -95,7 +97,7 @@ TEST_F(RCPtrArrayInsert, OfNothingReturnsTheCountWhateverTheIndex)
     EXPECT_EQ(array.Insert(9, 0), 3);
 }
 
-TEST_F(RCPtrArrayInsert, InFrontMovesSlotsAndNoCounts)
+TEST_F(RCPtrArrayInsert, MovesSlotsAndNoCounts)
 {
     Array array;
     Fill(array, "AB");
@@ -106,7 +108,7 @@ TEST_F(RCPtrArrayInsert, InFrontMovesSlotsAndNoCounts)
     EXPECT_EQ(mJournal, "");
 }
 
-TEST_F(RCPtrArrayInsert, InTheMiddleOpensWholeSlots)
+TEST_F(RCPtrArrayInsert, OpensWholeSlotsInTheMiddle)
 {
     Array array;
     Fill(array, "ABC");
@@ -134,7 +136,7 @@ TEST_F(RCPtrArrayInsert, RefusesCountsThatNoMemoryHolds)
     }
 }
 
-TEST_F(RCPtrArrayInsert, OfAnItemTakesOneReferenceAndReturnsTheIndex)
+TEST_F(RCPtrArrayInsert, TakesOneReferenceToAnItemAndReturnsTheIndex)
 {
     Array array;
     Fill(array, "AB");
@@ -151,7 +153,7 @@ TEST_F(RCPtrArrayInsert, OfAnItemTakesOneReferenceAndReturnsTheIndex)
     EXPECT_EQ(item->GetReferenceCount(), 3);
 }
 
-TEST_F(RCPtrArrayInsert, OfOneOfItsOwnElementsSurvivesTheMove)
+TEST_F(RCPtrArrayInsert, TakesOneOfItsOwnElementsThatMoves)
 {
     // The block is exactly full after each insertion, so every one of them moves it.
     Array array;
@@ -201,7 +203,7 @@ TEST_F(RCPtrArrayRemove, DropsEachReferenceAfterItsSlotIsClosed)
     EXPECT_EQ(NamesOf(array), "AD");
 }
 
-TEST_F(RCPtrArrayRemove, OfMoreThanThereIsRemovesTheRestAndThrows)
+TEST_F(RCPtrArrayRemove, RemovesTheRestAndThrowsIfThereAreFewer)
 {
     Array array;
     Fill(array, "ABC");
@@ -221,7 +223,7 @@ TEST_F(RCPtrArrayRemove, OfMoreThanThereIsRemovesTheRestAndThrows)
     EXPECT_EQ(Witness::GetLiveCount(), 2);
 }
 
-TEST_F(RCPtrArrayRemove, OfNothingReturnsTheCountWhateverTheIndex)
+TEST_F(RCPtrArrayRemove, ReturnsTheCountForNoSlotsWhateverTheIndex)
 {
     Array array;
     Fill(array, "ABC");
@@ -245,7 +247,7 @@ TEST_F(RCPtrArrayRemoveItem, HandsTheReferenceOver)
     EXPECT_EQ(NamesOf(array), "AC");
 }
 
-TEST_F(RCPtrArrayRemoveItem, ThrowsBehindTheEndWithNothingChanged)
+TEST_F(RCPtrArrayRemoveItem, ThrowsAfterTheEndWithNothingChanged)
 {
     Array array;
     Fill(array, "ABC");
@@ -287,7 +289,7 @@ TEST_F(RCPtrArrayRemoveItem, TestsTheIndexAgainAfterTheOldReferenceIsDropped)
     EXPECT_EQ(NamesOf(array), "A");
 }
 
-TEST_F(RCPtrArrayRemoveItem, IntoAnElementOfItsOwnDropsThatElement)
+TEST_F(RCPtrArrayRemoveItem, DropsTheElementOfItsOwnThatItFills)
 {
     struct Row
     {
@@ -316,7 +318,7 @@ TEST_F(RCPtrArrayRemoveItem, IntoAnElementOfItsOwnDropsThatElement)
     }
 }
 
-TEST_F(RCPtrArrayRemoveItem, IntoAnElementWhoseDestructorMovesTheArray)
+TEST_F(RCPtrArrayRemoveItem, FillsAnElementWhoseDestructorMovesTheArray)
 {
     Array array;
     Fill(array, "ABCD");
@@ -327,7 +329,7 @@ TEST_F(RCPtrArrayRemoveItem, IntoAnElementWhoseDestructorMovesTheArray)
     EXPECT_EQ(NamesOf(array).substr(0, 4), "BAD.");
 }
 
-TEST_F(RCPtrArrayRemoveItem, IntoAnElementWhoseDestructorEmptiesTheArray)
+TEST_F(RCPtrArrayRemoveItem, ThrowsIfTheElementThatItFillsEmptiesTheArray)
 {
     Array array;
     Fill(array, "ABCD");
@@ -338,16 +340,7 @@ TEST_F(RCPtrArrayRemoveItem, IntoAnElementWhoseDestructorEmptiesTheArray)
     EXPECT_EQ(array.GetCount(), 0u);
 }
 
-TEST_F(RCPtrArrayTest, OfNoElementsGivesItsFirstSlotForEveryIndex)
-{
-    ConstArray array;
-    Array writable;
-
-    EXPECT_EQ(array.GetAt(5), array.GetAt(0));
-    EXPECT_EQ(writable.GetAt(5), writable.GetAt(0));
-}
-
-TEST_F(RCPtrArrayRemove, InternallyClosesOnlyARangeInside)
+TEST_F(RCPtrArrayRemove, ClosesOnlyARangeInside)
 {
     DerivedArray array;
     Fill(array, "abc");
@@ -378,7 +371,7 @@ TEST_F(RCPtrArrayRemoveLast, HandsTheLastReferenceOver)
     EXPECT_EQ(readOnly->GetName(), 'B');
 }
 
-TEST_F(RCPtrArrayRemoveLast, OfAnEmptyArrayFailsAndLeavesNull)
+TEST_F(RCPtrArrayRemoveLast, FailsForAnEmptyArrayAndLeavesNull)
 {
     Array array;
     RCPtr<Witness> removed = MakeWitness('X');
@@ -391,7 +384,7 @@ TEST_F(RCPtrArrayRemoveLast, OfAnEmptyArrayFailsAndLeavesNull)
     EXPECT_EQ(readOnly, nullptr);
 }
 
-TEST_F(RCPtrArrayRemoveLast, IntoAnElementOfItsOwn)
+TEST_F(RCPtrArrayRemoveLast, FillsAnElementOfItsOwn)
 {
     Array array;
     Fill(array, "ABC");
@@ -402,7 +395,7 @@ TEST_F(RCPtrArrayRemoveLast, IntoAnElementOfItsOwn)
     EXPECT_EQ(NamesOf(array), "C");
 }
 
-TEST_F(RCPtrArrayRemoveLast, IntoAnElementWhoseDestructorEmptiesTheArray)
+TEST_F(RCPtrArrayRemoveLast, FailsIfTheElementThatItFillsEmptiesTheArray)
 {
     Array array;
     Fill(array, "ABC");
@@ -413,7 +406,7 @@ TEST_F(RCPtrArrayRemoveLast, IntoAnElementWhoseDestructorEmptiesTheArray)
     EXPECT_EQ(array.GetCount(), 0u);
 }
 
-TEST_F(RCPtrArraySetCount, DownwardsDropsTheLastReferencesInOrder)
+TEST_F(RCPtrArraySetCount, DropsTheLastReferencesInOrder)
 {
     Array array;
     Fill(array, "ABC");
@@ -424,7 +417,7 @@ TEST_F(RCPtrArraySetCount, DownwardsDropsTheLastReferencesInOrder)
     EXPECT_EQ(NamesOf(array), "A");
 }
 
-TEST_F(RCPtrArraySetCount, UpwardsAddsNullSlots)
+TEST_F(RCPtrArraySetCount, AddsNullSlots)
 {
     Array array;
     Fill(array, "AB");
@@ -458,7 +451,7 @@ TEST_F(RCPtrArraySetCount, ClearEmptiesTheArray)
     EXPECT_EQ(mJournal, "-A ~A -B ~B -C ~C ");
 }
 
-TEST_F(RCPtrArraySwap, OfTheReadOnlyViewMovesNoCount)
+TEST_F(RCPtrArraySwap, MovesNoCountInTheReadOnlyView)
 {
     Array array;
     Fill(array, "AB");
@@ -469,7 +462,7 @@ TEST_F(RCPtrArraySwap, OfTheReadOnlyViewMovesNoCount)
     EXPECT_EQ(mJournal, "");
 }
 
-TEST_F(RCPtrArraySwap, OfTheArrayChecksAndCopies)
+TEST_F(RCPtrArraySwap, ChecksAndCopiesOnTheArray)
 {
     Array array;
     Fill(array, "AB");
@@ -498,7 +491,7 @@ TEST_F(RCPtrArrayAppend, OverwritesTheFirstElements)
     EXPECT_EQ(mJournal, "+X -A ~A ");
 }
 
-TEST_F(RCPtrArrayAppend, OfItselfAddsNullSlots)
+TEST_F(RCPtrArrayAppend, AddsNullSlotsForTheArrayItself)
 {
     Array array;
     Fill(array, "AB");
@@ -587,6 +580,43 @@ TEST_F(RCPtrArrayLife, RefusesAnImpossibleFirstCount)
     EXPECT_THROW(Array(0, 0x40000000), std::bad_alloc);
 }
 
+/// Tells what an array looks like when it asks for a reference.
+class Onlooker : public Witness
+{
+public:
+    Onlooker(char name, const Array& array)
+        : Witness(name)
+        , mArray(array)
+    {}
+    int32 AddReference() override
+    {
+        seen += NamesOf(mArray) + ' ';
+        return Witness::AddReference();
+    }
+
+    std::string seen;
+
+private:
+    const Array& mArray;
+};
+
+TEST_F(RCPtrArrayInsert, AsksForTheReferenceWhenTheItemIsInItsSlot)
+{
+    Array array;
+    Fill(array, "AB");
+    const RCPtr<Onlooker> item(new Onlooker('N', array));
+    item->seen.clear();
+
+    array.InsertItem(1, RCPtr<Witness>(item.Get()));
+    array.AppendItem(*array.GetAt(1));
+    array.InsertItem(1, *array.GetAt(1));
+    array.InsertItem(1, *array.GetAt(0));
+
+    EXPECT_EQ(item->seen, "AB ANB ANBN ANNBN ");
+    EXPECT_EQ(NamesOf(array), "AANNBN");
+    EXPECT_EQ(item->GetReferenceCount(), 4);
+}
+
 /// An object that cannot be shared, and whose copies are ordinary witnesses.
 class Unshareable : public Witness
 {
@@ -629,6 +659,36 @@ TEST_F(RCPtrArrayLife, ARefusedIndexMakesNoCopy)
     EXPECT_EQ(array.InsertItem(3, item), kOutOfRange);
 
     EXPECT_EQ(NamesOf(array), "AB");
+    EXPECT_EQ(item->GetReferenceCount(), 1);
+}
+
+TEST_F(RCPtrArrayLife, ACopyThatEmptiesTheArrayLeavesItEmpty)
+{
+    class Emptying : public Witness
+    {
+    public:
+        explicit Emptying(Array& array)
+            : Witness('E')
+            , mArray(array)
+        {
+            SetUnshareable(true);
+        }
+        RCPtr<LRefCountedObject> CreateCopy() const override
+        {
+            mArray.SetCount(0);
+            return RCPtr<LRefCountedObject>(new Witness('e'));
+        }
+
+    private:
+        Array& mArray;
+    };
+    Array array;
+    Fill(array, "AB");
+    const RCPtr<Witness> item(new Emptying(array));
+
+    EXPECT_EQ(array.InsertItem(1, item), 1);
+
+    EXPECT_EQ(array.GetCount(), 0u);
     EXPECT_EQ(item->GetReferenceCount(), 1);
 }
 

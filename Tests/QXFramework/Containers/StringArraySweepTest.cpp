@@ -172,7 +172,7 @@ TEST(StringArraySweep, WhatLeavesOrLooksNeedsNoMemory)
 }
 
 // The library composes the text of its exception itself.
-TEST(StringArraySweep, AnIndexBehindTheEndThrowsForWantOfMemoryAtMost)
+TEST(StringArraySweep, AnIndexAfterTheEndThrowsOnlyWithoutMemory)
 {
     const Operation operations[] = {
         {.what = "GetAt",
