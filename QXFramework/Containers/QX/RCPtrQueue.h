@@ -23,8 +23,8 @@ namespace QX {
 
 /// N is the number of slots that the array grows and keeps by; it is no limit.
 ///
-/// Threads: with a mutex, any number of threads may use the operations declared here. No object is
-/// released while the mutex is held.
+/// Threads: with a mutex, any number of threads may use the operations declared here, except Push,
+/// whose caller holds the mutex. No object is released while the mutex is held.
 template <class T, uint32 N>
 class RCPtrQueue : public RCPtrArray<T, N, N>
 {
@@ -36,19 +36,22 @@ public:
     RCPtrQueue(Mutex* mutex, uint32 initialSlots);
 
     /// Adds a reference to `item`'s object, which may be null, at the end and returns
-    /// kResultSuccess. A full ring grows by one slot.
+    /// kResultSuccess. A full ring grows by one slot; one with fewer than two slots gets two.
+    /// Inside the mutex it asks IsFull, which enters the mutex again.
     ///
     /// Throws: std::bad_alloc if it cannot grow, and what CreateCopy throws for an unshareable
     /// object; nothing has changed.
     int32 Enqueue(const RCPtr<T>& item);
 
-    /// As Enqueue, for a caller that is inside the mutex already. It hands over the reference of
-    /// `item`, which takes what the slot held: null, unless the array was changed directly.
+    /// As Enqueue, but hands over the reference of `item`, which takes what the slot held: null,
+    /// unless the array was changed directly.
     ///
+    /// Requires: the calling thread holds the mutex.
     /// Throws: std::bad_alloc if the ring cannot grow; nothing has changed.
     void Push(RCPtr<T>& item);
 
-    /// Takes the oldest object out and returns it with the queue's reference.
+    /// Takes the oldest object out and returns it with the queue's reference. Whether there is one
+    /// and the removal are two locked steps; the removal tests again.
     ///
     /// Throws: Exception<std::runtime_error> if the queue is empty.
     RCPtr<T> Dequeue();
@@ -59,9 +62,10 @@ public:
     /// Also sets `count` to the number of objects that were queued up to then.
     bool TryDequeue(RCPtr<T>& item, uint32& count);
 
-    /// Returns whether the next Enqueue makes the ring grow.
+    /// Returns whether all slots but the one that stays empty are taken; false without slots.
     bool IsFull();
 
+    /// Returns the number of queued objects, which other threads may change at once.
     uint32 GetQueuedObjectsCount() const;
 
 private:

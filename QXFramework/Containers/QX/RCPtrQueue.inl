@@ -35,7 +35,8 @@ template <class T, uint32 N>
 RCPtr<T> RCPtrQueue<T, N>::Dequeue()
 {
     RCPtr<T> item;
-    if (!TryDequeue(item)) {
+    // Two locked steps: another consumer may empty the ring in between.
+    if (GetQueuedObjectsCount() == 0 || !TryDequeue(item)) {
         ThrowException<std::runtime_error>("", ThrowSites::kRCPtrQueueDequeue);
     }
     return item;
@@ -77,7 +78,7 @@ bool RCPtrQueue<T, N>::IsFull()
         return false;
     }
     const MutexLock lock(mMutex);
-    return GetQueuedObjectsCount() + 1 == this->SlotCount();
+    return CountQueued() + 1 == this->SlotCount();
 }
 
 template <class T, uint32 N>
@@ -103,7 +104,7 @@ uint32 RCPtrQueue<T, N>::CountQueued() const
     return write >= read ? write - read : write - read + capacity;
 }
 
-// The indices leave the ring only when somebody has shortened the array underneath it.
+// The indices leave the ring only when its array has been shortened.
 template <class T, uint32 N>
 void RCPtrQueue<T, N>::KeepIndicesInside()
 {
@@ -126,7 +127,7 @@ void RCPtrQueue<T, N>::MakeRoom()
         }
         mWriteIndex = 0;
         mReadIndex = 0;
-    } else if (CountQueued() + 1 == this->SlotCount()) {
+    } else if (IsFull()) {
         // The slots from the oldest object upwards move up by one; so does the write index if it
         // lies there.
         if (Slots::Insert(mReadIndex, 1) < 0) {

@@ -77,7 +77,7 @@ TEST_F(RCPtrQueueTest, IsFullWithOneSlotLeftAndThenGrowsByOne)
     EXPECT_EQ(queue.GetQueuedObjectsCount(), 0u);
 }
 
-TEST_F(RCPtrQueueTest, WithoutSlotsGetsTwoOnItsFirstObject)
+TEST_F(RCPtrQueueTest, ARingWithoutSlotsGetsTwoOnItsFirstObject)
 {
     Queue queue(nullptr, 0);
     EXPECT_EQ(queue.GetQueuedObjectsCount(), 0u);
@@ -93,7 +93,7 @@ TEST_F(RCPtrQueueTest, WithoutSlotsGetsTwoOnItsFirstObject)
     EXPECT_EQ(Drain(queue), "AB");
 }
 
-TEST_F(RCPtrQueueTest, WithOneSlotGetsASecondOnItsFirstObject)
+TEST_F(RCPtrQueueTest, ARingOfOneSlotGetsASecondOnItsFirstObject)
 {
     Queue queue(nullptr, 1);
     EXPECT_TRUE(queue.IsFull());
@@ -184,19 +184,35 @@ TEST_F(RCPtrQueueTest, TryDequeueOfAQueueWithoutSlotsTellsThatThereWereNone)
     EXPECT_EQ(count, 0u);
 }
 
-TEST_F(RCPtrQueueTest, PushHandsTheReferenceOverAndEntersNoLock)
+TEST_F(RCPtrQueueTest, EnqueueAndDequeueEnterTheMutexTwice)
 {
     Mutex mutex;
-    Queue queue(&mutex, 2);
+    Queue queue(&mutex, 4);
+
+    RegionProbe::Reset();
+    Enqueue(queue, "A");
+    EXPECT_EQ(RegionProbe::sEntries, 2) << "once for IsFull, inside the mutex";
+    RegionProbe::Reset();
+    EXPECT_FALSE(queue.IsFull());
+    EXPECT_EQ(RegionProbe::sEntries, 1);
+    RegionProbe::Reset();
+    queue.Dequeue();
+    EXPECT_EQ(RegionProbe::sEntries, 2);
+    RegionProbe::Reset();
+    EXPECT_THROW(queue.Dequeue(), std::runtime_error);
+    EXPECT_EQ(RegionProbe::sEntries, 1);
+}
+
+TEST_F(RCPtrQueueTest, PushHandsTheReferenceOver)
+{
+    Queue queue(nullptr, 2);
     Enqueue(queue, "A");
     std::string journal;
     RCPtr<Witness> item = MakeWitness('B', journal);
     journal.clear();
-    RegionProbe::Reset();
 
     queue.Push(item);
 
-    EXPECT_EQ(RegionProbe::sEntries, 0);
     EXPECT_EQ(journal, "");
     EXPECT_EQ(item, nullptr);
     EXPECT_EQ(queue.Dequeue()->GetName(), 'A');
@@ -376,9 +392,9 @@ TEST_F(RCPtrQueueTest, CountsRoundAnArrayThatWasShortened)
         {"the write index at the end", "ABCD", 0, 4, 0},
         {"both indices at the end", "ABCD", 4, 4, 0},
         {"the read index at the end", "ABCDE", 4, 4, 1},
-        {"the write index behind the end", "ABCDE", 2, 4, 3},
-        {"both indices behind the end", "ABCDEFG", 5, 4, 2},
-        {"nothing queued behind the end", "ABCDEF", 6, 4, 0},
+        {"the write index after the end", "ABCDE", 2, 4, 3},
+        {"both indices after the end", "ABCDEFG", 5, 4, 2},
+        {"nothing queued after the end", "ABCDEF", 6, 4, 0},
         {"a single slot", "ABCD", 2, 1, 0},
     };
     for (const auto& row : rows) {
