@@ -9,7 +9,8 @@
 //         error.what(); // "Logic Error : Undo() not implemented for RefCountedObject :  : "
 //     }                 // "ObjectBase/RefCountedObject : Line 157"
 //
-// Exceptions report misuse and impossible requests; operations on data return result codes.
+// Exceptions report misuse and impossible requests; operations on data return result codes. What
+// the standard library throws, such as std::bad_alloc, passes as it is and is no ExceptionBase.
 #pragma once
 
 #include <QX/Types.h>
@@ -20,7 +21,7 @@
 
 namespace QX {
 
-/// The framework's side of every exception that it throws. It has no data: the text lives in the
+/// The framework's side of an Exception<T>. It has no data: the text lives in the
 /// standard exception that the thrown object also is.
 class QX_API ExceptionBase
 {
@@ -67,7 +68,7 @@ inline constexpr const char* kExceptionKind<std::domain_error> = "Domain Error :
 template <>
 inline constexpr const char* kExceptionKind<std::out_of_range> = "Out of Range : ";
 
-/// Returns the text of an exception: `kind`, the message with " : " behind it (neither if it is
+/// Returns the text of an exception: `kind`, the message followed by " : " (neither if it is
 /// empty), the separator of an empty field, the path, and the line.
 QX_API std::string ComposeExceptionText(const char* kind, std::string_view message, ThrowSite site);
 

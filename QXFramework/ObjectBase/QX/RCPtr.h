@@ -8,7 +8,7 @@
 //     bytes.Unshare();                     // `bytes` has a private copy, `reader` the old object
 //
 // A pointer taken to an object that is marked unshareable and already has a holder gets a private
-// copy at once. Moving never copies and never counts, also not to a pointer to a base class.
+// copy at once. Moving changes no count and makes no copy, to a base class too.
 //
 // As a parameter, take `const RCPtr<T>&` to use or keep the object; a by-value parameter counts.
 //
@@ -28,36 +28,54 @@ namespace QX {
 template <class U, class T>
 concept PointerConvertibleTo = std::convertible_to<U*, T*>;
 
+/// A reference to a counted object, with read access.
 template <class T>
 class ConstRCPtr
 {
 public:
     constexpr ConstRCPtr() noexcept = default;
     constexpr ConstRCPtr(std::nullptr_t) noexcept {}
-    /// Takes a reference to `object`, which may be null.
+
+    /// Stores `object`, which may be null, and takes a reference to it. If the object is then
+    /// unshareable and has two or more holders, the pointer gets a copy of its own.
+    ///
+    /// Throws: what AddReference and CreateCopy throw, and Unshare if the copy is not a T; no count
+    /// has changed.
     explicit ConstRCPtr(T* object);
+    /// As from a raw pointer: one more reference to the object of `other`.
     ConstRCPtr(const ConstRCPtr& other);
-    constexpr ConstRCPtr(ConstRCPtr&& other) noexcept;
     template <PointerConvertibleTo<T> U>
     ConstRCPtr(const ConstRCPtr<U>& other);
+
+    /// Takes the reference of `other` over, which is null afterwards. No count changes.
+    constexpr ConstRCPtr(ConstRCPtr&& other) noexcept;
     template <PointerConvertibleTo<T> U>
     ConstRCPtr(ConstRCPtr<U>&& other) noexcept
         : mObject(std::exchange(other.mObject, nullptr))
     {}
+    /// Drops the reference. What the object's RemoveReference throws is swallowed.
     ~ConstRCPtr();
 
-    /// Takes the new reference before it drops the old one; the same object changes no count.
+    /// Stores the new object, takes a reference to it as a constructor does, and then drops the old
+    /// one. The same object changes no count.
     ///
-    /// Throws: what Unshare throws if the object is unshareable; this pointer is unchanged. What
-    /// the old object's RemoveReference throws; this pointer holds the new object.
+    /// Throws: as a constructor, with this pointer and all counts unchanged; what the old object's
+    /// RemoveReference throws, with this pointer holding the new object.
     ConstRCPtr& operator=(const ConstRCPtr& other);
+    /// Takes the reference of `other` over, which is null afterwards, and drops the old one. A
+    /// pointer that is moved to itself keeps its object. Assigning null or a pointer to a derived
+    /// class moves as well. What the old object's RemoveReference throws is swallowed.
     ConstRCPtr& operator=(ConstRCPtr&& other) noexcept;
 
+    /// Returns the object, which this pointer goes on holding; null if there is none.
     const T* Get() const noexcept { return mObject; }
+    /// Requires: not null.
     const T* operator->() const noexcept { return mObject; }
+    /// Requires: not null.
     const T& operator*() const noexcept { return *mObject; }
     explicit operator bool() const noexcept { return mObject != nullptr; }
 
+    /// Exchanges the objects of two pointers. No count changes.
     void Swap(ConstRCPtr& other) noexcept;
     /// Deleted: it would hand out write access to the object that is only held for reading.
     void Swap(RCPtr<T>& other) = delete;
@@ -66,10 +84,12 @@ public:
     /// otherwise the object is copied and this holder's reference to the shared one is dropped.
     ///
     /// Throws: what CreateCopy throws, with nothing changed; Exception<std::logic_error> naming T
-    /// if the copy is not a T, with this pointer null and the reference to the shared object gone.
+    /// if the copy is not a T, with this pointer null and the reference to the shared object gone;
+    /// what the shared object's RemoveReference throws, with the copy held.
     void Unshare();
 
-    /// Returns a pointer to `object` as a T: null if it is null or not a T.
+    /// Returns a pointer to `object` as a T, null if it is null or not a T. It takes a reference,
+    /// and throws, as a constructor.
     template <class U>
     static ConstRCPtr Downcast(const ConstRCPtr<U>& object);
 
@@ -89,6 +109,7 @@ private:
     T* mObject = nullptr;
 };
 
+/// A reference to a counted object, with write access; the operations are ConstRCPtr's.
 template <class T>
 class RCPtr : public ConstRCPtr<T>
 {
@@ -124,7 +145,7 @@ public:
 
     void Swap(RCPtr& other) noexcept { ConstRCPtr<T>::Swap(static_cast<ConstRCPtr<T>&>(other)); }
 
-    /// Returns a pointer to `object` as a T: null if it is null or not a T.
+    /// As ConstRCPtr::Downcast.
     template <class U>
     static RCPtr Downcast(const RCPtr<U>& object);
 };

@@ -8,8 +8,8 @@
 //     alias.Unshare();                                          // one holder each, equal bytes
 //
 // Some objects are reachable from themselves: a center owns clients that point back at the center.
-// Such a reference is also counted as contained, so that the object can tell "somebody outside
-// still needs me" from "only my own members do".
+// Such a reference is also counted as contained, so that the object knows whether only its own
+// members still hold it.
 #pragma once
 
 #include <QX/Stringable.h>
@@ -55,6 +55,9 @@ public:
 
     /// Drops the references that this object's own members hold on it.
     ///
+    /// RemoveReference calls it when only they and the caller's are left, and ignores the result.
+    /// Releases that happen inside do not call it again.
+    ///
     /// The default has none to drop: it returns kResultSuccess for an object with one holder and
     /// no contained reference, and kResultFailure otherwise.
     virtual int32 RemoveContainedReferences();
@@ -62,7 +65,8 @@ public:
     /// Returns a new object with equal contents and counts of its own.
     ///
     /// Copyable classes override it. The object that they return must be shareable, as the copy
-    /// constructor makes it: the first smart pointers to it would copy an unshareable one for ever.
+    /// constructor makes it: the first smart pointers to it would copy an unshareable one without
+    /// end.
     ///
     /// Throws: Exception<std::logic_error>, unless overridden.
     virtual RCPtr<LRefCountedObject> CreateCopy() const;
@@ -73,8 +77,9 @@ public:
     /// with nothing changed if another thread changed it in between. It tries once.
     bool ModifyNumContainedReferences(int32 delta);
 
-    /// Counts one more holder that is a member of this object itself, and returns the new number
-    /// of holders.
+    /// Counts one more holder, by AddReference, and tries to count it as contained, by
+    /// ModifyNumContainedReferences. If that one attempt fails, only the holder is counted. Returns
+    /// the new number of holders.
     int32 AddContainedReference();
 
     /// Marks the object as one that only a single holder may have: from then on every further
@@ -82,6 +87,8 @@ public:
     ///
     /// Throws: Exception<std::runtime_error> if `unshareable` is true and there are two or more
     /// holders; nothing changes.
+    /// Threads: only while no other thread copies a pointer to the object; the count is tested and
+    /// the mark set in two steps.
     void SetUnshareable(bool unshareable);
 
     /// Returns the number of holders. What their other owners wrote into the object before they
@@ -95,6 +102,7 @@ public:
     {
         return __atomic_load_n(&mContainedReferenceCount, __ATOMIC_RELAXED);
     }
+    /// Returns whether the object is without the mark that SetUnshareable sets.
     bool IsShareable() const noexcept
     {
         return __atomic_load_n(&mIsShareable, __ATOMIC_RELAXED) != 0;

@@ -14,11 +14,12 @@ class RCPtr;
 class QX_API IStringable
 {
 public:
+    /// Returns the text.
     virtual StringT<char> ToString() const = 0;
 
 protected:
-    // Not virtual: nobody deletes through this interface, and the slot belongs to the classes
-    // below.
+    // Not virtual: no object is deleted through this interface, and the slot belongs to the
+    // classes below.
     ~IStringable() = default;
 };
 
@@ -26,7 +27,8 @@ protected:
 class QX_API IUndoable : public IStringable
 {
 public:
-    /// The meaning of the two objects belongs to the class that implements it.
+    /// Takes a change of this object back. The class that implements it says what the two objects
+    /// mean; the default in LRefCountedObject throws.
     virtual void Undo(const RCPtr<LRefCountedObject>& object, RCPtr<LRefCountedObject>& result) = 0;
 
 protected:

@@ -27,6 +27,8 @@ public:
     /// Enters the region, waiting without limit while another thread is inside.
     void Lock();
     /// Leaves the region once.
+    ///
+    /// Requires: the calling thread is inside.
     void Unlock();
 
 private:

@@ -184,7 +184,7 @@ RCPtr<Witness> MakeThrowing(std::string& journal)
     return outside;
 }
 
-// The word behind the two counts, which is raised while an object is dismantled.
+// The word after the two counts, which is raised while an object is dismantled.
 int32 GuardOf(const LRefCountedObject& object)
 {
     int32 guard;

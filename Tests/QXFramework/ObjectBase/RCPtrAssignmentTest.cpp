@@ -28,7 +28,7 @@ TEST(RCPtrAssignment, TakesTheNewReferenceBeforeDroppingTheOld)
     EXPECT_EQ(journal, "+b -a ~a ");
 }
 
-TEST(RCPtrAssignment, FromAnotherTypeKeepsTheOrder)
+TEST(RCPtrAssignment, KeepsItsOrderForAnotherType)
 {
     std::string journal;
     RCPtr<LRefCountedObject> held(new Witness('a', journal));
@@ -41,7 +41,7 @@ TEST(RCPtrAssignment, FromAnotherTypeKeepsTheOrder)
     EXPECT_EQ(other->GetReferenceCount(), 2);
 }
 
-TEST(RCPtrAssignment, OfTheSameObjectCountsNothing)
+TEST(RCPtrAssignment, CountsNothingForTheSameObject)
 {
     std::string journal;
     RCPtr<Witness> held(new Witness('a', journal));
@@ -56,7 +56,7 @@ TEST(RCPtrAssignment, OfTheSameObjectCountsNothing)
     EXPECT_EQ(held->GetReferenceCount(), 2);
 }
 
-TEST(RCPtrAssignment, OfTheSameUnshareableObjectMakesNoCopy)
+TEST(RCPtrAssignment, MakesNoCopyForTheSameUnshareableObject)
 {
     std::string journal;
     RCPtr<Witness> held(new Witness('a', journal));
@@ -69,7 +69,7 @@ TEST(RCPtrAssignment, OfTheSameUnshareableObjectMakesNoCopy)
     EXPECT_EQ(journal, "");
 }
 
-TEST(RCPtrAssignment, ToTheSamePointerByMoveKeepsTheObject)
+TEST(RCPtrAssignment, KeepsAnObjectThatIsMovedToItself)
 {
     std::string journal;
     RCPtr<Witness> held(new Witness('a', journal));
@@ -82,7 +82,7 @@ TEST(RCPtrAssignment, ToTheSamePointerByMoveKeepsTheObject)
     EXPECT_EQ(held->GetName(), 'a');
 }
 
-TEST(RCPtrAssignment, ByMoveOfAnAliasDropsOneReference)
+TEST(RCPtrAssignment, DropsOneReferenceWhenAnAliasIsMoved)
 {
     std::string journal;
     RCPtr<Witness> held(new Witness('a', journal));
@@ -96,7 +96,7 @@ TEST(RCPtrAssignment, ByMoveOfAnAliasDropsOneReference)
     EXPECT_EQ(held->GetReferenceCount(), 1);
 }
 
-TEST(RCPtrAssignment, OfNullDropsTheReference)
+TEST(RCPtrAssignment, DropsTheReferenceForNull)
 {
     std::string journal;
     RCPtr<Witness> held(new Witness('a', journal));
@@ -111,7 +111,7 @@ TEST(RCPtrAssignment, OfNullDropsTheReference)
     EXPECT_FALSE(other);
 }
 
-TEST(RCPtrAssignment, ToNullTakesTheReference)
+TEST(RCPtrAssignment, TakesTheReferenceForANullPointer)
 {
     std::string journal;
     const RCPtr<Witness> other(new Witness('b', journal));
@@ -153,7 +153,7 @@ TEST(RCPtrAssignment, MayDestroyThePointerThatItAssignsTo)
     EXPECT_EQ(other->GetReferenceCount(), 1);
 }
 
-TEST(RCPtrAssignment, OfNullMayDestroyThePointerThatItAssignsTo)
+TEST(RCPtrAssignment, MayDestroyThePointerThatItSetsToNull)
 {
     std::string journal;
     auto* const owner = new Witness('a', journal);

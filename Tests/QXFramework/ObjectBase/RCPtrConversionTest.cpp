@@ -121,7 +121,7 @@ TEST(RCPtrConversion, DoesNotMakeOverloadsAmbiguous)
     EXPECT_EQ(Pick(RCPtr<LIBuffer>()), 'b');
 }
 
-TEST(RCPtrConversion, ToABaseClassTakesAReference)
+TEST(RCPtrConversion, APointerToABaseClassTakesAReference)
 {
     std::string journal;
     const RCPtr<Witness> witness(new Witness('a', journal));
@@ -135,7 +135,7 @@ TEST(RCPtrConversion, ToABaseClassTakesAReference)
     EXPECT_EQ(reader.Get(), witness.Get());
 }
 
-TEST(RCPtrConversion, ToAVirtualBaseClassAdjustsThePointer)
+TEST(RCPtrConversion, APointerToAVirtualBaseClassIsAdjusted)
 {
     const RCPtr<LIBuffer> buffer = QX::LByteBuffer::Create(1, 0, true);
 
@@ -146,7 +146,7 @@ TEST(RCPtrConversion, ToAVirtualBaseClassAdjustsThePointer)
     EXPECT_EQ(base->GetReferenceCount(), 2);
 }
 
-TEST(RCPtrConversion, OfAnExpiringPointerCountsNothing)
+TEST(RCPtrConversion, AnExpiringPointerHandsItsReferenceOver)
 {
     std::string journal;
     RCPtr<Witness> witness(new Witness('a', journal));
@@ -162,7 +162,7 @@ TEST(RCPtrConversion, OfAnExpiringPointerCountsNothing)
     EXPECT_EQ(reader->GetReferenceCount(), 1);
 }
 
-TEST(RCPtrConversion, OfNullIsNull)
+TEST(RCPtrConversion, NullStaysNull)
 {
     const RCPtr<LIBuffer> null;
 
@@ -195,7 +195,7 @@ TEST(Downcast, GoesBelowAVirtualBase)
     EXPECT_EQ(buffer->GetReferenceCount(), 2);
 }
 
-TEST(RCPtrConversion, OfAMovedNullToAVirtualBaseIsNull)
+TEST(RCPtrConversion, AMovedNullStaysNullAsAVirtualBase)
 {
     RCPtr<LIBuffer> null;
 
@@ -204,7 +204,7 @@ TEST(RCPtrConversion, OfAMovedNullToAVirtualBaseIsNull)
     EXPECT_EQ(base, nullptr);
 }
 
-TEST(Downcast, OfAnotherTypeOrOfNullIsNull)
+TEST(Downcast, AnswersAnotherTypeAndNullWithNull)
 {
     std::string journal;
     const RCPtr<Base> base(new Witness('a', journal));
@@ -218,7 +218,7 @@ TEST(Downcast, OfAnotherTypeOrOfNullIsNull)
     EXPECT_EQ(journal, "");
 }
 
-TEST(Downcast, ToTheBaseIsAPlainCopy)
+TEST(Downcast, CopiesAPointerToTheBase)
 {
     const RCPtr<Base> base(new Base);
 
@@ -228,7 +228,7 @@ TEST(Downcast, ToTheBaseIsAPlainCopy)
     EXPECT_EQ(base->GetReferenceCount(), 2);
 }
 
-TEST(Downcast, OfAnUnshareableObjectGivesAPrivateCopy)
+TEST(Downcast, GivesAPrivateCopyOfAnUnshareableObject)
 {
     std::string journal;
     const RCPtr<Base> base(new Witness('a', journal));

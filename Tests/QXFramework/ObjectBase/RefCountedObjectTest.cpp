@@ -72,7 +72,7 @@ TEST(RefCountedObject, IsBornWithoutHoldersAndShareable)
     EXPECT_TRUE(object.IsShareable());
 }
 
-TEST(RefCountedObject, KeepsItsFourWordsInOrderBehindTheTable)
+TEST(RefCountedObject, KeepsItsFourWordsInOrderAfterTheTable)
 {
     const Object object = MakeObject();
     object->AddReference();
