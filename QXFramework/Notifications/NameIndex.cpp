@@ -1,4 +1,4 @@
-// NameIndex.cpp - the hash set behind the notification names.
+// NameIndex.cpp - the hash set of the notification names.
 
 #include "NameIndex.h"
 

@@ -1,15 +1,13 @@
 // NameIndex.h - finds the table's copy of a notification name at a cost that does not grow.
 //
-// An open-addressed hash set of pointers to names. Readers take no lock: slots only ever go from
-// empty to filled, and a full set is replaced by a larger one while readers may finish in the old.
+// An open-addressed hash set of pointers to the characters of names. Readers take no lock: a slot
+// only ever goes from empty to filled, and a full set is replaced by a larger one while readers may
+// still be in the old one.
 #pragma once
 
 #include <QX/Types.h>
 
-#include <array>
 #include <atomic>
-#include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -21,7 +19,7 @@ class NameIndex
 public:
     NameIndex();
 
-    /// Returns the number that Find and Add want of a name, so that it is computed once for both.
+    /// Returns the hash of `name`, which Find and Add take, so that it is computed once for both.
     static uint32 Hash(std::string_view name);
 
     /// Returns the entry equal to `name`, or null.
@@ -40,19 +38,6 @@ public:
     /// Threads: as ReserveOne.
     void Add(const char* name, uint32 hash) noexcept;
 
-    /// Returns whether `name` is the address of an entry, of those that NotePassedBack has seen
-    /// lately. Its characters are not read.
-    ///
-    /// Threads: any.
-    bool IsPassedBack(const char* name) const
-    {
-        return mPassedBack[PlaceOf(name)].load(std::memory_order_relaxed) == name;
-    }
-    void NotePassedBack(const char* entry)
-    {
-        mPassedBack[PlaceOf(entry)].store(entry, std::memory_order_relaxed);
-    }
-
 private:
     struct Slot
     {
@@ -67,23 +52,13 @@ private:
         std::unique_ptr<Slot[]> slots;
     };
 
-    static std::size_t PlaceOf(const char* name)
-    {
-        // Names often lie apart by equal distances.
-        const auto address = static_cast<uint32>(reinterpret_cast<std::uintptr_t>(name));
-        return address * 0x9E3779B1u >> (32 - kPassedBackBits);
-    }
-
     static void Insert(Slots& slots, const char* name, uint32 hash);
     void Grow();
 
     std::atomic<const Slots*> mCurrent;
-    std::vector<std::unique_ptr<Slots>> mGenerations; ///< the last is current; readers may use all
+    std::vector<std::unique_ptr<Slots>>
+        mGenerations; ///< the last is current; readers may be in any
     uint32 mCount = 0;
-
-    static constexpr int kPassedBackBits = 6;
-    /// Entries, each at the place of its address, where the last one stays.
-    std::array<std::atomic<const char*>, 1 << kPassedBackBits> mPassedBack{};
 };
 
 } // namespace QX

@@ -1,51 +1,58 @@
 // NotificationIDs.cpp - the process-wide table of notification names.
 
-#include "NameArray.h"
 #include "NameIndex.h"
-#include "NameStore.h"
 
 #include <QX/Mutex.h>
 #include <QX/Notification.h>
 
+#include <new>
 #include <string_view>
 
 namespace QX {
 namespace {
 
-// The names, what finds them, the strings that show them, and the lock. The lock is a leaf: it is
+using Names = StringArrayT<char, unsigned short>;
+
+constinit bool gAreNamesGone = false;
+
+// What answers for known names, and the lock under which names are added. The lock is a leaf: it is
 // taken under the lock of the parked notifications at most, and nothing is taken under it.
-struct NameTable
+struct Lookup
 {
-    NameTable() = default;
-    ~NameTable();
-    NameTable(const NameTable&) = delete;
-    NameTable& operator=(const NameTable&) = delete;
+    Lookup() = default;
+    ~Lookup() { gAreNamesGone = true; }
+    Lookup(const Lookup&) = delete;
+    Lookup& operator=(const Lookup&) = delete;
 
     NameIndex index;
-    NameStore names;
-    Mutex mutex; ///< of the names, and of all additions
-    NameArray array{names, mutex};
+    Mutex mutex;
 };
 
-constinit bool gIsNameTableGone = false;
-
-NameTable::~NameTable()
+Lookup& GetLookup()
 {
-    gIsNameTableGone = true;
+    static Lookup sLookup;
+    return sLookup;
 }
 
-// Built on first use, so that names work before and after the other statics.
-NameTable& GetNameTable()
+// The empty strings are built before the table and so outlive all that uses names: a client makes
+// strings while it unregisters at the process's exit.
+Names MakeTable()
 {
-    static NameTable sTable;
-    return sTable;
+    static_cast<void>(StringT<char, unsigned short>::GetEmpty());
+    static_cast<void>(StringT<unsigned short, char>::GetEmpty());
+    return Names();
 }
 
-const char* AddName(NameTable& table, std::string_view name, uint32 hash)
+// The caller is inside the lock. If there is no memory, index and table stay as they are.
+const char* AddName(Names& names, NameIndex& index, const char* name, uint32 hash)
 {
-    table.index.ReserveOne();
-    const char* const id = table.names.Add(name);
-    table.index.Add(id, hash);
+    index.ReserveOne();
+    const int32 place = names.AppendItem(StringT<char, unsigned short>(name));
+    if (place < 0) {
+        throw std::bad_alloc();
+    }
+    const char* const id = names.GetAt(static_cast<uint32>(place))->CStr();
+    index.Add(id, hash);
     return id;
 }
 
@@ -53,35 +60,34 @@ const char* AddName(NameTable& table, std::string_view name, uint32 hash)
 
 StringArrayT<char, unsigned short>& LNotification::GetNotificationIDs()
 {
-    return GetNameTable().array;
+    // Built on first use, so that names work before and after the other static objects.
+    static Names sNotificationIDs = MakeTable();
+    // Built after the table, and so gone before it.
+    GetLookup();
+    return sNotificationIDs;
 }
 
 const char* LNotification::GetNotificationID(const char* name)
 {
-    // Static objects that are destroyed later still pass IDs back, to unregister from what they
-    // registered for. Their characters are gone, but addresses are all that is compared.
-    if (gIsNameTableGone) {
-        return name;
-    }
     if (name == nullptr || *name == '\0') {
         return nullptr;
     }
-    NameTable& table = GetNameTable();
-    if (table.index.IsPassedBack(name)) {
+    // Static objects that are destroyed later still pass IDs back, to unregister from what they
+    // registered for. Their characters are gone, but addresses are all that is compared.
+    if (gAreNamesGone) {
         return name;
     }
+    Names& names = GetNotificationIDs();
+    Lookup& lookup = GetLookup();
     // Entries are unique, so searching by content finds an ID that is passed back as well.
     const std::string_view text(name);
     const uint32 hash = NameIndex::Hash(text);
-    if (const char* const id = table.index.Find(text, hash)) {
-        if (id == name) {
-            table.index.NotePassedBack(id);
-        }
+    if (const char* const id = lookup.index.Find(text, hash)) {
         return id;
     }
-    const MutexLock lock(&table.mutex);
-    const char* const id = table.index.Find(text, hash);
-    return id != nullptr ? id : AddName(table, text, hash);
+    const MutexLock lock(lookup.mutex);
+    const char* const id = lookup.index.Find(text, hash);
+    return id != nullptr ? id : AddName(names, lookup.index, name, hash);
 }
 
 } // namespace QX

@@ -26,21 +26,6 @@ template <class T>
 class Array : public IArray<T>
 {
 public:
-    Array() = default;
-    Array(const Array& other)
-        : IArray<T>(other)
-        , mItems(other.Items())
-    {}
-    Array(Array&& other) noexcept = default;
-    Array& operator=(const Array& other)
-    {
-        // What this array would add later on is replaced as well.
-        Items();
-        mItems = other.Items();
-        return *this;
-    }
-    Array& operator=(Array&& other) noexcept = default;
-
     uint32 GetCount() const override { return static_cast<uint32>(mItems.size()); }
 
     T* GetPtr() override { return mItems.data(); }
@@ -70,12 +55,6 @@ public:
     int32 RemoveItem(uint32 index, T& removed) override;
 
 private:
-    // An array of a derived class may be one that gets its items when somebody counts them.
-    const std::vector<T>& Items() const
-    {
-        static_cast<void>(GetCount());
-        return mItems;
-    }
     auto At(uint32 index) { return mItems.begin() + static_cast<std::ptrdiff_t>(index); }
 
     std::vector<T> mItems;

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <new>
 #include <string>
 #include <vector>
 
@@ -47,40 +46,25 @@ TEST_F(NotificationID, IsTheSameForEqualNamesInDifferentBuffers)
     EXPECT_NE(id, first.c_str());
 }
 
-// So many that what finds the names has to grow among them, and so long that each needs memory.
-TEST_F(NotificationID, OfANameThatFindsNoMemoryIsMadeLater)
+TEST_F(NotificationID, IsTheAddressOfTheLastEntryAtOnce)
 {
-    for (int number = 0; number < 300; ++number) {
-        SCOPED_TRACE(number);
-        const std::string name = std::string(20000, 's') + std::to_string(number);
-        const uint32 before = CountNames();
-        const char* id = nullptr;
-
-        for (int call = 1; id == nullptr; ++call) {
-            EXPECT_EQ(CountNames(), before);
-            const TestSupport::FailingHeap failing(call);
-            try {
-                id = LNotification::GetNotificationID(name.c_str());
-            } catch (const std::bad_alloc&) {
-                // One allocation more succeeds in the next round.
-            }
-        }
-
-        EXPECT_STREQ(id, name.c_str());
-        EXPECT_EQ(CountNames(), before + 1);
-    }
-}
-
-TEST_F(NotificationID, IsTheAddressOfTheTablesOwnCharacters)
-{
-    const char* const id = LNotification::GetNotificationID("own.characters");
-
     auto& names = LNotification::GetNotificationIDs();
-    const int32 index = names.FindContained(id);
+    const uint32 count = CountNames();
 
-    ASSERT_GE(index, 0);
-    EXPECT_EQ(names.GetAt(static_cast<uint32>(index))->CStr(), id);
-    EXPECT_EQ(names.FindString("own.characters", true), index);
+    for (uint32 number = 0; number < 10000; ++number) {
+        const std::string name = "entry." + std::to_string(number);
+        const char* const id = LNotification::GetNotificationID(name.c_str());
+
+        ASSERT_EQ(CountNames(), count + number + 1);
+        ASSERT_EQ(names.GetAt(count + number)->CStr(), id);
+        ASSERT_EQ(names.GetAt(count + number)->GetLength(), name.size());
+        ASSERT_EQ(id, name);
+    }
+
+    const char* const first = LNotification::GetNotificationID("entry.0");
+    EXPECT_EQ(names.GetAt(count)->CStr(), first) << "it keeps its address while the table grows";
+    EXPECT_EQ(names.FindContained(first), static_cast<int32>(count));
+    EXPECT_EQ(names.FindString("entry.0", true), static_cast<int32>(count));
 }
 
 TEST_F(NotificationID, DiffersForNamesThatDifferInCaseOrLengthOnly)
@@ -100,26 +84,7 @@ TEST_F(NotificationID, TakesEveryByteAsItIs)
     EXPECT_EQ(LNotification::GetNotificationID("\xE9\x80\xFF\x01"), id);
 }
 
-TEST_F(NotificationID, StaysAtItsAddressWhileTheTableGrows)
-{
-    const std::array<std::string, 3> names = {"x", "xyz", std::string(200, 'n')};
-    std::vector<const char*> ids;
-    for (const std::string& name : names) {
-        ids.push_back(LNotification::GetNotificationID(name.c_str()));
-    }
-
-    for (int number = 0; number < 10000; ++number) {
-        LNotification::GetNotificationID(("growth." + std::to_string(number)).c_str());
-    }
-
-    for (std::size_t index = 0; index < names.size(); ++index) {
-        SCOPED_TRACE(names[index]);
-        EXPECT_EQ(LNotification::GetNotificationID(names[index].c_str()), ids[index]);
-        EXPECT_EQ(ids[index], names[index]);
-    }
-}
-
-TEST_F(NotificationID, OfEveryNameIsFoundAgain)
+TEST_F(NotificationID, IsFoundAgainAmongThousands)
 {
     std::vector<const char*> ids;
     for (int number = 0; number < 3000; ++number) {
@@ -134,26 +99,6 @@ TEST_F(NotificationID, OfEveryNameIsFoundAgain)
                   ids[static_cast<std::size_t>(number)]);
     }
     EXPECT_EQ(CountNames(), count);
-}
-
-// More than are remembered, and passed back again and again.
-TEST_F(NotificationID, IsReturnedHoweverOftenItIsPassedBack)
-{
-    std::vector<const char*> ids;
-    for (int number = 0; number < 200; ++number) {
-        ids.push_back(LNotification::GetNotificationID(("back." + std::to_string(number)).c_str()));
-    }
-    const uint32 count = CountNames();
-
-    for (int round = 0; round < 3; ++round) {
-        for (const char* const id : ids) {
-            ASSERT_EQ(LNotification::GetNotificationID(id), id);
-            ASSERT_EQ(LNotification::GetNotificationID(id), id);
-            ASSERT_EQ(LNotification::GetNotificationID(std::string(id).c_str()), id);
-            ASSERT_NE(LNotification::GetNotificationID(id + 1), id);
-        }
-    }
-    EXPECT_EQ(CountNames(), count + 200);
 }
 
 TEST_F(NotificationID, IsNotTheAddressOfTheIdleName)
