@@ -105,7 +105,7 @@ void PostLevels(DeliveryLoop& loop, std::size_t source)
 
 int main()
 {
-    // Reuse saves an allocation for each notification.
+    // Reuse saves an allocation for each notification, if not always time.
     LNotification::SetNotificationReuseEnable(true);
     const RCPtr<LNotificationCenter> center = LNotificationCenter::Create("levels");
 

@@ -3,6 +3,7 @@
 
 #include <QX/Allocator.h>
 #include <QX/Buffer.h>
+#include <QX/ContainedReference.h>
 #include <QX/ConvertUTF.h>
 #include <QX/Exception.h>
 #include <QX/FunctionReceiver.h>
@@ -11,8 +12,11 @@
 #include <QX/Notification.h>
 #include <QX/NotificationCenter.h>
 #include <QX/NotificationClient.h>
+#include <QX/NotificationClientPool.h>
 #include <QX/NotificationDistributor.h>
+#include <QX/NotificationDistributorClass.h>
 #include <QX/NotificationQueue.h>
+#include <QX/NotificationRegisteredClientInfo.h>
 #include <QX/RCPtr.h>
 #include <QX/RCPtrArray.h>
 #include <QX/RCPtrQueue.h>

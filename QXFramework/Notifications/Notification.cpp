@@ -1,21 +1,50 @@
 // Notification.cpp - making, naming and recycling notifications.
 
-#include "NotificationStatics.h"
-
 #include <QX/Mutex.h>
 #include <QX/Notification.h>
 
 #include <new>
 
 namespace QX {
+namespace {
+
+// Built first, so that the names and the empty strings outlive the parked notifications.
+[[maybe_unused]] const auto& gNames = LNotification::GetNotificationIDs();
+
+} // namespace
+
+template <>
+constinit const RCPtr<LNotification> RCPtr<LNotification>::Null{};
+
+constinit std::atomic<uint32> LNotification::sIsNotificationReuseEnabled = 0;
+constinit bool LNotification::sIsStackAlive = false;
+Mutex LNotification::sMutex;
+RCPtrArray<LNotification, 1, 0> LNotification::sAvailableNotificationsStack;
+const LNotification::StackGuard LNotification::sStackGuard;
+
+LNotification::StackGuard::StackGuard() noexcept
+{
+    sIsStackAlive = true;
+}
+
+// With reuse on, each notification that the dying stack drops would be parked in it again.
+LNotification::StackGuard::~StackGuard()
+{
+    SetNotificationReuseEnable(false);
+    sIsStackAlive = false;
+}
+
+bool LNotification::IsReuseOn() noexcept
+{
+    return sIsNotificationReuseEnabled.load(std::memory_order_relaxed) != 0 && sIsStackAlive;
+}
 
 LNotification::LNotification() = default;
 LNotification::~LNotification() = default;
 
 RCPtr<LNotification> LNotification::Create(const char* name, const RCPtr<LRefCountedObject>& data)
 {
-    if (sIsNotificationReuseEnabled.load(std::memory_order_relaxed) == 0 ||
-        !NotificationStatics::IsStackAlive()) {
+    if (!IsReuseOn()) {
         return CreateInternal(name, data);
     }
     // Both outlive the lock: dropping a notification enters it, and a payload runs foreign code.
@@ -52,35 +81,36 @@ void LNotification::SetNotificationReuseEnable(bool enable)
 {
     // The flag first: what is released afterwards is not parked again.
     sIsNotificationReuseEnabled.store(enable, std::memory_order_relaxed);
-    if (enable || !NotificationStatics::IsStackAlive()) {
+    if (enable || !sIsStackAlive) {
         return;
     }
-    // From the top, so that nothing moves up for each of them. The payload of one that was parked
-    // while it was posted may switch reuse on again, and what is released would come back for ever.
-    while (sAvailableNotificationsStack.GetCount() != 0 &&
-           sIsNotificationReuseEnabled.load(std::memory_order_relaxed) == 0) {
-        RCPtr<LNotification> released;
-        sAvailableNotificationsStack.RemoveLast(released);
+    // They move to an array of their own, which releases them from index 0 upwards: the end of a
+    // payload may switch reuse on again, and then parks and takes notifications here. Without
+    // memory for that array they are released where they are.
+    RCPtrArray<LNotification, 1, 0> released;
+    const uint32 count = sAvailableNotificationsStack.GetCount();
+    if (released.SetCount(count) >= 0) {
+        for (uint32 index = 0; index < count; ++index) {
+            released.GetPtr()[index].Swap(sAvailableNotificationsStack.GetPtr()[index]);
+        }
     }
+    sAvailableNotificationsStack.SetCount(0);
 }
 
 void LNotification::NotificationIsAvailable(LNotification& notification)
 {
     notification.SetData(RCPtr<LRefCountedObject>::Null);
-    if (sIsNotificationReuseEnabled.load(std::memory_order_relaxed) == 0 ||
-        !NotificationStatics::IsStackAlive()) {
+    if (!IsReuseOn()) {
         return;
     }
     // Before there is a slot: a notification that must not be shared throws here.
     RCPtr<LNotification> parked(&notification);
     const MutexLock lock(&sMutex);
     const int32 index = sAvailableNotificationsStack.AppendItem(RCPtr<LNotification>::Null);
-    RCPtr<LNotification>* const slot =
-        index >= 0 ? sAvailableNotificationsStack.GetAt(static_cast<uint32>(index)) : nullptr;
-    if (slot == nullptr) {
+    if (index < 0) {
         throw std::bad_alloc();
     }
-    slot->Swap(parked);
+    sAvailableNotificationsStack.GetAt(static_cast<uint32>(index))->Swap(parked);
 }
 
 int32 LNotification::SetName(const char* name)
@@ -107,14 +137,14 @@ int32 LNotification::SetData(const RCPtr<LRefCountedObject>& data)
 
 bool LNotification::TryMarkPosted() noexcept
 {
-    // The only holder has no rival, and spares the atomic exchange.
+    // Only one holder: no other thread can post it, so no atomic exchange is needed.
     if (GetReferenceCount() == 1) {
         const bool wasPosted = IsPosted();
         SetPosted(true);
         return !wasPosted;
     }
     uint32 unposted = 0;
-    return mIsPosted.compare_exchange_strong(unposted, 1, std::memory_order_relaxed);
+    return mIsPosted.compare_exchange_strong(unposted, 1, std::memory_order_acquire);
 }
 
 int32 LNotification::RemoveReference()

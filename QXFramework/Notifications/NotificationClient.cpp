@@ -1,43 +1,10 @@
-// NotificationClient.cpp - the key functions of the client interfaces, and the function client.
+// NotificationClient.cpp - the key functions of the client interfaces.
 
-#include <QX/FunctionReceiver.h>
 #include <QX/NotificationClient.h>
-#include <QX/NotificationDistributor.h>
-
-#include <utility>
 
 namespace QX {
 
 LNotificationClient::~LNotificationClient() = default;
 LNotificationReceiver::~LNotificationReceiver() = default;
-
-RCPtr<LFunctionReceiver> LFunctionReceiver::Create(Handler handler)
-{
-    return RCPtr<LFunctionReceiver>(new LFunctionReceiver(std::move(handler)));
-}
-
-LFunctionReceiver::LFunctionReceiver(Handler handler)
-    : mHandler(std::move(handler))
-{}
-
-LFunctionReceiver::~LFunctionReceiver() = default;
-
-void LFunctionReceiver::HandleNotification(const RCPtr<LNotificationDistributor>& distributor,
-                                           const ConstRCPtr<LNotification>& notification)
-{
-    if (mHandler) {
-        mHandler(distributor, notification);
-    }
-}
-
-int32 LFunctionReceiver::ForceUnregisterNotification(
-    const RCPtr<LNotificationDistributor>& distributor, const char* notificationID)
-{
-    if (!distributor) {
-        return kResultOutOfRange;
-    }
-    return distributor->UnregisterNotificationClient(RCPtr<LNotificationClient>(this),
-                                                     notificationID);
-}
 
 } // namespace QX

@@ -1,124 +1,74 @@
 // NotificationClientPool.cpp - the clients of one name, and walks that survive their changes.
 
-#include <QX/Mutex.h>
+#include "PostMutex.h"
+
 #include <QX/NotificationDistributor.h>
-#include <QX/NotificationQueue.h>
 
 #include <new>
 
 namespace QX {
 
-using Distributor = LNotificationDistributor;
 using Pool = LNotificationDistributor::LNotificationClientPool;
 using Info = LNotificationDistributor::LNotificationRegisteredClientInfo;
 
-Info::LNotificationRegisteredClientInfo(const RCPtr<LNotificationClient>& client,
-                                        DeliveryFlags flags)
-    : mClient(client)
-    , mDeliveryFlags(flags)
-{}
+template <>
+constinit const RCPtr<Pool> RCPtr<Pool>::Null{};
 
-Info::~LNotificationRegisteredClientInfo() = default;
-
-RCPtr<Info> Info::Create(const RCPtr<LNotificationClient>& client, DeliveryFlags flags)
-{
-    return RCPtr<Info>(new LNotificationRegisteredClientInfo(client, flags));
-}
-
-void Info::SetLatest(const RCPtr<LNotification>& notification)
-{
-    // The one before is released without the lock, because its payload runs foreign code.
-    ConstRCPtr<LNotification> exchanged(notification);
-    const MutexLock lock(&LNotificationQueue::sMutex);
-    mLatestNotification.Swap(exchanged);
-}
-
-bool Info::TakeLatest(const RCPtr<LNotification>& notification)
-{
-    ConstRCPtr<LNotification> taken;
-    const MutexLock lock(&LNotificationQueue::sMutex);
-    if (mLatestNotification != notification) {
-        return false;
-    }
-    mLatestNotification.Swap(taken);
-    return true;
-}
-
-/// A walk in progress: the index that it has reached, which removals below correct. Walks nest,
-/// because a client may start another one on the same pool.
-class Pool::Cursor
+/// A walk in progress, down from the last client. Walks nest, because a client may start another
+/// one on the same pool: the innermost works on the pool's delivery index, and each keeps that of
+/// the walk around it. Removals correct them all.
+class Pool::Walk
 {
 public:
     /// Starts above the client at `index` - 1.
-    Cursor(LNotificationClientPool& pool, uint32 index)
+    Walk(LNotificationClientPool& pool, uint32 index)
         : mPool(pool)
         , mOuter(pool.mInnermost)
-        , mIndex(index)
+        , mOuterIndex(pool.mDeliveryIndex)
     {
         mPool.mInnermost = this;
         mPool.mDeliveryIndex = index;
     }
-    ~Cursor()
+    ~Walk()
     {
         mPool.mInnermost = mOuter;
-        mPool.mDeliveryIndex = mOuter != nullptr ? mOuter->mIndex : 0;
+        mPool.mDeliveryIndex = mOuterIndex;
     }
-    Cursor(const Cursor&) = delete;
-    Cursor& operator=(const Cursor&) = delete;
+    Walk(const Walk&) = delete;
+    Walk& operator=(const Walk&) = delete;
 
-    uint32 GetIndex() const noexcept { return mIndex; }
+    uint32 GetIndex() const noexcept { return mPool.mDeliveryIndex; }
 
-    /// Goes on to the next record below, or returns null. The record is held until the walk goes
-    /// on again or ends: by the pool as long as it stays there, by the cursor afterwards. That
-    /// spares two atomic operations for each client that stays.
-    Info* MoveDown()
+    /// Goes on to the next client below, or returns false.
+    bool MoveDown() noexcept
     {
-        LetGo();
-        if (mIndex == 0) {
-            return nullptr;
+        if (mPool.mDeliveryIndex == 0) {
+            return false;
         }
-        mPool.mDeliveryIndex = --mIndex;
-        mRecord = &mPool.InfoAt(mIndex);
-        return mRecord;
+        --mPool.mDeliveryIndex;
+        return true;
     }
 
-    /// Ends the hold on the record. The end of a client that goes with it may change the pool, and
-    /// the walk is still there to be corrected.
-    void LetGo()
+    /// Corrects the walks of `pool` after the client at `index` has left.
+    static void NoteRemoval(LNotificationClientPool& pool, uint32 index) noexcept
     {
-        mRecord = nullptr;
-        if (mRemoved) {
-            mRemoved = nullptr;
-        }
-    }
-
-    /// Corrects the walks of `pool` after `record` has left the place `index`.
-    static void NoteRemoval(LNotificationClientPool& pool, uint32 index, RCPtr<Info>& record)
-    {
-        Cursor* keeper = nullptr;
-        for (Cursor* cursor = pool.mInnermost; cursor != nullptr; cursor = cursor->mOuter) {
-            if (index < cursor->mIndex) {
-                --cursor->mIndex;
-            }
-            if (cursor->mRecord == record.Get()) {
-                keeper = cursor;
-            }
-        }
-        if (pool.mInnermost != nullptr) {
-            pool.mDeliveryIndex = pool.mInnermost->mIndex;
-        }
-        // The outermost walk that is at the record ends last.
-        if (keeper != nullptr) {
-            keeper->mRemoved.Swap(record);
+        Lower(pool.mDeliveryIndex, index);
+        for (Walk* walk = pool.mInnermost; walk != nullptr; walk = walk->mOuter) {
+            Lower(walk->mOuterIndex, index);
         }
     }
 
 private:
+    static void Lower(uint32& walkIndex, uint32 removedIndex) noexcept
+    {
+        if (removedIndex < walkIndex) {
+            --walkIndex;
+        }
+    }
+
     LNotificationClientPool& mPool;
-    Cursor* const mOuter;
-    uint32 mIndex;
-    Info* mRecord = nullptr; ///< the one that is being served
-    RCPtr<Info> mRemoved;    ///< mRecord when it has left the pool
+    Walk* const mOuter;
+    uint32 mOuterIndex; ///< 0 for the outermost
 };
 
 Pool::LNotificationClientPool(const char* notificationID)
@@ -142,31 +92,27 @@ int32 Pool::AddClient(const RCPtr<LNotificationClient>& client, DeliveryFlags fl
     if (!client) {
         return kResultOutOfRange;
     }
-    if ((flags & kDeliverLatestOnly) != 0 && mHasLatestOnlyClients != nullptr) {
-        mHasLatestOnlyClients->store(true, std::memory_order_relaxed);
-    }
-    DeliveryFlags allFlags = 0;
-    bool isPresent = false;
-    ConstRCPtr<LNotification> droppedLatest; // released when the pool is consistent again
+    DeliveryFlags allFlags = flags;
+    Info* present = nullptr;
     for (uint32 index = mClients.GetCount(); index > 0; --index) {
         Info& info = InfoAt(index - 1);
-        if (info.mClient == client) {
-            if (info.mDeliveryFlags == flags) {
-                return kResultSuccess;
-            }
-            info.mDeliveryFlags = flags;
-            if ((flags & kDeliverLatestOnly) == 0) {
-                droppedLatest.Swap(info.mLatestNotification);
-            }
-            isPresent = true;
+        if (info.GetClient() != client) {
+            allFlags |= info.GetDeliveryFlags();
+        } else if (info.GetDeliveryFlags() == flags) {
+            return kResultSuccess;
+        } else {
+            present = &info;
         }
-        allFlags |= info.mDeliveryFlags;
     }
-    if (isPresent) {
+    ConstRCPtr<LNotification> dropped; // released after unlocking
+    const RCPtr<Info> added = present == nullptr ? Info::Create(client, flags) : nullptr;
+    const MutexLock lock(gPostMutex);
+    if (present != nullptr) {
+        present->SetDeliveryFlags(flags, dropped);
         mDeliveryFlags = allFlags;
         return kResultSuccess;
     }
-    if (mClients.AppendItem(Info::Create(client, flags)) < 0) {
+    if (mClients.AppendItem(added) < 0) {
         throw std::bad_alloc();
     }
     mDeliveryFlags |= flags;
@@ -182,15 +128,16 @@ int32 Pool::RemoveClient(const RCPtr<LNotificationClient>& client)
     const uint32 index = static_cast<uint32>(found);
     // Released last: it may be the client's last holder, and the client's destructor may come back.
     RCPtr<Info> removed;
+    const MutexLock lock(gPostMutex);
     mClients.RemoveItem(index, removed);
-    Cursor::NoteRemoval(*this, index, removed);
+    Walk::NoteRemoval(*this, index);
     return kResultSuccess;
 }
 
 int32 Pool::GetClientIndex(const RCPtr<LNotificationClient>& client) const
 {
     for (uint32 index = mClients.GetCount(); index > 0; --index) {
-        if (InfoAt(index - 1).mClient == client) {
+        if (InfoAt(index - 1).GetClient() == client) {
             return static_cast<int32>(index - 1);
         }
     }
@@ -203,14 +150,14 @@ int32 Pool::GetDeliveryFlags(const RCPtr<LNotificationClient>& client, DeliveryF
     if (index < 0) {
         return kResultFailure;
     }
-    flags = InfoAt(static_cast<uint32>(index)).mDeliveryFlags;
+    flags = InfoAt(static_cast<uint32>(index)).GetDeliveryFlags();
     return kResultSuccess;
 }
 
 int32 Pool::DeliverNotification(LNotificationDistributor& distributor,
                                 const RCPtr<LNotification>& notification)
 {
-    // A client may drop every holder outside; all three are needed until the walk has ended.
+    // A client may drop every other holder; all three are needed until the walk has ended.
     const RCPtr<LNotificationClientPool> self(this);
     const RCPtr<LNotificationDistributor> keptDistributor(&distributor);
     const RCPtr<LNotification> keptNotification(notification);
@@ -225,9 +172,9 @@ int32 Pool::DeliverToAll(const RCPtr<LNotificationDistributor>& distributor,
     if (count == 0) {
         return kResultNothingDone;
     }
-    Cursor cursor(*this, count);
-    while (Info* const record = cursor.MoveDown()) {
-        Serve(*record, distributor, notification);
+    Walk walk(*this, count);
+    while (walk.MoveDown()) {
+        Serve(walk.GetIndex(), distributor, notification);
     }
     return kResultSuccess;
 }
@@ -241,34 +188,32 @@ uint32 Pool::DeliverNotification(LNotificationDistributor& distributor, uint32 i
     const RCPtr<LNotificationClientPool> self(this);
     const RCPtr<LNotificationDistributor> keptDistributor(&distributor);
     const RCPtr<LNotification> keptNotification(notification);
-    Cursor cursor(*this, index + 1);
-    if (Info* const record = cursor.MoveDown()) {
-        Serve(*record, keptDistributor, keptNotification);
-    }
-    cursor.LetGo();
-    return cursor.GetIndex();
+    const Walk walk(*this, index);
+    Serve(index, keptDistributor, keptNotification);
+    return walk.GetIndex();
 }
 
-// The caller's cursor is at the record, which nobody gives another client.
-void Pool::Serve(Info& record, const RCPtr<LNotificationDistributor>& distributor,
+// The caller's walk is at `index`, and is still there to be corrected when the references that are
+// dropped at the end run foreign code.
+void Pool::Serve(uint32 index, const RCPtr<LNotificationDistributor>& distributor,
                  const RCPtr<LNotification>& notification)
 {
-    if (!notification) {
+    const RCPtr<Info> record(&InfoAt(index));
+    const RCPtr<LNotificationClient> client(record->GetClient());
+    if (!notification || (record->IsLatestOnly() && !record->TakeLatest(notification))) {
         return;
     }
-    if ((record.mDeliveryFlags & kDeliverLatestOnly) != 0 && !record.TakeLatest(notification)) {
-        return;
-    }
-    record.mClient->HandleNotification(distributor, notification);
+    client->HandleNotification(distributor, notification);
 }
 
 void Pool::AskClientsToUnregister(const RCPtr<LNotificationDistributor>& distributor,
                                   ClientExceptions exceptions)
 {
-    Cursor cursor(*this, mClients.GetCount());
-    while (const Info* const record = cursor.MoveDown()) {
+    Walk walk(*this, mClients.GetCount());
+    while (walk.MoveDown()) {
+        const RCPtr<LNotificationClient> client(InfoAt(walk.GetIndex()).GetClient());
         try {
-            record->mClient->ForceUnregisterNotification(distributor, mNotificationID);
+            client->ForceUnregisterNotification(distributor, mNotificationID);
         } catch (...) {
             if (exceptions == ClientExceptions::kPass) {
                 throw;
@@ -277,17 +222,26 @@ void Pool::AskClientsToUnregister(const RCPtr<LNotificationDistributor>& distrib
     }
 }
 
-void Pool::SetLatestNotification(const RCPtr<LNotification>& notification)
+void Pool::PrepareLatest(const RCPtr<LNotification>& notification,
+                         LatestNotifications& latest) const
 {
+    if (!HasLatestOnlyClients()) {
+        return;
+    }
     for (uint32 index = mClients.GetCount(); index > 0; --index) {
-        // Releasing the notification before it runs foreign code, which may change the pool.
-        if (index > mClients.GetCount()) {
-            continue;
+        if (InfoAt(index - 1).IsLatestOnly()) {
+            latest.push_back(notification);
         }
+    }
+}
+
+void Pool::ExchangeLatest(LatestNotifications& latest) noexcept
+{
+    auto next = latest.begin();
+    for (uint32 index = mClients.GetCount(); next != latest.end(); --index) {
         Info& record = InfoAt(index - 1);
-        if ((record.mDeliveryFlags & kDeliverLatestOnly) != 0) {
-            const RCPtr<Info> kept(&record);
-            record.SetLatest(notification);
+        if (record.IsLatestOnly()) {
+            record.ExchangeLatest(*next++);
         }
     }
 }

@@ -1,22 +1,46 @@
 // NotificationDistributor.cpp - registration, its counts, and delivery by name.
 
-#include "NotificationStatics.h"
+#include "PostMutex.h"
 
 #include <QX/NotificationDistributor.h>
 
 #include <new>
 
 namespace QX {
+namespace {
 
-LNotificationDistributor::LNotificationDistributor() = default;
+// Built first, so that the names and the empty strings outlive the list and what its distributors
+// do at their end.
+[[maybe_unused]] const auto& gNames = LNotification::GetNotificationIDs();
 
-LNotificationDistributor::~LNotificationDistributor()
+} // namespace
+
+template <>
+constinit const RCPtr<LNotificationDistributor> RCPtr<LNotificationDistributor>::Null{};
+
+constinit bool LNotificationDistributor::sIsListAlive = false;
+LNotificationDistributor::DistributorArray LNotificationDistributor::sNotificationDistributors;
+const LNotificationDistributor::ListGuard LNotificationDistributor::sListGuard;
+
+LNotificationDistributor::ListGuard::ListGuard() noexcept
 {
-    // Somebody may hold a pool for longer.
-    for (uint32 index = 0; index < mClientPools.GetCount(); ++index) {
-        mClientPools.GetPtr()[index]->mHasLatestOnlyClients = nullptr;
+    sIsListAlive = true;
+}
+
+// The list's references are counted as contained; each count goes with its reference. From here on
+// no distributor enters or leaves the list, whatever the clients of one that ends here do.
+LNotificationDistributor::ListGuard::~ListGuard()
+{
+    sIsListAlive = false;
+    while (sNotificationDistributors.GetCount() != 0) {
+        RCPtr<LNotificationDistributor> distributor;
+        sNotificationDistributors.RemoveItem(0, distributor);
+        distributor->ModifyNumContainedReferences(-1);
     }
 }
+
+LNotificationDistributor::LNotificationDistributor() = default;
+LNotificationDistributor::~LNotificationDistributor() = default;
 
 RCPtr<LNotificationDistributor> LNotificationDistributor::Create()
 {
@@ -39,19 +63,15 @@ int32 LNotificationDistributor::RegisterNotificationClient(const RCPtr<LNotifica
         return kResultNothingDone;
     }
     const RCPtr<LNotificationDistributor> self(this);
-    RCPtr<LNotificationClientPool> pool = GetNotificationClientPool(id);
-    if (pool && pool->GetClientIndex(client) >= 0) {
+    LNotificationClientPool* pool = FindPool(id);
+    if (pool != nullptr && pool->GetClientIndex(client) >= 0) {
         pool->AddClient(client, flags);
         return kResultNothingDone;
     }
     AddRegistration();
     try {
-        if (!pool) {
-            pool = LNotificationClientPool::Create(id);
-            pool->mHasLatestOnlyClients = &mMayHaveLatestOnlyClients;
-            if (mClientPools.AppendItem(pool) < 0) {
-                throw std::bad_alloc();
-            }
+        if (pool == nullptr) {
+            pool = &AddPool(id);
         }
         pool->AddClient(client, flags);
     } catch (...) {
@@ -61,13 +81,24 @@ int32 LNotificationDistributor::RegisterNotificationClient(const RCPtr<LNotifica
     return kResultSuccess;
 }
 
-// Counts go up with the references first and the contained count behind, and come down the other
-// way round, so that nobody outside is overlooked in between.
+LNotificationDistributor::LNotificationClientPool&
+LNotificationDistributor::AddPool(const char* notificationID)
+{
+    const RCPtr<LNotificationClientPool> pool = LNotificationClientPool::Create(notificationID);
+    const MutexLock lock(gPostMutex);
+    if (mClientPools.AppendItem(pool) < 0) {
+        throw std::bad_alloc();
+    }
+    return *pool;
+}
+
+// References come first and the contained count after them, and they go the other way round: seen
+// in between, the number of outside holders is never too small.
 void LNotificationDistributor::AddRegistration()
 {
     AddContainedReference();
     ++mNumRegistrations;
-    if (mNumRegistrations != 1 || !NotificationStatics::IsListAlive()) {
+    if (mNumRegistrations != 1 || !sIsListAlive) {
         return;
     }
     if (sNotificationDistributors.AppendItem(RCPtr<LNotificationDistributor>(this)) < 0) {
@@ -81,7 +112,7 @@ void LNotificationDistributor::AddRegistration()
 void LNotificationDistributor::RemoveRegistration()
 {
     --mNumRegistrations;
-    if (mNumRegistrations == 0 && NotificationStatics::IsListAlive()) {
+    if (mNumRegistrations == 0 && sIsListAlive) {
         for (uint32 index = 0; index < sNotificationDistributors.GetCount(); ++index) {
             if (sNotificationDistributors.GetPtr()[index].Get() == this) {
                 ModifyNumContainedReferences(-1);
@@ -105,11 +136,12 @@ int32 LNotificationDistributor::UnregisterNotificationClient(
     // The registration may be the last holder of both, and `client` may be a member of it.
     const RCPtr<LNotificationDistributor> self(this);
     const RCPtr<LNotificationClient> keptClient(client);
-    const RCPtr<LNotificationClientPool> pool = GetNotificationClientPool(id);
-    if (!pool || pool->RemoveClient(keptClient) != kResultSuccess) {
+    LNotificationClientPool* const pool = FindPool(id);
+    if (pool == nullptr || pool->RemoveClient(keptClient) != kResultSuccess) {
         return kResultNothingDone;
     }
-    // None is counted for a client that was added to the pool directly.
+    // A client that was added to the pool directly was never counted. With no count left,
+    // subtracting for it would give back a reference that was never taken.
     if (mNumRegistrations > 0) {
         RemoveRegistration();
     }
@@ -176,19 +208,15 @@ int32 LNotificationDistributor::DeliverNotificationAllClients(
     if (!notification) {
         return kResultOutOfRange;
     }
-    // A client may drop every holder outside; both are needed until the walk has ended.
+    LNotificationClientPool* const pool = FindPool(notification->GetID());
+    if (pool == nullptr) {
+        return kResultNothingDone;
+    }
+    // A client may drop every other holder; both are needed until the walk has ended. The pool
+    // stays as long as this distributor.
     const RCPtr<LNotificationDistributor> self(this);
     const RCPtr<LNotification> keptNotification(notification);
-    return DeliverHeld(self, keptNotification);
-}
-
-// The caller holds both by pointers that no client has. A pool is never removed, so the distributor
-// holds it.
-int32 LNotificationDistributor::DeliverHeld(const RCPtr<LNotificationDistributor>& distributor,
-                                            const RCPtr<LNotification>& notification)
-{
-    LNotificationClientPool* const pool = distributor->FindPool(notification->GetID());
-    return pool != nullptr ? pool->DeliverToAll(distributor, notification) : kResultNothingDone;
+    return pool->DeliverToAll(self, keptNotification);
 }
 
 void LNotificationDistributor::DeliverNotification(const RCPtr<LNotificationClient>& client,
@@ -197,7 +225,7 @@ void LNotificationDistributor::DeliverNotification(const RCPtr<LNotificationClie
     if (!client || !notification) {
         return;
     }
-    // The client may drop every holder outside, of itself too.
+    // The client may drop every other holder, of itself too.
     const RCPtr<LNotificationDistributor> self(this);
     const RCPtr<LNotificationClient> keptClient(client);
     const ConstRCPtr<LNotification> keptNotification(notification);
@@ -216,14 +244,6 @@ void LNotificationDistributor::AskClientsToUnregister(ClientExceptions exception
     for (uint32 index = mClientPools.GetCount(); index > 0; --index) {
         const RCPtr<LNotificationClientPool> pool(mClientPools.GetPtr()[index - 1]);
         pool->AskClientsToUnregister(self, exceptions);
-    }
-}
-
-void LNotificationDistributor::SetLatestNotification(const RCPtr<LNotification>& notification)
-{
-    LNotificationClientPool* const pool = notification ? FindPool(notification->GetID()) : nullptr;
-    if (pool != nullptr && (pool->GetDeliveryFlags() & kDeliverLatestOnly) != 0) {
-        pool->SetLatestNotification(notification);
     }
 }
 

@@ -19,13 +19,16 @@ public:
     using Handler = std::function<void(const RCPtr<LNotificationDistributor>& distributor,
                                        const ConstRCPtr<LNotification>& notification)>;
 
-    /// Returns a client that calls `handler` for each notification; an empty one does nothing.
+    /// Returns a client that owns `handler` and calls it for each notification; an empty one does
+    /// nothing. Throws: std::bad_alloc.
     static RCPtr<LFunctionReceiver> Create(Handler handler);
 
+    /// Calls the function. Throws: what the function throws. Threads: the delivering thread.
     void HandleNotification(const RCPtr<LNotificationDistributor>& distributor,
                             const ConstRCPtr<LNotification>& notification) override;
 
-    /// Unregisters this client from the ID and returns the result of that.
+    /// Unregisters this client from the ID and returns the result of that. Fails:
+    /// kResultOutOfRange for a null distributor. Threads: the delivering thread.
     int32 ForceUnregisterNotification(const RCPtr<LNotificationDistributor>& distributor,
                                       const char* notificationID) override;
 

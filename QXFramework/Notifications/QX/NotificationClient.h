@@ -18,14 +18,18 @@ class QX_API LNotificationClient : public virtual LRefCountedObject
 public:
     // Slot order is fixed; append only.
 
-    /// Receives a notification that the client registered for, on the delivering thread and with
-    /// no lock held. It may post, register and unregister anybody, and drop any holder. What it
-    /// throws ends the delivery and reaches whoever asked for it.
+    /// Receives a notification that the client registered for, with no lock held. It may post,
+    /// register and unregister itself and others, and drop any holder; its distributor and the
+    /// notification are held meanwhile. What it throws ends the delivery and reaches the caller of
+    /// the delivery. Threads: the delivering thread.
     virtual void HandleNotification(const RCPtr<LNotificationDistributor>& distributor,
                                     const ConstRCPtr<LNotification>& notification) = 0;
 
-    /// Is asked to unregister itself from the ID at the distributor. The result tells a reader of
-    /// the class whether it does; distributors do not look at it.
+    /// Is asked to unregister itself from the ID at the distributor, which ignores the result.
+    ///
+    /// What it throws is swallowed while a center dismantles itself, and the client counts as one
+    /// that stays; it reaches the caller of ForceAllRegisteredClientsToUnregister. Threads: the one
+    /// that drops the center's last holder or makes that call, which is the delivering thread.
     virtual int32 ForceUnregisterNotification(const RCPtr<LNotificationDistributor>& distributor,
                                               const char* notificationID) = 0;
 

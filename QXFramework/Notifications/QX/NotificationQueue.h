@@ -6,15 +6,16 @@
 //     queue->DeliverPendingNotifications(true); // one thread: calls the clients
 //     queue->ReleaseDistributor();              // the end of every queue
 //
-// A queue and its posting receiver hold each other. ReleaseDistributor breaks that cycle; a queue
-// whose holders let go without it stays alive for ever. (A center ends by itself.)
+// A queue lives on the heap, held by smart pointers. It and its posting receiver hold each other.
+// ReleaseDistributor breaks that cycle; a queue that loses its holders without it stays alive for
+// ever. (A center ends by itself.)
 //
-// Threads: PostForBroadcast from any thread that holds the queue, also while it is shut down;
-// everything else, and registration at the distributor, on the delivering thread. Posts read the
-// latest-only registrations: once one has been made, registrations change only while nobody posts.
-// No lock is held while clients run.
+// Threads: PostForBroadcast from any thread that holds the queue, also while clients register and
+// while the queue is shut down; everything else, and registration at the distributor, on the
+// delivering thread. No lock is held while clients run.
 #pragma once
 
+#include <QX/ContainedReference.h>
 #include <QX/Notification.h>
 #include <QX/NotificationClient.h>
 #include <QX/NotificationDistributor.h>
@@ -27,101 +28,112 @@ class QX_API LNotificationQueue : public virtual LRefCountedObject
 public:
     class LPostingReceiver;
 
+    /// Returns a queue without a distributor. Throws: std::bad_alloc.
     static RCPtr<LNotificationQueue> Create();
     LNotificationQueue();
     ~LNotificationQueue() override;
 
-    /// Sets the distributor that deliveries go through; it can be set once.
+    /// Sets the distributor that deliveries go through and returns kResultSuccess. It can be set
+    /// once; a null `distributor` changes nothing.
     ///
     /// Fails: kResultFailure if one is set, or after ReleaseDistributor.
     int32 SetDistributor(const RCPtr<LNotificationDistributor>& distributor);
 
-    /// Shuts the queue down: flushes it and lets go of the distributor and of the receiver, which
+    /// Shuts the queue down: flushes it and releases the distributor and the receiver, which
     /// forwards nothing any more. A second call only flushes.
     void ReleaseDistributor();
 
-    /// Stores `notification` for delivery and marks it as posted.
+    /// Stores `notification` for delivery, marks it as posted and returns kResultSuccess.
     ///
-    /// Fails, with nothing changed: kResultOutOfRange for null or one that is posted already,
-    /// kResultFailure without a distributor. Throws: std::bad_alloc; the notification is not
-    /// posted, but latest-only clients of its name no longer wait for the one before.
+    /// Fails: kResultOutOfRange for null or one that is posted already, kResultFailure without a
+    /// distributor. Throws: std::bad_alloc; what CreateCopy throws for an unshareable notification,
+    /// of which a copy is posted. Nothing changes in any of these cases.
     ///
     /// Threads: any. Notifications of one poster keep their order.
     int32 PostForBroadcast(const RCPtr<LNotification>& notification);
-    /// As above, with the caller's own reference, which is gone afterwards if the notification was
-    /// posted and nobody receives only the latest of its name.
+    /// As above, with the caller's own reference, which is handed over if the notification was
+    /// posted.
     int32 PostForBroadcast(RCPtr<LNotification>&& notification);
 
     /// Delivers what was pending at the start of the call, oldest first, then, if `deliverIdle`,
-    /// the idle notification. Returns whether notifications are pending now. What clients post
-    /// meanwhile waits for the next call; a call from inside a client delivers only the idle one.
+    /// the idle notification. Returns whether notifications are pending now. What is posted
+    /// meanwhile waits for the next call; a flush ends the delivery. A call from inside a client
+    /// delivers only the idle notification.
     ///
-    /// A receiver that forwards a queue into itself keeps one notification pending for ever, so a
-    /// loop until this returns false does not end then. Nor does a client of the idle notification
-    /// that calls this with `deliverIdle`.
+    /// A receiver that forwards a queue into itself, or two that forward into each other's queues,
+    /// keep one notification pending for ever, so a loop until this returns false does not end. Nor
+    /// does a client of the idle notification that calls this with `deliverIdle`.
     ///
-    /// Throws: what a client throws. The notification then stays marked as posted, and later calls
-    /// deliver only the idle notification; FlushPendingNotifications and ReleaseDistributor work.
+    /// Throws: what a client throws. If it was a pending notification that was delivered, that one
+    /// stays marked as posted, and this queue never delivers pending notifications again, only the
+    /// idle one; what is pending can still be flushed.
     bool DeliverPendingNotifications(bool deliverIdle);
 
-    /// Drops what was pending at the start of the call; returns whether something is pending now.
+    /// Drops what was pending at the start of the call, undelivered, and returns whether something
+    /// is pending now.
     bool FlushPendingNotifications();
 
     /// Returns the client that posts whatever it receives into this queue; null after
     /// ReleaseDistributor. Registered at another distributor it forwards from there to here, and
-    /// it stays registered there, idle, when this queue is shut down.
+    /// it stays registered there, without effect, when this queue is shut down.
+    ///
+    /// The reference is to the member, which ReleaseDistributor clears.
     const RCPtr<LPostingReceiver>& GetPostingReceiver() const { return mPostingReceiver; }
 
-protected:
-    /// Counts the distributor reference as one that this object holds on itself: ReleaseDistributor
-    /// then gives the count back with the reference.
-    void SetDistributorIsContained();
-    /// Takes that duty over: returns whether it was still owed, and to the caller from now on.
-    bool TakeDistributorIsContained();
-
 private:
-    friend class NotificationStatics;
-    friend class LNotificationDistributor::LNotificationRegisteredClientInfo;
+    using LatestNotifications =
+        LNotificationDistributor::LNotificationClientPool::LatestNotifications;
 
-    int32 Enqueue(RCPtr<LNotification>& notification);
-    void DeliverPending(const RCPtr<LNotificationDistributor>& distributor);
+    int32 Enqueue(RCPtr<LNotification>& notification, LatestNotifications& latest);
+    bool HasDistributor() const;
+    void DeliverPending();
     bool Flush();
     void ExchangeDistributor(const RCPtr<LNotificationDistributor>& distributor);
 
-    static Mutex sMutex; ///< guards, for all queues, the members that say so
+    static Mutex& sMutex; ///< of all queues; guards the members that say so
 
-    uint32 mIsDelivering = 0; ///< stops a client from delivering inside a delivery
+    uint32 mIsDelivering = 0; ///< keeps a client from delivering what is pending inside a delivery
     RCPtrQueue<LNotification, 256> mPendingNotifications; ///< under sMutex
     /// Written under sMutex by the delivering thread, which alone reads it without.
     RCPtr<LNotificationDistributor> mDistributor;
     RCPtr<LPostingReceiver> mPostingReceiver; ///< null after ReleaseDistributor
     RCPtr<LNotification> mIdleNotification;
-    bool mDistributorIsContained = false;
-    /// The receiver whose reference here is counted as contained, until it lets go. Under sMutex.
-    const LPostingReceiver* mCountedReceiver = nullptr;
+    uint32 mUndelivered = 0; ///< how many the delivery in progress still takes; 0 after a flush
+    ContainedReference mContainedReceiver; ///< of the receiver made here; under sMutex
+
+protected:
+    /// Of a queue that is its own distributor; counted by the class that makes it so.
+    ContainedReference mContainedDistributor;
 };
 
 /// A client that posts a copy of whatever it receives into its queue.
 class QX_API LNotificationQueue::LPostingReceiver : public LNotificationReceiver
 {
 public:
+    /// Returns a receiver that holds `queue` until ReleaseQueue. Only a queue's own receiver is
+    /// counted as contained in it; any other is a holder like all others. Throws: std::bad_alloc.
     static RCPtr<LPostingReceiver> Create(const RCPtr<LNotificationQueue>& queue);
 
+    /// Posts a new notification with the ID and the payload of `notification`.
+    ///
+    /// Throws: as LNotification::Create and PostForBroadcast. Threads: any; that of the distributor
+    /// that it is registered at. It never releases the queue.
     void HandleNotification(const RCPtr<LNotificationDistributor>& distributor,
                             const ConstRCPtr<LNotification>& notification) override;
-    /// Returns kResultFailure: whoever registered the receiver unregisters it.
+    /// Returns kResultFailure: the code that registered the receiver unregisters it.
     int32 ForceUnregisterNotification(const RCPtr<LNotificationDistributor>& distributor,
                                       const char* notificationID) override;
     ~LPostingReceiver() override;
 
-    /// Lets go of the queue; from then on the receiver does nothing.
+    /// Releases the queue; from then on the receiver does nothing. Threads: the queue's delivering
+    /// thread, also while another thread forwards.
     void ReleaseQueue();
 
 protected:
     explicit LPostingReceiver(const RCPtr<LNotificationQueue>& queue);
 
 private:
-    RCPtr<LNotificationQueue> GetQueue() const;
+    bool HasQueue() const;
 
     RCPtr<LNotificationQueue> mQueue; ///< under sMutex
 };

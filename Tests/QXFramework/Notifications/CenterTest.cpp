@@ -226,7 +226,7 @@ TEST_F(CenterManager, DeliversInAllCentersFromTheLast)
     EXPECT_EQ(order, "321321");
 }
 
-TEST_F(CenterManager, SaysWhetherAnythingIsPendingAnywhere)
+TEST_F(CenterManager, ReturnsWhetherAnythingIsPendingAnywhere)
 {
     const RCPtr<Center> first = manager->GetOrCreateNotificationCenter("1");
     const RCPtr<Center> second = manager->GetOrCreateNotificationCenter("2");
@@ -247,7 +247,7 @@ TEST_F(CenterManager, SaysWhetherAnythingIsPendingAnywhere)
     EXPECT_FALSE(manager->DeliverPendingNotificationsAllCenters(false));
 }
 
-TEST_F(CenterManager, DoesNotTellOfAPostToACenterWhoseTurnIsOver)
+TEST_F(CenterManager, DoesNotReportAPostToACenterThatWasAlreadyCalled)
 {
     const RCPtr<Center> first = manager->GetOrCreateNotificationCenter("1");
     const RCPtr<Center> second = manager->GetOrCreateNotificationCenter("2");

@@ -57,7 +57,7 @@ protected:
     long liveBlocks = 0;
 };
 
-TEST_F(Counts, OfADistributorWhoseClientLeavesFirst)
+TEST_F(Counts, FallWhenTheClientsOfADistributorLeave)
 {
     RCPtr<LNotificationDistributor> held(new LWatchedDistributor);
     EXPECT_EQ(CountsOf(*held), "1/0");
@@ -75,7 +75,7 @@ TEST_F(Counts, OfADistributorWhoseClientLeavesFirst)
     EXPECT_EQ(journal, "");
 }
 
-TEST_F(Counts, OfADistributorWhoseHolderLeavesFirst)
+TEST_F(Counts, KeepADistributorUntilItsLastClientLeaves)
 {
     RCPtr<LNotificationDistributor> held(new LWatchedDistributor);
     LNotificationDistributor& distributor = *held;
@@ -89,7 +89,7 @@ TEST_F(Counts, OfADistributorWhoseHolderLeavesFirst)
     EXPECT_EQ(sEnds, 1);
 }
 
-TEST_F(Counts, OfADistributorThatAllItsClientsLeaveAtOnce)
+TEST_F(Counts, KeepADistributorUntilAClientHasLeftEveryName)
 {
     RCPtr<LNotificationDistributor> held(new LWatchedDistributor);
     LNotificationDistributor& distributor = *held;
@@ -102,7 +102,7 @@ TEST_F(Counts, OfADistributorThatAllItsClientsLeaveAtOnce)
     EXPECT_EQ(sEnds, 1);
 }
 
-TEST_F(Counts, OfAQueueThatIsShutDown)
+TEST_F(Counts, FallWhenAQueueIsShutDown)
 {
     const RCPtr<LNotificationDistributor> distributor = LNotificationDistributor::Create();
     RCPtr<LNotificationQueue> held(new LWatchedQueue);
@@ -123,7 +123,7 @@ TEST_F(Counts, OfAQueueThatIsShutDown)
     EXPECT_EQ(sEnds, 1);
 }
 
-TEST_F(Counts, OfAQueueThatIsDroppedWithoutBeingShutDown)
+TEST_F(Counts, KeepAQueueThatIsDroppedWithoutBeingShutDown)
 {
     RCPtr<LNotificationQueue> held(new LWatchedQueue);
     LNotificationQueue& queue = *held;
@@ -136,7 +136,7 @@ TEST_F(Counts, OfAQueueThatIsDroppedWithoutBeingShutDown)
     EXPECT_EQ(sEnds, 1);
 }
 
-TEST_F(Counts, OfAQueueWithSeveralHolders)
+TEST_F(Counts, AreRightForAQueueWithSeveralHolders)
 {
     RCPtr<LNotificationQueue> held(new LWatchedQueue);
     RCPtr<LNotificationQueue> another = held;
@@ -149,7 +149,7 @@ TEST_F(Counts, OfAQueueWithSeveralHolders)
     EXPECT_EQ(sEnds, 1);
 }
 
-TEST_F(Counts, OfAQueueWhoseReceiverLetsGoFirst)
+TEST_F(Counts, FallOnceIfTheReceiverReleasesItsQueueFirst)
 {
     RCPtr<LNotificationQueue> held(new LWatchedQueue);
 
@@ -163,7 +163,7 @@ TEST_F(Counts, OfAQueueWhoseReceiverLetsGoFirst)
     EXPECT_EQ(sEnds, 1);
 }
 
-TEST_F(Counts, OfAQueueThatAnotherReceiverLetsGoOf)
+TEST_F(Counts, IncludeTheQueuesOwnReceiverOnly)
 {
     RCPtr<LNotificationQueue> held(new LWatchedQueue);
     const auto another = LNotificationQueue::LPostingReceiver::Create(held);
@@ -176,7 +176,7 @@ TEST_F(Counts, OfAQueueThatAnotherReceiverLetsGoOf)
     EXPECT_EQ(CountsOf(*held), "1/0");
 }
 
-TEST_F(Counts, OfACenterWhoseReceiverLetsGoFirst)
+TEST_F(Counts, FallOnceIfTheReceiverReleasesItsCenterFirst)
 {
     RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
     RegisterBoth(*held);
@@ -186,14 +186,14 @@ TEST_F(Counts, OfACenterWhoseReceiverLetsGoFirst)
     {
         const RCPtr<LNotificationCenter> passing = held;
     }
-    EXPECT_EQ(TakeJournal(), "") << "nobody is asked while there is a holder";
+    EXPECT_EQ(TakeJournal(), "") << "no client is asked while there is a holder";
 
     held = nullptr;
     EXPECT_EQ(TakeJournal(), "!b!a");
     EXPECT_TRUE(IsAllGone());
 }
 
-TEST_F(Counts, OfACenterWithoutClients)
+TEST_F(Counts, FallToNothingWhenACenterWithoutClientsEnds)
 {
     RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
     EXPECT_EQ(CountsOf(*held), "3/2");
@@ -202,7 +202,7 @@ TEST_F(Counts, OfACenterWithoutClients)
     EXPECT_TRUE(IsAllGone());
 }
 
-TEST_F(Counts, OfACenterWhoseClientsUnregister)
+TEST_F(Counts, FallToNothingWhenTheClientsOfACenterUnregister)
 {
     RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
     held->RegisterNotificationClient(first, "A", 0);
@@ -215,7 +215,7 @@ TEST_F(Counts, OfACenterWhoseClientsUnregister)
     EXPECT_TRUE(IsAllGone());
 }
 
-TEST_F(Counts, OfACenterWhoseClientsStay)
+TEST_F(Counts, KeepACenterWhoseClientsStay)
 {
     RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
     LNotificationCenter& center = *held;
@@ -242,7 +242,7 @@ TEST_F(Counts, OfACenterWhoseClientsStay)
     EXPECT_TRUE(IsAllGone());
 }
 
-TEST_F(Counts, OfACenterWhoseClientsLeaveAfterItsLastHolder)
+TEST_F(Counts, KeepACenterUntilItsClientsLeave)
 {
     RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
     LNotificationCenter& center = *held;
@@ -254,13 +254,13 @@ TEST_F(Counts, OfACenterWhoseClientsLeaveAfterItsLastHolder)
 
     center.UnregisterNotificationClient(second);
     EXPECT_EQ(CountsOf(center), "2/2");
-    EXPECT_EQ(TakeJournal(), "!a") << "whoever is left is asked again";
+    EXPECT_EQ(TakeJournal(), "!a") << "the client that is left is asked again";
 
     center.UnregisterNotificationClient(first);
     EXPECT_TRUE(IsAllGone());
 }
 
-TEST_F(Counts, OfACenterWithOneClientThatThrows)
+TEST_F(Counts, KeepACenterWhoseClientThrowsWhenItIsAsked)
 {
     struct Row
     {
@@ -302,7 +302,7 @@ TEST_F(Counts, OfACenterWithOneClientThatThrows)
     }
 }
 
-TEST_F(Counts, OfACenterThatIsShutDownDirectly)
+TEST_F(Counts, AreRightWhenACenterIsShutDownDirectly)
 {
     struct Row
     {
@@ -345,7 +345,7 @@ TEST_F(Counts, OfACenterThatIsShutDownDirectly)
             center.ReleaseDistributor();
             EXPECT_EQ(CountsOf(center), row.after);
             EXPECT_EQ(center.PostForBroadcast(Make()), kResultFailure);
-            EXPECT_EQ(TakeJournal(), "") << "nobody is asked while there is a holder";
+            EXPECT_EQ(TakeJournal(), "") << "no client is asked while there is a holder";
 
             LetGoOf(center);
             EXPECT_EQ(TakeJournal(), row.clients != 0 ? "!b!a" : "");
@@ -354,7 +354,7 @@ TEST_F(Counts, OfACenterThatIsShutDownDirectly)
     }
 }
 
-TEST_F(Counts, OfACenterThatAClientShutsDownDuringADelivery)
+TEST_F(Counts, AreRightWhenAClientShutsACenterDownDuringADelivery)
 {
     auto& center = KeepCenter();
     RegisterBoth(center);
@@ -368,7 +368,7 @@ TEST_F(Counts, OfACenterThatAClientShutsDownDuringADelivery)
     EXPECT_EQ(CountsOf(center), "4/3");
 }
 
-TEST_F(Counts, OfACenterThatAClientShutsDownWhenItIsAsked)
+TEST_F(Counts, FallToNothingWhenAClientShutsACenterDownWhenItIsAsked)
 {
     RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
     LNotificationCenter& center = *held;
@@ -384,7 +384,7 @@ TEST_F(Counts, OfACenterThatAClientShutsDownWhenItIsAsked)
     EXPECT_TRUE(IsAllGone());
 }
 
-TEST_F(Counts, OfACenterThatIsDismantledDirectly)
+TEST_F(Counts, AreRightWhenACenterIsDismantledDirectly)
 {
     RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
     RegisterBoth(*held);
@@ -398,7 +398,7 @@ TEST_F(Counts, OfACenterThatIsDismantledDirectly)
     EXPECT_TRUE(IsAllGone());
 }
 
-TEST_F(Counts, OfACenterThatIsDismantledDirectlyInVain)
+TEST_F(Counts, AreRightWhenACenterIsDismantledDirectlyInVain)
 {
     RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
     RCPtr<LNotificationCenter> another = held;
@@ -415,7 +415,7 @@ TEST_F(Counts, OfACenterThatIsDismantledDirectlyInVain)
     EXPECT_EQ(held->RemoveContainedReferences(), kResultSuccess);
 }
 
-TEST_F(Counts, OfACenterThatAClientTakesHoldOfWhenItIsAsked)
+TEST_F(Counts, AreRightWhenAClientTakesHoldOfACenterThatAsksIt)
 {
     RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
     RCPtr<LNotificationDistributor> kept;

@@ -230,7 +230,7 @@ TEST_F(Delivery, GoesOnWhenARemovalHappensInsideAnInnerOne)
     EXPECT_EQ(Deliver(), "ddcbc");
 }
 
-TEST_F(Delivery, ServesOneClientByItsIndexAndSaysWhereToGoOn)
+TEST_F(Delivery, ServesOneClientByItsIndexAndReturnsWhereToGoOn)
 {
     Register(3);
     const auto pool = distributor->GetNotificationClientPool(LNotification::GetNotificationID("A"));
@@ -243,7 +243,7 @@ TEST_F(Delivery, ServesOneClientByItsIndexAndSaysWhereToGoOn)
     EXPECT_EQ(TakeJournal(), "c");
 }
 
-TEST_F(Delivery, ServesNobodyAtAnIndexThatIsNotThere)
+TEST_F(Delivery, ServesNoClientAtAnIndexThatIsNotThere)
 {
     Register(2);
     const auto pool = distributor->GetNotificationClientPool(LNotification::GetNotificationID("A"));
@@ -254,7 +254,7 @@ TEST_F(Delivery, ServesNobodyAtAnIndexThatIsNotThere)
     EXPECT_EQ(journal, "");
 }
 
-TEST_F(Delivery, OfAPoolSaysWhetherItHadClients)
+TEST_F(Delivery, ReturnsWhetherThePoolHadClients)
 {
     Register(1);
     const auto pool = distributor->GetNotificationClientPool(LNotification::GetNotificationID("A"));
@@ -277,7 +277,7 @@ TEST_F(Delivery, EndsAtAnExceptionAndStartsAfreshTheNextTime)
     EXPECT_EQ(CountsOf(*distributor), "5/4");
 }
 
-TEST_F(Delivery, OfAnOuterWalkSurvivesAnExceptionOfAnInnerOne)
+TEST_F(Delivery, GoesOnAfterAnExceptionOutOfAnInnerOne)
 {
     Register(3);
     bool isNested = false;
@@ -293,7 +293,30 @@ TEST_F(Delivery, OfAnOuterWalkSurvivesAnExceptionOfAnInnerOne)
     EXPECT_EQ(Deliver(), "ccb");
 }
 
-TEST_F(Delivery, KeepsEverythingAliveThatAClientLetsGo)
+TEST_F(Delivery, HoldsTheClientAndItsRecordDuringTheCall)
+{
+    Register(2);
+    const auto pool = distributor->GetNotificationClientPool(LNotification::GetNotificationID("A"));
+    const int32 holders = clients[0]->GetReferenceCount();
+    std::vector<int32> seen;
+    clients[0]->onHandle = [this, &seen](const auto&, const auto&) {
+        seen.push_back(clients[0]->GetReferenceCount());
+        Unregister(0);
+        seen.push_back(clients[0]->GetReferenceCount());
+    };
+
+    Deliver();
+    // Without its registration the record of the running call is a holder all the same.
+    EXPECT_EQ(seen, (std::vector<int32>{holders + 1, holders + 1}));
+
+    seen.clear();
+    Register(1);
+    pool->DeliverNotification(*distributor, 1, Make());
+    EXPECT_EQ(seen, (std::vector<int32>{holders + 1, holders + 1}));
+    EXPECT_EQ(clients[0]->GetReferenceCount(), holders - 1) << "it is no longer registered";
+}
+
+TEST_F(Delivery, KeepsEverythingAliveThatAClientReleases)
 {
     RCPtr<LNotificationDistributor> held = LNotificationDistributor::Create();
     RCPtr<LNotification> notification = LNotification::Create("A", MakePayload());
@@ -321,7 +344,7 @@ TEST_F(Delivery, KeepsEverythingAliveThatAClientLetsGo)
     EXPECT_EQ(LPayload::sLiveCount, 0);
 }
 
-TEST_F(Delivery, ToOneClientKeepsItAliveToo)
+TEST_F(Delivery, KeepsASingleClientAliveToo)
 {
     RCPtr<LTestClient> client = MakeUnkeptClient('x');
     RCPtr<LNotification> notification = LNotification::Create("A", MakePayload());

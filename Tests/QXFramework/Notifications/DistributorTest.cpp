@@ -149,7 +149,6 @@ TEST_F(Distributor, AnswersNullsWithoutHarm)
 
     distributor.DeliverNotification(nullptr, Make());
     distributor.DeliverNotification(client, nullptr);
-    distributor.SetLatestNotification(nullptr);
     EXPECT_EQ(journal, "");
     EXPECT_FALSE(distributor.IsClientRegistered(nullptr));
     EXPECT_EQ(distributor.GetDeliveryFlags(nullptr, "A", flags), kResultFailure);
@@ -249,6 +248,25 @@ TEST_F(Distributor, CountsNoClientThatWasAddedToItsPoolDirectly)
 
     EXPECT_EQ(CountsOf(distributor), "1/0");
     EXPECT_EQ(pool->GetClientCount(), 0u);
+}
+
+TEST_F(Distributor, LeavesAClientThatWasAddedToItsPoolDirectlyToThePool)
+{
+    auto& distributor = KeepDistributor();
+    const auto counted = MakeClient('a');
+    const auto direct = MakeClient('b');
+    distributor.RegisterNotificationClient(counted, "A", 0);
+    const auto pool = distributor.GetNotificationClientPool(LNotification::GetNotificationID("A"));
+    pool->AddClient(direct, 0);
+
+    EXPECT_EQ(pool->RemoveClient(direct), kResultSuccess);
+    EXPECT_EQ(CountsOf(distributor), "3/2");
+
+    distributor.UnregisterNotificationClient(counted, "A");
+    EXPECT_EQ(CountsOf(distributor), "1/0");
+    pool->AddClient(direct, 0);
+    EXPECT_EQ(distributor.UnregisterNotificationClient(direct, "A"), kResultSuccess);
+    EXPECT_EQ(CountsOf(distributor), "1/0") << "with no count left there is none to give back";
 }
 
 TEST_F(Distributor, HoldsItsClients)

@@ -1,10 +1,12 @@
 // ExitScenarios.cpp - what static objects may do before main and after it.
 //
 //     NotificationExitAfter SCENARIO
+//     NotificationExitReversed SCENARIO
 //     NotificationExitBefore SCENARIO before
 //
 // The exit code is 0 if everything was as it should be; leaks are the leak checker's to find. The
-// static objects of one program end after the framework's, those of the other before.
+// static objects of the first two programs end after the framework's, which the second links in
+// another order; those of the third end before.
 
 #include <QX/QX.h>
 
@@ -36,6 +38,7 @@ int gExpectedAsked = 0;
 int gClients = 0;
 int gExpectedClients = 0;
 int gPayloads = 0;
+bool gClientsMakeStrings = false;
 
 class LClient : public QX::LNotificationReceiver
 {
@@ -49,6 +52,12 @@ public:
                                           const char* id) override
     {
         ++gAsked;
+        if (gClientsMakeStrings) {
+            const QX::String empty;
+            const QX::String copied("");
+            const QX::String16 wide;
+            Require(empty.IsEmpty() && copied.IsEmpty() && wide.IsEmpty(), "empty strings live");
+        }
         return distributor->UnregisterNotificationClient(RCPtr<LNotificationClient>(this), id);
     }
 };
@@ -100,11 +109,14 @@ struct Early
     Require(gPayloads == 0, "every payload has ended");
 }
 
-/// Asks for the default manager when that has been released.
+/// Asks for the default manager when that has been released, and for no names when the table of
+/// names is gone.
 struct LateQuestion
 {
     ~LateQuestion()
     {
+        Require(LNotification::GetNotificationID(nullptr) == nullptr, "null has no ID");
+        Require(LNotification::GetNotificationID("") == nullptr, "an empty name has no ID");
         const auto manager = LNotificationCenterManager::GetDefaultManager();
         Require(isAskedBefore || manager == nullptr, "the default manager is released");
     }
@@ -134,6 +146,7 @@ void LeaveADefaultManager()
         center->RegisterNotificationClient(RCPtr<LNotificationClient>(new LClient), "B", 0);
     }
     LNotificationCenterManager::SetDefaultManager(manager);
+    gClientsMakeStrings = true;
     // In a shared library the manager outlives the verdict.
     const bool endsFirst = !gLateQuestion.isAskedBefore;
     gExpectedAsked = endsFirst ? 4 : 0;
@@ -154,6 +167,7 @@ void LeaveObjectsInAStaticObject()
     LNotification::SetNotificationReuseEnable(true);
     gEarly.late = LNotification::Create("late", RCPtr<LRefCountedObject>(new LBusyPayload));
     gEarly.center = MakeCenter(2);
+    gClientsMakeStrings = true;
     gExpectedAsked = 2;
 }
 

@@ -52,7 +52,7 @@ TEST_F(ForceUnregister, AsksEachClientOnceFromTheLast)
     EXPECT_EQ(CountsOf(*distributor), "1/0");
 }
 
-TEST_F(ForceUnregister, RemovesNobodyByItself)
+TEST_F(ForceUnregister, RemovesNoClientByItself)
 {
     for (const auto& client : clients) {
         client->Refuse();
@@ -92,7 +92,7 @@ TEST_F(ForceUnregister, AsksOnlyThoseThatAreStillThere)
     EXPECT_EQ(journal, "!d!c!b");
 }
 
-TEST_F(ForceUnregister, AsksNobodyTwiceWhenOthersLeave)
+TEST_F(ForceUnregister, AsksNoClientTwiceWhenOthersLeave)
 {
     LetUnregister(3, {0});
 
@@ -100,6 +100,20 @@ TEST_F(ForceUnregister, AsksNobodyTwiceWhenOthersLeave)
 
     EXPECT_EQ(journal, "!d!c!b");
     EXPECT_TRUE(distributor->IsClientRegistered(clients[3]));
+}
+
+TEST_F(ForceUnregister, HoldsTheClientThatItAsks)
+{
+    const int32 holders = clients[0]->GetReferenceCount();
+    int32 seen = 0;
+    clients[0]->onForce = [this, &seen](const auto&, const char*) {
+        seen = clients[0]->GetReferenceCount();
+        return kResultFailure;
+    };
+
+    distributor->ForceAllRegisteredClientsToUnregister();
+
+    EXPECT_EQ(seen, holders + 1);
 }
 
 TEST_F(ForceUnregister, EndsWhenOneClientRemovesAll)

@@ -127,8 +127,8 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
-    /// Makes the fixture a holder of `object` until the end of the test. After the test, whoever
-    /// holds the object besides is one too many.
+    /// Makes the fixture a holder of `object` until the end of the test. Any other
+    /// holder that is left after the test is one too many.
     template <class T>
     T& Keep(RCPtr<T> object)
     {
@@ -141,7 +141,7 @@ protected:
 
     /// Makes a client that the fixture holds, and unregisters from kept distributors at the end.
     RCPtr<LTestClient> MakeClient(char name);
-    /// Makes a client that nobody else holds.
+    /// Makes a client that has no other holder.
     RCPtr<LTestClient> MakeUnkeptClient(char name)
     {
         return RCPtr<LTestClient>(new LTestClient(name, journal));

@@ -38,7 +38,7 @@ TEST_F(Notification, IsNotMadeWithoutAName)
     EXPECT_EQ(LNotification::CreateInternal(nullptr, nullptr), nullptr);
 }
 
-TEST_F(Notification, SaysHowManyHoldersAreLeft)
+TEST_F(Notification, ReturnsHowManyHoldersAreLeft)
 {
     const RCPtr<LNotification> notification = LNotification::Create("A", nullptr);
 

@@ -149,7 +149,7 @@ TEST_F(NotificationThreads, PostOneNotificationOnce)
     }
 }
 
-TEST_F(NotificationThreads, AreRefusedFromTheShutdownOn)
+TEST_F(NotificationThreads, FindPostsRefusedAfterAShutdown)
 {
     for (int round = 0; round < 30; ++round) {
         const RCPtr<LNotificationDistributor> distributor = LNotificationDistributor::Create();
@@ -223,7 +223,10 @@ TEST_F(NotificationThreads, PostToALatestOnlyClientTogether)
 
 TEST_F(NotificationThreads, PostWhileTheDeliveringThreadRegisters)
 {
+    constexpr uint32 kLatest = LNotificationDistributor::kDeliverLatestOnly;
     auto& center = KeepCenter();
+    const auto latest = MakeClient('l');
+    center.RegisterNotificationClient(latest, "A", kLatest);
     const RCPtr<LOrderClient> client(new LOrderClient);
     center.RegisterNotificationClient(client, "A", 0);
     const auto coming = MakeClient('c');
@@ -239,8 +242,40 @@ TEST_F(NotificationThreads, PostWhileTheDeliveringThreadRegisters)
         }
         while (client->count < kCount) {
             center.RegisterNotificationClient(coming, "D", 0);
+            center.RegisterNotificationClient(coming, "A", kLatest);
             center.DeliverPendingNotifications(false);
+            center.RegisterNotificationClient(coming, "A", 0);
             center.UnregisterNotificationClient(coming);
+        }
+    });
+
+    EXPECT_TRUE(client->isInOrder);
+    center.UnregisterNotificationClient(client);
+}
+
+TEST_F(NotificationThreads, ChangeADeliveredNotificationAsSoonAsItIsNotPosted)
+{
+    auto& center = KeepCenter();
+    const RCPtr<LOrderClient> client(new LOrderClient);
+    center.RegisterNotificationClient(client, "A", 0);
+    constexpr uint32 kCount = 500;
+
+    TestSupport::RunOnThreads(2, [&](std::size_t index) {
+        if (index == 0) {
+            const RCPtr<LNotification> notification = Make();
+            for (uint32 number = 0; number < kCount; ++number) {
+                // The thread sanitizer reports the change if the mark does not order it after what
+                // the client read.
+                while (notification->IsPosted()) {
+                    std::this_thread::yield();
+                }
+                notification->SetData(RCPtr<LRefCountedObject>(new LParcel(0, number)));
+                ASSERT_EQ(center.PostForBroadcast(notification), kResultSuccess);
+            }
+            return;
+        }
+        while (client->count < kCount) {
+            center.DeliverPendingNotifications(false);
         }
     });
 

@@ -71,7 +71,7 @@ void SweepPlatform(std::span<const SweptOperation<Parts>> operations)
     SweepWith<Parts, FailingPlatform>(operations);
 }
 
-TEST(PlatformSweep, WithoutARegionEverythingGoesOnUnguarded)
+TEST(PlatformSweep, EverythingGoesOnUnguardedIfThereIsNoRegion)
 {
     static constexpr auto post = [](Parts& parts) {
         parts.queue->SetDistributor(parts.distributor);
@@ -139,7 +139,7 @@ TEST(PlatformSweep, WithoutARegionEverythingGoesOnUnguarded)
     SweepPlatform(operations);
 }
 
-TEST(PlatformSweep, ACountThatCannotChangeIsOneOffAndNothingElse)
+TEST(PlatformSweep, OnlyTheContainedCountIsWrongIfItsSwapFails)
 {
     static constexpr auto countDistributor = [](Parts& parts) {
         parts.counted = parts.distributor.Get();
@@ -196,8 +196,8 @@ TEST(PlatformSweep, ACountThatCannotChangeIsOneOffAndNothingElse)
     SweepPlatform(operations);
 }
 
-// Nobody holds the center any more, so nobody could make up for a count; it ends all the same.
-TEST(PlatformSweep, ACenterWhoseLastHolderLetsGoEnds)
+// The center has no holder left that could correct a count; it ends all the same.
+TEST(PlatformSweep, ACenterWhoseLastHolderGoesEnds)
 {
     const SweptOperation<Parts> operations[] = {
         {.what = "with a client",

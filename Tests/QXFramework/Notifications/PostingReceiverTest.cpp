@@ -6,8 +6,11 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
+#include <semaphore>
 #include <string>
+#include <thread>
 
 namespace NotificationTests {
 namespace {
@@ -104,6 +107,71 @@ TEST_F(PostingReceiver, IgnoresANullNotification)
 
     EXPECT_FALSE(target->FlushPendingNotifications());
     source->UnregisterNotificationClient(receiver);
+}
+
+/// A payload that runs an action when it gets a holder.
+class LPayloadThatLooks : public LRefCountedObject
+{
+public:
+    int32 AddReference() override
+    {
+        if (onAdd) {
+            onAdd();
+        }
+        return LRefCountedObject::AddReference();
+    }
+
+    std::function<void()> onAdd;
+};
+
+TEST_F(PostingReceiver, HoldsNoQueueWhileItForwards)
+{
+    const RCPtr<LPostingReceiver> receiver = target->GetPostingReceiver();
+    const RCPtr<LPayloadThatLooks> payload(new LPayloadThatLooks);
+    const RCPtr<LNotification> original = LNotification::Create("A", payload);
+    const std::string counts = CountsOf(*target);
+    std::string seen;
+    payload->onAdd = [this, &seen] { seen = CountsOf(*target); };
+
+    source->DeliverNotificationAllClients(original);
+
+    EXPECT_EQ(seen, counts);
+    EXPECT_FALSE(target->FlushPendingNotifications());
+    source->UnregisterNotificationClient(receiver);
+}
+
+TEST_F(PostingReceiver, LeavesTheEndOfACenterToTheThreadThatDropsIt)
+{
+    const auto client = MakeClient('a');
+    std::thread::id asked;
+    client->onForce = [&](const auto& by, const char* id) {
+        asked = std::this_thread::get_id();
+        return client->Leave(by, id);
+    };
+    RCPtr<LNotificationCenter> ending = LNotificationCenter::Create("ending");
+    ending->RegisterNotificationClient(client, "A", 0);
+    const RCPtr<LPostingReceiver> receiver = ending->GetPostingReceiver();
+    source->RegisterNotificationClient(receiver, "B", 0);
+    const RCPtr<LPayloadThatLooks> payload(new LPayloadThatLooks);
+    const RCPtr<LNotification> original = LNotification::Create("B", payload);
+    std::binary_semaphore isForwarding(0);
+    std::binary_semaphore isDropped(0);
+    payload->onAdd = [&] {
+        isForwarding.release();
+        isDropped.acquire();
+    };
+
+    std::thread forwarder([&] { source->DeliverNotificationAllClients(original); });
+    isForwarding.acquire();
+    ending = nullptr;
+    EXPECT_EQ(TakeJournal(), "!a") << "asked before the drop returns";
+    isDropped.release();
+    forwarder.join();
+
+    EXPECT_EQ(asked, std::this_thread::get_id());
+    EXPECT_EQ(TakeJournal(), "");
+    source->UnregisterNotificationClient(receiver);
+    source->UnregisterNotificationClient(target->GetPostingReceiver());
 }
 
 TEST_F(PostingReceiver, KeepsOneNotificationPendingWhenItForwardsIntoItself)

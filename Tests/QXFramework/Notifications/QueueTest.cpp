@@ -108,22 +108,64 @@ TEST_F(Queue, LeavesTheCallerTheReferenceThatItRefuses)
     EXPECT_EQ(queue->PostForBroadcast(std::move(notification)), kResultOutOfRange);
 }
 
-TEST_F(Queue, DeliversAsManyAsWerePendingAlsoWhenAClientFlushesThem)
+TEST_F(Queue, EndsItsDeliveryWhenAClientFlushesAndPostsAgain)
 {
     PostThree();
-    int calls = 0;
-    client->onHandle = [&](const auto&, const auto&) {
-        if (++calls == 1) {
+    client->onHandle = [this, first = true](const auto&, const auto&) mutable {
+        if (std::exchange(first, false)) {
             queue->FlushPendingNotifications();
+            PostThree();
         }
-        queue->PostForBroadcast(Make());
-        queue->PostForBroadcast(Make());
     };
 
     EXPECT_TRUE(queue->DeliverPendingNotifications(false));
+    EXPECT_EQ(TakeJournal(), "a");
 
-    EXPECT_EQ(calls, 3);
-    queue->FlushPendingNotifications();
+    EXPECT_FALSE(queue->DeliverPendingNotifications(false));
+    EXPECT_EQ(TakeJournal(), "aaa");
+}
+
+TEST_F(Queue, EndsItsDeliveryWhenThePayloadOfADeliveredNotificationFlushesAtItsEnd)
+{
+    queue->PostForBroadcast(LNotification::Create("A", MakePayload([this] {
+                                                      queue->FlushPendingNotifications();
+                                                      PostThree();
+                                                  })));
+    PostThree();
+
+    EXPECT_TRUE(queue->DeliverPendingNotifications(false));
+    EXPECT_EQ(TakeJournal(), "a");
+
+    EXPECT_FALSE(queue->DeliverPendingNotifications(false));
+    EXPECT_EQ(TakeJournal(), "aaa");
+}
+
+TEST_F(Queue, RefusesAnUnshareableNotificationBeforeItCopiesIt)
+{
+    LNotificationQueue& bare = Keep(LNotificationQueue::Create());
+    const RCPtr<LNotification> notification = Make();
+    notification->SetUnshareable(true);
+
+    EXPECT_EQ(bare.PostForBroadcast(notification), kResultFailure);
+    EXPECT_THROW(queue->PostForBroadcast(notification), std::logic_error);
+    EXPECT_FALSE(notification->IsPosted());
+
+    notification->SetPosted(true);
+    EXPECT_EQ(queue->PostForBroadcast(notification), kResultOutOfRange);
+}
+
+TEST_F(Queue, KeepsWhatAPayloadPostsWhileItIsShutDownUntilTheNextFlush)
+{
+    const RCPtr<LNotification> late = Make();
+    queue->PostForBroadcast(
+        LNotification::Create("A", MakePayload([&] { queue->PostForBroadcast(late); })));
+
+    queue->ReleaseDistributor();
+    EXPECT_TRUE(late->IsPosted());
+
+    EXPECT_FALSE(queue->DeliverPendingNotifications(true));
+    EXPECT_FALSE(late->IsPosted());
+    EXPECT_EQ(journal, "");
 }
 
 TEST_F(Queue, RefusesInTheOrderOfItsTests)
@@ -246,7 +288,7 @@ TEST_F(Queue, DeliversOnlyTheIdleNotificationInsideADelivery)
     EXPECT_EQ(journal, "aiaiai");
 }
 
-TEST_F(Queue, SaysInsideADeliveryWhatIsStillPending)
+TEST_F(Queue, ReturnsInsideADeliveryWhetherSomethingIsStillPending)
 {
     std::string pending;
     client->onHandle = [this, &pending](const auto&, const auto&) {
@@ -405,6 +447,19 @@ TEST_F(Queue, DeliversOnlyIdleAfterAnExceptionButCanBeFlushed)
     EXPECT_TRUE(queue->DeliverPendingNotifications(false));
     EXPECT_EQ(TakeJournal(), "");
     posted[1]->SetPosted(false);
+}
+
+TEST_F(Queue, DeliversOnAfterAnExceptionOutOfTheIdleNotification)
+{
+    const auto idle = MakeClient('i');
+    idle->onHandle = [](const auto&, const auto&) { throw std::runtime_error("no"); };
+    distributor->RegisterNotificationClient(idle, QX::NID_IDLE, 0);
+
+    EXPECT_THROW(queue->DeliverPendingNotifications(true), std::runtime_error);
+    PostThree();
+    EXPECT_FALSE(queue->DeliverPendingNotifications(false));
+
+    EXPECT_EQ(journal, "iaaa");
 }
 
 TEST_F(Queue, CountsItsReferencesRightAfterAnException)

@@ -138,7 +138,7 @@ TEST_F(Recycling, ReleasesAllParkedNotificationsWhenItIsSwitchedOff)
     EXPECT_EQ(LNotification::Create("", nullptr), nullptr);
 }
 
-TEST_F(Recycling, IsSwitchedOffInTimeThatGrowsWithTheirNumber)
+TEST_F(Recycling, ReleasesThousandsOfParkedNotifications)
 {
     const long before = TestSupport::CountLiveBlocks();
     static_cast<void>(Park(5000));
@@ -148,18 +148,46 @@ TEST_F(Recycling, IsSwitchedOffInTimeThatGrowsWithTheirNumber)
     EXPECT_EQ(TestSupport::CountLiveBlocks(), before);
 }
 
+TEST_F(Recycling, ReleasesTheFirstParkedFirstWhenItIsSwitchedOff)
+{
+    std::string order;
+    std::vector<RCPtr<LNotification>> posted;
+    for (const char name : {'a', 'b', 'c'}) {
+        // A posted notification is parked with its payload, which then ends with it.
+        posted.push_back(
+            LNotification::Create("A", MakePayload([&order, name] { order += name; })));
+        posted.back()->SetPosted(true);
+    }
+    for (RCPtr<LNotification>& notification : posted) {
+        notification = nullptr;
+    }
+
+    LNotification::SetNotificationReuseEnable(false);
+
+    EXPECT_EQ(order, "abc");
+}
+
 TEST_F(Recycling, StaysOnIfThePayloadOfAParkedNotificationSwitchesItOn)
 {
-    RCPtr<LNotification> posted = LNotification::Create(
-        "B", MakePayload([] { LNotification::SetNotificationReuseEnable(true); }));
-    const auto parked = Park(1);
+    RCPtr<LNotification> made;
+    RCPtr<LNotification> posted =
+        LNotification::Create("B", MakePayload([&made] {
+                                  LNotification::SetNotificationReuseEnable(true);
+                                  made = Make("C");
+                              }));
     posted->SetPosted(true);
     posted = nullptr;
+    // Each is released after reuse has been switched on, and parked once more.
+    const auto parked = Park(3);
 
     LNotification::SetNotificationReuseEnable(false);
 
     EXPECT_EQ(LPayload::sLiveCount, 0);
-    EXPECT_EQ(Make().Get(), parked[0]);
+    EXPECT_STREQ(made->GetID(), "C");
+    const RCPtr<LNotification> first = Make();
+    const RCPtr<LNotification> second = Make();
+    EXPECT_EQ(first.Get(), parked[2]);
+    EXPECT_EQ(second.Get(), parked[1]);
 }
 
 TEST_F(Recycling, LeavesLiveNotificationsAloneWhenItIsSwitchedOff)
@@ -240,8 +268,7 @@ TEST_F(Recycling, PutsTheObjectBackWhenItsNewNameCannotBeEntered)
     for (; call < 100 && (call == 1 || hasThrown); ++call) {
         SCOPED_TRACE(call);
         hasThrown = false;
-        // So long that it always needs memory of its own.
-        const std::string name = std::string(20000, 'u') + std::to_string(call);
+        const std::string name = "unknown." + std::to_string(call);
         RCPtr<LNotification> again; // parked when there is memory again
         const TestSupport::FailingHeap failing(call);
         try {

@@ -1,8 +1,8 @@
 // ReentrancyTest.cpp - every operation from inside every callback.
 //
 // For each pair a center with three clients is delivered to, asked, shut down or dropped while one
-// callback runs one operation. Whatever happens, the counts are right afterwards, nobody is served
-// twice by one walk, and all objects end.
+// callback runs one operation. Whatever happens, the counts are right afterwards, no client is
+// served twice by one walk, and all objects end.
 
 #include "NotificationFixture.h"
 
