@@ -1,4 +1,4 @@
-// UnloadingTest.cpp - the framework in a program that has none of it but what it loads.
+// UnloadingTest.cpp - the framework in a program that contains nothing of it.
 
 #include "LoadedModule.h"
 
