@@ -63,8 +63,8 @@ TEST_F(RCPtrArrayEnds, NullSlotsStandUntilTheObjectBeforeThemHasGone)
     Fill(array, "AB");
     array.Insert(1, 3);
     std::string seen;
-    (*array.GetAt(0))->SetOnDestroyed([&] { seen += NamesOf(array) + ' '; });
-    (*array.GetAt(4))->SetOnDestroyed([&] { seen += NamesOf(array) + '|'; });
+    (*array.GetAt(0))->onDestruction = [&] { seen += NamesOf(array) + ' '; };
+    (*array.GetAt(4))->onDestruction = [&] { seen += NamesOf(array) + '|'; };
 
     EXPECT_EQ(array.SetCount(0), 0);
 
@@ -74,16 +74,16 @@ TEST_F(RCPtrArrayEnds, NullSlotsStandUntilTheObjectBeforeThemHasGone)
 TEST_F(RCPtrArrayEnds, ADyingArrayLeavesNoReferenceBehindWhateverTheyDo)
 {
     std::string journal;
-    const RCPtr<Witness> late = MakeWitness('L', &journal);
+    const RCPtr<Witness> late = MakeWitness('L', journal);
     journal.clear();
     {
         Array array;
         for (const char name : {'A', 'B', 'C', 'D'}) {
-            array.AppendItem(MakeWitness(name, &journal));
+            array.AppendItem(MakeWitness(name, journal));
         }
         journal.clear();
-        (*array.GetAt(0))->SetOnDestroyed([&] { array.Remove(0, 2); });
-        (*array.GetAt(2))->SetOnDestroyed([&] { array.InsertItem(0, late); });
+        (*array.GetAt(0))->onDestruction = [&] { array.Remove(0, 2); };
+        (*array.GetAt(2))->onDestruction = [&] { array.InsertItem(0, late); };
     }
 
     EXPECT_EQ(journal, "-A ~A -B ~B -D ~D -C ~C +L -L ");

@@ -109,40 +109,41 @@ TEST_F(RCPtrArrayMemory, ABlockThatCannotBeMadeSmallerIsKept)
     EXPECT_EQ(NamesOf(array), "CD");
 }
 
-TEST_F(RCPtrArrayMemory, ClosesNullSlotsInOneStep)
+TEST_F(RCPtrArrayMemory, NullSlotsAreClosedInOneStep)
 {
     Array array(1000);
-    const uint32 requests = Allocator().mRequests;
+    const FailingHeap heap(0);
 
     EXPECT_EQ(array.SetCount(10), 10);
-    EXPECT_EQ(Allocator().mRequests, requests + 1);
+    EXPECT_EQ(heap.CountRequests(), 1);
     EXPECT_EQ(array.Remove(2, 5), 5);
-    EXPECT_EQ(Allocator().mRequests, requests + 2);
+    EXPECT_EQ(heap.CountRequests(), 2);
 }
 
-TEST_F(RCPtrArrayMemory, ClosesTheNullSlotsBetweenObjectsTogether)
+TEST_F(RCPtrArrayMemory, NullSlotsBetweenObjectsAreClosedTogether)
 {
     Array array(1000);
     array.InsertItem(500, MakeWitness('A'));
-    const uint32 requests = Allocator().mRequests;
+    const FailingHeap heap(0);
 
     EXPECT_EQ(array.SetCount(0), 0);
 
-    // Before it, the object itself, the slot after it, and the rest.
-    EXPECT_EQ(Allocator().mRequests, requests + 4);
+    // The slots before the object, its own, and one after it; dropping the rest frees the block.
+    EXPECT_EQ(heap.CountRequests(), 3);
 }
 
 TEST_F(RCPtrArrayMemory, ADestructorMovesNothing)
 {
-    uint32 requests = 0;
+    const FailingHeap heap(0);
+    int requests = 0;
     {
         Array array;
         Fill(array, "ABC");
         array.SetCount(1000);
-        requests = Allocator().mRequests;
+        requests = heap.CountRequests();
     }
 
-    EXPECT_EQ(Allocator().mRequests, requests);
+    EXPECT_EQ(heap.CountRequests(), requests);
 }
 
 TEST_F(RCPtrArrayMemory, AConstructorThrowsWhenItsSlotsAreRefused)

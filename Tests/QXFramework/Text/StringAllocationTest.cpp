@@ -1,6 +1,6 @@
 // StringAllocationTest.cpp - strings and extended variants on a heap that has no large blocks.
 
-#include "QXFramework/Values/VariantExTestSupport.h"
+#include "QXFramework/Values/VariantTestSupport.h"
 #include "Support/FailingHeap.h"
 
 #include <functional>
