@@ -118,6 +118,8 @@ bool IsAllowed(OSStatus status)
 {
     // On the Mac a constant string takes no memory; here it does when it is first used.
     CFSTR(kServerPortNameFormat);
+    CFSTR(kCoreAudioDeviceIDKey);
+    CFSTR(kParameterDataKey);
     CFRunLoopGetCurrent();
     if (OpenDevice(258) != 0 ||
         (operation.isConnected && SetInteger(kDirectMonitorEnableProperty, 9) != 0)) {
