@@ -33,6 +33,8 @@ struct Text
 const Text kTexts[] = {
     {"ASCII", "The quick brown fox jumps over the lazy dog, then sleeps in the warm sun. "},
     {"Cyrillic", "Съешь же ещё этих мягких французских булок, да выпей чаю на дорожку. "},
+    {"Mixed",
+     "Пункт 12: set the Volume to -6 dB, затем нажмите Enter и подождите 3 секунды (см. page 4). "},
     {"CJK", "春眠不覚暁、処処聞啼鳥。夜来風雨声、花落知多少。我能吞下玻璃而不伤身体。"},
     {"Emoji",
      "😀🚀🎧🎹🎸🥁🎷🎺🎻🔊🔈🎵🎶🌍🌈🔥👍🎉🐍🦊🦀🍎🍕"

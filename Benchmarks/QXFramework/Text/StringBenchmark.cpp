@@ -52,7 +52,7 @@ void CopyGLib(benchmark::State& state)
     }
 }
 
-// A piece of 16 characters behind a text of the length.
+// A piece of 16 characters after a text of the length.
 void AppendQX(benchmark::State& state)
 {
     const std::string text = TextOf(state);
