@@ -35,12 +35,6 @@ std::string_view ViewOf(const char* text)
     return text != nullptr ? std::string_view(text) : std::string_view();
 }
 
-// Another holder of a buffer may have written a NUL into the text, where C strings end.
-std::string_view UpToNul(std::string_view text)
-{
-    return text.substr(0, text.find('\0'));
-}
-
 } // namespace
 
 const String String::Empty = GetEmpty();
@@ -87,17 +81,15 @@ String::StringT(const RCPtr<LIBuffer>& buffer)
 
 String::StringT(std::string_view text)
 {
-    const std::size_t count = std::min(text.size(), std::size_t{kWholeText});
-    SetText(text.data(), StrLen(text.data(), static_cast<uint32>(count)));
+    SetText(text.data(), static_cast<uint32>(std::min(text.size(), std::size_t{kWholeText})));
 }
 
 String::~StringT() = default;
 
 String::operator std::string_view() const
 {
-    uint32 length = 0;
-    const char* const text = GetText(length);
-    return {text, length};
+    const std::span<const char> text = GetText();
+    return {text.data(), text.size()};
 }
 
 int String::StrCompare(const char* left, const char* right, bool caseSensitive)
@@ -107,25 +99,22 @@ int String::StrCompare(const char* left, const char* right, bool caseSensitive)
 
 int String::Compare(const char* text, bool caseSensitive) const
 {
-    return CompareTexts(UpToNul(*this), ViewOf(text), caseSensitive);
+    return CompareTexts(*this, ViewOf(text), caseSensitive);
 }
 
 int String::Compare(const StringT& other, bool caseSensitive) const
 {
-    if (CStr() == other.CStr()) {
-        return 0;
-    }
-    return CompareTexts(UpToNul(*this), UpToNul(other), caseSensitive);
+    return CStr() == other.CStr() ? 0 : CompareTexts(*this, other, caseSensitive);
 }
 
 bool String::IsEqual(const char* text) const
 {
-    return Compare(text, true) == 0;
+    return std::string_view(*this) == ViewOf(text);
 }
 
 bool String::IsEqual(const StringT& other) const
 {
-    return mBuffer == other.mBuffer || Compare(other, true) == 0;
+    return mBuffer == other.mBuffer || std::string_view(*this) == std::string_view(other);
 }
 
 std::ostream& operator<<(std::ostream& stream, const String& text)

@@ -107,19 +107,20 @@ std::strong_ordering operator<=>(const String16& left, const String16& right)
 {
     // Not lexicographical_compare_three_way: on a big-endian machine GCC 12's library compares as
     // many bytes as there are units, so half of the text.
-    const auto* const leftEnd = left.CStr() + left.GetLength();
-    const auto* const rightEnd = right.CStr() + right.GetLength();
-    const auto [leftUnit, rightUnit] = std::mismatch(left.CStr(), leftEnd, right.CStr(), rightEnd);
-    if (leftUnit == leftEnd || rightUnit == rightEnd) {
-        return left.GetLength() <=> right.GetLength();
+    const std::span<const unsigned short> leftText = left.GetText();
+    const std::span<const unsigned short> rightText = right.GetText();
+    const auto [leftUnit, rightUnit] = std::ranges::mismatch(leftText, rightText);
+    if (leftUnit == leftText.end() || rightUnit == rightText.end()) {
+        return leftText.size() <=> rightText.size();
     }
-    return *leftUnit < *rightUnit ? std::strong_ordering::less : std::strong_ordering::greater;
+    return *leftUnit <=> *rightUnit;
 }
 
 } // namespace QX
 
 std::size_t std::hash<QX::String16>::operator()(const QX::String16& text) const noexcept
 {
-    const auto* const bytes = reinterpret_cast<const char*>(text.CStr());
-    return std::hash<std::string_view>{}({bytes, text.GetLength() * sizeof(unsigned short)});
+    const auto bytes = std::as_bytes(text.GetText());
+    return std::hash<std::string_view>{}(
+        {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
 }

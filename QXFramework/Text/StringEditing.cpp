@@ -1,7 +1,7 @@
 // StringEditing.cpp - editing of 8-bit strings and the strings derived from them.
 //
-// Wherever a text may lie in the string that changes, the result is complete in a buffer of its
-// own before the old one goes.
+// Where a text may lie in the string that changes, the result is complete in a buffer of its own
+// before the old one is dropped.
 
 #include <QX/String.h>
 
@@ -11,8 +11,6 @@
 #include <algorithm>
 #include <array>
 #include <climits>
-#include <cstdlib>
-#include <cstring>
 
 namespace QX {
 namespace {
@@ -123,39 +121,29 @@ int32 String::Insert(uint32 position, const StringT& text)
         return kResultOutOfRange;
     }
     if (position == length) {
-        *this += text;
-        return kResultSuccess;
+        *this += StringT(std::string_view(text));
+    } else if (position == 0) {
+        *this = text + *this;
+    } else {
+        *this = GetSubString(0, position) + text + GetSubString(static_cast<int>(position));
     }
-    const std::string_view own(*this);
-    *this = Concatenate(own.substr(0, position), text, own.substr(position));
     return kResultSuccess;
 }
 
 int32 String::Insert(uint32 position, const char* text, uint32 count)
 {
-    const uint32 length = GetLength();
-    if (position > length) {
+    if (position > GetLength()) {
         return kResultOutOfRange;
     }
-    // A count from kWholeText on means the whole text, which may be longer than that.
-    const std::string_view inserted(text, StrLen(text, count < kWholeText ? count : 0xFFFFFFFE));
-    if (position < length) {
-        const std::string_view own(*this);
-        *this = Concatenate(own.substr(0, position), inserted, own.substr(position));
-    } else if (PointsIntoBuffer(text)) {
-        *this += StringT(inserted);
-    } else {
-        Append(text, static_cast<uint32>(inserted.size()));
-    }
-    return kResultSuccess;
+    return Insert(position, StringT(std::string_view(text, StrLen(text, count))));
 }
 
 String& String::operator+=(const StringT& other)
 {
     if (&other == this) {
-        Append(nullptr, GetLength());
+        Append(nullptr, IsEmpty() ? 0 : GetLength());
     } else {
-        Append(other.CStr(), other.GetLength());
+        Append(other.CStr(), other.IsEmpty() ? 0 : other.GetLength());
     }
     return *this;
 }
@@ -168,22 +156,14 @@ String& String::operator+=(char character)
 
 String String::operator+(const StringT& other) const
 {
-    return other.IsEmpty() ? *this : Concatenate(*this, other, {});
+    StringT result(*this);
+    result += other;
+    return result;
 }
 
-int String::ToInt() const
-{
-    const long long value = std::strtoll(Terminated().CStr(), nullptr, 10);
-    return static_cast<int>(std::clamp<long long>(value, INT_MIN, INT_MAX));
-}
-
-double String::ToDouble() const
-{
-    return std::atof(Terminated().CStr());
-}
-
-// Appends `length` characters that do not lie in this string; a null `text` means this string's
-// own first ones, which are where the buffer is after it has grown.
+// Makes room for `length` characters after the present ones and copies the text there. It does not
+// lie in this string; null means this string's own, which is where the buffer is after it has
+// grown.
 void String::Append(const char* text, uint32 length)
 {
     if (length == 0) {
@@ -198,31 +178,11 @@ void String::Append(const char* text, uint32 length)
         Lock(CheckedByteCount(size, sizeof(char)));
     }
     char* const own = ElementsOf(*mBuffer);
-    std::memcpy(own + oldLength, text != nullptr ? text : own, length);
-    own[size - 1] = '\0';
+    StrCopy(own + oldLength, length + 1, text != nullptr ? text : own, kWholeText);
     if (!wasLocked) {
-        // The buffer has its final size, so that nothing is left of what Release does.
-        mBuffer->SetUnshareable(false);
+        // Another holder may have written a NUL into one of the texts, where the result ends.
+        Release();
     }
-}
-
-String String::Concatenate(std::string_view first, std::string_view second, std::string_view third)
-{
-    StringT result;
-    RCPtr<LIBuffer> buffer = CreateBuffer(uint64{first.size()} + second.size() + third.size() + 1);
-    char* target = ElementsOf(*buffer);
-    for (const std::string_view part : {first, second, third}) {
-        target = std::copy(part.begin(), part.end(), target);
-    }
-    *target = '\0';
-    result.mBuffer.Swap(buffer);
-    return result;
-}
-
-// Returns this string, or a terminated copy if its terminator has been overwritten.
-String String::Terminated() const
-{
-    return IsTerminated() ? *this : StringT(std::string_view(*this));
 }
 
 } // namespace QX

@@ -8,7 +8,6 @@
 #include "ByteCount.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <functional>
 #include <new>
@@ -22,42 +21,29 @@ namespace {
 template <class CharT>
 constexpr CharT kNoText{};
 
-/// A buffer of another class with more bytes does not have them saved before it grows in place.
-constexpr uint32 kSavedBytes = 1024;
-
-// Resizes a buffer of a class that gives its block up when it cannot get a larger one. The bytes
-// of a small one go back into the block that the failure has just freed; a large one loses them.
-void ResizeForeign(LIBuffer& buffer, uint32 size)
+/// Resizes a buffer of the class if it is of that very class; `resized` is set then.
+template <class BufferType>
+bool IsResizedAs(LIBuffer& buffer, uint32 size, bool& resized)
 {
-    std::array<char, kSavedBytes> saved;
-    const uint32 oldSize = buffer.GetRawPtr() != nullptr ? buffer.GetSizeBytes() : 0;
-    const bool isSaved = oldSize != 0 && oldSize <= saved.size();
-    if (isSaved) {
-        std::memcpy(saved.data(), buffer.GetRawPtr(), oldSize);
+    if (typeid(buffer) != typeid(BufferType)) {
+        return false;
     }
-    buffer.ResizeBytes(size);
-    if (buffer.GetRawPtr() != nullptr) {
-        return;
-    }
-    buffer.ResizeBytes(oldSize);
-    if (void* const block = buffer.GetRawPtr()) {
-        if (isSaved) {
-            std::memcpy(block, saved.data(), oldSize);
-        } else {
-            std::memset(block, 0, oldSize);
-        }
-    }
-    throw std::bad_alloc();
+    resized = static_cast<BufferType&>(buffer).TryResizeBytes(size);
+    return true;
 }
 
-// Resizes a buffer in place and zeroes the bytes gained. The strings' own buffers keep their text
-// when the heap refuses; only an adopted one can be of another class.
+// Resizes a buffer in place and zeroes the bytes gained. The framework's own buffers keep their
+// bytes when the heap refuses; another class does what its ResizeBytes does.
 void ResizeInPlace(LIBuffer& buffer, uint32 size)
 {
     const uint32 oldSize = buffer.GetRawPtr() != nullptr ? buffer.GetSizeBytes() : 0;
-    if (typeid(buffer) != typeid(LTextBuffer)) {
-        ResizeForeign(buffer, size);
-    } else if (!static_cast<LTextBuffer&>(buffer).TryResizeBytes(size)) {
+    bool resized = true;
+    if (!IsResizedAs<LTextBuffer>(buffer, size, resized) &&
+        !IsResizedAs<LByteBuffer>(buffer, size, resized)) {
+        buffer.ResizeBytes(size);
+        resized = buffer.GetRawPtr() != nullptr;
+    }
+    if (!resized) {
         throw std::bad_alloc();
     }
     if (size > oldSize) {
@@ -146,51 +132,32 @@ const CharT* StringStorageT<CharT>::CStr() const
 template <class CharT>
 uint32 StringStorageT<CharT>::GetLength() const
 {
-    uint32 length = 0;
-    GetText(length);
-    return length;
-}
-
-template <class CharT>
-const CharT* StringStorageT<CharT>::GetText(uint32& length) const
-{
     const CharT* const text = ElementsOf(*mBuffer);
     if (text == nullptr) {
-        length = 0;
-        return &kNoText<CharT>;
+        return 0;
     }
     const uint32 count = ElementCount<CharT>(*mBuffer);
-    length = IsLocked() ? StrLen(text, count) : count - 1;
-    return text;
+    return IsLocked() ? StrLen(text, count) : count - 1;
 }
 
 template <class CharT>
-bool StringStorageT<CharT>::IsTerminated() const
+std::span<const CharT> StringStorageT<CharT>::GetText() const
 {
-    const CharT* const text = ElementsOf(*mBuffer);
-    const uint32 length = GetLength();
-    return text == nullptr || (length < ElementCount<CharT>(*mBuffer) && text[length] == 0);
+    const CharT* const text = CStr();
+    return {text, StrLen(text, GetLength())};
 }
 
 template <class CharT>
 void StringStorageT<CharT>::Assign(const CharT* text, uint32 count)
 {
     const bool locked = HasLockedBuffer();
-    if (text == nullptr) {
+    if (text == nullptr || *text == 0) {
         SetText(nullptr, 0);
-        return;
+    } else if (locked) {
+        WriteLocked(text, sizeof(CharT) == 1 ? kWholeText : count);
+    } else {
+        mBuffer = CreateTextBuffer(text, StrLen(text, count));
     }
-    if (!locked && count == 0) {
-        // Reading nothing of the text, this cannot tell that it is the empty one.
-        mBuffer = CreateTextBuffer(text, 0);
-        return;
-    }
-    uint32 limit = sizeof(CharT) == 1 && locked ? kWholeText : count;
-    if (locked && PointsIntoBuffer(text)) {
-        const CharT* const end = ElementsOf(*mBuffer) + ElementCount<CharT>(*mBuffer);
-        limit = std::min(limit, static_cast<uint32>(end - text));
-    }
-    SetText(text, StrLen(text, limit));
 }
 
 template <class CharT>
@@ -200,15 +167,16 @@ CharT* StringStorageT<CharT>::Lock(uint32 size)
         return nullptr;
     }
     const uint64 capacity = size != 0 ? size : uint64{GetLength()} + 1;
+    RCPtr<LIBuffer> own;
     if (mBuffer->GetReferenceCount() >= 2) {
-        RCPtr<LIBuffer> own = CreatePrivateBuffer();
-        ResizeBuffer(*own, capacity);
-        mBuffer = std::move(own);
-    } else {
-        ResizeBuffer(*mBuffer, capacity);
+        own = CreatePrivateBuffer();
     }
-    mBuffer->SetUnshareable(true);
-    CharT* const field = ElementsOf(*mBuffer);
+    LIBuffer& buffer = own != nullptr ? *own : *mBuffer;
+    ResizeAs(buffer, true, capacity);
+    if (own != nullptr) {
+        mBuffer.Swap(own);
+    }
+    CharT* const field = ElementsOf(buffer);
     field[capacity - 1] = 0;
     return field;
 }
@@ -225,17 +193,28 @@ int32 StringStorageT<CharT>::Release()
         return kResultSuccess;
     }
     // The text ends at a NUL already, or at the capacity, and what a buffer gains is NUL.
-    ResizeBuffer(*mBuffer, uint64{length} + 1);
-    mBuffer->SetUnshareable(false);
+    ResizeAs(*mBuffer, false, uint64{length} + 1);
     return kResultSuccess;
 }
 
 template <class CharT>
-void StringStorageT<CharT>::SetText(const CharT* text, uint32 length)
+void StringStorageT<CharT>::ResizeAs(LIBuffer& buffer, bool unshareable, uint64 size)
+{
+    buffer.SetUnshareable(unshareable);
+    try {
+        ResizeBuffer(buffer, size);
+    } catch (...) {
+        buffer.SetUnshareable(!unshareable);
+        throw;
+    }
+}
+
+template <class CharT>
+void StringStorageT<CharT>::SetText(const CharT* text, uint32 limit)
 {
     if (HasLockedBuffer()) {
-        WriteLocked(text, length);
-    } else if (length == 0) {
+        WriteLocked(text, limit);
+    } else if (const uint32 length = StrLen(text, limit); length == 0) {
         mBuffer = StringT<CharT>::GetEmpty().GetBuffer();
     } else {
         // The text may lie in the present buffer, which goes only now.
@@ -243,20 +222,25 @@ void StringStorageT<CharT>::SetText(const CharT* text, uint32 length)
     }
 }
 
-// The text may lie in the field itself.
 template <class CharT>
-void StringStorageT<CharT>::WriteLocked(const CharT* text, uint32 length)
+void StringStorageT<CharT>::WriteLocked(const CharT* text, uint32 limit)
 {
     CharT* const field = ElementsOf(*mBuffer);
     if (field == nullptr) {
         return;
     }
-    if (length == 0) {
+    const uint32 capacity = ElementCount<CharT>(*mBuffer);
+    limit = std::min(limit, capacity - 1);
+    // The text may lie in the field itself. The comparison objects order pointers into different
+    // arrays; the operators need not.
+    if (!std::less<>()(text, field) && std::less<>()(text, field + capacity)) {
+        limit = std::min(limit, static_cast<uint32>(field + capacity - text));
+    }
+    const uint32 count = StrLen(text, limit);
+    if (count == 0) {
         field[0] = 0;
         return;
     }
-    const uint32 capacity = ElementCount<CharT>(*mBuffer);
-    const uint32 count = std::min(length, capacity - 1);
     std::memmove(field, text, count * sizeof(CharT));
     // The 8-bit form clears the whole rest of the field, the 16-bit form only terminates the text.
     const uint32 end = sizeof(CharT) == 1 ? capacity : count + 1;
@@ -266,20 +250,14 @@ void StringStorageT<CharT>::WriteLocked(const CharT* text, uint32 length)
 template <class CharT>
 RCPtr<LIBuffer> StringStorageT<CharT>::CreateTextBuffer(const CharT* text, uint32 length)
 {
-    RCPtr<LIBuffer> buffer = CreateBuffer(uint64{length} + 1);
+    RCPtr<LIBuffer> buffer =
+        LTextBuffer::Create(CheckedByteCount(uint64{length} + 1, sizeof(CharT)), 0, false);
     auto* const target = static_cast<CharT*>(buffer->GetRawPtr());
-    std::copy_n(text, length, target);
-    target[length] = 0;
-    return buffer;
-}
-
-template <class CharT>
-RCPtr<LIBuffer> StringStorageT<CharT>::CreateBuffer(uint64 size)
-{
-    RCPtr<LIBuffer> buffer = LTextBuffer::Create(CheckedByteCount(size, sizeof(CharT)), 0, false);
-    if (buffer->GetRawPtr() == nullptr) {
+    if (target == nullptr) {
         throw std::bad_alloc();
     }
+    std::copy_n(text, length, target);
+    target[length] = 0;
     return buffer;
 }
 
@@ -294,15 +272,6 @@ template <class CharT>
 void StringStorageT<CharT>::ResizeBuffer(LIBuffer& buffer, uint64 size)
 {
     ResizeInPlace(buffer, CheckedByteCount(size, sizeof(CharT)));
-}
-
-template <class CharT>
-bool StringStorageT<CharT>::PointsIntoBuffer(const CharT* text) const
-{
-    const CharT* const start = ElementsOf(*mBuffer);
-    // The comparison objects order pointers into different arrays; the operators need not.
-    return start != nullptr && !std::less<>()(text, start) &&
-           std::less<>()(text, start + ElementCount<CharT>(*mBuffer));
 }
 
 template <class CharT>

@@ -1,8 +1,12 @@
-// UTFBlocks.h - several characters of one kind, tested and converted in one go.
+// UTFBlocks.h - several characters at once, where they are well-formed and surely fit.
+//
+// TakeBlock converts well-formed text only: it takes some characters, or none and returns false. So
+// no mode and no order of tests can make a difference here; the conversion unit by unit judges what
+// no block takes.
 //
 // Written with the compilers' generic vectors: SSE2 on x86-64, plain words where the target has no
-// vector unit. Nothing here writes any unit beyond the characters that it converts: what lies
-// behind the converted text in a target is the caller's and stays as it was.
+// vector unit. Nothing is written beyond the characters that a block converts: the rest of the
+// target is the caller's and stays as it was.
 #pragma once
 
 #include "UTFCodec.h"
@@ -15,6 +19,28 @@
 #endif
 
 namespace QX {
+
+/// The places in a source and a target up to which a conversion has come, and their ends.
+template <class SourceT, class TargetT>
+struct Cursor
+{
+    const SourceT* source;
+    const SourceT* const sourceEnd;
+    TargetT* target;
+    TargetT* const targetEnd;
+
+    /// Returns whether `sourceUnits` units are left, and room for `targetUnits`.
+    [[gnu::always_inline]] bool Has(std::ptrdiff_t sourceUnits, std::ptrdiff_t targetUnits) const
+    {
+        return sourceEnd - source >= sourceUnits && targetEnd - target >= targetUnits;
+    }
+
+    [[gnu::always_inline]] void Advance(std::ptrdiff_t sourceUnits, std::ptrdiff_t targetUnits)
+    {
+        source += sourceUnits;
+        target += targetUnits;
+    }
+};
 
 template <class UnitT, int kUnits>
 struct BlockOf
@@ -76,7 +102,7 @@ template <class SourceT, int kUnits, class TargetT>
     }
 }
 
-/// Converts so many units, a multiple of sixteen, if all are ASCII.
+/// Converts `kUnits` units, a multiple of sixteen, if all are ASCII.
 template <int kUnits, class SourceT, class TargetT>
 [[gnu::always_inline]] inline bool ConvertASCII(const SourceT* source, TargetT* target)
 {
@@ -97,6 +123,20 @@ template <int kUnits, class SourceT, class TargetT>
         StoreAs<SourceT, 16>(target + i, block);
     }
     return true;
+}
+
+/// Takes ASCII, by 64 units and by 16.
+template <class SourceT, class TargetT>
+[[gnu::always_inline]] inline bool TakeASCII(Cursor<SourceT, TargetT>& at)
+{
+    const SourceT* const start = at.source;
+    while (at.Has(64, 64) && ConvertASCII<64>(at.source, at.target)) {
+        at.Advance(64, 64);
+    }
+    while (at.Has(16, 16) && ConvertASCII<16>(at.source, at.target)) {
+        at.Advance(16, 16);
+    }
+    return at.source != start;
 }
 
 /// Where a part of a word lies that is the index-th in memory.
@@ -179,18 +219,25 @@ inline constexpr int kSecondOfTwo = ShiftOfPart(1, 16, 32);
     StoreBlock(target, characters);
 }
 
+/// Takes four characters of the supplementary planes, which have four bytes in UTF-8.
 template <class SourceT, class TargetT>
-[[gnu::always_inline]] inline bool ConvertFourSupplementary(const SourceT* source, TargetT* target)
+[[gnu::always_inline]] inline bool TakeFourSupplementary(Cursor<SourceT, TargetT>& at)
 {
-    Longs characters;
-    if (!LoadSupplementary(characters, source)) {
+    constexpr int kSourceUnits = 16 / sizeof(SourceT);
+    constexpr int kTargetUnits = 16 / sizeof(TargetT);
+    if (!at.Has(kSourceUnits, kTargetUnits)) {
         return false;
     }
-    StoreSupplementary(target, characters);
+    Longs characters;
+    if (!LoadSupplementary(characters, at.source)) {
+        return false;
+    }
+    StoreSupplementary(at.target, characters);
+    at.Advance(kSourceUnits, kTargetUnits);
     return true;
 }
 
-/// Tells whether each takes three bytes in UTF-8 and none is a surrogate.
+/// Returns whether each takes three bytes in UTF-8 and none is a surrogate.
 [[gnu::always_inline]] inline bool AreThreeBytesLong(const Longs& characters)
 {
     const Longs high = characters & 0xFFFFF800u;
@@ -199,71 +246,209 @@ template <class SourceT, class TargetT>
     return IsZero(strange);
 }
 
-/// Converts four sequences of three bytes; reads sixteen bytes.
-template <class TargetT>
-[[gnu::always_inline]] inline bool ConvertFourOfThreeBytes(const UTF8* source, TargetT* target)
+// From UTF-8.
+
+#if defined(__SSE2__)
+
+/// Which of sixteen bytes have a set highest bit.
+[[gnu::always_inline]] inline uint32 MaskOf(__m128i bytes)
 {
-    uint32 bytesOfEach[4];
-    for (std::size_t i = 0; i < 4; ++i) {
-        std::memcpy(&bytesOfEach[i], source + 3 * i, 4);
-    }
-    const Longs bytes = {bytesOfEach[0], bytesOfEach[1], bytesOfEach[2], bytesOfEach[3]};
-    if (!IsZero((bytes & FourBytes(0xF0, 0xC0, 0xC0, 0)) ^ FourBytes(0xE0, 0x80, 0x80, 0))) {
+    return static_cast<uint32>(_mm_movemask_epi8(bytes));
+}
+
+/// Computes for eight bytes what a character of one to three bytes that ends with each of them
+/// would be, from the byte itself and the two before it. Returns whether one of three bytes is too
+/// small for them, or a surrogate.
+[[gnu::always_inline]] inline bool EndCharacters(UTF16* characters, __m128i last, __m128i middle,
+                                                 __m128i first)
+{
+    const __m128i isThree = _mm_cmpgt_epi16(first, _mm_set1_epi16(0xDF));
+    const __m128i lowBits = _mm_set1_epi16(0x3F);
+    const __m128i lowPart = _mm_or_si128(_mm_and_si128(last, lowBits),
+                                         _mm_slli_epi16(_mm_and_si128(middle, lowBits), 6));
+    const __m128i several =
+        _mm_or_si128(lowPart, _mm_and_si128(isThree, _mm_slli_epi16(first, 12)));
+    const __m128i isASCII = _mm_cmplt_epi16(last, _mm_set1_epi16(0x80));
+    const __m128i all =
+        _mm_or_si128(_mm_and_si128(isASCII, last), _mm_andnot_si128(isASCII, several));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(characters), all);
+
+    const __m128i high = _mm_and_si128(several, _mm_set1_epi16(static_cast<short>(0xF800)));
+    const __m128i isStrange =
+        _mm_or_si128(_mm_cmpeq_epi16(high, _mm_setzero_si128()),
+                     _mm_cmpeq_epi16(high, _mm_set1_epi16(static_cast<short>(0xD800))));
+    return MaskOf(_mm_and_si128(isThree, isStrange)) != 0;
+}
+
+/// Takes characters of one to three bytes in any mixture from sixteen bytes.
+template <class TargetT>
+[[gnu::always_inline]] inline bool TakeBlock(Cursor<UTF8, TargetT>& at)
+{
+    if (!at.Has(16, 16)) {
         return false;
     }
-    const Longs characters = (bytes >> ShiftOfByte(0) & 0x0F) << 12 |
-                             (bytes >> ShiftOfByte(1) & 0x3F) << 6 |
-                             (bytes >> ShiftOfByte(2) & 0x3F);
-    if (!AreThreeBytesLong(characters)) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at.source));
+    const uint32 notASCII = MaskOf(bytes);
+    if (notASCII == 0) {
+        return TakeASCII(at);
+    }
+    // As signed numbers 80 to BF are the lowest, C0 to FF lie above them and ASCII above those.
+    const uint32 continuations = MaskOf(_mm_cmplt_epi8(bytes, _mm_set1_epi8(-0x40)));
+    const uint32 leads = notASCII & ~continuations;
+    const uint32 threes = leads & MaskOf(_mm_cmpgt_epi8(bytes, _mm_set1_epi8(-0x21)));
+    const uint32 fours = leads & MaskOf(_mm_cmpgt_epi8(bytes, _mm_set1_epi8(-0x11)));
+    const __m128i isTooLong = _mm_cmpeq_epi8(_mm_and_si128(bytes, _mm_set1_epi8(-2)),
+                                             _mm_set1_epi8(-0x40)); // C0 and C1
+    if ((fours & 1) != 0) {
+        return TakeFourSupplementary(at);
+    }
+    const uint32 expected = (leads << 1 | threes << 2) & 0xFFFF;
+    if (fours != 0 || continuations != expected || MaskOf(isTooLong) != 0) {
         return false;
     }
-    StoreAs<uint32, 4>(target, characters);
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i middle = _mm_slli_si128(bytes, 1);
+    const __m128i first = _mm_slli_si128(bytes, 2);
+    UTF16 characters[16];
+    if (EndCharacters(characters, _mm_unpacklo_epi8(bytes, zero), _mm_unpacklo_epi8(middle, zero),
+                      _mm_unpacklo_epi8(first, zero)) ||
+        EndCharacters(characters + 8, _mm_unpackhi_epi8(bytes, zero),
+                      _mm_unpackhi_epi8(middle, zero), _mm_unpackhi_epi8(first, zero))) {
+        return false;
+    }
+    // A character that does not end within the block is left to the next one.
+    const uint32 count = 16 - (leads >> 15) - (threes >> 13 & 2);
+    TargetT* target = at.target;
+    for (uint32 lasts = ~(continuations >> 1) & 0xFFFFu >> (16 - count); lasts != 0;
+         lasts &= lasts - 1) {
+        *target++ = characters[std::countr_zero(lasts)];
+    }
+    at.source += count;
+    at.target = target;
     return true;
 }
 
-/// The same sixteen bits four times.
-constexpr uint64 FourTimes(uint64 word)
-{
-    return word * 0x0001000100010001u;
-}
+#else
 
-/// Converts the sequences of two bytes that stand at the source, up to four, and returns how many.
-///
-/// Reads eight bytes.
 template <class TargetT>
-[[gnu::always_inline]] inline int ConvertTwoByteSequences(const UTF8* source, TargetT* target)
+[[gnu::always_inline]] inline bool TakeBlock(Cursor<UTF8, TargetT>& at)
 {
-    constexpr int kLead = ShiftOfPart(0, 8, 16);
-    constexpr int kTrail = ShiftOfPart(1, 8, 16);
-    constexpr uint64 kMask = FourTimes(0xE0u << kLead | 0xC0u << kTrail);
-    constexpr uint64 kForm = FourTimes(0xC0u << kLead | 0x80u << kTrail);
-    uint64 bytes;
-    std::memcpy(&bytes, source, sizeof(bytes));
-    const uint64 characters =
-        (bytes >> kLead & FourTimes(0x1F)) << 6 | (bytes >> kTrail & FourTimes(0x3F));
-    // What one byte is for does not reach the highest bit of its word.
-    const uint64 isSmall = ~(characters + FourTimes(0x8000 - 0x80)) & FourTimes(0x8000);
-    const uint64 isStrange = ((bytes & kMask) ^ kForm) | isSmall;
-    if (isStrange == 0) {
-        if constexpr (sizeof(TargetT) == 2) {
-            std::memcpy(target, &characters, sizeof(characters));
-        } else {
-            for (int i = 0; i < 4; ++i) {
-                target[i] = characters >> ShiftOfPart(i, 16, 64) & 0xFFFF;
-            }
-        }
-        return 4;
-    }
-    const int count = (std::endian::native == std::endian::little ? std::countr_zero(isStrange)
-                                                                  : std::countl_zero(isStrange)) /
-                      16;
-    for (int i = 0; i < count; ++i) {
-        target[i] = static_cast<TargetT>(characters >> ShiftOfPart(i, 16, 64) & 0xFFFF);
-    }
-    return count;
+    return at.source[0] < 0xF0 ? TakeASCII(at) : TakeFourSupplementary(at);
 }
 
-/// Converts so many characters, a multiple of eight, if none is a surrogate.
+#endif
+
+// To UTF-8.
+
+[[gnu::always_inline]] inline bool LoadEightShort(Words& words, const UTF16* source)
+{
+    LoadBlock(words, source);
+    return IsZero(words & 0xF800);
+}
+
+[[gnu::always_inline]] inline bool LoadEightShort(Words& words, const UTF32* source)
+{
+    Longs firstFour;
+    Longs lastFour;
+    LoadBlock(firstFour, source);
+    LoadBlock(lastFour, source + 4);
+    if (!IsZero((firstFour | lastFour) & 0xFFFFF800u)) {
+        return false;
+    }
+    Block<uint32, 8> units;
+    LoadBlock(units, source);
+    words = __builtin_convertvector(units, Words);
+    return true;
+}
+
+/// Takes eight characters of one or two bytes, whichever each needs.
+///
+/// Each two of them become two to four bytes in a long.
+template <class SourceT>
+[[gnu::always_inline]] inline bool TakeEightShort(Cursor<SourceT, UTF8>& at)
+{
+    Words words;
+    if (std::endian::native != std::endian::little || !at.Has(8, 16) ||
+        !LoadEightShort(words, at.source)) {
+        return false;
+    }
+    const Words isOneByte = reinterpret_cast<Words>((words & 0x780) == 0);
+    const Words twoBytes = (0xC0 | words >> 6) | (0x80 | (words & 0x3F)) << 8;
+    const Longs apart = reinterpret_cast<Longs>((isOneByte & words) | (~isOneByte & twoBytes));
+    const Longs together = (apart & 0xFF) | (apart >> 16) << 8;
+    const Longs isFirstOneByte =
+        reinterpret_cast<Longs>(reinterpret_cast<Block<int32, 4>>(isOneByte) << 16 >> 16);
+    const Longs bytes = (isFirstOneByte & together) | (~isFirstOneByte & apart);
+    const Longs lengthsOfTwo = reinterpret_cast<Longs>(isOneByte + 2);
+    const Longs lengths = (lengthsOfTwo & 0xFFFF) + (lengthsOfTwo >> 16);
+
+    // Always four bytes: what is too much is overwritten by the next two characters. The last two
+    // have none after them and are written from both ends.
+    UTF8* target = at.target;
+    for (int i = 0; i < 3; ++i) {
+        const uint32 fourBytes = bytes[i];
+        std::memcpy(target, &fourBytes, 4);
+        target += lengths[i];
+    }
+    const auto first = static_cast<uint16>(bytes[3]);
+    const auto last = static_cast<uint16>(bytes[3] >> (8 * lengths[3] - 16));
+    std::memcpy(target, &first, 2);
+    std::memcpy(target + lengths[3] - 2, &last, 2);
+    at.source += 8;
+    at.target = target + lengths[3];
+    return true;
+}
+
+/// Takes four characters of three bytes.
+template <class SourceT>
+[[gnu::always_inline]] inline bool TakeFourOfThreeBytes(Cursor<SourceT, UTF8>& at)
+{
+    if (!at.Has(4, 12)) {
+        return false;
+    }
+    Block<SourceT, 4> units;
+    LoadBlock(units, at.source);
+    Longs characters;
+    StoreAs<SourceT, 4>(reinterpret_cast<uint32*>(&characters), units);
+    if (!AreThreeBytesLong(characters)) {
+        return false;
+    }
+    if constexpr (std::endian::native == std::endian::little) {
+        const Longs bytes = (0xE0 | characters >> 12) | (0x80 | (characters >> 6 & 0x3F)) << 8 |
+                            (0x80 | (characters & 0x3F)) << 16;
+        uint64 pairs[2];
+        std::memcpy(pairs, &bytes, sizeof(pairs));
+        for (uint64& pair : pairs) {
+            pair = (pair & 0xFFFFFF) | (pair >> 8 & 0xFFFFFF000000);
+        }
+        const uint64 firstEight = pairs[0] | pairs[1] << 48;
+        const auto lastFour = static_cast<uint32>(pairs[1] >> 16);
+        std::memcpy(at.target, &firstEight, 8);
+        std::memcpy(at.target + 8, &lastFour, 4);
+    } else {
+        for (int i = 0; i < 4; ++i) {
+            PutUTF8(at.target + 3 * i, characters[i], 3);
+        }
+    }
+    at.Advance(4, 12);
+    return true;
+}
+
+template <class SourceT>
+[[gnu::always_inline]] inline bool TakeBlock(Cursor<SourceT, UTF8>& at)
+{
+    const UTF32 unit = at.source[0];
+    if (unit < 0x80 && TakeASCII(at)) {
+        return true;
+    }
+    return unit < 0x800    ? TakeEightShort(at)
+           : unit < 0xD800 ? TakeFourOfThreeBytes(at)
+                           : TakeFourSupplementary(at);
+}
+
+// Between UTF-16 and UTF-32.
+
+/// Converts `kUnits` characters, a multiple of eight, if none is a surrogate.
 template <int kUnits>
 [[gnu::always_inline]] inline bool ConvertBasic(const UTF16* source, UTF32* target)
 {
@@ -284,7 +469,7 @@ template <int kUnits>
     return true;
 }
 
-/// Converts so many characters, a multiple of eight, if none is a surrogate or beyond the basic
+/// Converts `kUnits` characters, a multiple of eight, if none is a surrogate or beyond the basic
 /// plane.
 template <int kUnits>
 [[gnu::always_inline]] inline bool ConvertBasic(const UTF32* source, UTF16* target)
@@ -304,6 +489,20 @@ template <int kUnits>
         StoreAs<uint32, 8>(target + i, units);
     }
     return true;
+}
+
+template <class SourceT, class TargetT>
+[[gnu::always_inline]] inline bool TakeBlock(Cursor<SourceT, TargetT>& at)
+{
+    static_assert(sizeof(SourceT) + sizeof(TargetT) == 6);
+    const SourceT* const start = at.source;
+    while (at.Has(32, 32) && ConvertBasic<32>(at.source, at.target)) {
+        at.Advance(32, 32);
+    }
+    while (at.Has(8, 8) && ConvertBasic<8>(at.source, at.target)) {
+        at.Advance(8, 8);
+    }
+    return at.source != start || TakeFourSupplementary(at);
 }
 
 } // namespace QX

@@ -1,9 +1,11 @@
-// UTFConversion.cpp - the conversions, character by character.
+// UTFConversion.cpp - the conversions: by blocks where one takes the text, else by characters.
 
-#include "UTFRuns.h"
+#include "UTFConversion.h"
+#include "UTFBlocks.h"
+
+#include <algorithm>
 
 namespace QX {
-
 namespace {
 
 /// One character taken from the source, or what is wrong with it.
@@ -16,7 +18,7 @@ struct Taken
 
 // Surrogates are judged before the target is looked at: a source that ends in a high surrogate is
 // exhausted even when the target is full.
-Taken TakeFromUTF16(const UTF16* source, const UTF16* sourceEnd, bool strict)
+Taken TakeFromUTF16(const UTF16* source, const UTF16* sourceEnd, ConversionMode mode)
 {
     const UTF32 unit = source[0];
     if (!IsSurrogate(unit)) {
@@ -30,11 +32,17 @@ Taken TakeFromUTF16(const UTF16* source, const UTF16* sourceEnd, bool strict)
             return {FromSurrogates(unit, source[1]), 2, conversionOK};
         }
     }
-    return {unit, 1, strict ? sourceIllegal : conversionOK};
+    if (mode == ConversionMode::kStrict) {
+        return {unit, 1, sourceIllegal};
+    }
+    return {mode == ConversionMode::kReplacing ? kReplacementCharacter : unit, 1, conversionOK};
 }
 
 Taken TakeFromUTF8(const UTF8* source, const UTF8* sourceEnd)
 {
+    if (source[0] < 0x80) {
+        return {source[0], 1, conversionOK};
+    }
     const int length = UTF8SequenceLength(source[0]);
     if (length > sourceEnd - source) {
         return {0, length, sourceExhausted};
@@ -81,19 +89,25 @@ bool Put(UTF32 character, UTF32*& target, const UTF32* targetEnd)
     return true;
 }
 
-/// Converts with step, which treats one character and stops by answering other than conversionOK.
+/// How many units are converted one by one, where no block takes the text, before the next try.
+constexpr std::ptrdiff_t kUnitsBetweenBlocks = 16;
+
+/// Converts with `step`, which treats one character and stops by answering other than conversionOK.
 template <class SourceT, class TargetT, class StepT>
 ConversionResult ConvertWith(const SourceT** sourceStart, const SourceT* sourceEnd,
                              TargetT** targetStart, TargetT* targetEnd, StepT step)
 {
     Cursor<SourceT, TargetT> at{*sourceStart, sourceEnd, *targetStart, targetEnd};
     ConversionResult result = conversionOK;
-    while (result == conversionOK) {
-        Run(at);
-        if (at.source >= at.sourceEnd) {
-            break;
+    while (result == conversionOK && at.source < sourceEnd) {
+        if (TakeBlock(at)) {
+            continue;
         }
-        result = step(at);
+        const SourceT* const stop =
+            at.source + std::min(sourceEnd - at.source, kUnitsBetweenBlocks);
+        while (result == conversionOK && at.source < stop) {
+            result = step(at);
+        }
     }
     *sourceStart = at.source;
     *targetStart = at.target;
@@ -115,11 +129,10 @@ ConversionResult PutTaken(const Taken& taken, Cursor<SourceT, TargetT>& at)
 
 template <class TargetT>
 ConversionResult ConvertFromUTF16(const UTF16** sourceStart, const UTF16* sourceEnd,
-                                  TargetT** targetStart, TargetT* targetEnd, ConversionFlags flags)
+                                  TargetT** targetStart, TargetT* targetEnd, ConversionMode mode)
 {
-    const bool strict = flags == strictConversion;
-    return ConvertWith(sourceStart, sourceEnd, targetStart, targetEnd, [strict](auto& at) {
-        return PutTaken(TakeFromUTF16(at.source, at.sourceEnd, strict), at);
+    return ConvertWith(sourceStart, sourceEnd, targetStart, targetEnd, [mode](auto& at) {
+        return PutTaken(TakeFromUTF16(at.source, at.sourceEnd, mode), at);
     });
 }
 
@@ -178,34 +191,33 @@ bool IsLegalUTF8Sequence(const UTF8* source, const UTF8* sourceEnd)
 }
 
 ConversionResult UTF16ToUTF32(const UTF16** sourceStart, const UTF16* sourceEnd,
-                              UTF32** targetStart, UTF32* targetEnd, ConversionFlags flags)
+                              UTF32** targetStart, UTF32* targetEnd, ConversionMode mode)
 {
-    return ConvertFromUTF16(sourceStart, sourceEnd, targetStart, targetEnd, flags);
+    return ConvertFromUTF16(sourceStart, sourceEnd, targetStart, targetEnd, mode);
 }
 
 ConversionResult UTF16ToUTF8(const UTF16** sourceStart, const UTF16* sourceEnd, UTF8** targetStart,
-                             UTF8* targetEnd, ConversionFlags flags)
+                             UTF8* targetEnd, ConversionMode mode)
 {
-    return ConvertFromUTF16(sourceStart, sourceEnd, targetStart, targetEnd, flags);
+    return ConvertFromUTF16(sourceStart, sourceEnd, targetStart, targetEnd, mode);
 }
 
-// The flags change nothing: what is ill-formed stops the conversion in both modes.
 ConversionResult UTF8ToUTF16(const UTF8** sourceStart, const UTF8* sourceEnd, UTF16** targetStart,
-                             UTF16* targetEnd, ConversionFlags)
+                             UTF16* targetEnd)
 {
     return ConvertFromUTF8(sourceStart, sourceEnd, targetStart, targetEnd);
 }
 
 ConversionResult UTF8ToUTF32(const UTF8** sourceStart, const UTF8* sourceEnd, UTF32** targetStart,
-                             UTF32* targetEnd, ConversionFlags)
+                             UTF32* targetEnd)
 {
     return ConvertFromUTF8(sourceStart, sourceEnd, targetStart, targetEnd);
 }
 
 ConversionResult UTF32ToUTF16(const UTF32** sourceStart, const UTF32* sourceEnd,
-                              UTF16** targetStart, UTF16* targetEnd, ConversionFlags flags)
+                              UTF16** targetStart, UTF16* targetEnd, ConversionMode mode)
 {
-    const bool strict = flags == strictConversion;
+    const bool strict = mode == ConversionMode::kStrict;
     bool leftOut = false;
     const auto step = [strict, &leftOut](Cursor<UTF32, UTF16>& at) {
         // A full target is reported even where the next unit is no character.
@@ -232,14 +244,16 @@ ConversionResult UTF32ToUTF16(const UTF32** sourceStart, const UTF32* sourceEnd,
 }
 
 ConversionResult UTF32ToUTF8(const UTF32** sourceStart, const UTF32* sourceEnd, UTF8** targetStart,
-                             UTF8* targetEnd, ConversionFlags flags)
+                             UTF8* targetEnd, ConversionMode mode)
 {
-    const bool strict = flags == strictConversion;
     bool replaced = false;
-    const auto step = [strict, &replaced](Cursor<UTF32, UTF8>& at) {
+    const auto step = [mode, &replaced](Cursor<UTF32, UTF8>& at) {
         UTF32 character = *at.source;
-        if (IsSurrogate(character) && strict) {
+        if (IsSurrogate(character) && mode == ConversionMode::kStrict) {
             return sourceIllegal;
+        }
+        if (IsSurrogate(character) && mode == ConversionMode::kReplacing) {
+            character = kReplacementCharacter;
         }
         if (character > kLastCharacter) {
             replaced = true;

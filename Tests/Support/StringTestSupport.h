@@ -12,7 +12,7 @@
 
 namespace QX {
 
-/// The units of a text with a NUL behind them.
+/// The units of a text and a NUL after them.
 inline std::vector<unsigned short> Units(std::u16string_view text)
 {
     std::vector<unsigned short> units(text.size() + 1);
@@ -58,7 +58,7 @@ inline bool SharesEmpty(const String16& text)
     return BufferOf(text) == BufferOf(String16::Empty);
 }
 
-/// A heap block of exactly these elements, so that a sanitizer sees a read behind them.
+/// A heap block of exactly these elements, so that a sanitizer sees a read after them.
 template <class CharT>
 std::unique_ptr<CharT[]> ExactBlock(std::basic_string_view<CharT> elements)
 {
@@ -80,7 +80,6 @@ inline RCPtr<LIBuffer> BufferWith(std::string_view bytes)
 struct BufferFaults
 {
     bool refusesGrowth = false;      ///< a larger size finds no memory
-    bool staysWithoutBlock = false;  ///< and neither does any size after that
     bool copiesAreForeign = false;   ///< CreateCopy gives an object of another kind
     bool copiesThrow = false;        ///< CreateCopy throws a std::domain_error
     bool copiesHaveNoBlock = false;  ///< CreateCopy finds no memory
@@ -100,10 +99,9 @@ public:
     int32 SetSizeBytes(uint32 size) override { return ResizeBytes(size); }
     int32 ResizeBytes(uint32 size) override
     {
+        mWasShareable = IsShareable();
         if (size > mSize && mBlock != nullptr && mFaults.refusesGrowth) {
             mBlock.reset();
-        } else if (mBlock == nullptr && mFaults.staysWithoutBlock) {
-            // Only the size changes.
         } else {
             std::unique_ptr<char[]> block(new char[size]);
             std::memset(block.get(), '?', size);
@@ -117,6 +115,9 @@ public:
     int32 FillW(uint16, uint32, int) override { return kResultOutOfRange; }
     uint32 GetAllocatedSize() const override { return mBlock != nullptr ? mSize : 0; }
     void* GetRawPtr() override { return mBlock.get(); }
+
+    /// Returns whether the buffer was marked shareable when it was resized last.
+    bool WasShareableWhenResized() const { return mWasShareable; }
 
     /// Makes the buffer claim a size that its block does not have.
     void ClaimSize(uint32 size) { mSize = size; }
@@ -155,6 +156,7 @@ private:
     BufferFaults mFaults;
     std::unique_ptr<char[]> mBlock;
     uint32 mSize;
+    bool mWasShareable = true;
 };
 
 } // namespace QX

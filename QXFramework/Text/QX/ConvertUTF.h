@@ -1,7 +1,7 @@
 // ConvertUTF.h - conversion between UTF-8, UTF-16 and UTF-32, exported with C linkage.
 //
 // A conversion reads units from *sourceStart and writes units to *targetStart until the source is
-// used up or something stops it; both start pointers then stand behind what was converted.
+// used up or something stops it; both start pointers then point after what was converted.
 //
 //     const UTF8 text[] = {0xC3, 0xA9, 0xE2, 0x82};
 //     const UTF8* source = text;
@@ -26,7 +26,7 @@
 // the source is exhausted, any other that is not in the table is illegal.
 //
 // A character that does not fit into the target stops the conversion before that character:
-// nothing partial is written, and what lies behind the result stays as it was. Source and target
+// nothing partial is written, and what lies after the result stays as it was. Source and target
 // must not overlap.
 #pragma once
 
@@ -56,26 +56,36 @@ enum ConversionFlags : unsigned int
     lenientConversion = 1
 };
 
+// All six: no pointer is null, and each start is at or before its end. They need no memory and may
+// be called on any thread. UTF-32 to UTF-16 looks at the target first, the others at the source; a
+// full target outranks a sourceIllegal that did not stop the conversion.
+
+/// Converts as the file comment says and moves both start pointers past what was converted.
 QX_API ConversionResult ConvertUTF32toUTF16(const UTF32** sourceStart, const UTF32* sourceEnd,
                                             UTF16** targetStart, UTF16* targetEnd,
                                             ConversionFlags flags);
+/// As ConvertUTF32toUTF16.
 QX_API ConversionResult ConvertUTF16toUTF32(const UTF16** sourceStart, const UTF16* sourceEnd,
                                             UTF32** targetStart, UTF32* targetEnd,
                                             ConversionFlags flags);
+/// As ConvertUTF32toUTF16.
 QX_API ConversionResult ConvertUTF16toUTF8(const UTF16** sourceStart, const UTF16* sourceEnd,
                                            UTF8** targetStart, UTF8* targetEnd,
                                            ConversionFlags flags);
+/// As ConvertUTF32toUTF16.
 QX_API ConversionResult ConvertUTF8toUTF16(const UTF8** sourceStart, const UTF8* sourceEnd,
                                            UTF16** targetStart, UTF16* targetEnd,
                                            ConversionFlags flags);
+/// As ConvertUTF32toUTF16.
 QX_API ConversionResult ConvertUTF32toUTF8(const UTF32** sourceStart, const UTF32* sourceEnd,
                                            UTF8** targetStart, UTF8* targetEnd,
                                            ConversionFlags flags);
+/// As ConvertUTF32toUTF16.
 QX_API ConversionResult ConvertUTF8toUTF32(const UTF8** sourceStart, const UTF8* sourceEnd,
                                            UTF32** targetStart, UTF32* targetEnd,
                                            ConversionFlags flags);
 
-/// Tells whether the source begins with a well-formed sequence; what follows that is not looked at.
+/// Returns 1 if the source begins with a well-formed sequence, else 0; what follows it is not read.
 ///
 /// An empty source is not well-formed.
 QX_API Boolean isLegalUTF8Sequence(const UTF8* source, const UTF8* sourceEnd);

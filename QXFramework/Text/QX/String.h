@@ -31,9 +31,12 @@ template <>
 class QX_API StringT<char, unsigned short> : public StringStorageT<char>
 {
 public:
-    /// An empty string. Code that may run before main uses GetEmpty instead.
+    /// An empty string. Code that may run before main or after it uses GetEmpty instead.
     static const StringT Empty;
-    /// Returns the empty string whose buffer all empty strings share.
+    /// Returns the empty string whose buffer all empty strings share. It is made by the first call;
+    /// static objects that are built after that call may use strings until they are destroyed.
+    ///
+    /// Threads: any.
     static const StringT& GetEmpty();
 
     StringT();
@@ -41,20 +44,21 @@ public:
     /// Makes a string of one character, or for a NUL an empty one with a buffer of its own.
     StringT(char character);
     StringT(const StringT& other) = default;
-    /// Converts from UTF-16. What cannot be converted ends the text.
+    /// Converts from UTF-16. What cannot be converted ends the text; null, and a text too long for
+    /// the other width, give an empty string.
     StringT(const StringT<unsigned short, char>& other);
     StringT(const unsigned short* text);
     /// Adopts a buffer as text: shares it, or takes a private copy of an unshareable one, and trims
     /// it for all of its holders to the text up to its first NUL and one NUL. A buffer without any
     /// NUL grows by one byte; a null pointer gives an empty string.
     StringT(const RCPtr<LIBuffer>& buffer);
-    /// Copies the text up to its first NUL.
+    /// Copies the text up to its first NUL, at most kWholeText characters of it.
     explicit StringT(std::string_view text);
     ~StringT() override;
 
     StringT& operator=(const StringT& other) = default;
 
-    /// Views the text without copying it; valid as long as CStr is.
+    /// Views GetText without copying it; valid as long as CStr is.
     operator std::string_view() const;
 
     /// Compares two texts as strcmp does, or the two in lower case; only the sign of the result
@@ -63,6 +67,7 @@ public:
     int Compare(const char* text, bool caseSensitive) const;
     int Compare(const StringT& other, bool caseSensitive) const;
 
+    /// Returns whether both texts are the same; a null pointer is an empty text.
     bool IsEqual(const char* text) const;
     bool IsEqual(const StringT& other) const;
 
@@ -73,7 +78,7 @@ public:
     StringT Reverse() const;
 
     /// Returns `count` characters from `start` on, or as many as there are. A negative start counts
-    /// from the end; what then lies before the text shortens the count.
+    /// from the end; characters that would lie before the text are taken off the count.
     StringT GetSubString(int start, uint32 count) const;
     StringT GetSubString(int start) const;
 
@@ -86,14 +91,14 @@ public:
 
     /// Inserts a text, or its first `count` characters, before position `position`. At the end a
     /// locked string grows; elsewhere the result is cut to its capacity. The text may lie in this
-    /// string.
+    /// string. A null text inserts nothing.
     ///
     /// Fails: kResultOutOfRange for a position past the end; nothing changes.
     int32 Insert(uint32 position, const StringT& text);
     int32 Insert(uint32 position, const char* text, uint32 count);
 
-    /// Appends. A locked string gets exactly the capacity of the result, be it more or less than it
-    /// had; strings that shared the buffer keep theirs.
+    /// Appends. A locked string gets exactly the capacity of the result, which may be larger or
+    /// smaller than before; strings that shared the buffer keep theirs.
     StringT& operator+=(const StringT& other);
     StringT& operator+=(char character);
     StringT operator+(const StringT& other) const;
@@ -104,15 +109,14 @@ public:
     /// As ToInt, by the rules of atof.
     double ToDouble() const;
 
-    // Both formatting operations cut the text at 16383 characters, without notice, and use about
-    // 20 KiB of stack. The format is printf's; I32 before d, i, o, u, x or X means 32 bits there,
-    // and I64 or L means 64. A null or refused format gives an empty text.
-
+    /// Returns the formatted text, cut at 16383 characters without notice. The format is printf's,
+    /// but I32 before d, i, o, u, x or X means 32 bits, and I64 or L means 64. A null or refused
+    /// format gives an empty text. Uses about 20 KiB of stack.
     static StringT Format(const char* format, ...);
-    /// Assigns the formatted text, in which this string may take part, and returns this string.
+    /// Assigns what Format returns and returns this string, which may be one of the arguments.
     StringT& SetFormatted(const char* format, ...);
 
-    /// Returns the number with `precision` decimals, or with six if it is negative.
+    /// Returns the number with `precision` decimals; six if `precision` is negative.
     static StringT FormatNumber(double value, int precision);
     static StringT FormatNumber(float value, int precision);
     /// Returns the number with a point before its last `decimals` digits, and with none below 1.
@@ -124,27 +128,34 @@ public:
 
     /// Replaces `buffer` by one that holds `count` units of `source` as UTF-8, terminated and cut
     /// at its first NUL. A negative count means the whole text with its terminator. Unpaired
-    /// surrogates become U+FFFD. `source` may lie in the buffer. Returns 0.
+    /// surrogates become U+FFFD. A null or empty source gives the buffer of GetEmpty, whatever
+    /// `count` is. `source` may lie in the buffer. Returns 0.
     ///
-    /// Fails: kResultFailure for text that ends within a pair or has values above 0x10FFFF; what
-    /// was converted is kept. kResultFailure too for a text too long; `buffer` is unchanged.
+    /// Requires: `source` is null, or has one unit and `count` of them.
+    /// Fails: kResultFailure for a text that ends within a pair; what comes before is in `buffer`.
+    /// Fails: kResultFailure for a text too long; `buffer` is unchanged.
     static int32 ConvertToCharType(RCPtr<LIBuffer>& buffer, const unsigned short* source,
                                    int count);
-    /// Requires: `source` is not null.
+    /// As from UTF-16, but an empty source gives a buffer of its own.
+    ///
+    /// Requires: `source` is not null and has `count` units.
+    /// Fails: kResultFailure for values above 0x10FFFF; each becomes U+FFFD and the whole text is
+    /// in `buffer`.
+    /// Fails: kResultFailure for a text too long; `buffer` is unchanged.
     static int32 ConvertToCharType(RCPtr<LIBuffer>& buffer, const wchar_t* source, int count);
+
+    // The operators compare bytes. Like IsEqual, they end each text where GetText does and take a
+    // null pointer for an empty one.
 
     friend bool operator==(const StringT& left, const StringT& right)
     {
-        return left.mBuffer == right.mBuffer || left == std::string_view(right);
+        return left.IsEqual(right);
     }
     friend bool operator==(const StringT& left, std::string_view right)
     {
         return std::string_view(left) == right;
     }
-    friend bool operator==(const StringT& left, const char* right)
-    {
-        return left == (right != nullptr ? std::string_view(right) : std::string_view());
-    }
+    friend bool operator==(const StringT& left, const char* right) { return left.IsEqual(right); }
 
     friend std::strong_ordering operator<=>(const StringT& left, const StringT& right)
     {
@@ -161,25 +172,25 @@ public:
 
 private:
     void Append(const char* text, uint32 length);
-    static StringT Concatenate(std::string_view first, std::string_view second,
-                               std::string_view third);
-    StringT Terminated() const;
 };
 
-/// The 16-bit string: UTF-16 in the machine's byte order. The operations that it has only by name
-/// throw Exception<std::domain_error>.
+/// The 16-bit string: UTF-16 in the machine's byte order. Format, SetFormatted, StrCSpn and
+/// SplitToken throw Exception<std::domain_error>, and so does Replace unless `with` is NUL.
 template <>
 class QX_API StringT<unsigned short, char> : public StringStorageT<unsigned short>
 {
 public:
+    /// As in the 8-bit class.
     static const StringT Empty;
+    /// As in the 8-bit class.
     static const StringT& GetEmpty();
 
     StringT();
     StringT(const unsigned short* text);
     StringT(unsigned short unit);
     StringT(const StringT& other) = default;
-    /// Converts from UTF-8. What cannot be converted ends the text.
+    /// Converts from UTF-8. What cannot be converted ends the text; null, and a text too long for
+    /// the other width, give an empty string.
     StringT(const StringT<char, unsigned short>& other);
     StringT(const char* text);
     ~StringT() override;
@@ -189,6 +200,7 @@ public:
     /// Returns the units in reverse order; surrogate pairs are split.
     StringT Reverse() const;
 
+    /// Returns the number text of the 8-bit class.
     static StringT FormatNumber(double value, int precision);
     static StringT FormatNumber(float value, int precision);
     static StringT FormatNumber(long long value, int decimals);
@@ -197,20 +209,26 @@ public:
 
     /// As the 8-bit class, to UTF-16.
     ///
-    /// Fails: kResultFailure for ill-formed or truncated UTF-8; what was converted is kept. Unlike
-    /// in UTF-8, a wide character above 0x10FFFF becomes U+FFFD without a failure.
+    /// Requires: `source` is null, or has one byte and `count` of them.
+    /// Fails: kResultFailure for ill-formed or truncated UTF-8; what comes before is in `buffer`.
+    /// Fails: kResultFailure for a text too long; `buffer` is unchanged.
     static int32 ConvertToCharType(RCPtr<LIBuffer>& buffer, const char* source, int count);
-    /// Requires: `source` is not null.
+    /// As from UTF-8, but an empty source gives a buffer of its own. Unlike in UTF-8, a value above
+    /// 0x10FFFF becomes U+FFFD without a failure.
+    ///
+    /// Requires: `source` is not null and has `count` units.
+    /// Fails: kResultFailure for a text too long; `buffer` is unchanged.
     static int32 ConvertToCharType(RCPtr<LIBuffer>& buffer, const wchar_t* source, int count);
 
+    /// Throws Exception<std::domain_error>, whatever the arguments; so do the next three.
     [[noreturn]] static StringT Format(const unsigned short* format, ...);
     [[noreturn]] StringT& SetFormatted(const unsigned short* format, ...);
     [[noreturn]] static uint32 StrCSpn(const unsigned short* text, const unsigned short* units);
     [[noreturn]] StringT SplitToken(const StringT& delimiters);
-    /// Throws unless `with` is NUL; nothing changes.
+    /// Throws Exception<std::domain_error> unless `with` is NUL; nothing changes.
     StringT& Replace(const unsigned short* units, unsigned short with);
 
-    /// Texts are equal, and ordered, unit by unit.
+    /// Compares the texts, which end where GetText does, unit by unit.
     friend bool operator==(const StringT& left, const StringT& right)
     {
         return (left <=> right) == 0;

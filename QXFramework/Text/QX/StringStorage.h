@@ -14,19 +14,28 @@
 // Unlocked, the buffer holds exactly the text and its terminator. Locked, it has the capacity, and
 // the text ends at the first NUL or, if the owner left none, at the capacity.
 //
-// A string is not safe for use by two threads at once; strings that share a buffer are.
+// Another holder of the buffer can write a NUL into an unlocked text. GetLength does not see it;
+// all that copies, compares or converts the text ends there.
+//
+// Several threads may read one string. While one changes it no other may use it. Strings that share
+// a buffer may be used and changed on different threads, as long as nobody writes into the buffer
+// itself; adopting a buffer as text writes into it unless it is exactly a text already.
 #pragma once
 
 #include <QX/Buffer.h>
 #include <QX/StringFwd.h>
 #include <QX/Types.h>
 
+#include <span>
+
 namespace QX {
 
 /// The base of the two string classes; nothing else derives from it. All counts, lengths and
 /// capacities are in elements, and every capacity has room for the terminator.
 ///
-/// Throws: std::bad_alloc wherever a string needs memory, with the string left as it was.
+/// Throws: std::bad_alloc wherever a string needs memory, with the string left as it was. An
+/// adopted buffer of a class that is not the framework's is the exception: what its ResizeBytes
+/// loses is lost, and without a block the text is empty.
 template <class CharT>
 class StringStorageT
 {
@@ -42,19 +51,28 @@ public:
 
     /// Copies a text into a field of `targetSize` elements; does nothing if there are none.
     ///
-    /// 8-bit: copies what fits, fills the whole rest with NULs, and ignores `max`.
-    /// 16-bit: copies at most `max` units and fills with NULs only as far as that count goes. So
-    /// unlike the 8-bit form, it writes no terminator behind a text of `max` units or more.
+    /// 8-bit: copies at most `targetSize` - 1 characters and fills the rest of the field with NULs.
+    /// `max` is ignored.
+    /// 16-bit: copies at most the smaller of `max` and `targetSize` - 1 units, and fills up to that
+    /// count with NULs. A text of that length or more gets no terminator.
     static void StrCopy(CharT* target, uint32 targetSize, const CharT* source, uint32 max);
 
-    /// Returns the text, never null. It is terminated unless the owner of a locked buffer has
-    /// overwritten the terminator; GetLength tells where it ends even then.
+    /// Returns the elements of the buffer, never null; valid until this string changes. They are
+    /// terminated unless the owner of a locked buffer, or another holder, has overwritten the
+    /// terminator; GetText tells where the text ends even then.
     const CharT* CStr() const;
 
+    /// Returns the elements before the terminator: of an unlocked string what the buffer has, of a
+    /// locked one what lies before the first NUL.
     uint32 GetLength() const;
-    /// Returns whether a NUL follows the text, as it does wherever nobody has overwritten it.
-    bool IsTerminated() const;
+
+    /// Returns the text: what lies before the first NUL, at most GetLength() elements. It is valid
+    /// as long as CStr is.
+    std::span<const CharT> GetText() const;
+
+    /// Returns whether the first element is NUL.
     bool IsEmpty() const { return *CStr() == CharT{}; }
+    /// Returns whether the string has a field from Lock that was not released yet.
     bool IsLocked() const { return !mBuffer->IsShareable(); }
 
     /// Returns the buffer, which other strings may hold too. Never null.
@@ -64,10 +82,14 @@ public:
     const RCPtr<LIBuffer>& GetBuffer() const { return mBuffer; }
 
     /// Makes the first `count` elements of `text`, or all up to its terminator, this string's text.
-    /// `text` may lie in this string. A null or empty text shares the one empty buffer.
+    /// `text` may lie in this string. A null or empty text shares the one empty buffer, whatever
+    /// `count` is; no elements of any other text make an empty buffer of the string's own.
     ///
     /// A locked string keeps its buffer, and the text is cut to the capacity less one. Its 8-bit
-    /// form takes the whole of `text` whatever `count` says.
+    /// form takes as much of `text` as fits, whatever `count` says.
+    ///
+    /// Requires: `text` is null or has one element, and is terminated or has `count` elements; for
+    /// a locked 8-bit string it is terminated or has the capacity less one.
     void Assign(const CharT* text, uint32 count);
 
     /// Makes the string's buffer a private one of `size` elements, writes NUL into the last, and
@@ -76,11 +98,12 @@ public:
     /// buffer: operator+= gives a locked string another capacity.
     ///
     /// Fails: null if the string is already locked; nothing changes.
-    /// Throws: Exception<std::runtime_error> if the shared buffer cannot be copied.
+    /// Throws: Exception<std::runtime_error> if the shared buffer's CreateCopy gives no buffer, and
+    /// whatever CreateCopy throws.
     CharT* Lock(uint32 size);
 
-    /// Trims a locked buffer to its text and makes it shareable again; an empty text gives it up
-    /// for the one empty buffer. Returns 0, or 1 with nothing changed if the string is unlocked.
+    /// Trims a locked buffer to its text and makes it shareable again; an empty text shares the
+    /// empty buffer instead. Returns 0, or 1 with nothing changed if the string is unlocked.
     int32 Release();
 
 protected:
@@ -92,18 +115,12 @@ protected:
     /// As copying. A locked target keeps its buffer and takes as much of the text as fits.
     StringStorageT& operator=(const StringStorageT& other);
 
-    /// Makes the text one of `length` elements, none of which is NUL: in the locked field, or in a
-    /// new buffer. A length of 0 shares the one empty buffer.
-    void SetText(const CharT* text, uint32 length);
-
-    /// Returns CStr and stores GetLength.
-    const CharT* GetText(uint32& length) const;
+    /// Makes what lies before the first NUL of `text`, at most `limit` elements, the string's text:
+    /// in the locked field, or in a new buffer. An empty text shares the one empty buffer.
+    void SetText(const CharT* text, uint32 limit);
 
     /// Returns a new buffer of exactly the text and its terminator.
     static RCPtr<LIBuffer> CreateTextBuffer(const CharT* text, uint32 length);
-
-    /// Returns a new buffer of `size` elements with undefined contents.
-    static RCPtr<LIBuffer> CreateBuffer(uint64 size);
 
     /// Returns the elements of a buffer that has some, else null.
     static CharT* ElementsOf(LIBuffer& buffer);
@@ -111,15 +128,16 @@ protected:
     /// Resizes a buffer in place; elements gained are NUL.
     static void ResizeBuffer(LIBuffer& buffer, uint64 size);
 
-    /// Returns whether `text` lies in this string's buffer.
-    bool PointsIntoBuffer(const CharT* text) const;
-
     RCPtr<LIBuffer> mBuffer;
 
 private:
     bool HasLockedBuffer() const { return mBuffer != nullptr && IsLocked(); }
     RCPtr<LIBuffer> CreatePrivateBuffer() const;
-    void WriteLocked(const CharT* text, uint32 length);
+
+    /// Marks the buffer, then resizes it; if that throws, the mark is the old one again.
+    static void ResizeAs(LIBuffer& buffer, bool unshareable, uint64 size);
+
+    void WriteLocked(const CharT* text, uint32 limit);
 };
 
 extern template class QX_API StringStorageT<char>;

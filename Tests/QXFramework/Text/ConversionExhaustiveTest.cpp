@@ -152,7 +152,7 @@ void ExpectJudgement(const UTF8* bytes, std::size_t length)
     const ConversionResult result =
         kFunction<UTF8, TargetT>(&from, source + announced + 4, &to, target + 16, strictConversion);
 
-    // A legal first sequence may leave other bytes behind that are not.
+    // A legal first sequence may be followed by bytes that are not.
     if ((from != source) != legal || (!legal && result != sourceIllegal)) {
         FAIL() << std::hex << +bytes[0] << ' ' << +bytes[1] << ' ' << +bytes[2];
     }
@@ -259,7 +259,7 @@ void ExpectWholeCharactersAtEveryCut(const Units<UTF32>& text)
     }
 }
 
-TEST(EveryCut, OfSourceAndTargetLeavesWholeCharacters)
+TEST(EveryCut, LeavesWholeCharacters)
 {
     for (const Units<UTF32>& text : ShortTexts()) {
         ExpectWholeCharactersAtEveryCut<UTF8, UTF16>(text);

@@ -8,16 +8,16 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
-#define WRONG_CONVERSION(FUNCTION, SOURCE, TARGET)                                                 \
-    QX_API ConversionResult FUNCTION(const SOURCE**, const SOURCE*, TARGET**, TARGET*,             \
-                                     ConversionFlags)                                              \
+#define WRONG_CONVERSION(FUNCTION, SOURCE, TARGET, ...)                                            \
+    QX_API ConversionResult FUNCTION(const SOURCE**, const SOURCE*, TARGET**,                      \
+                                     TARGET* __VA_OPT__(, ) __VA_ARGS__)                           \
     {                                                                                              \
         return sourceIllegal;                                                                      \
     }
 
 extern "C" {
-WRONG_CONVERSION(ConvertUTF8toUTF16, UTF8, UTF16)
-WRONG_CONVERSION(ConvertUTF16toUTF8, UTF16, UTF8)
+WRONG_CONVERSION(ConvertUTF8toUTF16, UTF8, UTF16, ConversionFlags)
+WRONG_CONVERSION(ConvertUTF16toUTF8, UTF16, UTF8, ConversionFlags)
 QX_API Boolean isLegalUTF8Sequence(const UTF8*, const UTF8*)
 {
     return 0;
@@ -26,7 +26,7 @@ QX_API Boolean isLegalUTF8Sequence(const UTF8*, const UTF8*)
 
 namespace QX {
 WRONG_CONVERSION(UTF8ToUTF16, UTF8, UTF16)
-WRONG_CONVERSION(UTF16ToUTF8, UTF16, UTF8)
+WRONG_CONVERSION(UTF16ToUTF8, UTF16, UTF8, ConversionMode)
 QX_API bool IsLegalUTF8Sequence(const UTF8*, const UTF8*)
 {
     return false;

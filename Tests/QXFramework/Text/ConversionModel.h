@@ -25,7 +25,7 @@ struct Outcome
     ConversionResult result = conversionOK;
     std::size_t consumed = 0;
     Units<TargetT> produced;
-    bool wroteBeyond = false; ///< Whether a unit behind the produced ones has changed.
+    bool wroteBeyond = false; ///< Whether a unit after the produced ones has changed.
 
     friend bool operator==(const Outcome&, const Outcome&) = default;
 
@@ -56,7 +56,7 @@ std::size_t AnnouncedLength(UTF8 firstByte);
 /// Tells whether the bytes are, as a whole, one row of the table of well-formed sequences.
 bool IsWellFormed(const UTF8* bytes, std::size_t length);
 
-/// What the conversion does with this source and room for so many units.
+/// What the conversion does with this source and room for `room` units.
 template <class SourceT, class TargetT>
 Outcome<TargetT> RunModel(const Units<SourceT>& source, std::size_t room, ConversionFlags flags);
 

@@ -214,7 +214,7 @@ const BytesCase kBytesCases[] = {
     {"encoded high surrogate", {0x61, 0xED, 0xA0, 0x80, 0x62}, kEnough, sourceIllegal, 1, {0x61}},
     {"encoded low surrogate is last", {0xED, 0xBF, 0xBF}, kEnough, sourceIllegal, 0, {}},
     {"last before the surrogates", {0xED, 0x9F, 0xBF}, kEnough, conversionOK, 3, {0xD7FF}},
-    {"first behind the surrogates", {0xEE, 0x80, 0x80}, kEnough, conversionOK, 3, {0xE000}},
+    {"first after the surrogates", {0xEE, 0x80, 0x80}, kEnough, conversionOK, 3, {0xE000}},
     {"second byte of ED is ASCII", {0xED, 0x41, 0x80}, kEnough, sourceIllegal, 0, {}},
     {"second byte of F4 is ASCII", {0xF4, 0x41, 0x80, 0x80}, kEnough, sourceIllegal, 0, {}},
     {"above the last character", {0xF4, 0x90, 0x80, 0x80}, kEnough, sourceIllegal, 0, {}},

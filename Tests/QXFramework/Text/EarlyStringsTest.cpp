@@ -1,4 +1,5 @@
-// EarlyStringsTest.cpp - strings, null pointers and empty variants that are used before main.
+// EarlyStringsTest.cpp - strings, null pointers and empty variants that are used before main, and
+// empty strings that are used after it.
 //
 // The objects of this file are initialised before the library's, because it is linked first.
 
@@ -7,6 +8,8 @@
 #include <QX/VariantEx.h>
 
 #include <gtest/gtest.h>
+
+#include <cstdlib>
 
 namespace QX {
 namespace {
@@ -26,6 +29,26 @@ String Released()
     return text;
 }
 
+/// Touches the empty strings when it is built, so that they outlive it.
+struct EmptyAtExit
+{
+    EmptyAtExit()
+    {
+        String::GetEmpty();
+        String16::GetEmpty();
+    }
+    ~EmptyAtExit()
+    {
+        const String text("");
+        const String16 wide;
+        if (!text.IsEmpty() || !String(wide).IsEmpty() ||
+            BufferOf(text) != BufferOf(String::GetEmpty())) {
+            std::abort();
+        }
+    }
+};
+
+const EmptyAtExit sEmptyAtExit;
 const String sDefault;
 const String sFromLiteral("");
 const String sAssigned = Assigned();

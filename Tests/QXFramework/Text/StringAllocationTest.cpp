@@ -134,7 +134,7 @@ TEST(StringExhaustedHeap, ARecordThatFindsNoMemoryFails)
     EXPECT_EQ(variant.Serialize(record, 0), 0x80000008u);
 }
 
-TEST(StringExhaustedHeap, ARecordBehindAGapThatFindsNoMemoryFails)
+TEST(StringExhaustedHeap, ARecordAfterAGapThatFindsNoMemoryFails)
 {
     const VariantEx variant = OfText("abc");
     RCPtr<LIBuffer> record = BufferWith("x");

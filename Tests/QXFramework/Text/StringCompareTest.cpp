@@ -30,7 +30,7 @@ TEST(StringIsEqual, ComparesWithCharacters)
     EXPECT_FALSE(String("abc").IsEqual("ABC"));
 }
 
-TEST(StringIsEqual, ToNothingIsBeingEmpty)
+TEST(StringIsEqual, TakesNullForAnEmptyText)
 {
     const char* const null = nullptr;
 
@@ -77,20 +77,7 @@ TEST(StringCompare, HasTheSignOfStrcmp)
     }
 }
 
-TEST(StringCompare, EndsAtANulThatAnotherHolderHasWritten)
-{
-    const RCPtr<LIBuffer> buffer = BufferWith(std::string_view("abcd", 5));
-    const String text(buffer);
-    static_cast<char*>(buffer->GetRawPtr())[2] = '\0';
-
-    EXPECT_TRUE(text.IsEqual("ab"));
-    EXPECT_TRUE(String("ab").IsEqual(text));
-    EXPECT_EQ(text.Compare("ab", true), 0);
-    EXPECT_EQ(text.Compare(String("AB"), false), 0);
-    EXPECT_EQ(text.GetLength(), 4u);
-}
-
-TEST(StringCompare, OfOneBufferIsZero)
+TEST(StringCompare, GivesZeroForOneBuffer)
 {
     const String text("abc");
 

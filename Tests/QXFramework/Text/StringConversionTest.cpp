@@ -23,7 +23,7 @@ std::u16string UnitsOf(const RCPtr<LIBuffer>& buffer)
     return {units, units + buffer->GetSizeBytes() / 2};
 }
 
-/// The text with the terminator that a conversion puts behind it.
+/// The text with the terminator that a conversion puts after it.
 std::string Terminated(std::string_view text)
 {
     return std::string(text) + '\0';
@@ -34,7 +34,7 @@ std::u16string Terminated(std::u16string_view text)
     return std::u16string(text) + u'\0';
 }
 
-TEST(StringConversion, OfATextThatIsTooLongForTheOtherWidthIsEmpty)
+TEST(StringConversion, GivesNothingForATextThatIsTooLongForTheOtherWidth)
 {
     // Nobody touches these blocks. A heap that has none so large leaves the texts empty. Volatile,
     // because GCC follows a constant into buffers of other tests and finds it too large for them.
@@ -81,35 +81,28 @@ TEST(StringConversion, TrimsTheBufferToTheText)
     EXPECT_EQ(UnitsOf(wide.GetBuffer()), Terminated(u"\u00E9"));
 }
 
-TEST(StringConversion, OfNothingSharesTheEmptyBuffer)
+TEST(StringConversion, SharesTheEmptyBufferForNoTextWhateverTheCount)
 {
-    RCPtr<LIBuffer> bytes;
-    RCPtr<LIBuffer> units;
-    const unsigned short noUnits[] = {0};
+    const auto noUnits = ExactBlock<unsigned short>(std::basic_string_view(Units(u"").data(), 1));
+    const auto noBytes = ExactBlock<char>(std::string_view("", 1));
 
-    EXPECT_EQ(String::ConvertToCharType(bytes, noUnits, -1), 0);
-    EXPECT_EQ(bytes.Get(), BufferOf(String::Empty));
-    EXPECT_EQ(String::ConvertToCharType(bytes, static_cast<const unsigned short*>(nullptr), 5), 0);
-    EXPECT_EQ(bytes.Get(), BufferOf(String::Empty));
-    EXPECT_EQ(String16::ConvertToCharType(units, "", -1), 0);
-    EXPECT_EQ(units.Get(), BufferOf(String16::Empty));
-    EXPECT_EQ(String16::ConvertToCharType(units, static_cast<const char*>(nullptr), 5), 0);
-    EXPECT_EQ(units.Get(), BufferOf(String16::Empty));
+    for (const int count : {-1, 0, 1, INT_MAX}) {
+        for (const bool isNull : {false, true}) {
+            SCOPED_TRACE(testing::Message() << count << (isNull ? ", null" : ""));
+            RCPtr<LIBuffer> bytes = String("abc").GetBuffer();
+            RCPtr<LIBuffer> units = Wide(u"abc").GetBuffer();
+
+            EXPECT_EQ(String::ConvertToCharType(bytes, isNull ? nullptr : noUnits.get(), count), 0);
+            EXPECT_EQ(String16::ConvertToCharType(units, isNull ? nullptr : noBytes.get(), count),
+                      0);
+
+            EXPECT_EQ(bytes, String::Empty.GetBuffer());
+            EXPECT_EQ(units, String16::Empty.GetBuffer());
+        }
+    }
 }
 
-TEST(StringConversion, OfNothingReplacesTheText)
-{
-    RCPtr<LIBuffer> bytes = String("abc").GetBuffer();
-    RCPtr<LIBuffer> units = Wide(u"abc").GetBuffer();
-
-    EXPECT_EQ(String::ConvertToCharType(bytes, static_cast<const unsigned short*>(nullptr), 3), 0);
-    EXPECT_EQ(String16::ConvertToCharType(units, static_cast<const char*>(nullptr), 3), 0);
-
-    EXPECT_EQ(bytes, String::GetEmpty().GetBuffer());
-    EXPECT_EQ(units, String16::GetEmpty().GetBuffer());
-}
-
-TEST(StringConversion, OfAnEmptyWideTextMakesABufferOfItsOwn)
+TEST(StringConversion, MakesABufferOfItsOwnForAnEmptyWideText)
 {
     RCPtr<LIBuffer> bytes;
     RCPtr<LIBuffer> units;
@@ -123,27 +116,35 @@ TEST(StringConversion, OfAnEmptyWideTextMakesABufferOfItsOwn)
     EXPECT_NE(units.Get(), BufferOf(String16::Empty));
 }
 
-TEST(StringConversion, OfNoUnitsMakesABufferOfItsOwn)
+TEST(StringConversion, MakesABufferOfItsOwnForNoUnitsOfAText)
 {
-    const auto noUnits = ExactBlock<unsigned short>({});
-    const auto noBytes = ExactBlock<char>({});
     const auto noWide = ExactBlock<wchar_t>({});
     RCPtr<LIBuffer> bytes;
     RCPtr<LIBuffer> units;
 
-    EXPECT_EQ(String::ConvertToCharType(bytes, noUnits.get(), 0), 0);
+    EXPECT_EQ(String::ConvertToCharType(bytes, Units(u"a").data(), 0), 0);
     EXPECT_EQ(BytesOf(bytes), Terminated(""));
     EXPECT_NE(bytes.Get(), BufferOf(String::Empty));
     EXPECT_EQ(String::ConvertToCharType(bytes, noWide.get(), 0), 0);
     EXPECT_EQ(BytesOf(bytes), Terminated(""));
-    EXPECT_EQ(String16::ConvertToCharType(units, noBytes.get(), 0), 0);
+    EXPECT_EQ(String16::ConvertToCharType(units, "a", 0), 0);
     EXPECT_EQ(UnitsOf(units), Terminated(u""));
     EXPECT_NE(units.Get(), BufferOf(String16::Empty));
     EXPECT_EQ(String16::ConvertToCharType(units, noWide.get(), 0), 0);
     EXPECT_EQ(UnitsOf(units), Terminated(u""));
 }
 
-TEST(StringConversion, OfACountReadsThatManyUnits)
+TEST(StringConversion, LeavesZerosAfterTheTextForAHolderWhoEnlargesTheBuffer)
+{
+    RCPtr<LIBuffer> buffer;
+    String::ConvertToCharType(buffer, Units(u"abcdefghij").data(), -1);
+
+    buffer->ResizeBytes(40);
+
+    EXPECT_EQ(BytesOf(buffer), "abcdefghij" + std::string(30, '\0'));
+}
+
+TEST(StringConversion, ReadsAsManyUnitsAsTheCount)
 {
     const auto units = ExactBlock<unsigned short>(std::basic_string_view(Units(u"abc").data(), 3));
     const auto bytes = ExactBlock<char>("abc");
@@ -175,17 +176,17 @@ TEST(StringConversion, EndsAtANulWithinTheCount)
     EXPECT_EQ(UnitsOf(target), Terminated(u"a"));
 }
 
-TEST(StringConversion, RefusesACountBeyondItsSizesWithoutReading)
+TEST(StringConversion, RefusesACountBeyondItsSizesAfterTheFirstUnit)
 {
-    const auto noUnits = ExactBlock<unsigned short>({});
-    const auto noBytes = ExactBlock<char>({});
+    const unsigned short unit = 'a';
+    const char byte = 'a';
     const auto noWide = ExactBlock<wchar_t>({});
     const RCPtr<LIBuffer> before = BufferWith("kept");
     RCPtr<LIBuffer> target = before;
 
-    EXPECT_EQ(String::ConvertToCharType(target, noUnits.get(), INT_MAX), kFailure);
+    EXPECT_EQ(String::ConvertToCharType(target, &unit, INT_MAX), kFailure);
     EXPECT_EQ(String::ConvertToCharType(target, noWide.get(), INT_MAX), kFailure);
-    EXPECT_EQ(String16::ConvertToCharType(target, noBytes.get(), INT_MAX), kFailure);
+    EXPECT_EQ(String16::ConvertToCharType(target, &byte, INT_MAX), kFailure);
     EXPECT_EQ(String16::ConvertToCharType(target, noWide.get(), INT_MAX), kFailure);
 
     EXPECT_EQ(target.Get(), before.Get());
@@ -236,7 +237,12 @@ TEST(StringConversion, ReplacesUnpairedSurrogates)
         {"high before the end", {'a', 0xDBFF, 0}, "a\xEF\xBF\xBD"},
         {"halves in the wrong order", {0xDE00, 0xD83D, 0}, "\xEF\xBF\xBD\xEF\xBF\xBD"},
         {"high before a pair", {0xD83D, 0xD83D, 0xDE00, 0}, "\xEF\xBF\xBD\xF0\x9F\x98\x80"},
-        {"low behind a pair", {0xD83D, 0xDE00, 0xDFFF, 0}, "\xF0\x9F\x98\x80\xEF\xBF\xBD"},
+        {"low after a pair", {0xD83D, 0xDE00, 0xDFFF, 0}, "\xF0\x9F\x98\x80\xEF\xBF\xBD"},
+        {"one in a long text",
+         {'a', 'a', 'a', 'a', 'a', 'a', 'a', 'a',    'a', 'a',
+          'a', 'a', 'a', 'a', 'a', 'a', 'a', 0xDC00, 'b', 0},
+         "aaaaaaaaaaaaaaaaa\xEF\xBF\xBD"
+         "b"},
     };
 
     for (const auto& [what, units, expected] : cases) {
@@ -262,7 +268,7 @@ TEST(StringConversion, FailsWhereACountCutsAPair)
     EXPECT_NE(buffer.Get(), BufferOf(String::Empty));
 }
 
-TEST(StringConversion, OfWideTextsReplacesWhatIsNoCharacter)
+TEST(StringConversion, ReplacesWideUnitsThatAreNoCharacters)
 {
     const wchar_t surrogate[] = {0xD800, 0x61, 0};
     const wchar_t tooLarge[] = {0x61, 0x110000, 0x62, 0};
@@ -283,7 +289,7 @@ TEST(StringConversion, OfWideTextsReplacesWhatIsNoCharacter)
     }
 }
 
-TEST(StringConversion, OfALongWideTextReportsAFailureAnywhere)
+TEST(StringConversion, ReportsAFailureAnywhereInALongWideText)
 {
     for (const std::size_t position : {0u, 255u, 256u, 999u}) {
         SCOPED_TRACE(position);
@@ -299,7 +305,7 @@ TEST(StringConversion, OfALongWideTextReportsAFailureAnywhere)
     }
 }
 
-TEST(StringConversion, OfTruncatedBytesKeepsWhatCameBefore)
+TEST(StringConversion, KeepsWhatCameBeforeTruncatedBytes)
 {
     for (const std::string_view character :
          {std::string_view("\xC3\xA9"), std::string_view("\xE2\x82\xAC"),
@@ -321,7 +327,7 @@ TEST(StringConversion, OfTruncatedBytesKeepsWhatCameBefore)
     }
 }
 
-TEST(StringConversion, OfIllFormedBytesKeepsWhatCameBefore)
+TEST(StringConversion, KeepsWhatCameBeforeIllFormedBytes)
 {
     for (const char* const illFormed : {"\x80", "\xC0\x80", "\xC3(", "\xE0\x80\x80", "\xED\xA0\x80",
                                         "\xED"
@@ -340,7 +346,7 @@ TEST(StringConversion, OfIllFormedBytesKeepsWhatCameBefore)
     }
 }
 
-TEST(StringConversion, ThatFailsAtOnceGivesAStringWithAnEmptyBufferOfItsOwn)
+TEST(StringConversion, GivesAnEmptyBufferOfItsOwnWhenItFailsAtOnce)
 {
     const String16 wide("\x80");
 

@@ -48,7 +48,7 @@ TEST(StringGetSubString, CutsItsRangeToTheText)
     }
 }
 
-TEST(StringGetSubString, WithoutACountGoesToTheEnd)
+TEST(StringGetSubString, GoesToTheEndWithoutACount)
 {
     struct
     {
@@ -110,18 +110,7 @@ TEST(StringSplitToken, KeepsTheTokenAndReturnsTheRest)
     }
 }
 
-TEST(StringSplitToken, AgainOnAnEmptiedStringStaysEmpty)
-{
-    String text(",,,");
-    text.SplitToken(",");
-
-    const String rest = text.SplitToken(",");
-
-    EXPECT_TRUE(text.IsEmpty());
-    EXPECT_TRUE(rest.IsEmpty());
-}
-
-TEST(StringSplitToken, ByItselfLeavesNothing)
+TEST(StringSplitToken, LeavesNothingOfAStringThatIsItsOwnDelimiters)
 {
     String text("abc");
 
@@ -129,42 +118,6 @@ TEST(StringSplitToken, ByItselfLeavesNothing)
 
     EXPECT_TRUE(text.IsEmpty());
     EXPECT_TRUE(rest.IsEmpty());
-}
-
-TEST(StringSplitToken, LeavesSharersAlone)
-{
-    String text("a,b");
-    const String sharer(text);
-
-    text.SplitToken(",");
-
-    EXPECT_EQ(TextOf(sharer), "a,b");
-}
-
-TEST(StringSplitToken, OfALockedStringKeepsTheLock)
-{
-    String text(",,a,b,c");
-    const char* const field = text.Lock(20);
-
-    const String rest = text.SplitToken(",");
-
-    EXPECT_EQ(TextOf(text), "a");
-    EXPECT_TRUE(text.IsLocked());
-    EXPECT_EQ(text.CStr(), field);
-    EXPECT_EQ(TextOf(rest), "b,c");
-    EXPECT_FALSE(rest.IsLocked());
-}
-
-TEST(StringSplitToken, WithoutATokenEmptiesALockedString)
-{
-    String text(",,");
-    const char* const field = text.Lock(20);
-
-    text.SplitToken(",");
-
-    EXPECT_TRUE(text.IsEmpty());
-    EXPECT_TRUE(text.IsLocked());
-    EXPECT_EQ(text.CStr(), field);
 }
 
 TEST(StringReplace, TranslatesEveryCharacterOfTheSet)
@@ -190,29 +143,6 @@ TEST(StringReplace, TranslatesEveryCharacterOfTheSet)
         EXPECT_EQ(TextOf(string), expected);
         EXPECT_EQ(&result, &string);
     }
-}
-
-TEST(StringReplace, LeavesSharersAlone)
-{
-    String text("a-b");
-    const String sharer(text);
-
-    text.Replace("-", '+');
-
-    EXPECT_EQ(TextOf(sharer), "a-b");
-    EXPECT_EQ(TextOf(text), "a+b");
-}
-
-TEST(StringReplace, OfALockedStringKeepsTheLock)
-{
-    String text("a-b");
-    const char* const field = text.Lock(10);
-
-    text.Replace("-", '+');
-
-    EXPECT_EQ(TextOf(text), "a+b");
-    EXPECT_EQ(text.CStr(), field);
-    EXPECT_TRUE(text.IsLocked());
 }
 
 TEST(StringInsert, PutsTheTextBeforeThePosition)
@@ -263,7 +193,7 @@ TEST(StringInsert, TakesStringsToo)
     EXPECT_EQ(TextOf(text), "xwabcyz");
 }
 
-TEST(StringInsert, ThatIsRefusedKeepsTheBufferShared)
+TEST(StringInsert, KeepsTheBufferSharedWhenItRefuses)
 {
     String text("abc");
     const String sharer(text);
@@ -273,7 +203,7 @@ TEST(StringInsert, ThatIsRefusedKeepsTheBufferShared)
     EXPECT_EQ(BufferOf(text), BufferOf(sharer));
 }
 
-TEST(StringInsert, OfItselfAndOfItsOwnCharacters)
+TEST(StringInsert, TakesItselfAndItsOwnCharacters)
 {
     String middle("abc");
     String front("abc");
@@ -305,27 +235,6 @@ TEST(StringInsert, ReadsNoMoreThanItsCount)
     EXPECT_EQ(TextOf(text), "xabcx");
 }
 
-TEST(StringInsert, IntoALockedStringIsCutUnlessItIsAtTheEnd)
-{
-    String front("abc");
-    front.Lock(6);
-    String middle("abc");
-    middle.Lock(6);
-    String end("abc");
-    end.Lock(6);
-
-    front.Insert(0, "xyz");
-    middle.Insert(2, "xyz");
-    end.Insert(3, "xyz");
-
-    EXPECT_EQ(TextOf(front), "xyzab");
-    EXPECT_EQ(TextOf(middle), "abxyz");
-    EXPECT_EQ(TextOf(end), "abcxyz");
-    EXPECT_TRUE(front.IsLocked());
-    EXPECT_TRUE(middle.IsLocked());
-    EXPECT_TRUE(end.IsLocked());
-}
-
 TEST(StringAppend, TakesStringsCharactersAndLiterals)
 {
     String text;
@@ -340,7 +249,7 @@ TEST(StringAppend, TakesStringsCharactersAndLiterals)
     EXPECT_FALSE(text.IsLocked());
 }
 
-TEST(StringAppend, OfNothingKeepsTheBufferShared)
+TEST(StringAppend, KeepsTheBufferSharedForNothing)
 {
     String text("abc");
     const String sharer(text);
@@ -352,19 +261,7 @@ TEST(StringAppend, OfNothingKeepsTheBufferShared)
     EXPECT_EQ(TextOf(text), "abc");
 }
 
-TEST(StringAppend, LeavesSharersAlone)
-{
-    String text("abc");
-    const String sharer(text);
-
-    text += sharer;
-
-    EXPECT_EQ(TextOf(text), "abcabc");
-    EXPECT_EQ(TextOf(sharer), "abc");
-    EXPECT_EQ(Holders(sharer), 1);
-}
-
-TEST(StringAppend, OfItselfDoublesTheText)
+TEST(StringAppend, DoublesATextThatIsAppendedToItself)
 {
     String text("abc");
     const LIBuffer* const buffer = BufferOf(text);
@@ -417,7 +314,7 @@ TEST(StringConcatenation, MakesANewString)
     EXPECT_FALSE((locked + "").IsLocked());
 }
 
-TEST(StringConcatenation, WithNothingSharesTheBuffer)
+TEST(StringConcatenation, SharesTheBufferForNothing)
 {
     const String text("abc");
 
@@ -460,7 +357,7 @@ TEST(StringReverse, KeepsCharactersOfTheBasicPlaneWhole)
     }
 }
 
-TEST(StringReverse, Of16BitsLeavesSourceAndSharersAlone)
+TEST(StringReverse, LeavesSourceAndSharersOf16BitsAlone)
 {
     const String16 text = Wide(u"abc");
     const String16 sharer(text);
@@ -484,7 +381,7 @@ TEST(StringReverse, IsUnlocked)
     EXPECT_FALSE(String("ab").Reverse().IsLocked());
 }
 
-TEST(StringReverse, Of16BitsSplitsPairs)
+TEST(StringReverse, SplitsPairsOf16Bits)
 {
     EXPECT_EQ(TextOf(Wide(u"\xD83D\xDE00").Reverse()), std::u16string(u"\xDE00\xD83D"));
 }

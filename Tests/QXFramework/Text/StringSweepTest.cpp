@@ -59,7 +59,7 @@ void LockWithoutEnd(Strings& strings)
     std::memcpy(strings.text.Lock(7), "abcdefg", 7);
 }
 
-// Writes over the terminator of an unlocked text, as whoever holds its buffer can.
+// Writes over the terminator of an unlocked text, as any holder of its buffer can.
 void TakeEndAway(Strings& strings)
 {
     static_cast<char*>(strings.text.GetBuffer()->GetRawPtr())[6] = '!';
@@ -266,7 +266,7 @@ TEST(StringSweep, AnUnlockedStringThatCannotChangeIsAsItWas)
          .done = "abcdefef x1",
          .thrown = "abcdef x1",
          .least = 3},
-        {.what = "insert behind the end",
+        {.what = "insert after the end",
          .run = [](Strings& strings) { return strings.text.Insert(7, strings.other) < 0; },
          .done = "abcdef x1"},
         {.what = "split",
@@ -400,6 +400,13 @@ TEST(StringSweep, WhatOnlyReadsOfAStringChangesNothing)
         {.what = "ToInt",
          .run = [](Strings& strings) { return strings.text.ToInt() == 0; },
          .done = "abcdef x1"},
+        {.what = "numbers of a locked text",
+         .prepare = [](Strings& strings) { std::memcpy(strings.text.Lock(10), "42", 3); },
+         .run =
+             [](Strings& strings) {
+                 return strings.text.ToInt() == 42 && strings.text.ToDouble() == 42.0;
+             },
+         .done = "42 x1 [10]"},
         {.what = "ToInt of a locked text without an end",
          .prepare = &LockWithoutEnd,
          .run = [](Strings& strings) { return strings.text.ToInt() == 0; },
