@@ -219,22 +219,19 @@ inline constexpr int kSecondOfTwo = ShiftOfPart(1, 16, 32);
     StoreBlock(target, characters);
 }
 
-/// Takes four characters of the supplementary planes, which have four bytes in UTF-8.
+/// Takes characters of the supplementary planes, which have four bytes in UTF-8, by fours.
 template <class SourceT, class TargetT>
-[[gnu::always_inline]] inline bool TakeFourSupplementary(Cursor<SourceT, TargetT>& at)
+[[gnu::always_inline]] inline bool TakeSupplementary(Cursor<SourceT, TargetT>& at)
 {
     constexpr int kSourceUnits = 16 / sizeof(SourceT);
     constexpr int kTargetUnits = 16 / sizeof(TargetT);
-    if (!at.Has(kSourceUnits, kTargetUnits)) {
-        return false;
-    }
+    const SourceT* const start = at.source;
     Longs characters;
-    if (!LoadSupplementary(characters, at.source)) {
-        return false;
+    while (at.Has(kSourceUnits, kTargetUnits) && LoadSupplementary(characters, at.source)) {
+        StoreSupplementary(at.target, characters);
+        at.Advance(kSourceUnits, kTargetUnits);
     }
-    StoreSupplementary(at.target, characters);
-    at.Advance(kSourceUnits, kTargetUnits);
-    return true;
+    return at.source != start;
 }
 
 /// Returns whether each takes three bytes in UTF-8 and none is a surrogate.
@@ -256,33 +253,37 @@ template <class SourceT, class TargetT>
     return static_cast<uint32>(_mm_movemask_epi8(bytes));
 }
 
-/// Computes for eight bytes what a character of one to three bytes that ends with each of them
-/// would be, from the byte itself and the two before it. Returns whether one of three bytes is too
-/// small for them, or a surrogate.
-[[gnu::always_inline]] inline bool EndCharacters(UTF16* characters, __m128i last, __m128i middle,
-                                                 __m128i first)
+/// Writes the characters of the lower and of the upper half.
+[[gnu::always_inline]] inline void PutTwo(UTF16* target, uint32 characters)
 {
-    const __m128i isThree = _mm_cmpgt_epi16(first, _mm_set1_epi16(0xDF));
-    const __m128i lowBits = _mm_set1_epi16(0x3F);
-    const __m128i lowPart = _mm_or_si128(_mm_and_si128(last, lowBits),
-                                         _mm_slli_epi16(_mm_and_si128(middle, lowBits), 6));
-    const __m128i several =
-        _mm_or_si128(lowPart, _mm_and_si128(isThree, _mm_slli_epi16(first, 12)));
-    const __m128i isASCII = _mm_cmplt_epi16(last, _mm_set1_epi16(0x80));
-    const __m128i all =
-        _mm_or_si128(_mm_and_si128(isASCII, last), _mm_andnot_si128(isASCII, several));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(characters), all);
-
-    const __m128i high = _mm_and_si128(several, _mm_set1_epi16(static_cast<short>(0xF800)));
-    const __m128i isStrange =
-        _mm_or_si128(_mm_cmpeq_epi16(high, _mm_setzero_si128()),
-                     _mm_cmpeq_epi16(high, _mm_set1_epi16(static_cast<short>(0xD800))));
-    return MaskOf(_mm_and_si128(isThree, isStrange)) != 0;
+    std::memcpy(target, &characters, sizeof(characters));
 }
 
-/// Takes characters of one to three bytes in any mixture from sixteen bytes.
+[[gnu::always_inline]] inline void PutTwo(UTF32* target, uint32 characters)
+{
+    target[0] = characters & 0xFFFF;
+    target[1] = characters >> 16;
+}
+
+/// Computes what characters of one and two bytes end at eight bytes, given those and the bytes
+/// before each of them. For each two bytes: the one or two characters in a long, and how many.
+[[gnu::always_inline]] inline void EndShort(uint32* characters, uint32* counts, const Words& last,
+                                            const Words& before)
+{
+    const Words isASCII = reinterpret_cast<Words>((last & 0x80) == 0);
+    const Words isLead = reinterpret_cast<Words>((last & 0xC0) == 0xC0);
+    const Words twoBytes = (last & 0x3F) | (before & 0x1F) << 6;
+    const Longs apart = reinterpret_cast<Longs>((isASCII & last) | (~isASCII & twoBytes));
+    const Longs isFirstLead =
+        reinterpret_cast<Longs>(reinterpret_cast<Block<int32, 4>>(isLead) << 16 >> 16);
+    StoreBlock(characters, Longs((isFirstLead & apart >> 16) | (~isFirstLead & apart)));
+    const Longs ends = reinterpret_cast<Longs>(isLead + 1);
+    StoreBlock(counts, Longs((ends & 0xFFFF) + (ends >> 16)));
+}
+
+/// Takes characters of one and two bytes in any mixture from sixteen bytes.
 template <class TargetT>
-[[gnu::always_inline]] inline bool TakeBlock(Cursor<UTF8, TargetT>& at)
+[[gnu::always_inline]] inline bool TakeShort(Cursor<UTF8, TargetT>& at)
 {
     if (!at.Has(16, 16)) {
         return false;
@@ -295,35 +296,32 @@ template <class TargetT>
     // As signed numbers 80 to BF are the lowest, C0 to FF lie above them and ASCII above those.
     const uint32 continuations = MaskOf(_mm_cmplt_epi8(bytes, _mm_set1_epi8(-0x40)));
     const uint32 leads = notASCII & ~continuations;
-    const uint32 threes = leads & MaskOf(_mm_cmpgt_epi8(bytes, _mm_set1_epi8(-0x21)));
-    const uint32 fours = leads & MaskOf(_mm_cmpgt_epi8(bytes, _mm_set1_epi8(-0x11)));
-    const __m128i isTooLong = _mm_cmpeq_epi8(_mm_and_si128(bytes, _mm_set1_epi8(-2)),
-                                             _mm_set1_epi8(-0x40)); // C0 and C1
-    if ((fours & 1) != 0) {
-        return TakeFourSupplementary(at);
-    }
-    const uint32 expected = (leads << 1 | threes << 2) & 0xFFFF;
-    if (fours != 0 || continuations != expected || MaskOf(isTooLong) != 0) {
+    const __m128i isTwo = _mm_and_si128(_mm_cmpgt_epi8(bytes, _mm_set1_epi8(-0x3F)),
+                                        _mm_cmplt_epi8(bytes, _mm_set1_epi8(-0x20)));
+    if (MaskOf(isTwo) != leads || continuations != (leads << 1 & 0xFFFF)) {
         return false;
     }
     const __m128i zero = _mm_setzero_si128();
-    const __m128i middle = _mm_slli_si128(bytes, 1);
-    const __m128i first = _mm_slli_si128(bytes, 2);
-    UTF16 characters[16];
-    if (EndCharacters(characters, _mm_unpacklo_epi8(bytes, zero), _mm_unpacklo_epi8(middle, zero),
-                      _mm_unpacklo_epi8(first, zero)) ||
-        EndCharacters(characters + 8, _mm_unpackhi_epi8(bytes, zero),
-                      _mm_unpackhi_epi8(middle, zero), _mm_unpackhi_epi8(first, zero))) {
-        return false;
-    }
-    // A character that does not end within the block is left to the next one.
-    const uint32 count = 16 - (leads >> 15) - (threes >> 13 & 2);
+    const __m128i before = _mm_slli_si128(bytes, 1);
+    uint32 characters[8];
+    uint32 counts[8];
+    EndShort(characters, counts, reinterpret_cast<Words>(_mm_unpacklo_epi8(bytes, zero)),
+             reinterpret_cast<Words>(_mm_unpacklo_epi8(before, zero)));
+    EndShort(characters + 4, counts + 4, reinterpret_cast<Words>(_mm_unpackhi_epi8(bytes, zero)),
+             reinterpret_cast<Words>(_mm_unpackhi_epi8(before, zero)));
+
+    // Always two units: what is too much is overwritten by the next characters. The last two bytes
+    // have none after them; their characters are written from both ends.
     TargetT* target = at.target;
-    for (uint32 lasts = ~(continuations >> 1) & 0xFFFFu >> (16 - count); lasts != 0;
-         lasts &= lasts - 1) {
-        *target++ = characters[std::countr_zero(lasts)];
+    for (int i = 0; i < 7; ++i) {
+        PutTwo(target, characters[i]);
+        target += counts[i];
     }
-    at.source += count;
+    *target = static_cast<UTF16>(characters[7]);
+    target += counts[7];
+    target[-1] = static_cast<UTF16>(characters[7] >> (16 * counts[7] - 16));
+    // A lead in the last place is left to the next block.
+    at.source += 16 - (leads >> 15);
     at.target = target;
     return true;
 }
@@ -331,12 +329,49 @@ template <class TargetT>
 #else
 
 template <class TargetT>
-[[gnu::always_inline]] inline bool TakeBlock(Cursor<UTF8, TargetT>& at)
+[[gnu::always_inline]] inline bool TakeShort(Cursor<UTF8, TargetT>& at)
 {
-    return at.source[0] < 0xF0 ? TakeASCII(at) : TakeFourSupplementary(at);
+    return TakeASCII(at);
 }
 
 #endif
+
+/// Computes the characters of four sequences of three bytes, if that is what the source has. Reads
+/// sixteen bytes.
+[[gnu::always_inline]] inline bool LoadFourOfThreeBytes(Longs& characters, const UTF8* source)
+{
+    uint32 bytesOfEach[4];
+    for (std::size_t i = 0; i < 4; ++i) {
+        std::memcpy(&bytesOfEach[i], source + 3 * i, 4);
+    }
+    const Longs bytes = {bytesOfEach[0], bytesOfEach[1], bytesOfEach[2], bytesOfEach[3]};
+    if (!IsZero((bytes & FourBytes(0xF0, 0xC0, 0xC0, 0)) ^ FourBytes(0xE0, 0x80, 0x80, 0))) {
+        return false;
+    }
+    characters = (bytes >> ShiftOfByte(0) & 0x0F) << 12 | (bytes >> ShiftOfByte(1) & 0x3F) << 6 |
+                 (bytes >> ShiftOfByte(2) & 0x3F);
+    return AreThreeBytesLong(characters);
+}
+
+/// Takes characters of three bytes by fours.
+template <class TargetT>
+[[gnu::always_inline]] inline bool TakeThreeBytes(Cursor<UTF8, TargetT>& at)
+{
+    const UTF8* const start = at.source;
+    Longs characters;
+    while (at.Has(16, 4) && LoadFourOfThreeBytes(characters, at.source)) {
+        StoreAs<uint32, 4>(at.target, characters);
+        at.Advance(12, 4);
+    }
+    return at.source != start;
+}
+
+template <class TargetT>
+[[gnu::always_inline]] inline bool TakeBlock(Cursor<UTF8, TargetT>& at)
+{
+    const UTF8 first = at.source[0];
+    return first < 0xE0 ? TakeShort(at) : first < 0xF0 ? TakeThreeBytes(at) : TakeSupplementary(at);
+}
 
 // To UTF-8.
 
@@ -443,7 +478,7 @@ template <class SourceT>
     }
     return unit < 0x800    ? TakeEightShort(at)
            : unit < 0xD800 ? TakeFourOfThreeBytes(at)
-                           : TakeFourSupplementary(at);
+                           : TakeSupplementary(at);
 }
 
 // Between UTF-16 and UTF-32.
@@ -502,7 +537,7 @@ template <class SourceT, class TargetT>
     while (at.Has(8, 8) && ConvertBasic<8>(at.source, at.target)) {
         at.Advance(8, 8);
     }
-    return at.source != start || TakeFourSupplementary(at);
+    return at.source != start || TakeSupplementary(at);
 }
 
 } // namespace QX
