@@ -118,8 +118,7 @@ bool IsAllowed(OSStatus status)
 {
     // On the Mac a constant string takes no memory; here it does when it is first used.
     CFSTR(kServerPortNameFormat);
-    CFSTR(kCoreAudioDeviceIDKey);
-    CFSTR(kParameterDataKey);
+    CFSTR("%s"); // the server process's
     CFRunLoopGetCurrent();
     if (OpenDevice(258) != 0 ||
         (operation.isConnected && SetInteger(kDirectMonitorEnableProperty, 9) != 0)) {
