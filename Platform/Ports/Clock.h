@@ -17,15 +17,15 @@ inline Nanoseconds Now()
     return static_cast<Nanoseconds>(now.tv_sec) * 1000000000 + now.tv_nsec;
 }
 
-/// The time `seconds` from now; a negative or undefined number counts as 0, and nothing counts as
-/// more than about 30 years.
-inline Nanoseconds DeadlineAfter(CFTimeInterval seconds)
+/// The time `seconds` from `now`; a negative or undefined number counts as 0, and nothing counts
+/// as more than about 30 years.
+inline Nanoseconds DeadlineAfter(CFTimeInterval seconds, Nanoseconds now)
 {
     constexpr CFTimeInterval kLongest = 1e9;
     if (!(seconds > 0)) {
-        return Now();
+        return now;
     }
-    return Now() + static_cast<Nanoseconds>((seconds < kLongest ? seconds : kLongest) * 1e9);
+    return now + static_cast<Nanoseconds>((seconds < kLongest ? seconds : kLongest) * 1e9);
 }
 
 inline timespec ToTimespec(Nanoseconds span)

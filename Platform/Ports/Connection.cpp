@@ -3,14 +3,13 @@
 #include "Ports/Connection.h"
 
 #include "Ports/PortName.h"
-#include "Ports/PortSocket.h"
 
 #include <CoreFoundation/CFMessagePort.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <map>
-#include <sys/socket.h>
+#include <sched.h>
 
 namespace Standin {
 
@@ -33,6 +32,9 @@ Registry& GetRegistry()
 // A thread that waits for room looks again this often, because another thread of the process may
 // have read the acknowledgement that it waits for.
 constexpr Nanoseconds kSlice = 10000000;
+
+// A running server makes room within a few microseconds; that is less than a sleep costs.
+constexpr int kMostYields = 30;
 
 constexpr std::string_view kDefaultMode = "kCFRunLoopDefaultMode";
 
@@ -68,11 +70,8 @@ private:
 
 Connection::Connection(FileDescriptor socket)
     : mSocket(std::move(socket))
-{
-    Registry& registry = GetRegistry();
-    const std::lock_guard lock(registry.mMutex);
-    registry.mAll.push_back(this);
-}
+    , mTally(Tally::Make(mFile))
+{}
 
 Connection::~Connection()
 {
@@ -87,26 +86,25 @@ Connection::~Connection()
 
 std::shared_ptr<Connection> Connection::Open(std::string_view name)
 {
-    Registry& registry = GetRegistry();
     // Declared before the lock: a connection that ends here takes the lock itself.
     std::shared_ptr<Connection> known;
-    {
-        const std::lock_guard lock(registry.mMutex);
-        const auto found = registry.mConnections.find(name);
-        if (found != registry.mConnections.end()) {
-            known = found->second.lock();
-        }
+    std::shared_ptr<Connection> made;
+    Registry& registry = GetRegistry();
+    const std::lock_guard lock(registry.mMutex);
+    const auto found = registry.mConnections.find(name);
+    if (found != registry.mConnections.end()) {
+        known = found->second.lock();
     }
     if (known != nullptr && known->IsAlive()) {
         return known;
     }
-    FileDescriptor socket = FindHolder(name);
+    FileDescriptor socket = ConnectToHolder(name);
     if (!socket) {
         return nullptr;
     }
-    auto made = std::make_shared<Connection>(std::move(socket));
+    made = std::make_shared<Connection>(std::move(socket));
     made->mEndSource = std::make_shared<EndSource>(*made);
-    const std::lock_guard lock(registry.mMutex);
+    registry.mAll.push_back(made.get());
     registry.mConnections.insert_or_assign(std::string(name), made);
     return made;
 }
@@ -129,7 +127,7 @@ void Connection::WatchFromThisThread()
 
 bool Connection::NoticeEnd()
 {
-    // The last reply may still be unread; only behind it is the end seen for certain.
+    // The last reply may still be unread; only after it is the end seen for certain.
     if (ReadArrived()) {
         return false;
     }
@@ -141,6 +139,24 @@ bool Connection::NoticeEnd()
         waiter->mLoop->WakeUp();
     }
     return true;
+}
+
+bool Connection::HasRoom() const
+{
+    UInt32 taken = mTally ? mTally.GetTaken() : mTaken;
+    if (static_cast<SInt32>(mTaken - taken) > 0) {
+        taken = mTaken;
+    }
+    return mSent - taken < kQueueLimit;
+}
+
+/// Lets the server run for a moment if there is no room; true if there is some then.
+bool Connection::HasRoomSoon() const
+{
+    for (int yields = mTally ? 0 : kMostYields; yields < kMostYields && !HasRoom(); ++yields) {
+        sched_yield();
+    }
+    return HasRoom();
 }
 
 void Connection::WaitFor(short events, Nanoseconds deadline) const
@@ -176,33 +192,20 @@ void Connection::DeliverReply(const Frame& frame, const unsigned char* data)
 /// Reads one frame; false if there is none.
 bool Connection::ReadOne()
 {
-    unsigned char header[kHeaderSize];
-    iovec parts[2];
-    parts[0].iov_base = header;
-    parts[0].iov_len = sizeof header;
-    parts[1].iov_base = mBuffer.data();
-    parts[1].iov_len = mBuffer.size();
-    msghdr message{};
-    message.msg_iov = parts;
-    message.msg_iovlen = mBuffer.empty() ? 1 : 2;
-    ssize_t size = -1;
-    do {
-        // The size of a packet that does not fit is its whole size; such a reply is one that
-        // nobody waits for. A server that ends with messages unread leaves an error in front of
-        // what it has sent, which the first look takes away.
-        size = recvmsg(mSocket.Get(), &message, MSG_DONTWAIT | MSG_TRUNC);
-    } while (size < 0 && (errno == EINTR || errno == ECONNRESET));
-    if (size < 0 && errno == EAGAIN) {
-        return false;
-    }
     Frame frame{};
-    if (size <= 0 || !ReadHeader(header, static_cast<std::size_t>(size), frame)) {
+    switch (ReceiveFrame(mSocket.Get(), frame, mBuffer.data(), mBuffer.size())) {
+    case ReceiveResult::kReceived:
+        break;
+    case ReceiveResult::kNothing:
+        return false;
+    case ReceiveResult::kClosed:
         mIsBroken.store(true, std::memory_order_release);
         return false;
     }
     if (frame.mKind == FrameKind::kAcknowledgement) {
         mTaken = frame.mNumber;
-    } else if (frame.mKind == FrameKind::kReply && (message.msg_flags & MSG_TRUNC) == 0) {
+    } else if (frame.mKind == FrameKind::kReply && frame.mLength <= mBuffer.size()) {
+        // A reply that does not fit is one that nobody waits for.
         DeliverReply(frame, mBuffer.data());
     }
     return true;
@@ -236,16 +239,15 @@ SInt32 Connection::Send(SInt32 messageID, CFDataRef data, Nanoseconds deadline, 
         frame.mNumber = waiter->mConversation = ++mLastConversation;
     }
     for (bool isLast = false;; isLast = Now() >= deadline) {
-        while (!HasRoom() && !mIsBroken.load(std::memory_order_relaxed) && ReadOne()) {
+        while (!HasRoomSoon() && !mIsBroken.load(std::memory_order_relaxed) && ReadOne()) {
         }
         if (mIsBroken.load(std::memory_order_relaxed)) {
             return kCFMessagePortTransportError;
         }
         short awaited = POLLIN;
         if (HasRoom()) {
-            switch (SendFrame(mSocket.Get(), frame, bytes)) {
+            switch (TrySend(frame, bytes)) {
             case SendResult::kSent:
-                ++mSent;
                 if (waiter != nullptr) {
                     mWaiters.push_back(waiter);
                 }
@@ -258,6 +260,11 @@ SInt32 Connection::Send(SInt32 messageID, CFDataRef data, Nanoseconds deadline, 
             case SendResult::kFull:
                 awaited = POLLOUT;
             }
+        } else if (mTally) {
+            mTally.AskForAcknowledgement();
+            if (HasRoom()) {
+                continue;
+            }
         }
         if (isLast) {
             return kCFMessagePortSendTimeout;
@@ -266,6 +273,25 @@ SInt32 Connection::Send(SInt32 messageID, CFDataRef data, Nanoseconds deadline, 
         WaitFor(awaited, deadline);
         lock.lock();
     }
+}
+
+SendResult Connection::TrySend(const Frame& frame, const void* data)
+{
+    SendResult result = SendFrame(mSocket.Get(), frame, data, mFile.Get());
+    if (result == SendResult::kRefused && mFile) {
+        // The system carries no more files. The server acknowledges with packets then.
+        mFile.Close();
+        mTally = Tally();
+        result = SendFrame(mSocket.Get(), frame, data);
+    }
+    if (result == SendResult::kSent) {
+        mFile.Close();
+        ++mSent;
+        if (mTally) {
+            mTally.SetSent(mSent);
+        }
+    }
+    return result;
 }
 
 void Connection::Forget(const Waiter& waiter)
@@ -277,10 +303,16 @@ void Connection::Forget(const Waiter& waiter)
 void Connection::LockAll()
 {
     GetRegistry().mMutex.lock();
+    for (Connection* connection : GetRegistry().mAll) {
+        connection->mMutex.lock();
+    }
 }
 
 void Connection::UnlockAll()
 {
+    for (Connection* connection : GetRegistry().mAll) {
+        connection->mMutex.unlock();
+    }
     GetRegistry().mMutex.unlock();
 }
 
@@ -290,6 +322,7 @@ void Connection::CloseAllInChild()
         connection->mIsBroken.store(true, std::memory_order_relaxed);
         connection->mIsEndNoticed.store(true, std::memory_order_relaxed);
         connection->mSocket.Close();
+        connection->mFile.Close();
     }
     GetRegistry().mConnections.clear();
 }

@@ -1,8 +1,8 @@
 // Connection.h - the sending end: what all remote ports of one name in a process share.
 //
 // The ports of a process share their way to the server, so that messages of different devices
-// arrive in the order in which they were sent. The sender counts what the server has not yet
-// acknowledged and stops at kQueueLimit; an acknowledgement says how many messages were taken.
+// arrive in the order in which they were sent. The sender counts what the server has not yet taken
+// and stops at kQueueLimit. What has been taken stands in the tally, or in acknowledgements.
 #pragma once
 
 #include "Ports/Clock.h"
@@ -10,6 +10,7 @@
 
 #include "Ports/FileDescriptor.h"
 #include "Ports/Frame.h"
+#include "Ports/Tally.h"
 
 #include <CoreFoundation/CFData.h>
 
@@ -35,7 +36,8 @@ public:
         Held<CFDataRef> mReply;
     };
 
-    /// Finds or makes the connection to the holder of a name; null if nobody holds it.
+    /// Finds or makes the connection to the holder of a name; null if nobody holds it. Of threads
+    /// that ask at once all get the same one.
     static std::shared_ptr<Connection> Open(std::string_view name);
 
     explicit Connection(FileDescriptor socket);
@@ -67,7 +69,9 @@ private:
 
     bool ReadOne();
     void DeliverReply(const Frame& frame, const unsigned char* data);
-    bool HasRoom() const { return mSent - mTaken < kQueueLimit; }
+    SendResult TrySend(const Frame& frame, const void* data);
+    bool HasRoom() const;
+    bool HasRoomSoon() const;
     void WaitFor(short events, Nanoseconds deadline) const;
 
     FileDescriptor mSocket;
@@ -79,7 +83,11 @@ private:
     /// Guards everything below.
     std::mutex mMutex;
     UInt32 mSent = 0;
+    /// As the last acknowledgement says.
     UInt32 mTaken = 0;
+    /// The tally's file, until the first message has taken it along.
+    FileDescriptor mFile;
+    Tally mTally;
     UInt32 mLastConversation = 0;
     std::vector<Waiter*> mWaiters;
     /// Room for a reply; empty until the first request.

@@ -1,6 +1,10 @@
-// Frame.cpp - frame headers to bytes and back.
+// Frame.cpp - frames to bytes and back, and over a socket.
 
 #include "Ports/Frame.h"
+
+#include <cerrno>
+#include <cstring>
+#include <sys/socket.h>
 
 namespace Standin {
 
@@ -48,6 +52,79 @@ bool ReadHeader(const unsigned char* bytes, std::size_t size, Frame& frame)
     frame.mMessageID = static_cast<SInt32>(ReadWord(bytes + 12));
     frame.mLength = ReadWord(bytes + 16);
     return frame.mLength == size - kHeaderSize;
+}
+
+SendResult SendFrame(int socket, const Frame& frame, const void* data, int file)
+{
+    unsigned char header[kHeaderSize];
+    WriteHeader(frame, header);
+    iovec parts[2] = {{header, sizeof header}, {const_cast<void*>(data), frame.mLength}};
+    msghdr packet{};
+    packet.msg_iov = parts;
+    packet.msg_iovlen = frame.mLength > 0 ? 2 : 1;
+    alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof file)] = {};
+    if (file >= 0) {
+        packet.msg_control = control;
+        packet.msg_controllen = sizeof control;
+        cmsghdr* const entry = CMSG_FIRSTHDR(&packet);
+        entry->cmsg_level = SOL_SOCKET;
+        entry->cmsg_type = SCM_RIGHTS;
+        entry->cmsg_len = CMSG_LEN(sizeof file);
+        std::memcpy(CMSG_DATA(entry), &file, sizeof file);
+    }
+    ssize_t size = -1;
+    do {
+        size = sendmsg(socket, &packet, MSG_NOSIGNAL | MSG_DONTWAIT);
+    } while (size < 0 && errno == EINTR);
+    if (size >= 0) {
+        return SendResult::kSent;
+    }
+    switch (errno) {
+    case EAGAIN:
+        return SendResult::kFull;
+    case EMSGSIZE:
+    case ENOBUFS:
+    case ENOMEM:
+    case ETOOMANYREFS:
+        return SendResult::kRefused;
+    default:
+        return SendResult::kClosed;
+    }
+}
+
+ReceiveResult ReceiveFrame(int socket, Frame& frame, void* data, std::size_t room,
+                           FileDescriptor* file)
+{
+    unsigned char header[kHeaderSize];
+    iovec parts[2] = {{header, sizeof header}, {data, room}};
+    msghdr packet{};
+    packet.msg_iov = parts;
+    packet.msg_iovlen = 2;
+    // Room for one file: the system closes any more.
+    alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int))];
+    if (file != nullptr) {
+        packet.msg_control = control;
+        packet.msg_controllen = sizeof control;
+    }
+    ssize_t size = -1;
+    do {
+        // An end that is gone with packets unread leaves an error in front of its last ones, which
+        // the first look takes away.
+        size = recvmsg(socket, &packet, MSG_DONTWAIT | MSG_TRUNC | MSG_CMSG_CLOEXEC);
+    } while (size < 0 && (errno == EINTR || errno == ECONNRESET));
+    if (size < 0 && errno == EAGAIN) {
+        return ReceiveResult::kNothing;
+    }
+    const cmsghdr* const entry = size >= 0 ? CMSG_FIRSTHDR(&packet) : nullptr;
+    if (entry != nullptr && entry->cmsg_level == SOL_SOCKET && entry->cmsg_type == SCM_RIGHTS &&
+        entry->cmsg_len == CMSG_LEN(sizeof(int))) {
+        int passed = -1;
+        std::memcpy(&passed, CMSG_DATA(entry), sizeof passed);
+        *file = FileDescriptor(passed);
+    }
+    return size > 0 && ReadHeader(header, static_cast<std::size_t>(size), frame)
+               ? ReceiveResult::kReceived
+               : ReceiveResult::kClosed;
 }
 
 } // namespace Standin

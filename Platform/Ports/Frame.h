@@ -7,9 +7,13 @@
 //   0       kMagic        'QXP1'    'QXP1'        'QXP1'              'QXP1'
 //   4       kind          1         2             3                   4
 //   8       number        0         conversation  messages taken      conversation
-//   12      message ID    any       any           0                   0
+//   12      message ID    any       any           0                   any
 //   16      data length   any       any           0                   any
+//
+// With the first packet of a connection comes a file: the memory of its Tally.
 #pragma once
+
+#include "Ports/FileDescriptor.h"
 
 #include <CoreFoundation/CFBase.h>
 
@@ -46,5 +50,34 @@ void WriteHeader(const Frame& frame, unsigned char* bytes);
 
 /// Reads the header of a packet of `size` bytes; false if the packet is no frame.
 bool ReadHeader(const unsigned char* bytes, std::size_t size, Frame& frame);
+
+enum class SendResult
+{
+    kSent,
+    /// The socket's buffer is full.
+    kFull,
+    /// The packet is too large for the system, or the system has no memory.
+    kRefused,
+    /// The other end is gone.
+    kClosed
+};
+
+/// Sends one packet without waiting and without a signal, and a file with it unless that is -1.
+SendResult SendFrame(int socket, const Frame& frame, const void* data, int file = -1);
+
+enum class ReceiveResult
+{
+    kReceived,
+    /// No packet is there.
+    kNothing,
+    /// The other end is gone, or has sent what is no frame.
+    kClosed
+};
+
+/// Receives one packet without waiting. Of its data as much is stored as there is room for; the
+/// frame tells how much there was. A file that comes with it is handed over, or refused if `file`
+/// is null.
+ReceiveResult ReceiveFrame(int socket, Frame& frame, void* data, std::size_t room,
+                           FileDescriptor* file = nullptr);
 
 } // namespace Standin

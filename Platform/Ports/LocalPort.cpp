@@ -2,27 +2,22 @@
 
 #include "Ports/LocalPort.h"
 
-#include "Ports/PortName.h"
-#include "Ports/PortSocket.h"
-
-#include <algorithm>
 #include <cerrno>
 #include <new>
 #include <sys/epoll.h>
 #include <sys/socket.h>
+#include <sys/timerfd.h>
 
 namespace Standin {
 
 namespace {
 
-constexpr UInt32 kListeningSlot = 0xFFFFFFFF;
 // What Take deals with before it gives the loop a chance to look at its other sources.
 constexpr int kMostSteps = 64;
-
-FileDescriptor OpenSpare()
-{
-    return FileDescriptor(open("/dev/null", O_RDONLY | O_CLOEXEC));
-}
+// The messages that a client may send before the port looks for others, if there is no other yet.
+constexpr UInt32 kLoneTurn = 64;
+// How long a port without a free descriptor waits before it looks for one again.
+constexpr long kPauseNanoseconds = 20000000;
 
 } // namespace
 
@@ -30,154 +25,164 @@ std::unique_ptr<LocalPort> LocalPort::Listen(std::string_view name)
 {
     try {
         auto port = std::make_unique<LocalPort>();
-        port->mListening = TakeName(name);
         port->mReadiness = FileDescriptor(epoll_create1(EPOLL_CLOEXEC));
-        port->mSpare = OpenSpare();
-        if (!port->mListening || !port->mReadiness || !port->mSpare ||
-            !port->Watch(EPOLL_CTL_ADD, port->mListening.Get(), EPOLLIN, kListeningSlot)) {
+        port->mAlarm = FileDescriptor(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
+        port->mBuffer.resize(kLargestData);
+        if (!port->mReadiness || !port->mAlarm || !port->mName.Take(name) ||
+            !port->Watch(EPOLL_CTL_ADD, port->mAlarm.Get(), EPOLLIN) ||
+            !port->Watch(EPOLL_CTL_ADD, port->mName.GetSocket(), EPOLLIN)) {
             return nullptr;
         }
-        port->mClients.resize(kMostClients);
-        port->mBuffer.resize(kLargestData);
         return port;
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
 }
 
-bool LocalPort::Watch(int operation, int descriptor, UInt32 events, UInt32 slot)
+bool LocalPort::Watch(int operation, int descriptor, UInt32 events)
 {
     epoll_event event{};
     event.events = events;
-    event.data.u32 = slot;
+    event.data.fd = descriptor;
     return epoll_ctl(mReadiness.Get(), operation, descriptor, &event) == 0;
 }
 
 bool LocalPort::Take(Message& message)
 {
     const std::lock_guard lock(mMutex);
-    for (int step = 0; step < kMostSteps; ++step) {
+    if (mLeft > 0) {
+        --mLeft;
+        if (TakeFrom(mClients[static_cast<std::size_t>(mCurrent)], message)) {
+            return true;
+        }
+    }
+    // A port that refuses senders comes to its end, however many there are to deal with.
+    for (int step = 0; step < kMostSteps || mIsRefusing; ++step) {
         // One event at a time: the kernel then hands the ready clients out in turn.
         epoll_event event{};
         if (epoll_wait(mReadiness.Get(), &event, 1, 0) <= 0) {
             return false;
         }
-        const UInt32 slot = event.data.u32;
-        if (slot == kListeningSlot) {
+        const int ready = event.data.fd;
+        if (ready == mName.GetSocket()) {
             Accept();
             continue;
         }
-        if ((event.events & EPOLLOUT) != 0) {
-            Acknowledge(slot);
+        if (ready == mAlarm.Get()) {
+            Resume();
+            continue;
         }
-        if ((event.events & ~static_cast<UInt32>(EPOLLOUT)) != 0 && TakeFrom(slot, message)) {
+        if (TakeFrom(mClients[static_cast<std::size_t>(ready)], message)) {
+            mCurrent = ready;
+            mLeft = (mConnected > 1 ? kQueueLimit : kLoneTurn) - 1;
             return true;
         }
     }
     return false;
 }
 
+bool LocalPort::HasMore()
+{
+    const std::lock_guard lock(mMutex);
+    if (mLeft == 0) {
+        return false;
+    }
+    const Client& client = mClients[static_cast<std::size_t>(mCurrent)];
+    return client.mTally && static_cast<SInt32>(client.mTally.GetSent() - client.mTaken) > 0;
+}
+
 void LocalPort::Accept()
 {
-    const int fresh = accept4(mListening.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
-    if (fresh >= 0) {
-        Admit(FileDescriptor(fresh));
-    } else if (errno == EMFILE || errno == ENFILE) {
-        RefuseOne();
+    const int fresh = accept4(mName.GetSocket(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+    if (fresh < 0) {
+        if (errno == EMFILE || errno == ENFILE || errno == ENOMEM || errno == ENOBUFS) {
+            Pause();
+        } else if (mIsRefusing) {
+            Watch(EPOLL_CTL_DEL, mName.GetSocket(), 0);
+        }
+        return;
+    }
+    FileDescriptor socket(fresh);
+    const auto index = static_cast<std::size_t>(socket.Get());
+    if (!socket || !Watch(EPOLL_CTL_ADD, socket.Get(), EPOLLIN)) {
+        return;
+    }
+    if (mIsRefusing) {
+        shutdown(socket.Get(), SHUT_RD);
+    }
+    if (mClients.size() <= index) {
+        mClients.resize(index + 1);
+    }
+    mClients[index].mSocket = std::move(socket);
+    ++mConnected;
+}
+
+/// Leaves the clients that come where they are until a descriptor is free. Without this a client
+/// that cannot be accepted would keep the loop busy.
+void LocalPort::Pause()
+{
+    Watch(EPOLL_CTL_DEL, mName.GetSocket(), 0);
+    mIsPaused = true;
+    const itimerspec once = {{0, 0}, {0, kPauseNanoseconds}};
+    timerfd_settime(mAlarm.Get(), 0, &once, nullptr);
+}
+
+void LocalPort::Resume()
+{
+    if (mIsPaused) {
+        const itimerspec never = {};
+        timerfd_settime(mAlarm.Get(), 0, &never, nullptr);
+        mIsPaused = false;
+        Watch(EPOLL_CTL_ADD, mName.GetSocket(), EPOLLIN);
     }
 }
 
-/// Takes one client in; it is closed at once if it is another user's or one too many.
-bool LocalPort::Admit(FileDescriptor socket)
+void LocalPort::Drop(Client& client)
 {
-    pid_t process = 0;
-    if (!socket || !HasOwnPeer(socket.Get(), process)) {
-        return false;
-    }
-    const auto ofProcess =
-        std::count_if(mClients.begin(), mClients.end(), [&](const Client& client) {
-            return client.mSocket && client.mProcess == process;
-        });
-    const auto vacant = std::find_if(mClients.begin(), mClients.end(),
-                                     [](const Client& client) { return !client.mSocket; });
-    if (static_cast<std::size_t>(ofProcess) >= kMostClientsOfProcess || vacant == mClients.end() ||
-        !Watch(EPOLL_CTL_ADD, socket.Get(), EPOLLIN,
-               static_cast<UInt32>(vacant - mClients.begin()))) {
-        return false;
-    }
-    vacant->mSocket = std::move(socket);
-    vacant->mProcess = process;
-    vacant->mTaken = 0;
-    vacant->mOwesAcknowledgement = false;
-    return true;
+    // A forked child that has not yet closed its copy would keep the socket in the watch.
+    Watch(EPOLL_CTL_DEL, client.mSocket.Get(), 0);
+    const UInt32 generation = client.mGeneration + 1;
+    client = Client();
+    client.mGeneration = generation;
+    --mConnected;
+    Resume();
 }
 
-/// Without this a waiting client that cannot be accepted would keep the loop busy for ever.
-void LocalPort::RefuseOne()
+bool LocalPort::TakeFrom(Client& client, Message& message)
 {
-    mSpare.Close();
-    FileDescriptor(accept4(mListening.Get(), nullptr, nullptr, SOCK_CLOEXEC)).Close();
-    mSpare = OpenSpare();
-}
-
-void LocalPort::Drop(UInt32 slot)
-{
-    Client& client = mClients[slot];
-    client.mSocket.Close();
-    ++client.mGeneration;
-}
-
-bool LocalPort::TakeFrom(UInt32 slot, Message& message)
-{
-    Client& client = mClients[slot];
     if (!client.mSocket) {
-        return false;
-    }
-    unsigned char header[kHeaderSize];
-    iovec parts[2];
-    parts[0].iov_base = header;
-    parts[0].iov_len = sizeof header;
-    parts[1].iov_base = mBuffer.data();
-    parts[1].iov_len = mBuffer.size();
-    msghdr packet{};
-    packet.msg_iov = parts;
-    packet.msg_iovlen = 2;
-    ssize_t size = -1;
-    do {
-        // A client that ends with acknowledgements unread leaves an error in front of its last
-        // messages, which the first look takes away.
-        size = recvmsg(client.mSocket.Get(), &packet, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
-    } while (size < 0 && (errno == EINTR || errno == ECONNRESET));
-    if (size < 0 && errno == EAGAIN) {
         return false;
     }
     Frame frame{};
-    if (size <= 0 || (packet.msg_flags & MSG_TRUNC) != 0 ||
-        !ReadHeader(header, static_cast<std::size_t>(size), frame) ||
-        (frame.mKind != FrameKind::kOneWay && frame.mKind != FrameKind::kRequest)) {
-        Drop(slot);
+    FileDescriptor file;
+    const ReceiveResult result = ReceiveFrame(client.mSocket.Get(), frame, mBuffer.data(),
+                                              mBuffer.size(), client.mTaken == 0 ? &file : nullptr);
+    if (result == ReceiveResult::kNothing) {
         return false;
     }
-    message = {frame, nullptr, slot, client.mGeneration};
+    if (result == ReceiveResult::kClosed || frame.mLength > kLargestData ||
+        (frame.mKind != FrameKind::kOneWay && frame.mKind != FrameKind::kRequest)) {
+        Drop(client);
+        return false;
+    }
+    if (file) {
+        client.mTally = Tally::Map(file);
+    }
+    message = {frame, nullptr, client.mSocket.Get(), client.mGeneration};
     message.mData = CFDataCreate(nullptr, mBuffer.data(), static_cast<CFIndex>(frame.mLength));
-    ++client.mTaken;
-    Acknowledge(slot);
+    CountTaken(client);
     return message.mData != nullptr;
 }
 
-void LocalPort::Acknowledge(UInt32 slot)
+void LocalPort::CountTaken(Client& client)
 {
-    Client& client = mClients[slot];
-    if (!client.mSocket) {
-        return;
+    ++client.mTaken;
+    if (client.mTally) {
+        client.mTally.SetTaken(client.mTaken);
     }
-    const Frame frame{FrameKind::kAcknowledgement, client.mTaken, 0, 0};
-    const SendResult result = SendFrame(client.mSocket.Get(), frame, nullptr);
-    const bool owes = result == SendResult::kFull || result == SendResult::kRefused;
-    if (owes != client.mOwesAcknowledgement) {
-        client.mOwesAcknowledgement = owes;
-        Watch(EPOLL_CTL_MOD, client.mSocket.Get(),
-              static_cast<UInt32>(EPOLLIN) | (owes ? static_cast<UInt32>(EPOLLOUT) : 0u), slot);
+    if (!client.mTally || client.mTally.IsAcknowledgementAskedFor()) {
+        SendFrame(client.mSocket.Get(), {FrameKind::kAcknowledgement, client.mTaken, 0, 0},
+                  nullptr);
     }
 }
 
@@ -190,7 +195,7 @@ void LocalPort::Reply(const Message& message, CFDataRef reply)
         return;
     }
     const std::lock_guard lock(mMutex);
-    const Client& client = mClients[message.mSlot];
+    const Client& client = mClients[static_cast<std::size_t>(message.mClient)];
     if (client.mSocket && client.mGeneration == message.mGeneration) {
         // A client that does not read its replies loses them, and nobody waits for it.
         SendFrame(client.mSocket.Get(), frame,
@@ -198,11 +203,25 @@ void LocalPort::Reply(const Message& message, CFDataRef reply)
     }
 }
 
+void LocalPort::RefuseSenders()
+{
+    const std::lock_guard lock(mMutex);
+    mIsRefusing = true;
+    Resume();
+    // What is in a socket's queue stays there; a later send fails.
+    shutdown(mName.GetSocket(), SHUT_RD);
+    for (const Client& client : mClients) {
+        if (client.mSocket) {
+            shutdown(client.mSocket.Get(), SHUT_RD);
+        }
+    }
+}
+
 void LocalPort::CloseInChild()
 {
-    mListening.Close();
+    mName.CloseInChild();
     mReadiness.Close();
-    mSpare.Close();
+    mAlarm.Close();
     for (Client& client : mClients) {
         client.mSocket.Close();
     }

@@ -1,26 +1,23 @@
 // LocalPort.h - the receiving end: a name, and the clients that are connected to it.
 //
-// A client's packet is taken off its socket only when its turn comes, and acknowledged then; until
-// that moment it lies in the kernel, in memory that is charged to its sender. What one client does
-// therefore costs another nothing but its turn.
+// A client's packet is taken off its socket only when its turn comes; until that moment it lies in
+// the kernel, in memory that is charged to its sender. What one client does therefore costs another
+// nothing but its turn. There are as many clients as the process has descriptors; when those are
+// used up, the next ones wait in the listening socket, and so do the messages that they send.
 #pragma once
 
-#include "Ports/FileDescriptor.h"
 #include "Ports/Frame.h"
+#include "Ports/PortName.h"
+#include "Ports/Tally.h"
 
 #include <CoreFoundation/CFData.h>
 
 #include <memory>
 #include <mutex>
 #include <string_view>
-#include <sys/types.h>
 #include <vector>
 
 namespace Standin {
-
-/// The clients that a port serves at the same time, in all and of one process.
-inline constexpr std::size_t kMostClients = 128;
-inline constexpr std::size_t kMostClientsOfProcess = 8;
 
 class LocalPort
 {
@@ -30,7 +27,7 @@ public:
     {
         Frame mFrame;
         CFDataRef mData;
-        UInt32 mSlot;
+        int mClient;
         UInt32 mGeneration;
     };
 
@@ -45,36 +42,48 @@ public:
 
     /// Ready when Take has something to do.
     int GetReadiness() const { return mReadiness.Get(); }
+    /// True if the client whose turn it is has sent another message: no need to wait.
+    bool HasMore();
+    /// Lets no client send any more; what has been sent can still be taken.
+    void RefuseSenders();
     /// Closes the inherited descriptors of a forked child.
     void CloseInChild();
+
+    /// Held over a fork.
+    std::mutex& GetMutex() { return mMutex; }
 
 private:
     struct Client
     {
         FileDescriptor mSocket;
-        pid_t mProcess = 0;
-        /// Tells the clients of one slot apart.
+        Tally mTally;
+        /// Tells the clients of one descriptor apart.
         UInt32 mGeneration = 0;
         UInt32 mTaken = 0;
-        /// An acknowledgement found the client's buffer full.
-        bool mOwesAcknowledgement = false;
     };
 
     void Accept();
-    bool Admit(FileDescriptor socket);
-    void RefuseOne();
-    void Drop(UInt32 slot);
-    bool TakeFrom(UInt32 slot, Message& message);
-    void Acknowledge(UInt32 slot);
-    bool Watch(int operation, int descriptor, UInt32 events, UInt32 slot);
+    void Pause();
+    void Resume();
+    void Drop(Client& client);
+    bool TakeFrom(Client& client, Message& message);
+    void CountTaken(Client& client);
+    bool Watch(int operation, int descriptor, UInt32 events);
 
     /// Guards everything; not held while a message is handled.
     std::mutex mMutex;
-    FileDescriptor mListening;
+    HeldName mName;
     FileDescriptor mReadiness;
-    /// Given up for a moment to accept, and so to refuse, a client when no descriptor is left.
-    FileDescriptor mSpare;
+    /// Rings when it is time to look for a free descriptor again.
+    FileDescriptor mAlarm;
+    bool mIsPaused = false;
+    bool mIsRefusing = false;
+    /// By their descriptors.
     std::vector<Client> mClients;
+    UInt32 mConnected = 0;
+    /// The client whose turn it is, and the messages that it may send before the others' turn.
+    int mCurrent = 0;
+    UInt32 mLeft = 0;
     std::vector<unsigned char> mBuffer;
 };
 

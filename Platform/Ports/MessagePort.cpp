@@ -4,67 +4,23 @@
 
 #include "Objects/String.h"
 #include "Ports/PortName.h"
-#include "Ports/PortSocket.h"
 
 #include <Standin/Standin.h>
 
 #include <algorithm>
 #include <map>
 #include <pthread.h>
+#include <sys/socket.h>
 #include <vector>
 
 namespace Standin {
-
-/// Calls a port back when a message is there, and keeps it alive as long as it can.
-class LocalPortSource : public LoopSource
-{
-public:
-    explicit LocalPortSource(CFMessagePortRef port)
-        : mPort(Retained(port))
-        , mReadiness(port->mReceiver != nullptr ? port->mReceiver->GetReadiness() : -1)
-    {}
-    ~LocalPortSource() override { Detach(); }
-
-    pollfd GetPollEntry() const override
-    {
-        pollfd entry{};
-        entry.fd = mReadiness;
-        entry.events = POLLIN;
-        return entry;
-    }
-
-    bool Perform() override
-    {
-        Held<CFMessagePortRef> port;
-        {
-            const std::lock_guard lock(mMutex);
-            if (mPort == nullptr) {
-                return false;
-            }
-            port = Held<CFMessagePortRef>(Retained(mPort));
-        }
-        return port.Get()->HandleOne();
-    }
-
-    /// Lets the port go.
-    void Detach()
-    {
-        Held<CFMessagePortRef> port;
-        const std::lock_guard lock(mMutex);
-        port = Held<CFMessagePortRef>(std::exchange(mPort, nullptr));
-    }
-
-private:
-    std::mutex mMutex;
-    CFMessagePortRef mPort;
-    const int mReadiness;
-};
 
 namespace {
 
 /// The valid local ports with a name, and every port that a forked child must close.
 struct Ports
 {
+    /// Guards the source of each port and the port of each source too.
     std::mutex mMutex;
     std::map<std::string, __CFMessagePort*, std::less<>> mByName;
     std::vector<__CFMessagePort*> mLocal;
@@ -77,9 +33,71 @@ Ports& GetPorts()
     return *sPorts;
 }
 
+} // namespace
+
+/// Calls a port back when a message is there, and keeps it alive as long as it can.
+class LocalPortSource : public LoopSource
+{
+public:
+    explicit LocalPortSource(CFMessagePortRef port)
+        : mPort(Retained(port))
+        , mReceiver(port->mReceiver.get())
+    {}
+    ~LocalPortSource() override { const Held<CFMessagePortRef> port(Detach()); }
+
+    pollfd GetPollEntry() const override
+    {
+        const std::lock_guard lock(GetPorts().mMutex);
+        pollfd entry{};
+        entry.fd = mReceiver != nullptr ? mReceiver->GetReadiness() : -1;
+        entry.events = POLLIN;
+        return entry;
+    }
+
+    bool HasMore() override
+    {
+        const std::lock_guard lock(GetPorts().mMutex);
+        return mReceiver != nullptr && mReceiver->HasMore();
+    }
+
+    bool Perform() override
+    {
+        Held<CFMessagePortRef> port;
+        {
+            const std::lock_guard lock(GetPorts().mMutex);
+            if (mPort == nullptr) {
+                return false;
+            }
+            port = Held<CFMessagePortRef>(Retained(mPort));
+        }
+        return port.Get()->HandleOne();
+    }
+
+    /// Lets the port go: the caller releases it.
+    CFMessagePortRef Detach()
+    {
+        const std::lock_guard lock(GetPorts().mMutex);
+        mReceiver = nullptr;
+        return std::exchange(mPort, nullptr);
+    }
+
+private:
+    CFMessagePortRef mPort;
+    /// The port's, as long as it is held.
+    LocalPort* mReceiver;
+};
+
+namespace {
+
+// Nothing of the ports is left locked in a child by a thread that the child does not have.
 void LockForFork()
 {
     GetPorts().mMutex.lock();
+    for (const __CFMessagePort* port : GetPorts().mLocal) {
+        if (port->mReceiver != nullptr) {
+            port->mReceiver->GetMutex().lock();
+        }
+    }
     Connection::LockAll();
     LockLoops();
 }
@@ -88,6 +106,11 @@ void UnlockInParent()
 {
     UnlockLoops();
     Connection::UnlockAll();
+    for (const __CFMessagePort* port : GetPorts().mLocal) {
+        if (port->mReceiver != nullptr) {
+            port->mReceiver->GetMutex().unlock();
+        }
+    }
     GetPorts().mMutex.unlock();
 }
 
@@ -96,9 +119,7 @@ void UnlockInParent()
 void CloseInChild()
 {
     for (__CFMessagePort* port : GetPorts().mLocal) {
-        if (port->mReceiver != nullptr) {
-            port->mReceiver->CloseInChild();
-        }
+        port->CloseInChild();
     }
     GetPorts().mByName.clear();
     Connection::CloseAllInChild();
@@ -113,21 +134,42 @@ void CloseInChild()
 Nanoseconds SendDeadline(CFTimeInterval seconds)
 {
     constexpr CFTimeInterval kTenDays = 864000;
+    const Nanoseconds now = Now();
     if (seconds >= kTenDays) {
-        return DeadlineAfter(1e9);
+        return DeadlineAfter(1e9, now);
     }
     const auto milliseconds = seconds > 0 ? static_cast<SInt64>(seconds * 1000) : 0;
-    return Now() + milliseconds * 1000000;
+    return now + milliseconds * 1000000;
 }
 
-/// Reads a connection while a thread waits for a reply on it.
-class ReplySource : public LoopSource
+/// A wait for a reply: reads the connection in the thread's loop, and takes the waiter out of the
+/// connection however the wait ends.
+class ReplyWait : public LoopSource
 {
 public:
-    ReplySource(std::shared_ptr<Connection> connection, const Connection::Waiter& waiter)
+    explicit ReplyWait(std::shared_ptr<Connection> connection)
         : mConnection(std::move(connection))
-        , mWaiter(waiter)
-    {}
+    {
+        mWaiter.mLoop = CFRunLoopGetCurrent();
+    }
+    ~ReplyWait() override { mConnection->Forget(mWaiter); }
+
+    Connection::Waiter& GetWaiter() { return mWaiter; }
+    bool IsDone() const { return mWaiter.mIsDone.load(std::memory_order_acquire); }
+
+    /// Runs the loop until the reply is there, the time is over or the port has become invalid.
+    void Run(const __CFMessagePort& port, std::string_view mode, CFTimeInterval seconds)
+    {
+        const Nanoseconds deadline = DeadlineAfter(seconds, Now());
+        CFTimeInterval left = seconds;
+        do {
+            mWaiter.mLoop->Run(mode, left, true, this, &mWaiter.mIsOver);
+            if (IsDone()) {
+                return;
+            }
+            left = static_cast<CFTimeInterval>(deadline - Now()) * 1e-9;
+        } while (left > 0 && port.IsValid());
+    }
 
     pollfd GetPollEntry() const override
     {
@@ -143,53 +185,12 @@ public:
             mConnection->NoticeEnd();
             return true;
         }
-        return mWaiter.mIsDone.load(std::memory_order_acquire);
+        return IsDone();
     }
 
 private:
     const std::shared_ptr<Connection> mConnection;
-    const Connection::Waiter& mWaiter;
-};
-
-/// Takes a source out of its loop, and a waiter out of its connection, however the wait ends.
-class ReplyWait
-{
-public:
-    ReplyWait(const __CFMessagePort& port, std::string_view mode)
-        : mConnection(port.mConnection)
-        , mMode(mode)
-        , mSource(std::make_shared<ReplySource>(mConnection, mWaiter))
-    {
-        mWaiter.mLoop = CFRunLoopGetCurrent();
-    }
-    ReplyWait(const ReplyWait&) = delete;
-    ReplyWait& operator=(const ReplyWait&) = delete;
-    ~ReplyWait()
-    {
-        mConnection->Forget(mWaiter);
-        RemoveFromEveryLoop(mSource.get());
-    }
-
-    Connection::Waiter& GetWaiter() { return mWaiter; }
-    bool IsDone() const { return mWaiter.mIsDone.load(std::memory_order_acquire); }
-
-    /// Runs the loop until the reply is there, the time is over or the port has become invalid.
-    void Run(const __CFMessagePort& port, CFTimeInterval seconds)
-    {
-        const Nanoseconds deadline = DeadlineAfter(seconds);
-        mWaiter.mLoop->Add(mSource, mMode);
-        do {
-            const auto left = std::max<Nanoseconds>(deadline - Now(), 0);
-            mWaiter.mLoop->Run(mMode, static_cast<CFTimeInterval>(left) * 1e-9, true,
-                               &mWaiter.mIsOver);
-        } while (!IsDone() && Now() < deadline && port.IsValid());
-    }
-
-private:
-    const std::shared_ptr<Connection> mConnection;
-    const std::string mMode;
     Connection::Waiter mWaiter;
-    const std::shared_ptr<ReplySource> mSource;
 };
 
 // Not among the platform's names, but returned by it.
@@ -203,13 +204,13 @@ SInt32 Request(__CFMessagePort& port, SInt32 messageID, CFDataRef data, Nanoseco
     const Held<CFMessagePortRef> kept(Retained(&port));
     SInt32 status = kCFMessagePortTransportError;
     try {
-        ReplyWait wait(port, mode);
+        ReplyWait wait(port.mConnection);
         status = port.mConnection->Send(messageID, data, deadline, &wait.GetWaiter());
         if (status != kCFMessagePortSuccess) {
             return status;
         }
         status = kCFMessagePortReceiveTimeout;
-        wait.Run(port, receiveTimeout);
+        wait.Run(port, mode, receiveTimeout);
         if (!wait.IsDone()) {
             return port.IsValid() ? status : kBecameInvalid;
         }
@@ -270,6 +271,7 @@ void __CFMessagePort::Invalidate()
     if (mIsInvalidated.exchange(true) || IsRemote()) {
         return;
     }
+    Standin::Held<CFRunLoopSourceRef> source;
     {
         Standin::Ports& ports = Standin::GetPorts();
         const std::lock_guard lock(ports.mMutex);
@@ -277,15 +279,12 @@ void __CFMessagePort::Invalidate()
         if (found != ports.mByName.end() && found->second == this) {
             ports.mByName.erase(found);
         }
-    }
-    Standin::Held<CFRunLoopSourceRef> source;
-    {
-        const std::lock_guard lock(mMutex);
         source = Standin::Held<CFRunLoopSourceRef>(std::exchange(mSource, nullptr));
     }
     if (source.Get() != nullptr) {
         Standin::RemoveFromEveryLoop(source.Get()->mSource.get());
-        static_cast<Standin::LocalPortSource&>(*source.Get()->mSource).Detach();
+        const Standin::Held<CFMessagePortRef> ofSource(
+            static_cast<Standin::LocalPortSource&>(*source.Get()->mSource).Detach());
     }
     if (mContext.release != nullptr && mContext.info != nullptr) {
         mContext.release(mContext.info);
@@ -294,19 +293,29 @@ void __CFMessagePort::Invalidate()
 
 CFRunLoopSourceRef __CFMessagePort::CopySource()
 {
-    const std::lock_guard lock(mMutex);
+    // Not released before the lock: the end of a source takes it.
+    std::shared_ptr<Standin::LocalPortSource> made;
+    try {
+        made = std::make_shared<Standin::LocalPortSource>(this);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+    const std::lock_guard lock(Standin::GetPorts().mMutex);
     if (!IsValid()) {
         return nullptr;
     }
     if (mSource == nullptr) {
-        try {
-            mSource =
-                Standin::Make<__CFRunLoopSource>(std::make_shared<Standin::LocalPortSource>(this));
-        } catch (const std::bad_alloc&) {
-            return nullptr;
-        }
+        mSource = Standin::Make<__CFRunLoopSource>(made);
     }
     return mSource != nullptr ? Standin::Retained(mSource) : nullptr;
+}
+
+void __CFMessagePort::CloseInChild()
+{
+    mIsInvalidated.store(true);
+    if (mReceiver != nullptr) {
+        mReceiver->CloseInChild();
+    }
 }
 
 bool __CFMessagePort::HandleOne()
@@ -439,8 +448,26 @@ void CFMessagePortInvalidate(CFMessagePortRef ms)
 SInt32 StandinGetPortHolder(CFStringRef name)
 {
     const Standin::FileDescriptor connected =
-        Standin::FindHolder(Standin::Text(name, "StandinGetPortHolder"));
-    pid_t holder = 0;
-    return connected && Standin::HasOwnPeer(connected.Get(), holder) ? static_cast<SInt32>(holder)
-                                                                     : 0;
+        Standin::ConnectToHolder(Standin::Text(name, "StandinGetPortHolder"));
+    ucred holder{};
+    socklen_t size = sizeof holder;
+    return getsockopt(connected.Get(), SOL_SOCKET, SO_PEERCRED, &holder, &size) == 0
+               ? static_cast<SInt32>(holder.pid)
+               : 0;
+}
+
+CFStringRef StandinCopyPortFault(void)
+{
+    std::string fault;
+    return Standin::OpenPortFolder(fault)
+               ? nullptr
+               : CFStringCreateWithCString(nullptr, fault.c_str(), kCFStringEncodingUTF8);
+}
+
+void StandinRefuseSenders(CFMessagePortRef local)
+{
+    const auto& port = Standin::As<__CFMessagePort>(local, "StandinRefuseSenders");
+    if (port.mReceiver != nullptr) {
+        port.mReceiver->RefuseSenders();
+    }
 }

@@ -9,14 +9,7 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <string>
-
-namespace Standin {
-
-class LocalPortSource;
-
-} // namespace Standin
 
 struct __CFMessagePort : Standin::Object
 {
@@ -35,6 +28,8 @@ struct __CFMessagePort : Standin::Object
     CFRunLoopSourceRef CopySource();
     /// Takes one message and calls the callout; false if there is none.
     bool HandleOne();
+    /// Makes a local port invalid in a forked child, without a call of the context's.
+    void CloseInChild();
 
     /// A remote port's way to its server, else null.
     const std::shared_ptr<Standin::Connection> mConnection;
@@ -47,9 +42,7 @@ struct __CFMessagePort : Standin::Object
 
 private:
     std::atomic<bool> mIsInvalidated{false};
-    /// Guards the source.
-    std::mutex mMutex;
     /// The port's reference to its one source. The source holds the port in turn until the port
-    /// is invalidated.
+    /// is invalidated. The mutex of all ports guards it.
     CFRunLoopSourceRef mSource = nullptr;
 };

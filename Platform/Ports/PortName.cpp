@@ -1,189 +1,198 @@
-// PortName.cpp - the addresses of a port's name, and the search for its holder.
+// PortName.cpp - the folder of a user's ports, and the lock and the socket of each name.
 
 #include "Ports/PortName.h"
 
-#include "Ports/Clock.h"
-#include "Ports/PortSocket.h"
-
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <poll.h>
-#include <sys/random.h>
+#include <cstdlib>
+#include <cstring>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 
 namespace Standin {
 
 namespace {
 
-// What a search may take, however many decoys there are. Time of its own thread: on a busy machine
-// a search must not end early, or it would miss a holder.
-constexpr Nanoseconds kLongestSearch = 100000000;
-// What a rival that starts at the same moment has to see that it is one too many.
-constexpr Nanoseconds kPatience = 500000000;
+constexpr int kFolderFlags = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
-constexpr std::size_t kHexDigits = 32;
-
-Nanoseconds OwnTime()
+bool IsOwnFolder(const std::string& path)
 {
-    timespec used{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
-    return static_cast<Nanoseconds>(used.tv_sec) * 1000000000 + used.tv_nsec;
+    struct stat info = {};
+    return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == geteuid();
 }
 
-std::string Hexadecimal(UInt64 high, UInt64 low)
+/// The folder to make the folder of all ports in; empty if there is none.
+std::string FindBase()
 {
-    char text[kHexDigits + 1];
-    std::snprintf(text, sizeof text, "%016llx%016llx", high, low);
-    return text;
-}
-
-/// Two hashes of a name, for addresses that have no room for it.
-std::string HashOf(std::string_view name)
-{
-    UInt64 forward = 0xCBF29CE484222325u;
-    UInt64 backward = forward;
-    for (std::size_t index = 0; index < name.size(); ++index) {
-        forward = (forward ^ static_cast<unsigned char>(name[index])) * 0x100000001B3u;
-        backward =
-            (backward ^ static_cast<unsigned char>(name[name.size() - 1 - index])) * 0x100000001B3u;
+    const char* const session = std::getenv("XDG_RUNTIME_DIR");
+    if (session != nullptr && *session == '/' && IsOwnFolder(session)) {
+        return session;
     }
-    return Hexadecimal(forward, backward);
+    if (std::string path = "/run/user/" + std::to_string(geteuid()); IsOwnFolder(path)) {
+        return path;
+    }
+    const char* const home = std::getenv("HOME");
+    std::string path = home != nullptr && *home == '/' ? home : "";
+    if (!path.empty() && IsOwnFolder(path)) {
+        path += "/.cache";
+        mkdir(path.c_str(), 0700);
+    }
+    return IsOwnFolder(path) ? path : "";
 }
 
-/// What all spare addresses of a name begin with. The name itself may contain bytes that the list
-/// of sockets does not print as they are.
-std::string SpareStart(std::string_view name)
+/// What is wrong with the folder of all ports; empty if nothing is.
+std::string FindFault(const FileDescriptor& folder)
 {
-    return "qx-spare:" + std::to_string(geteuid()) + ":" + HashOf(name) + ":";
+    struct stat info = {};
+    if (!folder || fstat(folder.Get(), &info) != 0) {
+        return std::string("cannot be opened: ") + std::strerror(errno);
+    }
+    if (S_ISLNK(info.st_mode)) {
+        return "is a link";
+    }
+    if (!S_ISDIR(info.st_mode)) {
+        return "is not a folder";
+    }
+    if (info.st_uid != geteuid()) {
+        return "belongs to another user";
+    }
+    return (info.st_mode & (S_IRWXG | S_IRWXO)) != 0
+               ? "is open to other users; its mode must be 700"
+               : "";
 }
 
-/// Reads the spare addresses of one name from the list of sockets. It takes text for an address
-/// wherever it stands: another user's socket may be called anything, line ends included.
-class SpareAddresses
+/// The name of a port as the name of a file, of at most 254 bytes.
+std::string FileOf(std::string_view name)
 {
-public:
-    SpareAddresses(std::string_view name, const char* socketList)
-        : mList(open(socketList, O_RDONLY | O_CLOEXEC))
-        , mStart("@" + SpareStart(name))
-    {}
-
-    /// False at the end of the list, or when the time is over.
-    bool Next(std::string& address)
-    {
-        for (;;) {
-            const std::size_t found = mText.find(mStart);
-            const std::size_t size = mStart.size() + kHexDigits;
-            if (found != std::string::npos && mText.size() - found >= size) {
-                address = mText.substr(found + 1, size - 1);
-                mText.erase(0, found + size);
-                return OwnTime() < mDeadline;
-            }
-            // The rest may be the beginning of an address.
-            mText.erase(0, std::min(found, mText.size() - std::min(mText.size(), mStart.size())));
-            if (OwnTime() >= mDeadline || !ReadMore()) {
-                return false;
-            }
+    std::string file = name.empty() ? "~" : "";
+    for (const char character : name) {
+        if (character == '/' || character == '~' || (character == '.' && file.empty())) {
+            file += '~';
         }
+        file += character == '/' ? 's' : character;
     }
-
-private:
-    bool ReadMore()
-    {
-        char bytes[4096];
-        ssize_t size = -1;
-        do {
-            size = mList ? read(mList.Get(), bytes, sizeof bytes) : 0;
-        } while (size < 0 && errno == EINTR);
-        mText.append(bytes, size > 0 ? static_cast<std::size_t>(size) : 0);
-        return size > 0;
-    }
-
-    const FileDescriptor mList;
-    const std::string mStart;
-    const Nanoseconds mDeadline = OwnTime() + kLongestSearch;
-    std::string mText;
-};
-
-struct Holder
-{
-    FileDescriptor mSocket;
-    std::string mAddress;
-};
-
-/// Looks for a holder other than the one at the address `own`.
-Holder FindOther(std::string_view name, std::string_view own, const char* socketList)
-{
-    std::string address = WellKnownAddress(name);
-    if (FileDescriptor socket = address != own ? ConnectTo(address) : FileDescriptor()) {
-        return {std::move(socket), std::move(address)};
-    }
-    SpareAddresses spares(name, socketList);
-    while (spares.Next(address)) {
-        if (FileDescriptor socket = address != own ? ConnectTo(address) : FileDescriptor()) {
-            return {std::move(socket), std::move(address)};
-        }
-    }
-    return {};
+    return file;
 }
 
-/// Settles who keeps a name when several have begun to listen at the same moment: whoever sees an
-/// earlier address gives up, and whoever sees a later one waits for it to do the same. One that
-/// has not by then looked before this one listened; it holds the name.
-bool PrevailsAt(const std::string& own, std::string_view name, const char* socketList)
+/// The address of a socket in a folder that is open. The folder's own path could be too long.
+sockaddr_un AddressIn(const FileDescriptor& folder)
 {
-    const Nanoseconds deadline = Now() + kPatience;
-    for (;;) {
-        const Holder other = FindOther(name, own, socketList);
-        if (!other.mSocket) {
-            return true;
-        }
-        if (other.mAddress < own || Now() >= deadline) {
-            return false;
-        }
-        pollfd end{};
-        end.fd = other.mSocket.Get();
-        end.events = POLLRDHUP;
-        const timespec left = ToTimespec(std::max<Nanoseconds>(deadline - Now(), 0));
-        ppoll(&end, 1, &left, nullptr);
-    }
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::snprintf(address.sun_path, sizeof address.sun_path, "/proc/self/fd/%d/socket",
+                  folder.Get());
+    return address;
+}
+
+FileDescriptor MakeSocket()
+{
+    return FileDescriptor(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
 }
 
 } // namespace
 
-std::string WellKnownAddress(std::string_view name)
+FileDescriptor OpenPortFolder(std::string& fault)
 {
-    const std::string start = "qx-port:" + std::to_string(geteuid()) + ":";
-    return start +
-           (name.size() <= kLongestAddress - start.size() ? std::string(name) : "#" + HashOf(name));
-}
-
-std::string SpareAddress(std::string_view name)
-{
-    UInt64 random[2];
-    if (getrandom(random, sizeof random, GRND_NONBLOCK) != sizeof random) {
-        return std::string();
-    }
-    return SpareStart(name) + Hexadecimal(random[0], random[1]);
-}
-
-FileDescriptor FindHolder(std::string_view name, const char* socketList)
-{
-    return FindOther(name, std::string_view(), socketList).mSocket;
-}
-
-FileDescriptor TakeName(std::string_view name, const char* socketList)
-{
-    // Clients must not meet a second holder even for the moment that it takes to give up.
-    if (FindHolder(name, socketList)) {
+    const std::string base = FindBase();
+    if (base.empty()) {
+        fault = "none of $XDG_RUNTIME_DIR, /run/user/" + std::to_string(geteuid()) +
+                " and .cache in the home folder is a folder of this user's";
         return FileDescriptor();
     }
-    std::string address = WellKnownAddress(name);
-    FileDescriptor made = ListenAt(address);
-    if (!made && access(socketList, R_OK) == 0) {
-        address = SpareAddress(name);
-        made = address.empty() ? FileDescriptor() : ListenAt(address);
+    const std::string path = base + "/qx-ports";
+    if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) {
+        fault = path + " cannot be made: " + std::strerror(errno);
+        return FileDescriptor();
     }
-    return made && PrevailsAt(address, name, socketList) ? std::move(made) : FileDescriptor();
+    FileDescriptor folder(open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    fault = FindFault(folder);
+    if (!fault.empty()) {
+        fault = path + " " + fault;
+        folder.Close();
+    }
+    return folder;
+}
+
+FileDescriptor ConnectToHolder(std::string_view name)
+{
+    std::string fault;
+    const FileDescriptor all = OpenPortFolder(fault);
+    const FileDescriptor folder(all ? openat(all.Get(), FileOf(name).c_str(), kFolderFlags) : -1);
+    FileDescriptor made = folder ? MakeSocket() : FileDescriptor();
+    const sockaddr_un address = AddressIn(folder);
+    int result = -1;
+    do {
+        result =
+            made ? connect(made.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address)
+                 : -1;
+    } while (made && result != 0 && errno == EINTR);
+    return result == 0 ? std::move(made) : FileDescriptor();
+}
+
+bool HeldName::Take(std::string_view name)
+{
+    return Lock(name) && Listen();
+}
+
+bool HeldName::Lock(std::string_view name)
+{
+    std::string fault;
+    const FileDescriptor all = OpenPortFolder(fault);
+    const std::string file = FileOf(name);
+    struct stat info = {};
+    do {
+        mkdirat(all.Get(), file.c_str(), 0700);
+        mFolder = FileDescriptor(all ? openat(all.Get(), file.c_str(), kFolderFlags) : -1);
+        mLock = FileDescriptor(
+            mFolder ? openat(mFolder.Get(), "lock", O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600)
+                    : -1);
+        if (!mLock) {
+            // A holder that gives the name back takes the folder away.
+            if (mFolder && errno == ENOENT) {
+                continue;
+            }
+            return false;
+        }
+        if (flock(mLock.Get(), LOCK_EX | LOCK_NB) != 0 || fstat(mLock.Get(), &info) != 0) {
+            return false;
+        }
+        // As above, when it has taken the file away that was opened here.
+    } while (info.st_nlink == 0);
+    mFile = file;
+    return true;
+}
+
+bool HeldName::Listen()
+{
+    unlinkat(mFolder.Get(), "socket", 0);
+    mSocket = MakeSocket();
+    const sockaddr_un address = AddressIn(mFolder);
+    return mSocket &&
+           bind(mSocket.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+           listen(mSocket.Get(), SOMAXCONN) == 0;
+}
+
+HeldName::~HeldName()
+{
+    if (mFile.empty()) {
+        return;
+    }
+    unlinkat(mFolder.Get(), "socket", 0);
+    unlinkat(mFolder.Get(), "lock", 0);
+    const FileDescriptor all(openat(mFolder.Get(), "..", kFolderFlags));
+    unlinkat(all.Get(), mFile.c_str(), AT_REMOVEDIR);
+    // A child of this process that has not yet closed what it has inherited would keep the lock.
+    flock(mLock.Get(), LOCK_UN);
+}
+
+void HeldName::CloseInChild()
+{
+    mFile.clear();
+    mFolder.Close();
+    mLock.Close();
+    mSocket.Close();
 }
 
 } // namespace Standin

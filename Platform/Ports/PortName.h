@@ -1,9 +1,12 @@
-// PortName.h - who holds a port's name, and how to take it.
+// PortName.h - the names of ports: who holds one, and how to take and to reach it.
 //
-// A name has one well-known address. Anybody can bind that, so whoever finds it occupied by another
-// user listens at a spare address instead: one that nobody can guess, and so occupy, beforehand.
-// Clients find it in the kernel's list of sockets, where other users may have put decoys; only the
-// credentials of the peer tell. Where that list cannot be read there are no spare addresses.
+// All ports of a user are in one folder that only this user can enter, so the system keeps every
+// other user out. A name is a folder in it, with two files:
+//
+//   lock     locked by the holder of the name as long as it holds it, whatever it is doing
+//   socket   where the holder listens; one that a dead holder has left behind is replaced
+//
+// Both go when the name is given back.
 #pragma once
 
 #include "Ports/FileDescriptor.h"
@@ -16,21 +19,42 @@ namespace Standin {
 /// The longest name of a port, in bytes.
 inline constexpr std::size_t kLongestName = 127;
 
-inline constexpr const char* kSocketList = "/proc/net/unix";
+/// Opens the folder of all ports, which is made if it is not there: `qx-ports` in the first of
+/// $XDG_RUNTIME_DIR, /run/user/UID and the home's .cache that is a folder of this user's.
+///
+/// Fails: none, with the reason in `fault`, if there is none of these or `qx-ports` is a link,
+/// another user's or open to others.
+FileDescriptor OpenPortFolder(std::string& fault);
 
-/// The address of a name for the calling process's user; clients try it first.
-std::string WellKnownAddress(std::string_view name);
+/// Connects to the holder of a name, without waiting for it; none if nobody holds it.
+FileDescriptor ConnectToHolder(std::string_view name);
 
-/// A fresh address for a name whose well-known one is occupied; empty if the system has no random
-/// bytes. It sorts behind the well-known one.
-std::string SpareAddress(std::string_view name);
+/// A name that this process holds, or none.
+class HeldName
+{
+public:
+    HeldName() = default;
+    HeldName(const HeldName&) = delete;
+    HeldName& operator=(const HeldName&) = delete;
+    /// Gives the name back.
+    ~HeldName();
 
-/// Connects to the holder of a name without waiting for it; none if nobody of this user holds it.
-FileDescriptor FindHolder(std::string_view name, const char* socketList = kSocketList);
+    /// Takes a name; false if it is held already, or for want of a folder or descriptors.
+    bool Take(std::string_view name);
 
-/// Takes a name: a listening socket, or none if this user holds it already or descriptors are
-/// lacking. Of two processes that try at the same moment one gets it, and the other may learn only
-/// after half a second that it has not.
-FileDescriptor TakeName(std::string_view name, const char* socketList = kSocketList);
+    /// The listening socket, or -1.
+    int GetSocket() const { return mSocket.Get(); }
+    /// Lets go of the name in a forked child, whose parent goes on holding it.
+    void CloseInChild();
+
+private:
+    bool Lock(std::string_view name);
+    bool Listen();
+
+    FileDescriptor mFolder;
+    FileDescriptor mLock;
+    FileDescriptor mSocket;
+    std::string mFile;
+};
 
 } // namespace Standin

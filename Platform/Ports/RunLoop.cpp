@@ -110,6 +110,7 @@ void __CFRunLoop::Add(std::shared_ptr<Standin::LoopSource> source, std::string_v
             }
         }
         mEntries.push_back({std::move(source), std::string(mode)});
+        mChanges.fetch_add(1, std::memory_order_release);
     }
     WakeUp();
 }
@@ -124,12 +125,16 @@ void __CFRunLoop::Remove(const Standin::LoopSource* source, std::string_view mod
     if (found != mEntries.end()) {
         removed = std::move(found->mSource);
         mEntries.erase(found);
+        mChanges.fetch_add(1, std::memory_order_release);
     }
 }
 
 void __CFRunLoop::RemoveFromEveryMode(const Standin::LoopSource* source)
 {
-    std::erase_if(mEntries, [&](const Entry& entry) { return entry.mSource.get() == source; });
+    if (std::erase_if(mEntries, [&](const Entry& entry) { return entry.mSource.get() == source; }) >
+        0) {
+        mChanges.fetch_add(1, std::memory_order_release);
+    }
 }
 
 __CFRunLoop::Sources __CFRunLoop::SourcesOf(std::string_view mode) const
@@ -144,27 +149,27 @@ __CFRunLoop::Sources __CFRunLoop::SourcesOf(std::string_view mode) const
     return sources;
 }
 
-bool __CFRunLoop::Has(const Standin::LoopSource* source, std::string_view mode) const
-{
-    const std::lock_guard lock(gLoopsMutex);
-    return std::any_of(mEntries.begin(), mEntries.end(), [&](const Entry& entry) {
-        return entry.mSource.get() == source && entry.mMode == mode;
-    });
-}
-
-/// Waits until a source is ready, the loop is woken or the deadline is there; true if a source is.
-bool __CFRunLoop::Wait(const Sources& sources, std::vector<pollfd>& entries, SInt64 deadline)
+/// Waits until a source is ready, the loop is woken or the time is over; true if a source is.
+bool __CFRunLoop::Wait(const Sources& sources, std::vector<pollfd>& entries, SInt64 left)
 {
     entries.clear();
+    bool isReady = false;
     for (const auto& source : sources) {
         entries.push_back(source->GetPollEntry());
+        if (source->HasMore()) {
+            entries.back().revents = POLLIN;
+            isReady = true;
+        }
+    }
+    if (isReady) {
+        return true;
     }
     pollfd wakeUp{};
     wakeUp.fd = mWakeUp.Get();
     wakeUp.events = POLLIN;
     entries.push_back(wakeUp);
 
-    Standin::Nanoseconds left = std::max<Standin::Nanoseconds>(deadline - Standin::Now(), 0);
+    left = std::max<Standin::Nanoseconds>(left, 0);
     if (!mWakeUp) {
         left = std::min(left, kSliceWithoutWakeUp);
     }
@@ -180,15 +185,15 @@ bool __CFRunLoop::Wait(const Sources& sources, std::vector<pollfd>& entries, SIn
     return ready > 1 || entries.back().revents == 0;
 }
 
-/// Performs the ready sources, beginning with the one whose turn it is, until one says handled.
+/// Performs the ready sources, beginning with the one whose turn it is, until one says handled or
+/// the loop's sources are no longer those that `seen` stands for.
 bool __CFRunLoop::PerformReady(const Sources& sources, const std::vector<pollfd>& entries,
-                               std::string_view mode)
+                               UInt32 seen)
 {
     const std::size_t first = mTurn++;
     for (std::size_t index = 0; index < sources.size(); ++index) {
         const std::size_t place = (first + index) % sources.size();
-        // What an earlier source did may have taken this one out.
-        if (entries[place].revents != 0 && Has(sources[place].get(), mode) &&
+        if (entries[place].revents != 0 && mChanges.load(std::memory_order_acquire) == seen &&
             sources[place]->Perform()) {
             return true;
         }
@@ -197,12 +202,24 @@ bool __CFRunLoop::PerformReady(const Sources& sources, const std::vector<pollfd>
 }
 
 SInt32 __CFRunLoop::Run(std::string_view mode, CFTimeInterval seconds,
-                        bool returnAfterSourceHandled, const std::atomic<bool>* isOver)
+                        bool returnAfterSourceHandled, Standin::LoopSource* awaited,
+                        const std::atomic<bool>* isOver)
 {
-    const Standin::Nanoseconds deadline = Standin::DeadlineAfter(seconds);
+    Standin::Nanoseconds now = Standin::Now();
+    const Standin::Nanoseconds deadline = Standin::DeadlineAfter(seconds, now);
+    Sources sources;
     std::vector<pollfd> entries;
+    UInt32 seen = 0;
     for (bool first = true;; first = false) {
-        const Sources sources = SourcesOf(mode);
+        const UInt32 changes = mChanges.load(std::memory_order_acquire);
+        if (first || changes != seen) {
+            seen = changes;
+            sources = SourcesOf(mode);
+            if (awaited != nullptr) {
+                // Its owner is the caller.
+                sources.emplace_back(std::shared_ptr<void>(), awaited);
+            }
+        }
         if (sources.empty()) {
             return kCFRunLoopRunFinished;
         }
@@ -212,10 +229,13 @@ SInt32 __CFRunLoop::Run(std::string_view mode, CFTimeInterval seconds,
         if (mStopped.exchange(false)) {
             return kCFRunLoopRunStopped;
         }
-        if (!first && Standin::Now() >= deadline) {
-            return kCFRunLoopRunTimedOut;
+        if (!first) {
+            now = Standin::Now();
+            if (now >= deadline) {
+                return kCFRunLoopRunTimedOut;
+            }
         }
-        if (Wait(sources, entries, deadline) && PerformReady(sources, entries, mode) &&
+        if (Wait(sources, entries, deadline - now) && PerformReady(sources, entries, seen) &&
             returnAfterSourceHandled) {
             return kCFRunLoopRunHandledSource;
         }

@@ -26,6 +26,8 @@ public:
 
     /// The descriptor and its events; a descriptor of -1 is never ready.
     virtual pollfd GetPollEntry() const = 0;
+    /// True if it is ready for certain, so that the loop need not ask the system.
+    virtual bool HasMore() { return false; }
     /// Does one piece of work, on the thread of the loop and under no lock. Returns true if that
     /// counts as a handled source.
     virtual bool Perform() = 0;
@@ -39,10 +41,11 @@ struct __CFRunLoop : Standin::Object
 
     __CFRunLoop();
 
-    /// Runs as CFRunLoopRunInMode; also ends, as after a handled source, once `isOver` is true,
-    /// which another thread says before it wakes the loop.
+    /// Runs as CFRunLoopRunInMode. With a source that the caller alone waits for, and that is in no
+    /// mode, it also ends, as after a handled source, once `isOver` is true, which another thread
+    /// says before it wakes the loop.
     SInt32 Run(std::string_view mode, CFTimeInterval seconds, bool returnAfterSourceHandled,
-               const std::atomic<bool>* isOver = nullptr);
+               Standin::LoopSource* awaited = nullptr, const std::atomic<bool>* isOver = nullptr);
     void Add(std::shared_ptr<Standin::LoopSource> source, std::string_view mode);
     void Remove(const Standin::LoopSource* source, std::string_view mode);
     void RemoveFromEveryMode(const Standin::LoopSource* source);
@@ -63,13 +66,13 @@ private:
     };
 
     Sources SourcesOf(std::string_view mode) const;
-    bool Has(const Standin::LoopSource* source, std::string_view mode) const;
-    bool Wait(const Sources& sources, std::vector<pollfd>& entries, SInt64 deadline);
-    bool PerformReady(const Sources& sources, const std::vector<pollfd>& entries,
-                      std::string_view mode);
+    bool Wait(const Sources& sources, std::vector<pollfd>& entries, SInt64 left);
+    bool PerformReady(const Sources& sources, const std::vector<pollfd>& entries, UInt32 seen);
 
     /// Guarded by the mutex of all loops.
     std::vector<Entry> mEntries;
+    /// Counts the changes of the entries.
+    std::atomic<UInt32> mChanges{0};
     Standin::FileDescriptor mWakeUp;
     std::atomic<bool> mStopped{false};
     /// Where the search for a ready source begins, so that none starves; the loop's thread's alone.

@@ -14,6 +14,9 @@
 #include <Standin/Standin.h>
 
 #include <chrono>
+#include <future>
+#include <random>
+#include <stdexcept>
 #include <thread>
 
 namespace {
@@ -273,6 +276,61 @@ TEST_F(EndToEnd, StoppedServerTakesSomeMessagesAndThenSendsTimeOut)
     }
     EXPECT_EQ(SetEnable(258, 6), 0);
     ExpectSet(server, "258", 0xFFFFFF06, "06000000");
+}
+
+/// The values of the sets that a server tells of, until it ends.
+std::vector<std::string> ReadValuesUntilItsEnd(ServerProcess& server)
+{
+    std::vector<std::string> values;
+    try {
+        for (;;) {
+            const ReceivedMessage received = server.Receive();
+            if (received.id == kSLLM) {
+                const Document document = TakeApart(received.data);
+                values.push_back(ToHex(TakeMessageApart(document.message).data));
+            }
+        }
+    } catch (const std::runtime_error&) {
+        return values;
+    }
+}
+
+TEST_F(EndToEnd, ServersThatAreStoppedAndEndedAtRandomLoseNoSetThatWasAnsweredWhileTheyLived)
+{
+    std::mt19937 random(1);
+    for (int round = 0; round < 10; ++round) {
+        SCOPED_TRACE(round);
+        ServerProcess server(ServerProcess::kServes);
+        Open(static_cast<AudioDeviceID>(round));
+        auto received =
+            std::async(std::launch::async, [&server] { return ReadValuesUntilItsEnd(server); });
+        std::vector<std::string> answered;
+        const auto set = [&] {
+            const auto value = static_cast<UInt32>(answered.size());
+            if (SetEnable(static_cast<AudioDeviceID>(round), value) == 0) {
+                const char bytes[] = {static_cast<char>(value), static_cast<char>(value >> 8),
+                                      static_cast<char>(value >> 16), '\0'};
+                answered.push_back(ToHex({bytes, sizeof bytes}));
+            }
+        };
+        for (int stop = 0; stop < 10; ++stop) {
+            for (auto sets = random() % 100; sets > 0; --sets) {
+                set();
+            }
+            server.Stop();
+            for (auto sets = random() % 6; sets > 0; --sets) {
+                set();
+            }
+            server.Continue();
+        }
+        // The reply comes after everything before it.
+        _PlugInInfo info = {1000, 0, 0, nullptr, nullptr, nullptr};
+        while (SendSimpleMessageToServer(&info, kOpLM) == kCFMessagePortReceiveTimeout) {
+        }
+        server.KillSoon();
+
+        EXPECT_EQ(received.get(), answered);
+    }
 }
 
 TEST_F(EndToEnd, ServerThatNeverRepliesDelaysSimpleMessagesAndFailsNoSet)

@@ -1,6 +1,7 @@
 // main.cpp - qxhost: loads a driver plug-in bundle and drives it as the audio HAL would.
 
 #include "Protocol/ServerProtocol.h"
+#include "Tools/Common/PortExtras.h"
 #include "Tools/Common/Terminal.h"
 #include "Tools/Host/Arguments.h"
 #include "Tools/Host/Report.h"
@@ -35,7 +36,11 @@ int Drive(const Arguments& arguments, const PlugIn& plugIn)
     const std::unique_ptr<IReport> report =
         arguments.isJSON ? MakeJSONReport() : MakeTextReport(Tools::WantsColours());
     report->ShowPlugIn(plugIn.GetPath());
-    report->ShowServer(kServerPortName, IsServerThere());
+    const bool isServerThere = IsServerThere();
+    report->ShowServer(kServerPortName, isServerThere);
+    if (const std::string fault = Tools::DescribePortFault(); !isServerThere && !fault.empty()) {
+        std::fprintf(stderr, "qxhost: no server can be reached: %s\n", fault.c_str());
+    }
     Totals totals;
     Session session(plugIn.GetEntryPoints(), [&](const Step& step, const CallResult& result) {
         totals.Take(result);

@@ -3,6 +3,7 @@
 #include "Tools/Monitor/ServerPort.h"
 
 #include "Protocol/ServerProtocol.h"
+#include "Tools/Common/PortExtras.h"
 
 #include <utility>
 
@@ -40,10 +41,22 @@ ServerPort::~ServerPort()
     }
 }
 
-bool ServerPort::RunOnce(double timeoutSeconds)
+void ServerPort::Run(double seconds)
 {
-    return CFRunLoopRunInMode(kCFRunLoopDefaultMode, timeoutSeconds, true) ==
-           kCFRunLoopRunHandledSource;
+    CFRunLoopRunInMode(kCFRunLoopDefaultMode, seconds, false);
+}
+
+void ServerPort::Finish(const std::function<bool()>& wantsMore)
+{
+    std::size_t left = Tools::RefuseSenders(mPort);
+    while (left > 0 && wantsMore()) {
+        // A stop may have come late; it is no answer.
+        const SInt32 result = CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0, true);
+        if (result != kCFRunLoopRunHandledSource && result != kCFRunLoopRunStopped) {
+            return;
+        }
+        left -= result == kCFRunLoopRunHandledSource ? 1 : 0;
+    }
 }
 
 CFDataRef ServerPort::Receive(CFMessagePortRef, SInt32 id, CFDataRef data, void* info)

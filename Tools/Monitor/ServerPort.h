@@ -11,7 +11,7 @@ namespace Monitor {
 
 /// Holds the server's port and hands each request to a handler.
 ///
-/// Threads: one; requests arrive on the thread that runs RunOnce.
+/// Threads: one; requests arrive on the thread that runs Run.
 class ServerPort
 {
 public:
@@ -24,9 +24,13 @@ public:
     ServerPort(const ServerPort&) = delete;
     ServerPort& operator=(const ServerPort&) = delete;
 
-    /// Waits for a request for at most that time and hands it over. Returns false if none came.
-    /// Every request that asks for a reply gets an empty one.
-    bool RunOnce(double timeoutSeconds);
+    /// Hands over the requests that come, until the time is over or the thread's run loop is
+    /// stopped. Every request that asks for a reply gets an empty one.
+    void Run(double seconds);
+
+    /// Refuses what is sent from now on, and hands over what was sent before and `wantsMore` still
+    /// wants.
+    void Finish(const std::function<bool()>& wantsMore);
 
 private:
     explicit ServerPort(Handler handler);

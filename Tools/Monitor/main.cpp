@@ -2,17 +2,16 @@
 
 #include "Protocol/ServerProtocol.h"
 #include "Tools/Common/File.h"
+#include "Tools/Common/PortExtras.h"
 #include "Tools/Common/Terminal.h"
 #include "Tools/Monitor/Arguments.h"
 #include "Tools/Monitor/Clock.h"
 #include "Tools/Monitor/MessageDecoder.h"
-#include "Tools/Monitor/PortHolder.h"
 #include "Tools/Monitor/Report.h"
 #include "Tools/Monitor/ServerPort.h"
+#include "Tools/Monitor/Signals.h"
 
-#include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <limits>
 #include <string>
@@ -20,24 +19,6 @@
 namespace {
 
 using namespace Monitor;
-
-volatile std::sig_atomic_t gIsInterrupted = 0;
-
-void Interrupt(int)
-{
-    gIsInterrupted = 1;
-}
-
-void EndOnSignals()
-{
-    struct sigaction action = {};
-    action.sa_handler = Interrupt;
-    sigemptyset(&action.sa_mask);
-    // A second signal ends a monitor that does not get to its end.
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
-}
 
 std::unique_ptr<IReport> MakeReport(const Arguments& arguments)
 {
@@ -55,31 +36,21 @@ int Finish(IReport& report, const StateTable& table)
     return table.GetMalformed() > 0 ? kExitMalformed : kExitDone;
 }
 
-/// Runs the port until the table has `limit` messages, the time is over or a signal says so.
-void RunPort(ServerPort& port, const StateTable& table, std::size_t limit,
+/// Runs the port until a signal or the handler stops the loop, or the time is over.
+void RunPort(ServerPort& port, const std::function<bool()>& wantsMore,
              const std::optional<double>& seconds)
 {
     using Clock = std::chrono::steady_clock;
-    // A signal is noticed when a slice ends, whatever the platform's run loop does with it.
-    constexpr double kSliceSeconds = 0.05;
-    // Messages that were sent before the end are shown too; a sender that never stops is not
-    // waited for.
-    constexpr int kMostLateMessages = 100;
-
     const Clock::time_point start = Clock::now();
-    while (gIsInterrupted == 0 && table.GetReceived() < limit) {
+    // A loop may end early; one without an end of its own is asked for years.
+    constexpr double kForever = 1.0e9;
+    double left = seconds.value_or(kForever);
+    while (!WasInterrupted() && wantsMore() && left > 0) {
+        port.Run(left);
         const std::chrono::duration<double> elapsed = Clock::now() - start;
-        const double left = seconds ? *seconds - elapsed.count() : kSliceSeconds;
-        if (left <= 0) {
-            break;
-        }
-        port.RunOnce(std::min(kSliceSeconds, left));
+        left = seconds.value_or(kForever) - elapsed.count();
     }
-    for (int late = 0; late < kMostLateMessages && table.GetReceived() < limit; ++late) {
-        if (!port.RunOnce(0)) {
-            break;
-        }
-    }
+    port.Finish(wantsMore);
 }
 
 int Listen(const Arguments& arguments)
@@ -87,22 +58,30 @@ int Listen(const Arguments& arguments)
     const std::unique_ptr<IReport> report = MakeReport(arguments);
     const std::size_t limit = arguments.count.value_or(std::numeric_limits<std::size_t>::max());
     StateTable table;
+    const auto wantsMore = [&] { return table.GetReceived() < limit; };
     const auto port = ServerPort::Create([&](SInt32 id, const UInt8* data, std::size_t size) {
-        if (table.GetReceived() < limit) {
-            const Arrival arrival{table.GetReceived() + 1, FormatLocalTime(),
-                                  DecodeRequest(id, data, size)};
-            table.Take(arrival.message);
-            report->ShowMessage(arrival);
+        if (!wantsMore()) {
+            return;
+        }
+        const Arrival arrival{table.GetReceived() + 1, FormatLocalTime(),
+                              DecodeRequest(id, data, size)};
+        table.Take(arrival.message);
+        report->ShowMessage(arrival);
+        if (!wantsMore()) {
+            CFRunLoopStop(CFRunLoopGetCurrent());
         }
     });
     if (port == nullptr) {
-        std::fprintf(stderr, "qxmon: cannot hold the port %s: %s holds it\n", kServerPortName,
-                     DescribePortHolder().c_str());
+        const std::string fault = Tools::DescribePortFault();
+        const std::string reason =
+            fault.empty() ? Tools::DescribePortHolder(CFSTR(kServerPortName)) + " holds it" : fault;
+        std::fprintf(stderr, "qxmon: cannot hold the port %s: %s\n", kServerPortName,
+                     reason.c_str());
         return kExitPortTaken;
     }
-    EndOnSignals();
+    StopRunLoopOnSignals();
     report->ShowReady(kServerPortName);
-    RunPort(*port, table, limit, arguments.seconds);
+    RunPort(*port, wantsMore, arguments.seconds);
     return Finish(*report, table);
 }
 

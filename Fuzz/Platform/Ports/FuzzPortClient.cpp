@@ -1,14 +1,14 @@
 // FuzzPortClient.cpp - packets of a hostile server for a remote port.
 //
 // A reply is the first packet with the conversation's number, also if the server guessed it; an
-// acknowledgement of anything moves the window; a packet that is no frame ends the connection.
+// acknowledgement moves the window, unless it takes back what was acknowledged by no packet at all;
+// a packet that is no frame ends the connection. The server has never looked at the tally.
 // Every send has the status that a model of these rules has, and none leaves an object behind.
 
 #include "FuzzCheck.h"
 #include "HostilePeer.h"
 
 #include "Ports/PortName.h"
-#include "Ports/PortSocket.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <Standin/Standin.h>
@@ -30,14 +30,13 @@ constexpr SInt32 kBecameInvalid = -5;
 struct Listener
 {
     Listener()
-        : socket(Standin::ListenAt(Standin::WellKnownAddress(name)))
     {
-        FUZZ_CHECK(static_cast<bool>(socket));
+        FUZZ_CHECK(held.Take(name));
         text = CFStringCreateWithFormat(nullptr, nullptr, CFSTR("%s"), name.c_str());
     }
 
     std::string name = HostilePeer::MakeName("client");
-    FileDescriptor socket;
+    Standin::HeldName held;
     CFStringRef text;
 };
 
@@ -52,7 +51,7 @@ class Session
 public:
     explicit Session(const Listener& listener)
         : mPort(CFMessagePortCreateRemote(nullptr, listener.text))
-        , mServer(accept4(listener.socket.Get(), nullptr, nullptr, SOCK_CLOEXEC))
+        , mServer(accept4(listener.held.GetSocket(), nullptr, nullptr, SOCK_CLOEXEC))
     {
         FUZZ_CHECK(mPort != nullptr && mServer);
     }
@@ -79,7 +78,12 @@ public:
     void SendOneWay(uint8_t id);
 
 private:
-    bool HasRoom() const { return mSent - mTaken < Standin::kQueueLimit; }
+    bool HasRoom() const
+    {
+        // What lies before the tally's 0 is older.
+        const UInt32 taken = static_cast<SInt32>(mTaken) > 0 ? mTaken : 0;
+        return mSent - taken < Standin::kQueueLimit;
+    }
     bool IsOver() const { return mIsClosed || mIsBroken; }
 
     /// Takes the next packet as the connection does. Returns true for the reply that is waited for.

@@ -2,13 +2,12 @@
 //
 // Every packet that is a message reaches the port once, with its ID and its data, is acknowledged
 // and, if it is a request, answered. The first packet that is none closes its connection, and what
-// lies behind it is never seen. An honest client is served before and after.
+// comes after it is never seen. An honest client is served before and after.
 
 #include "FuzzCheck.h"
 #include "HostilePeer.h"
 
 #include "Ports/PortName.h"
-#include "Ports/PortSocket.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 #include <Standin/Standin.h>
@@ -103,7 +102,7 @@ class Client
 public:
     explicit Client(Server& server)
         : mServer(server)
-        , mSocket(Standin::ConnectTo(Standin::WellKnownAddress(server.name)))
+        , mSocket(Standin::ConnectToHolder(server.name))
     {
         FUZZ_CHECK(static_cast<bool>(mSocket));
     }

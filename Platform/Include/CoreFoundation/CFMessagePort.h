@@ -4,8 +4,8 @@
 //     SInt32 status = CFMessagePortSendRequest(port, 'OpLM', nullptr, 1.0, 0.001,
 //                                              kCFRunLoopDefaultMode, nullptr);
 //
-// A port's queue takes five messages that the server has not yet read. A sixth waits for its send
-// timeout; messages arrive in the order of sending.
+// A port's queue takes five messages of a process that the server has not yet read. A sixth waits
+// for its send timeout; messages arrive in the order of sending.
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
@@ -46,8 +46,8 @@ CF_EXTERN_C_BEGIN
 /// nobody reaches. If this process holds the name already, returns the existing port, retained,
 /// and stores true in `*shouldFreeInfo`: `callout` and `context` are then not used.
 ///
-/// Fails: null when another process holds the name, it is longer than 127 bytes, or there are no
-/// more file descriptors or memory.
+/// Fails: null when another process holds the name, it is longer than 127 bytes, the folder of the
+/// user's ports is refused, or there are no more file descriptors or memory.
 CFMessagePortRef CFMessagePortCreateLocal(CFAllocatorRef allocator, CFStringRef name,
                                           CFMessagePortCallBack callout,
                                           CFMessagePortContext* context, Boolean* shouldFreeInfo);
@@ -62,7 +62,8 @@ CFMessagePortRef CFMessagePortCreateRemote(CFAllocatorRef allocator, CFStringRef
 ///   -1  the queue stayed full for `sendTimeout` seconds; nothing was sent
 ///   -2  no reply within `rcvTimeout` seconds; a later one is dropped
 ///   -3  the port is invalid: invalidated, or the server's end was noticed by a run loop
-///   -4  the message cannot be handed over: the server has ended
+///   -4  the message cannot be handed over: the server has ended, or the data is longer than
+///       128 KiB
 ///   -5  the port became invalid while the reply was awaited
 /// Null `data` arrives as empty data. `*returnData`, unless the pointer is null, is the reply, to
 /// be released by the caller. Without a `replyMode`, `rcvTimeout` and `returnData` are not used.

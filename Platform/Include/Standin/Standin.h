@@ -4,7 +4,7 @@
 // A tool that does asks `__has_include(<Standin/Standin.h>)` first.
 #pragma once
 
-#include <CoreFoundation/CFBase.h>
+#include <CoreFoundation/CFMessagePort.h>
 
 CF_EXTERN_C_BEGIN
 
@@ -16,5 +16,14 @@ SInt32 StandinGetTotalLiveObjectCount(void);
 
 /// The process that holds a message port's name for the calling user, or 0 if nobody does.
 SInt32 StandinGetPortHolder(CFStringRef name);
+
+/// Why this user can have no ports at all, to be released by the caller: the folder of all ports
+/// cannot be made, or is one that others could enter. Null if nothing is wrong with it.
+CFStringRef StandinCopyPortFault(void);
+
+/// Lets nobody send to a local port any more: a send answers -4. What was sent before can still be
+/// received; once a poll of the run loop handles nothing, all of it has been. The port keeps its
+/// name.
+void StandinRefuseSenders(CFMessagePortRef local);
 
 CF_EXTERN_C_END

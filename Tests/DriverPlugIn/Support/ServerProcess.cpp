@@ -1,4 +1,4 @@
-// ServerProcess.cpp - the forked server, and the two calls that lead the plug-in to it.
+// ServerProcess.cpp - the forked server, and the two calls of the plug-in's that reach it.
 
 #include "DriverPlugIn/Support/ServerProcess.h"
 
@@ -20,16 +20,6 @@ namespace {
 constexpr int kPatienceMilliseconds = 30000;
 /// What the server tells when it has begun, and when it has replied.
 constexpr SInt32 kHandled = -1000;
-
-const pid_t gTestProcess = getpid();
-
-// Made once: a test may leave no memory when the name is asked for.
-const std::string gPortName = kServerPortName "." + std::to_string(gTestProcess);
-
-CFStringRef CreatePortName()
-{
-    return CFStringCreateWithFormat(nullptr, nullptr, CFSTR("%s"), gPortName.c_str());
-}
 
 void Write(int file, const void* bytes, std::size_t size)
 {
@@ -129,7 +119,7 @@ void ServerProcess::Serve(Behaviour behaviour, int output, int control)
     CFMessagePortContext context = {0, &pipes, nullptr, nullptr, nullptr};
     Boolean isExisting = 0;
     const CFMessagePortRef port =
-        CFMessagePortCreateLocal(nullptr, CreatePortName(), Handle, &context, &isExisting);
+        CFMessagePortCreateLocal(nullptr, CFSTR(kServerPortName), Handle, &context, &isExisting);
     if (port == nullptr || isExisting != 0) {
         _exit(2);
     }
@@ -214,14 +204,9 @@ bool gSendsAreSwallowed = false;
 
 } // namespace
 
-CFMessagePortRef __wrap_CFMessagePortCreateRemote(CFAllocatorRef allocator, CFStringRef /*name*/)
+CFMessagePortRef __wrap_CFMessagePortCreateRemote(CFAllocatorRef allocator, CFStringRef name)
 {
-    const CFStringRef name = CreatePortName();
-    if (name == nullptr) {
-        return nullptr;
-    }
     const CFMessagePortRef port = __real_CFMessagePortCreateRemote(allocator, name);
-    CFRelease(name);
     if (port != nullptr) {
         const std::lock_guard lock(gMutex);
         gOpenedPorts.push_back(port);

@@ -4,8 +4,8 @@
 //     ...                                       // the plug-in sends something
 //     EXPECT_EQ(server.Receive().id, 0x4F704C4D);
 //
-// Its port has the plug-in's name with the test's process ID behind it, and the plug-in is linked
-// so that it looks for that name: tests meet neither each other nor a server that somebody runs.
+// Tests/Support/PrivatePorts.cpp keeps it apart from other tests and from a server that anyone
+// runs.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>

@@ -1,17 +1,16 @@
-// MessagePortFaultsTest.cpp - message ports in processes that lack descriptors, get signals or
-// belong to another user.
+// MessagePortFaultsTest.cpp - message ports in processes that lack descriptors or get signals.
 
 #include "Platform/Ports/OtherUser.h"
 #include "Platform/Ports/PortServer.h"
-#include "Ports/PortSocket.h"
+#include "Ports/Frame.h"
+#include "Ports/PortName.h"
 
 #include <chrono>
-#include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/time.h>
-#include <sys/un.h>
 
 namespace {
 
@@ -19,14 +18,23 @@ using namespace Platform;
 using MessagePortFaults = LedgerTest;
 using Clock = std::chrono::steady_clock;
 
-/// The abstract address of a port's name for a user, as documented.
-socklen_t AddressOf(const std::string& name, uid_t user, sockaddr_un& address)
+/// The number of the next descriptor that a process gets.
+rlim_t FindNextDescriptor(pid_t process)
 {
-    const std::string path = "qx-port:" + std::to_string(user) + ":" + name;
-    address = sockaddr_un();
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path + 1, path.data(), path.size());
-    return static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + path.size());
+    rlim_t next = 0;
+    while (std::filesystem::is_symlink("/proc/" + std::to_string(process) + "/fd/" +
+                                       std::to_string(next))) {
+        ++next;
+    }
+    return next;
+}
+
+void SetDescriptorLimit(pid_t process, rlim_t descriptors)
+{
+    rlimit limit = {};
+    EXPECT_EQ(prlimit(process, RLIMIT_NOFILE, nullptr, &limit), 0);
+    limit.rlim_cur = descriptors;
+    EXPECT_EQ(prlimit(process, RLIMIT_NOFILE, &limit, nullptr), 0);
 }
 
 TEST_F(MessagePortFaults, CreationFailsCleanlyWithoutDescriptors)
@@ -130,70 +138,55 @@ TEST_F(MessagePortFaults, SignalsDoNotCutAWaitShort)
     CFRelease(port);
 }
 
-TEST_F(MessagePortFaults, OnlyTheOwnUserIsAPeer)
+/// Sends one message from each of many processes and returns when all have been answered 0 and
+/// have ended.
+void SendFromProcesses(const std::string& name, int processes)
 {
-    EXPECT_TRUE(Standin::IsOwnUser(geteuid()));
-    EXPECT_FALSE(Standin::IsOwnUser(geteuid() + 1));
-    EXPECT_FALSE(Standin::IsOwnUser(geteuid() == 0 ? 65534 : 0));
-}
-
-TEST_F(MessagePortFaults, AnotherUserReachesNoPort)
-{
-    const std::string name = UniqueName("foreign");
-    ThreadServer server(name);
-    const uid_t owner = geteuid();
-
-    EXPECT_TRUE(HoldsInChild([&] {
-        if (!BecomeNobody()) {
-            // Without the right to change, this process is the port's own user.
-            return owner != 0 && Connect(name) != nullptr;
-        }
-        sockaddr_un address;
-        const socklen_t size = AddressOf(name, owner, address);
-        const int socket = ::socket(AF_UNIX, SOCK_SEQPACKET, 0);
-        if (connect(socket, reinterpret_cast<const sockaddr*>(&address), size) != 0) {
-            return false;
-        }
-        Standin::SendFrame(socket, {Standin::FrameKind::kOneWay, 0, 666, 0}, nullptr);
-        char byte = 0;
-        // The server ends the connection without a word, with or without the message unread.
-        return recv(socket, &byte, 1, 0) <= 0 && Connect(name) == nullptr;
-    }));
-
-    CFMessagePortRef port = Connect(name);
-    EXPECT_EQ(SendRequest(port, 1), 0);
-    EXPECT_EQ(server.WaitFor(1)[0].mID, 1);
-    CFRelease(port);
-}
-
-TEST_F(MessagePortFaults, AnotherUserCannotListenInOurPlace)
-{
-    const std::string name = UniqueName("squat");
-    const uid_t owner = geteuid();
-    int readiness[2];
-    ASSERT_EQ(pipe(readiness), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        const bool isForeign = BecomeNobody();
-        sockaddr_un address;
-        const socklen_t size = AddressOf(isForeign ? name : name + ".other", owner, address);
-        const int socket = ::socket(AF_UNIX, SOCK_SEQPACKET, 0);
-        const bool isBound = bind(socket, reinterpret_cast<const sockaddr*>(&address), size) == 0 &&
-                             listen(socket, 8) == 0;
-        const char mark = isBound ? '+' : '-';
-        [[maybe_unused]] const ssize_t written = write(readiness[1], &mark, 1);
-        pause();
+    for (int process = 0; process < processes; ++process) {
+        ASSERT_TRUE(HoldsInChild([&] {
+            CFMessagePortRef port = Connect(name);
+            return port != nullptr && SendOneWay(port, process, {}, 0.0) == 0;
+        }));
     }
-    char mark = 0;
-    EXPECT_EQ(read(readiness[0], &mark, 1), 1);
-    EXPECT_EQ(mark, '+');
+}
 
-    EXPECT_EQ(Connect(name), nullptr);
+TEST_F(MessagePortFaults, AnyNumberOfClientsIsServed)
+{
+    const std::string name = UniqueName("clients");
+    ThreadServer server(name);
+    std::vector<Standin::FileDescriptor> clients;
 
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
-    close(readiness[0]);
-    close(readiness[1]);
+    for (int client = 0; client < 300; ++client) {
+        clients.push_back(Standin::ConnectToHolder(name));
+        ASSERT_EQ(Standin::SendFrame(clients.back().Get(),
+                                     {Standin::FrameKind::kOneWay, 0, client, 0}, nullptr),
+                  Standin::SendResult::kSent);
+    }
+
+    EXPECT_EQ(server.WaitFor(300).size(), 300u);
+}
+
+TEST_F(MessagePortFaults, ClientsThatAServerHasNoDescriptorForWaitAndLoseNothing)
+{
+    const std::string name = UniqueName("exhausted");
+    ProcessServer server(name);
+    CFMessagePortRef first = Connect(name);
+    EXPECT_EQ(SendRequest(first, 1000), 0);
+    EXPECT_EQ(server.NextID(), 1000);
+    const rlim_t next = FindNextDescriptor(server.GetProcess());
+    SetDescriptorLimit(server.GetProcess(), next);
+
+    SendFromProcesses(name, 20);
+    EXPECT_EQ(SendRequest(first, 1001), 0);
+    EXPECT_EQ(server.NextID(), 1001);
+    SetDescriptorLimit(server.GetProcess(), next + 1);
+
+    std::vector<bool> hasArrived(20);
+    for (int message = 0; message < 20; ++message) {
+        hasArrived.at(static_cast<std::size_t>(server.NextID())) = true;
+    }
+    EXPECT_EQ(hasArrived, std::vector<bool>(20, true));
+    CFRelease(first);
 }
 
 } // namespace

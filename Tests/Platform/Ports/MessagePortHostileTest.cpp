@@ -1,12 +1,12 @@
 // MessagePortHostileTest.cpp - clients that do not keep to the frames, the window or the limits.
 
 #include "Platform/Ports/PortServer.h"
-#include "Ports/LocalPort.h"
+#include "Ports/Frame.h"
+#include "Ports/PortName.h"
 
 #include <atomic>
-#include <cstring>
+#include <sys/mman.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 
 namespace {
 
@@ -18,42 +18,28 @@ class RawClient
 {
 public:
     explicit RawClient(const std::string& name)
+        : mSocket(Standin::ConnectToHolder(name))
     {
-        const std::string path = "qx-port:" + std::to_string(geteuid()) + ":" + name;
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        std::memcpy(address.sun_path + 1, path.data(), path.size());
-        mSocket = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-        EXPECT_EQ(
-            connect(mSocket, reinterpret_cast<const sockaddr*>(&address),
-                    static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + path.size())),
-            0);
-    }
-    RawClient(RawClient&& other) noexcept
-        : mSocket(std::exchange(other.mSocket, -1))
-    {}
-    ~RawClient()
-    {
-        if (mSocket >= 0) {
-            close(mSocket);
-        }
+        EXPECT_TRUE(static_cast<bool>(mSocket));
+        fcntl(mSocket.Get(), F_SETFL, 0);
     }
 
     bool Send(std::string_view packet, int flags = 0) const
     {
-        return send(mSocket, packet.data(), packet.size(), MSG_NOSIGNAL | flags) ==
+        return send(mSocket.Get(), packet.data(), packet.size(), MSG_NOSIGNAL | flags) ==
                static_cast<ssize_t>(packet.size());
     }
     /// The next packet; empty at the end of the connection.
     std::string Receive() const
     {
         char packet[256];
-        const ssize_t size = recv(mSocket, packet, sizeof packet, 0);
+        const ssize_t size = recv(mSocket.Get(), packet, sizeof packet, 0);
         return size > 0 ? std::string(packet, static_cast<std::size_t>(size)) : std::string();
     }
+    int GetSocket() const { return mSocket.Get(); }
 
 private:
-    int mSocket = -1;
+    Standin::FileDescriptor mSocket;
 };
 
 /// A server that still serves an honest client.
@@ -174,25 +160,27 @@ TEST_F(MessagePortHostile, AClientThatNeverReadsItsRepliesBlocksNobody)
     server.ExpectService();
 }
 
-TEST_F(MessagePortHostile, OneProcessHasABoundedNumberOfConnections)
+// A tally that the client could make shorter would end the server with a signal.
+TEST_F(MessagePortHostile, AFileThatIsNoTallyIsNotLookedAt)
 {
-    HostileServer server("crowd");
-    server.ExpectService();
-    std::vector<RawClient> clients;
+    HostileServer server("file");
+    Standin::FileDescriptor files[3];
+    files[0] = Standin::FileDescriptor(memfd_create("short", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    files[1] = Standin::FileDescriptor(memfd_create("unsealed", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    files[2] = Standin::FileDescriptor(open("/dev/null", O_RDWR | O_CLOEXEC));
+    EXPECT_EQ(fcntl(files[0].Get(), F_ADD_SEALS, F_SEAL_SHRINK), 0);
+    EXPECT_EQ(ftruncate(files[1].Get(), 4096), 0);
 
-    for (std::size_t index = 1; index < Standin::kMostClientsOfProcess; ++index) {
-        clients.emplace_back(server.mName);
-    }
-    const RawClient tooMany(server.mName);
+    for (const Standin::FileDescriptor& file : files) {
+        const RawClient client(server.mName);
+        EXPECT_EQ(Standin::SendFrame(client.GetSocket(), {Standin::FrameKind::kOneWay, 0, 3, 0},
+                                     nullptr, file.Get()),
+                  Standin::SendResult::kSent);
+        EXPECT_EQ(ftruncate(file.Get(), 0), file.Get() == files[2].Get() ? -1 : 0);
 
-    EXPECT_EQ(tooMany.Receive(), "");
-    for (const RawClient& client : clients) {
-        EXPECT_TRUE(client.Send(Bytes("QXP1\0\0\0\2\0\0\0\1\0\0\0\1\0\0\0\0", 20)));
-        EXPECT_EQ(client.Receive().size(), 20u);
-        EXPECT_EQ(client.Receive().size(), 22u);
+        EXPECT_EQ(client.Receive(), Bytes("QXP1\0\0\0\3\0\0\0\1\0\0\0\0\0\0\0\0", 20));
     }
     server.ExpectService();
-    clients.clear();
 }
 
 TEST_F(MessagePortHostile, ASilentClientCostsNothing)

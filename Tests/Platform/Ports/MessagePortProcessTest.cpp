@@ -1,9 +1,16 @@
 // MessagePortProcessTest.cpp - message ports between two processes, and what the end, a stop or a
 // restart of the server looks like.
 
+#include "Platform/Ports/OtherUser.h"
 #include "Platform/Ports/PortServer.h"
 
+#include <algorithm>
+#include <atomic>
+#include <barrier>
 #include <chrono>
+#include <ctime>
+#include <fcntl.h>
+#include <filesystem>
 
 namespace {
 
@@ -273,6 +280,162 @@ TEST_F(MessagePortProcess, AForkedChildDoesNotHoldItsParentsName)
     close(hold[1]);
     waitpid(child, nullptr, 0);
     CFRelease(string);
+}
+
+int CountSockets()
+{
+    int sockets = 0;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code ignored;
+        const std::string target = std::filesystem::read_symlink(entry.path(), ignored).string();
+        sockets += target.starts_with("socket:") ? 1 : 0;
+    }
+    return sockets;
+}
+
+TEST_F(MessagePortProcess, ThreadsThatAskAtOnceShareOneConnection)
+{
+    const std::string name = UniqueName("at-once");
+    ProcessServer server(name);
+    const int before = CountSockets();
+
+    for (int round = 0; round < 200; ++round) {
+        std::barrier together(3);
+        CFMessagePortRef ports[3] = {};
+        std::thread threads[3];
+        for (int index = 0; index < 3; ++index) {
+            threads[index] = std::thread([&, index] {
+                together.arrive_and_wait();
+                ports[index] = Connect(name);
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        EXPECT_EQ(CountSockets() - before, 1) << round;
+        for (CFMessagePortRef port : ports) {
+            CFRelease(port);
+        }
+    }
+}
+
+// Whatever another thread is in the middle of, a child has none of it locked.
+TEST_F(MessagePortProcess, ForksWhileThreadsConnectAndSendHaveNothingLocked)
+{
+    const std::string name = UniqueName("forks");
+    CFStringRef own = MakeString(UniqueName("forks-own").c_str());
+    {
+        ThreadServer server(name);
+        CFMessagePortRef port = Connect(name);
+        std::atomic<bool> isOver{false};
+        std::vector<std::thread> threads;
+        for (int index = 0; index < 3; ++index) {
+            threads.emplace_back([&, index] {
+                while (!isOver) {
+                    CFMessagePortRef mine = Connect(name);
+                    if (index == 0) {
+                        SendRequest(mine, 1);
+                    } else {
+                        SendOneWay(port, 2);
+                    }
+                    CFRelease(mine);
+                }
+            });
+        }
+        for (int round = 0; round < 40; ++round) {
+            const pid_t child = fork();
+            if (child == 0) {
+                alarm(60);
+                const bool isCutOff = SendOneWay(port, 3) == kCFMessagePortIsInvalid;
+                CFMessagePortRef fresh = Connect(name);
+                CFMessagePortRef local =
+                    CFMessagePortCreateLocal(nullptr, own, nullptr, nullptr, nullptr);
+                const bool isServed = fresh != nullptr && SendRequest(fresh, 4, 50.0) == 0;
+                CFRelease(port);
+                _exit(isCutOff && isServed && local != nullptr ? 0 : 1);
+            }
+            int status = -1;
+            waitpid(child, &status, 0);
+            EXPECT_EQ(status, 0);
+        }
+        isOver = true;
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        CFRelease(port);
+    }
+    CFRelease(own);
+}
+
+TEST_F(MessagePortProcess, ALocalPortIsInvalidInAForkedChildAndNeverReady)
+{
+    const std::string name = UniqueName("child-local");
+    CFStringRef string = MakeString(name.c_str());
+    CFMessagePortRef local = CFMessagePortCreateLocal(nullptr, string, nullptr, nullptr, nullptr);
+    CFRunLoopSourceRef source = CFMessagePortCreateRunLoopSource(nullptr, local, 0);
+    CFRunLoopAddSource(CFRunLoopGetCurrent(), source, kCFRunLoopDefaultMode);
+
+    const pid_t child = fork();
+    if (child == 0) {
+        // These take the numbers of what was closed.
+        for (int file = 0; file < 20; ++file) {
+            open("/dev/null", O_RDONLY);
+        }
+        const bool isInvalid = !CFMessagePortIsValid(local);
+        const auto start = std::clock();
+        const SInt32 result = CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0.2, true);
+        const bool isIdle = std::clock() - start < CLOCKS_PER_SEC / 10;
+        _exit(isInvalid && isIdle && result == kCFRunLoopRunTimedOut ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(CFMessagePortIsValid(local));
+    CFMessagePortInvalidate(local);
+    for (CFTypeRef object : {CFTypeRef(source), CFTypeRef(local), CFTypeRef(string)}) {
+        CFRelease(object);
+    }
+}
+
+TEST_F(MessagePortProcess, APortThatRefusesSendersDeliversWhatWasSentBefore)
+{
+    CFStringRef name = MakeString(UniqueName("refuses").c_str());
+    std::vector<SInt32> received;
+    CFMessagePortContext context = {0, &received, nullptr, nullptr, nullptr};
+    CFMessagePortRef local = CFMessagePortCreateLocal(
+        nullptr, name,
+        [](CFMessagePortRef, SInt32 id, CFDataRef, void* info) -> CFDataRef {
+            static_cast<std::vector<SInt32>*>(info)->push_back(id);
+            return nullptr;
+        },
+        &context, nullptr);
+    CFRunLoopSourceRef source = CFMessagePortCreateRunLoopSource(nullptr, local, 0);
+    CFRunLoopAddSource(CFRunLoopGetCurrent(), source, kCFRunLoopDefaultMode);
+    CFMessagePortRef port = CFMessagePortCreateRemote(nullptr, name);
+    EXPECT_EQ(SendOneWay(port, 1), 0);
+    CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0, true);
+    EXPECT_EQ(SendOneWay(port, 2), 0);
+    EXPECT_TRUE(HoldsInChild([&] {
+        CFMessagePortRef other = CFMessagePortCreateRemote(nullptr, name);
+        return SendOneWay(other, 3) == 0 && SendOneWay(other, 4) == 0;
+    }));
+
+    StandinRefuseSenders(local);
+
+    EXPECT_EQ(SendOneWay(port, 5), kCFMessagePortTransportError);
+    EXPECT_EQ(CFMessagePortCreateRemote(nullptr, name), nullptr);
+    while (CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0, true) == kCFRunLoopRunHandledSource) {
+    }
+    std::sort(received.begin() + 1, received.end());
+    EXPECT_EQ(received, (std::vector<SInt32>{1, 2, 3, 4}));
+    EXPECT_TRUE(HoldsInChild([&] {
+        return CFMessagePortCreateLocal(nullptr, name, nullptr, nullptr, nullptr) == nullptr;
+    }));
+    CFMessagePortInvalidate(local);
+    for (CFTypeRef object :
+         {CFTypeRef(port), CFTypeRef(source), CFTypeRef(local), CFTypeRef(name)}) {
+        CFRelease(object);
+    }
 }
 
 } // namespace

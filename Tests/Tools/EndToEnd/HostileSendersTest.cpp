@@ -1,6 +1,7 @@
-// HostileSendersTest.cpp - the real qxmon among senders that flood it, send garbage, come and go,
-// or belong to another user.
+// HostileSendersTest.cpp - the real qxmon among senders that flood it, send garbage, or come and
+// go.
 
+#include "Ports/PortName.h"
 #include "Protocol/ServerProtocol.h"
 #include "Tests/Tools/EndToEnd/ChildProcess.h"
 #include "Tests/Tools/Monitor/Messages.h"
@@ -8,7 +9,6 @@
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <csignal>
-#include <cstring>
 #include <deque>
 #include <fstream>
 #include <future>
@@ -17,7 +17,6 @@
 #include <stdexcept>
 #include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -94,27 +93,18 @@ void SendDocument(const std::string& document)
     CFRelease(data);
 }
 
-/// Connects to the monitor's address by hand and sends bytes that are no frame, in one packet or
+/// Connects to the monitor's socket by hand and sends bytes that are no frame, in one packet or
 /// two.
-void SendGarbage(uid_t user, unsigned long round)
+void SendGarbage(unsigned long round)
 {
-    const std::string path = "qx-port:" + std::to_string(user) + ":" + kServerPortName;
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    // The name of the port is short enough to stand in the address as it is.
-    std::memcpy(address.sun_path + 1, path.data(), path.size());
-    const int socket = ::socket(AF_UNIX, SOCK_SEQPACKET, 0);
-    if (connect(socket, reinterpret_cast<const sockaddr*>(&address),
-                static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + path.size())) == 0) {
-        // Nothing at all, half a header, a header that announces more, and far too much.
-        const std::size_t sizes[] = {0, 7, 20, 100000};
-        std::string packet(sizes[round % 4], '\xFF');
-        packet.replace(0, std::min<std::size_t>(packet.size(), 8), "QXP1\0\0\0\1",
-                       std::min<std::size_t>(packet.size(), 8));
-        send(socket, packet.data(), packet.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-        send(socket, packet.data(), packet.size() / 2, MSG_NOSIGNAL | MSG_DONTWAIT);
-    }
-    close(socket);
+    const Standin::FileDescriptor socket = Standin::ConnectToHolder(kServerPortName);
+    // Nothing at all, half a header, a header that announces more, and far too much.
+    const std::size_t sizes[] = {0, 7, 20, 100000};
+    std::string packet(sizes[round % 4], '\xFF');
+    packet.replace(0, std::min<std::size_t>(packet.size(), 8), "QXP1\0\0\0\1",
+                   std::min<std::size_t>(packet.size(), 8));
+    send(socket.Get(), packet.data(), packet.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    send(socket.Get(), packet.data(), packet.size() / 2, MSG_NOSIGNAL | MSG_DONTWAIT);
 }
 
 /// The memory that a process has in use, in kilobytes.
@@ -134,10 +124,9 @@ SInt32 AskHonestly(CFMessagePortRef port)
                                     kPatienceSeconds, kCFRunLoopDefaultMode, nullptr);
 }
 
-/// Starts five processes that do what no honest sender does.
+/// Starts four processes that do what no honest sender does.
 std::deque<Flood> StartFloods()
 {
-    const uid_t user = geteuid();
     std::deque<Flood> floods;
     floods.emplace_back([](unsigned long round) {
         SendDocument(MakeDocument(std::to_string(round % 0x7FFFFFFF), kBigEndianStateText));
@@ -148,13 +137,7 @@ std::deque<Flood> StartFloods()
     floods.emplace_back([](unsigned long round) {
         SendDocument(std::string(round * 37 % 5000, static_cast<char>(round)));
     });
-    floods.emplace_back([user](unsigned long round) { SendGarbage(user, round); });
-    floods.emplace_back([user](unsigned long round) {
-        if (round == 0 && user == 0) {
-            [[maybe_unused]] const bool isOther = setgid(65534) == 0 && setuid(65534) == 0;
-        }
-        SendGarbage(user, round);
-    });
+    floods.emplace_back([](unsigned long round) { SendGarbage(round); });
     return floods;
 }
 

@@ -7,16 +7,22 @@
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <csignal>
+#include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
 using ToolsTests::ChildProcess;
 using ToolsTests::kBigEndianLevelText;
 using ToolsTests::kBigEndianStateText;
+using ToolsTests::kHostProgram;
 using ToolsTests::kMonitorProgram;
 using ToolsTests::MakeDocument;
 using JSON = nlohmann::json;
@@ -236,6 +242,165 @@ TEST(Monitor, ShowsMessagesThatWereSentBeforeItsEnd)
 
     EXPECT_EQ(monitor.ReadLines().size(), 4u);
     EXPECT_EQ(monitor.Wait(), 0);
+}
+
+// Each process may have five messages in the queue: this takes many, as none of them is read yet.
+TEST(Monitor, ShowsEveryMessageThatWasAnsweredBeforeASignalHoweverManySendersThereAre)
+{
+    constexpr int kSenders = 60;
+    constexpr int kMessagesOfEach = 5;
+    ChildProcess monitor(kMonitorProgram, {"--json"});
+    ReadObject(monitor);
+    monitor.Signal(SIGSTOP);
+    for (int process = 0; process < kSenders; ++process) {
+        const pid_t child = fork();
+        if (child == 0) {
+            const Sender sender;
+            int answered = 0;
+            while (answered < kMessagesOfEach &&
+                   sender.Send(kSetParameterMessage, MakeDocument("1", kBigEndianStateText)) == 0) {
+                ++answered;
+            }
+            _exit(answered);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        ASSERT_EQ(WEXITSTATUS(status), kMessagesOfEach);
+    }
+
+    monitor.Signal(SIGTERM);
+    monitor.Signal(SIGCONT);
+
+    const std::vector<std::string> lines = monitor.ReadLines();
+    EXPECT_EQ(lines.size(), 301u);
+    EXPECT_EQ(JSON::parse(lines.back())["received"], 300);
+    EXPECT_EQ(monitor.Wait(), 0);
+}
+
+TEST(Monitor, ShowsEverySetOfSeveralHostsInOrder)
+{
+    constexpr int kHosts = 3;
+    constexpr int kSets = 20000;
+    ChildProcess monitor(kMonitorProgram, {"--json", "--count", std::to_string(kHosts * kSets)});
+    ReadObject(monitor);
+    std::vector<std::future<int>> hosts;
+    for (int host = 0; host < kHosts; ++host) {
+        // Two devices each, in turn.
+        std::string script;
+        for (const int device : {2 * host, 2 * host + 1}) {
+            script += "open " + std::to_string(device) + "\n";
+        }
+        for (int set = 0; set < kSets; ++set) {
+            script += "set enable " + std::to_string(set) +
+                      " device=" + std::to_string(2 * host + set % 2) + "\n";
+        }
+        hosts.push_back(std::async(std::launch::async, [script] {
+            return ChildProcess(kHostProgram, {"--quiet", "run", "-"}, script).Wait();
+        }));
+    }
+
+    std::vector<int> next(kHosts, 0);
+    int outOfOrder = 0;
+    for (int message = 0; message < kHosts * kSets; ++message) {
+        const JSON object = ReadObject(monitor);
+        const int device = object["device"];
+        int& expected = next.at(static_cast<std::size_t>(device / 2));
+        outOfOrder += object["value"] != expected || device % 2 != expected % 2 ? 1 : 0;
+        ++expected;
+    }
+
+    EXPECT_EQ(outOfOrder, 0);
+    EXPECT_EQ(next, std::vector<int>(kHosts, kSets));
+    for (std::future<int>& host : hosts) {
+        EXPECT_EQ(host.get(), 0);
+    }
+    EXPECT_EQ(monitor.ReadLines().size(), 1u);
+    EXPECT_EQ(monitor.Wait(), 0);
+}
+
+// A sender that never stops does not keep the monitor from its end; it sees a server that is gone.
+TEST(Monitor, EndsOnASignalWhileASenderGoesOn)
+{
+    ChildProcess monitor(kMonitorProgram, {"--json"});
+    ReadObject(monitor);
+    int report[2];
+    ASSERT_EQ(pipe(report), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        const Sender sender;
+        SInt32 status = 0;
+        std::uint32_t answered = 0;
+        while ((status = sender.Send(kOpenDirectMonitorMessage, "")) == 0) {
+            if (++answered == 100) {
+                const char mark = 'b';
+                [[maybe_unused]] const ssize_t size = write(report[1], &mark, 1);
+            }
+        }
+        [[maybe_unused]] const ssize_t size = write(report[1], &answered, sizeof answered);
+        _exit(status == kCFMessagePortTransportError ? 0 : 1);
+    }
+    auto output = std::async(std::launch::async, [&monitor] { return monitor.ReadLines(); });
+    char mark = 0;
+    ASSERT_EQ(read(report[0], &mark, 1), 1);
+
+    monitor.Signal(SIGTERM);
+
+    std::uint32_t answered = 0;
+    ASSERT_EQ(read(report[0], &answered, sizeof answered), static_cast<ssize_t>(sizeof answered));
+    const std::vector<std::string> lines = output.get();
+    EXPECT_EQ(JSON::parse(lines.back())["received"], answered);
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(monitor.Wait(), 0);
+    close(report[0]);
+    close(report[1]);
+}
+
+/// How often the first thread of a process has stopped to wait for something, so far.
+long CountWaits(pid_t process)
+{
+    std::ifstream file("/proc/" + std::to_string(process) + "/status");
+    for (std::string word; file >> word;) {
+        if (word == "voluntary_ctxt_switches:") {
+            long count = 0;
+            file >> count;
+            return count;
+        }
+    }
+    return -1;
+}
+
+TEST(Monitor, IsNotWokenWhileNothingArrives)
+{
+    ChildProcess monitor(kMonitorProgram, {"--json", "--for", "1"});
+    ReadObject(monitor);
+    const long before = CountWaits(monitor.GetID());
+
+    // Its output ends with it; its counts are there until someone waits for it.
+    EXPECT_EQ(monitor.ReadLines().size(), 1u);
+
+    const long after = CountWaits(monitor.GetID());
+    EXPECT_GT(before, 0);
+    EXPECT_LT(after - before, 10);
+}
+
+TEST(Monitor, SaysWhatIsWrongWithAFolderThatItRefuses)
+{
+    const std::string folder = std::string(std::getenv("XDG_RUNTIME_DIR")) + "/qx-ports";
+    std::filesystem::create_directory(folder);
+    std::filesystem::permissions(folder, std::filesystem::perms(0755));
+    ChildProcess monitor(kMonitorProgram, {});
+    ChildProcess host(kHostProgram, {"set", "enable", "on"});
+
+    EXPECT_EQ(monitor.Wait(), 3);
+    EXPECT_EQ(monitor.GetErrors(), "qxmon: cannot hold the port " + std::string(kServerPortName) +
+                                       ": " + folder +
+                                       " is open to other users; its mode must be 700\n");
+    EXPECT_EQ(host.Wait(), 1);
+    EXPECT_EQ(host.GetErrors(), "qxhost: no server can be reached: " + folder +
+                                    " is open to other users; its mode must be 700\n");
+    std::filesystem::permissions(folder, std::filesystem::perms(0700));
 }
 
 TEST(Monitor, EndsAfterTheTimeThatItIsGiven)

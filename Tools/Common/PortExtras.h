@@ -1,0 +1,22 @@
+// PortExtras.h - what the tools ask of message ports beyond the platform's own calls.
+#pragma once
+
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <cstddef>
+#include <string>
+
+namespace Tools {
+
+/// Returns, for example, "process 4711 (qxmon)", or "another process" where the platform does not
+/// tell.
+std::string DescribePortHolder(CFStringRef name);
+
+/// Returns why this user can have no ports at all, or "" if nothing is known to be wrong.
+std::string DescribePortFault();
+
+/// Lets nobody send to a port any more, where the platform can. Returns the number of messages that
+/// may have been sent before and are still to be received.
+std::size_t RefuseSenders(CFMessagePortRef port);
+
+} // namespace Tools
