@@ -1,12 +1,14 @@
-// LevelBenchmark.cpp - what does a level cost before it is sent, and how close is the whole set to
-// a bare send of the same bytes?
+// LevelBenchmark.cpp - what does a level cost before it is sent, and how close is the way to the
+// server to a bare socket with the same bytes?
 //
 // "Build" makes the level record's variant, its set-parameter message and its XML document, each
-// from the step before; libplist writes the same document, and "memcpy" copies it, the limit. "Set"
-// sets a level through the entry point while another process drains the server's port; its limit is
-// sendmsg of one packet of the same bytes (document and frame header) on the same kind of socket,
-// drained by another process. A port takes five messages that are not read yet; "sendmsg, five
-// ahead" waits for the drain in the same way.
+// from the step before; libplist writes the same document, and "memcpy" copies it, the limit.
+//
+// The rest sends to a process that waits for messages, each time with the sender and the server on
+// one core and on two. "Set" is one level at a time, to a server that is idle: until the call
+// returns, and until the server has the message. "Burst" is 64 documents in a row until the server
+// has the last one, for each. "Request" waits for a reply of no bytes. Beside each stands a socket
+// of the same kind with the same bytes and a process that does nothing but receive and answer.
 
 #include "DriverPlugIn/DeviceMessageSerializer.h"
 #include "Protocol/ServerProtocol.h"
@@ -17,6 +19,8 @@
 #include <benchmark/benchmark.h>
 #include <plist/plist.h>
 
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
@@ -24,7 +28,8 @@
 #include <iostream>
 #include <string>
 
-#include <poll.h>
+#include <sched.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -109,23 +114,29 @@ void BuildDocumentOnly(benchmark::State& state)
     }
 }
 
+char* WriteByLibplist(QX::LIBuffer& message, std::uint32_t& size)
+{
+    plist_t dictionary = plist_new_dict();
+    plist_dict_set_item(dictionary, kCoreAudioDeviceIDKey, plist_new_uint(kDevice));
+    plist_dict_set_item(
+        dictionary, kParameterDataKey,
+        plist_new_data(static_cast<const char*>(message.GetRawPtr()), message.GetSizeBytes()));
+    char* document = nullptr;
+    plist_to_xml(dictionary, &document, &size);
+    plist_free(dictionary);
+    return document;
+}
+
 void BuildDocumentByLibplist(benchmark::State& state)
 {
     QX::Variant value;
     FillValue(value);
     const auto message = BuildMessage(value);
     for (auto _ : state) {
-        plist_t dictionary = plist_new_dict();
-        plist_dict_set_item(dictionary, kCoreAudioDeviceIDKey, plist_new_uint(kDevice));
-        plist_dict_set_item(dictionary, kParameterDataKey,
-                            plist_new_data(static_cast<const char*>(message->GetRawPtr()),
-                                           message->GetSizeBytes()));
-        char* document = nullptr;
         std::uint32_t size = 0;
-        plist_to_xml(dictionary, &document, &size);
+        char* const document = WriteByLibplist(*message, size);
         benchmark::DoNotOptimize(document);
         std::free(document);
-        plist_free(dictionary);
     }
 }
 
@@ -166,46 +177,132 @@ private:
     pid_t mProcess;
 };
 
-/// Holds the server's port, tells whether it could, and takes messages for ever.
-void DrainPort(int report)
+/// What the sender and the server share.
+struct Shared
 {
-    const auto ignore = [](CFMessagePortRef, SInt32, CFDataRef, void*) -> CFDataRef {
+    std::atomic<UInt32> mReady;
+    std::atomic<UInt32> mReceived;
+};
+
+Shared& GetShared()
+{
+    static void* const sMemory =
+        mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    Require(sMemory != MAP_FAILED, "no shared memory");
+    return *static_cast<Shared*>(sMemory);
+}
+
+void UseCore(std::size_t core)
+{
+    cpu_set_t cores;
+    CPU_ZERO(&cores);
+    CPU_SET(core, &cores);
+    Require(sched_setaffinity(0, sizeof(cores), &cores) == 0, "this machine has one core only");
+}
+
+void WaitUntil(const std::atomic<UInt32>& count, UInt32 value)
+{
+    while (count.load(std::memory_order_acquire) != value) {
+        sched_yield();
+    }
+}
+
+/// Lets the server get to where it waits.
+void LetServerRest()
+{
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point end = Clock::now() + std::chrono::microseconds(20);
+    while (Clock::now() < end) {
+        sched_yield();
+    }
+}
+
+enum Ending
+{
+    kReturned,
+    kDelivered
+};
+
+/// Sends `messages` at a time to a server at rest, and counts the time of each until the last call
+/// returns or its message is delivered.
+template <class Serve, class Send>
+void Measure(benchmark::State& state, int messages, Ending ending, Serve serve, Send send)
+{
+    using Clock = std::chrono::steady_clock;
+    Shared& shared = GetShared();
+    shared.mReady = 0;
+    shared.mReceived = 0;
+    const auto serverCore = static_cast<std::size_t>(state.range(0)) - 1;
+    const Child server([&] {
+        UseCore(serverCore);
+        serve();
+    });
+    UseCore(0);
+    WaitUntil(shared.mReady, 1);
+    UInt32 sent = 0;
+    for (auto _ : state) {
+        LetServerRest();
+        const Clock::time_point start = Clock::now();
+        for (int message = 0; message < messages; ++message) {
+            send();
+        }
+        sent += static_cast<UInt32>(messages);
+        Clock::time_point end = Clock::now();
+        WaitUntil(shared.mReceived, sent);
+        end = ending == kDelivered ? Clock::now() : end;
+        state.SetIterationTime(std::chrono::duration<double>(end - start).count() / messages);
+    }
+}
+
+/// Holds the server's port and takes messages for ever.
+void ServePort()
+{
+    const auto count = [](CFMessagePortRef, SInt32, CFDataRef, void*) -> CFDataRef {
+        GetShared().mReceived.fetch_add(1, std::memory_order_release);
         return nullptr;
     };
-    CFMessagePortContext context = {0, nullptr, nullptr, nullptr, nullptr};
-    Boolean isExisting = 0;
     const auto port =
-        CFMessagePortCreateLocal(nullptr, CFSTR(kServerPortName), ignore, &context, &isExisting);
-    const char isHeld = port != nullptr ? 1 : 0;
-    if (write(report, &isHeld, 1) != 1 || port == nullptr) {
-        return;
-    }
+        CFMessagePortCreateLocal(nullptr, CFSTR(kServerPortName), count, nullptr, nullptr);
+    Require(port != nullptr, "another process holds the server's port; stop it first");
     CFRunLoopAddSource(CFRunLoopGetCurrent(), CFMessagePortCreateRunLoopSource(nullptr, port, 0),
                        kCFRunLoopDefaultMode);
+    GetShared().mReady = 1;
     for (;;) {
         CFRunLoopRunInMode(kCFRunLoopDefaultMode, 1.0e6, false);
     }
 }
 
-void SetLevel(benchmark::State& state)
+void SetLevel(benchmark::State& state, Ending ending)
 {
-    int report[2];
-    Require(pipe(report) == 0, "no pipe");
-    const Child drain([&] { DrainPort(report[1]); });
-    char isHeld = 0;
-    Require(read(report[0], &isHeld, 1) == 1 && isHeld == 1,
-            "another process holds the server's port; stop it first");
     AudioDriverPlugInHostInfo hostInfo = {kDevice, 0, 0, nullptr, nullptr};
     AudioDriverPlugInOpen(&hostInfo);
     OSStatus failures = 0;
-    for (auto _ : state) {
+    Measure(state, 1, ending, ServePort, [&failures] {
         failures |= AudioDriverPlugInDeviceSetProperty(
             kDevice, nullptr, 1, 1, kDirectMonitorLevelProperty, sizeof(kGains), kGains);
-    }
+    });
     Require(failures == 0, "a set failed");
     AudioDriverPlugInClose(kDevice);
-    close(report[0]);
-    close(report[1]);
+}
+
+/// Sends documents to the port, and asks for replies if there is a mode.
+void SendToPort(benchmark::State& state, int messages, CFStringRef replyMode)
+{
+    const std::string document(kDocumentSize, 'x');
+    const auto data = CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(document.data()),
+                                   static_cast<CFIndex>(document.size()));
+    CFMessagePortRef port = nullptr;
+    SInt32 failures = 0;
+    Measure(state, messages, kDelivered, ServePort, [&] {
+        if (port == nullptr) {
+            port = CFMessagePortCreateRemote(nullptr, CFSTR(kServerPortName));
+        }
+        failures |=
+            CFMessagePortSendRequest(port, kSetParameterMessage, data, 1, 1, replyMode, nullptr);
+    });
+    Require(failures == 0, "a message was not sent");
+    CFRelease(port);
+    CFRelease(data);
 }
 
 /// Two connected sockets of the kind that ports use.
@@ -223,51 +320,59 @@ struct SocketPair
     int mEnds[2];
 };
 
-void SendPacket(int socket, std::string& packet)
+void SendPacket(int socket, char* document, std::size_t size)
 {
-    iovec parts[2] = {{packet.data(), kFrameHeaderSize},
-                      {packet.data() + kFrameHeaderSize, packet.size() - kFrameHeaderSize}};
+    char header[kFrameHeaderSize] = "";
+    iovec parts[2] = {{header, kFrameHeaderSize}, {document, size}};
     msghdr message{};
     message.msg_iov = parts;
     message.msg_iovlen = 2;
-    Require(sendmsg(socket, &message, MSG_NOSIGNAL) == static_cast<ssize_t>(packet.size()),
+    Require(sendmsg(socket, &message, MSG_NOSIGNAL) ==
+                static_cast<ssize_t>(kFrameHeaderSize + size),
             "a packet was not sent");
 }
 
-void SendByMsg(benchmark::State& state)
+void ServeSocket(int socket, bool replies)
 {
-    const SocketPair sockets;
-    const Child drain([&] {
-        char packet[1024];
-        while (recv(sockets.mEnds[1], packet, sizeof(packet), 0) > 0) {
+    char packet[1024];
+    GetShared().mReady = 1;
+    while (recv(socket, packet, sizeof(packet), 0) > 0) {
+        GetShared().mReceived.fetch_add(1, std::memory_order_release);
+        if (replies) {
+            Require(send(socket, packet, kFrameHeaderSize, 0) > 0, "no reply");
         }
-    });
-    std::string packet(kFrameHeaderSize + kDocumentSize, 'x');
-    for (auto _ : state) {
-        SendPacket(sockets.mEnds[0], packet);
     }
 }
 
-void SendByMsgFiveAhead(benchmark::State& state)
+void SendBare(benchmark::State& state, int messages, Ending ending, bool replies)
 {
     const SocketPair sockets;
-    const Child drain([&] {
-        char packet[1024];
-        while (recv(sockets.mEnds[1], packet, sizeof(packet), 0) > 0 &&
-               send(sockets.mEnds[1], packet, kFrameHeaderSize, 0) > 0) {
-        }
-    });
-    std::string packet(kFrameHeaderSize + kDocumentSize, 'x');
-    char acknowledgement[kFrameHeaderSize];
-    int ahead = 0;
-    for (auto _ : state) {
-        while (recv(sockets.mEnds[0], acknowledgement, sizeof(acknowledgement),
-                    ahead < 5 ? MSG_DONTWAIT : 0) > 0) {
-            --ahead;
-        }
-        SendPacket(sockets.mEnds[0], packet);
-        ++ahead;
-    }
+    std::string document(kDocumentSize, 'x');
+    char reply[kFrameHeaderSize];
+    Measure(
+        state, messages, ending, [&] { ServeSocket(sockets.mEnds[1], replies); },
+        [&] {
+            SendPacket(sockets.mEnds[0], document.data(), document.size());
+            if (replies) {
+                Require(recv(sockets.mEnds[0], reply, sizeof(reply), 0) > 0, "no reply");
+            }
+        });
+}
+
+void SendBareByLibplist(benchmark::State& state, Ending ending)
+{
+    const SocketPair sockets;
+    QX::Variant value;
+    FillValue(value);
+    const auto message = BuildMessage(value);
+    Measure(
+        state, 1, ending, [&] { ServeSocket(sockets.mEnds[1], false); },
+        [&] {
+            std::uint32_t size = 0;
+            char* const document = WriteByLibplist(*message, size);
+            SendPacket(sockets.mEnds[0], document, size);
+            std::free(document);
+        });
 }
 
 BENCHMARK(BuildValueOnly)->Name("Build/value");
@@ -275,9 +380,32 @@ BENCHMARK(BuildMessageOnly)->Name("Build/message");
 BENCHMARK(BuildDocumentOnly)->Name("Build/document");
 BENCHMARK(BuildDocumentByLibplist)->Name("Build/document/libplist");
 BENCHMARK(BuildByMemcpy)->Name("Build/document/memcpy");
-BENCHMARK(SetLevel)->Name("Set/level")->UseRealTime();
-BENCHMARK(SendByMsg)->Name("Set/sendmsg")->UseRealTime();
-BENCHMARK(SendByMsgFiveAhead)->Name("Set/sendmsg, five ahead")->UseRealTime();
+/// Once on one core and once on two.
+void Register(const char* name, void (*run)(benchmark::State&))
+{
+    benchmark::RegisterBenchmark(name, run)->ArgName("cores")->Arg(1)->Arg(2)->UseManualTime();
+}
+
+const int gRegistered = [] {
+    Register("Set/returns", [](benchmark::State& state) { SetLevel(state, kReturned); });
+    Register("Set/returns/bare socket",
+             [](benchmark::State& state) { SendBare(state, 1, kReturned, false); });
+    Register("Set/returns/libplist and bare socket",
+             [](benchmark::State& state) { SendBareByLibplist(state, kReturned); });
+    Register("Set/delivered", [](benchmark::State& state) { SetLevel(state, kDelivered); });
+    Register("Set/delivered/bare socket",
+             [](benchmark::State& state) { SendBare(state, 1, kDelivered, false); });
+    Register("Set/delivered/libplist and bare socket",
+             [](benchmark::State& state) { SendBareByLibplist(state, kDelivered); });
+    Register("Burst", [](benchmark::State& state) { SendToPort(state, 64, nullptr); });
+    Register("Burst/bare socket",
+             [](benchmark::State& state) { SendBare(state, 64, kDelivered, false); });
+    Register("Request",
+             [](benchmark::State& state) { SendToPort(state, 1, kCFRunLoopDefaultMode); });
+    Register("Request/bare socket",
+             [](benchmark::State& state) { SendBare(state, 1, kDelivered, true); });
+    return 0;
+}();
 
 } // namespace
 
