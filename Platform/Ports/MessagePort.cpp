@@ -459,9 +459,7 @@ SInt32 StandinGetPortHolder(CFStringRef name)
 CFStringRef StandinCopyPortFault(void)
 {
     std::string fault;
-    return Standin::OpenPortFolder(fault)
-               ? nullptr
-               : CFStringCreateWithCString(nullptr, fault.c_str(), kCFStringEncodingUTF8);
+    return Standin::OpenPortFolder(fault) ? nullptr : Standin::MakeString(fault);
 }
 
 void StandinRefuseSenders(CFMessagePortRef local)

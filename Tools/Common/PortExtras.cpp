@@ -9,7 +9,6 @@
 #include <Standin/Standin.h>
 #include <fstream>
 #include <limits>
-#include <vector>
 
 namespace Tools {
 
@@ -22,7 +21,8 @@ std::string DescribePortHolder(CFStringRef name)
     std::string program;
     std::ifstream file(FormatText("/proc/%d/comm", process));
     std::getline(file, program);
-    return FormatText("process %d", process) + (program.empty() ? "" : " (" + program + ")");
+    return FormatText("process %d", process) +
+           (program.empty() ? "" : " (" + EscapeControls(program) + ")");
 }
 
 std::string DescribePortFault()
@@ -31,12 +31,13 @@ std::string DescribePortFault()
     if (fault == nullptr) {
         return "";
     }
-    const CFIndex size =
-        CFStringGetMaximumSizeForEncoding(CFStringGetLength(fault), kCFStringEncodingUTF8) + 1;
-    std::vector<char> text(static_cast<std::size_t>(size));
-    CFStringGetCString(fault, text.data(), size, kCFStringEncodingUTF8);
+    std::string text(256, '\0');
+    while (!CFStringGetCString(fault, text.data(), static_cast<CFIndex>(text.size()),
+                               kCFStringEncodingUTF8)) {
+        text.resize(2 * text.size());
+    }
     CFRelease(fault);
-    return text.data();
+    return EscapeControls(text.c_str());
 }
 
 std::size_t RefuseSenders(CFMessagePortRef port)
