@@ -198,9 +198,12 @@ uint32 Pool::DeliverNotification(LNotificationDistributor& distributor, uint32 i
 void Pool::Serve(uint32 index, const RCPtr<LNotificationDistributor>& distributor,
                  const RCPtr<LNotification>& notification)
 {
-    const RCPtr<Info> record(&InfoAt(index));
-    const RCPtr<LNotificationClient> client(record->GetClient());
-    if (!notification || (record->IsLatestOnly() && !record->TakeLatest(notification))) {
+    Info& record = InfoAt(index);
+    // The client first: GCC 12 takes the test of a pointer made from a reference as a sign that the
+    // reference may be null.
+    const RCPtr<LNotificationClient> client(record.GetClient());
+    const RCPtr<Info> keptRecord(&record);
+    if (!notification || (record.IsLatestOnly() && !record.TakeLatest(notification))) {
         return;
     }
     client->HandleNotification(distributor, notification);
