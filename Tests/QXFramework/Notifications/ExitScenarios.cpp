@@ -1,12 +1,12 @@
 // ExitScenarios.cpp - what static objects may do before main and after it.
 //
 //     NotificationExitAfter SCENARIO
-//     NotificationExitReversed SCENARIO
 //     NotificationExitBefore SCENARIO before
+//     NotificationExitBeforeShared SCENARIO before-library
 //
 // The exit code is 0 if everything was as it should be; leaks are the leak checker's to find. The
-// static objects of the first two programs end after the framework's, which the second links in
-// another order; those of the third end before.
+// static objects of the first program end after the framework's, those of the others before. The
+// third uses the shared library, whose objects end after the verdict.
 
 #include <QX/QX.h>
 
@@ -121,6 +121,7 @@ struct LateQuestion
         Require(isAskedBefore || manager == nullptr, "the default manager is released");
     }
     bool isAskedBefore = false; ///< before the framework's static objects end
+    bool isLibraryShared = false;
 };
 
 LateQuestion gLateQuestion;
@@ -148,7 +149,7 @@ void LeaveADefaultManager()
     LNotificationCenterManager::SetDefaultManager(manager);
     gClientsMakeStrings = true;
     // In a shared library the manager outlives the verdict.
-    const bool endsFirst = !gLateQuestion.isAskedBefore;
+    const bool endsFirst = !gLateQuestion.isLibraryShared;
     gExpectedAsked = endsFirst ? 4 : 0;
     gExpectedClients = endsFirst ? 0 : 4;
 }
@@ -202,6 +203,8 @@ int main(int argumentCount, char** arguments)
 {
     const char* const scenario = argumentCount > 1 ? arguments[1] : "";
     gLateQuestion.isAskedBefore = argumentCount > 2;
+    gLateQuestion.isLibraryShared =
+        argumentCount > 2 && std::strcmp(arguments[2], "before-library") == 0;
     if (std::strcmp(scenario, "DefaultManager") == 0) {
         LeaveADefaultManager();
     } else if (std::strcmp(scenario, "ParkedNotifications") == 0) {
