@@ -5,33 +5,66 @@
 #include <QX/Mutex.h>
 #include <QX/Notification.h>
 
+#include <atomic>
+#include <cstring>
 #include <new>
 #include <string_view>
+#include <utility>
 
 namespace QX {
 namespace {
 
 using Names = StringArrayT<char, unsigned short>;
 
-constinit bool gAreNamesGone = false;
-
 // What answers for known names, and the lock under which names are added. The lock is a leaf: it is
 // taken under the lock of the parked notifications at most, and nothing is taken under it.
 struct Lookup
 {
-    Lookup() = default;
-    ~Lookup() { gAreNamesGone = true; }
+    explicit Lookup(Names& table);
+    ~Lookup();
     Lookup(const Lookup&) = delete;
     Lookup& operator=(const Lookup&) = delete;
 
+    Names& names; ///< the table, which is built before and ends after
     NameIndex index;
     Mutex mutex;
 };
 
-Lookup& GetLookup()
+// Null before the lookup is built and after its end.
+constinit std::atomic<Lookup*> gLookup = nullptr;
+constinit bool gAreNamesGone = false;
+
+// The strings of a table that has ended, which are never freed.
+constinit const Names* gEndedNames = nullptr;
+
+Lookup::Lookup(Names& table)
+    : names(table)
 {
-    static Lookup sLookup;
-    return sLookup;
+    gLookup.store(this, std::memory_order_release);
+}
+
+Lookup::~Lookup()
+{
+    gLookup.store(nullptr, std::memory_order_relaxed);
+    gAreNamesGone = true;
+    // An ID is valid until the process exits, and static objects that are destroyed later still
+    // pass IDs back, to unregister from what they registered for.
+    if (names.GetCount() != 0) {
+        gEndedNames = new (std::nothrow) Names(std::move(names));
+    }
+}
+
+// After the end of the table no name is entered: an unknown one is answered with itself.
+const char* FindEnded(const char* name)
+{
+    const uint32 count = gEndedNames != nullptr ? gEndedNames->GetCount() : 0;
+    for (uint32 index = 0; index < count; ++index) {
+        const char* const id = gEndedNames->GetAt(index)->CStr();
+        if (std::strcmp(id, name) == 0) {
+            return id;
+        }
+    }
+    return name;
 }
 
 // The empty strings are built before the table and so outlive all that uses names: a client makes
@@ -63,7 +96,7 @@ StringArrayT<char, unsigned short>& LNotification::GetNotificationIDs()
     // Built on first use, so that names work before and after the other static objects.
     static Names sNotificationIDs = MakeTable();
     // Built after the table, and so gone before it.
-    GetLookup();
+    static Lookup sLookup(sNotificationIDs);
     return sNotificationIDs;
 }
 
@@ -72,22 +105,23 @@ const char* LNotification::GetNotificationID(const char* name)
     if (name == nullptr || *name == '\0') {
         return nullptr;
     }
-    // Static objects that are destroyed later still pass IDs back, to unregister from what they
-    // registered for. Their characters are gone, but addresses are all that is compared.
-    if (gAreNamesGone) {
-        return name;
+    Lookup* lookup = gLookup.load(std::memory_order_acquire);
+    if (lookup == nullptr) {
+        if (gAreNamesGone) {
+            return FindEnded(name);
+        }
+        GetNotificationIDs();
+        lookup = gLookup.load(std::memory_order_acquire);
     }
-    Names& names = GetNotificationIDs();
-    Lookup& lookup = GetLookup();
     // Entries are unique, so searching by content finds an ID that is passed back as well.
     const std::string_view text(name);
     const uint32 hash = NameIndex::Hash(text);
-    if (const char* const id = lookup.index.Find(text, hash)) {
+    if (const char* const id = lookup->index.Find(text, hash)) {
         return id;
     }
-    const MutexLock lock(lookup.mutex);
-    const char* const id = lookup.index.Find(text, hash);
-    return id != nullptr ? id : AddName(names, lookup.index, name, hash);
+    const MutexLock lock(lookup->mutex);
+    const char* const id = lookup->index.Find(text, hash);
+    return id != nullptr ? id : AddName(lookup->names, lookup->index, name, hash);
 }
 
 } // namespace QX

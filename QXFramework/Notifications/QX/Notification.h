@@ -41,8 +41,8 @@ public:
     /// name. An ID is its own name, so passing one back returns it, and it is valid until the
     /// process exits. The cost of a known name does not depend on the number of names.
     ///
-    /// After the end of the table, in the destructors of static objects, any other name is returned
-    /// as it is.
+    /// After the end of the table, in the destructors of static objects, a new name is returned as
+    /// it is.
     ///
     /// Throws: std::bad_alloc for a new name; the table is unchanged. Threads: any.
     static const char* GetNotificationID(const char* name);

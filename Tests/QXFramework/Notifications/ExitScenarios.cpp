@@ -78,6 +78,25 @@ public:
     }
 };
 
+/// Asks for the default manager when that has been released, and for no names when the table of
+/// names is gone.
+struct LateQuestion
+{
+    ~LateQuestion()
+    {
+        Require(LNotification::GetNotificationID(nullptr) == nullptr, "null has no ID");
+        Require(LNotification::GetNotificationID("") == nullptr, "an empty name has no ID");
+        Require(LNotification::GetNotificationID("early") == id, "a known name keeps its ID");
+        const auto manager = LNotificationCenterManager::GetDefaultManager();
+        Require(isAskedBefore || manager == nullptr, "the default manager is released");
+    }
+    const char* id = nullptr;   ///< of "early"
+    bool isAskedBefore = false; ///< before the framework's static objects end
+    bool isLibraryShared = false;
+};
+
+LateQuestion gLateQuestion;
+
 /// Uses names and notifications before the framework's own statics may exist, and holds what main
 /// gives it until its own end.
 struct Early
@@ -86,6 +105,7 @@ struct Early
     {
         id = LNotification::GetNotificationID("early");
         notification = LNotification::Create("early", nullptr);
+        gLateQuestion.id = id;
         Require(id != nullptr && notification->GetID() == id, "a name can be used before main");
     }
     ~Early()
@@ -109,22 +129,6 @@ struct Early
     Require(gPayloads == 0, "every payload has ended");
 }
 
-/// Asks for the default manager when that has been released, and for no names when the table of
-/// names is gone.
-struct LateQuestion
-{
-    ~LateQuestion()
-    {
-        Require(LNotification::GetNotificationID(nullptr) == nullptr, "null has no ID");
-        Require(LNotification::GetNotificationID("") == nullptr, "an empty name has no ID");
-        const auto manager = LNotificationCenterManager::GetDefaultManager();
-        Require(isAskedBefore || manager == nullptr, "the default manager is released");
-    }
-    bool isAskedBefore = false; ///< before the framework's static objects end
-    bool isLibraryShared = false;
-};
-
-LateQuestion gLateQuestion;
 constinit RCPtr<LNotificationCenter> gConstantCenter; // touches no name before main
 Early gEarly;
 
