@@ -208,15 +208,18 @@ int32 LNotificationDistributor::DeliverNotificationAllClients(
     if (!notification) {
         return kResultOutOfRange;
     }
-    LNotificationClientPool* const pool = FindPool(notification->GetID());
-    if (pool == nullptr) {
-        return kResultNothingDone;
-    }
-    // A client may drop every other holder; both are needed until the walk has ended. The pool
-    // stays as long as this distributor.
+    // A client may drop every other holder; both are needed until the walk has ended.
     const RCPtr<LNotificationDistributor> self(this);
     const RCPtr<LNotification> keptNotification(notification);
-    return pool->DeliverToAll(self, keptNotification);
+    return DeliverHeld(self, keptNotification);
+}
+
+// A pool stays as long as its distributor, which the caller holds.
+int32 LNotificationDistributor::DeliverHeld(const RCPtr<LNotificationDistributor>& distributor,
+                                            const RCPtr<LNotification>& notification)
+{
+    LNotificationClientPool* const pool = distributor->FindPool(notification->GetID());
+    return pool != nullptr ? pool->DeliverToAll(distributor, notification) : kResultNothingDone;
 }
 
 void LNotificationDistributor::DeliverNotification(const RCPtr<LNotificationClient>& client,

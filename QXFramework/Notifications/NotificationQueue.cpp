@@ -147,12 +147,14 @@ bool LNotificationQueue::DeliverPendingNotifications(bool deliverIdle)
 
 void LNotificationQueue::DeliverPending()
 {
+    // Held for the run: a client may release the distributor.
+    const RCPtr<LNotificationDistributor> distributor(mDistributor);
     mUndelivered = mPendingNotifications.GetQueuedObjectsCount();
     while (mUndelivered != 0 && mDistributor) {
         --mUndelivered;
         RCPtr<LNotification> notification;
         mPendingNotifications.TryDequeue(notification);
-        mDistributor->DeliverNotificationAllClients(notification);
+        LNotificationDistributor::DeliverHeld(distributor, notification);
         // Before the reference goes, which may park the notification.
         notification->SetPosted(false);
     }

@@ -92,6 +92,11 @@ public:
     /// served.
     int32 DeliverNotificationAllClients(const RCPtr<LNotification>& notification);
 
+    /// As DeliverNotificationAllClients of `distributor`, for a caller that holds it and the
+    /// notification, neither of which is null, by pointers that no client has. For queues.
+    static int32 DeliverHeld(const RCPtr<LNotificationDistributor>& distributor,
+                             const RCPtr<LNotification>& notification);
+
     /// Delivers `notification` to `client`, registered or not, whatever its flags. Does nothing if
     /// either is null. Throws: what the client throws.
     void DeliverNotification(const RCPtr<LNotificationClient>& client,
