@@ -170,24 +170,32 @@ TEST_F(Recycling, ReleasesTheFirstParkedFirstWhenItIsSwitchedOff)
 TEST_F(Recycling, StaysOnIfThePayloadOfAParkedNotificationSwitchesItOn)
 {
     RCPtr<LNotification> made;
-    RCPtr<LNotification> posted =
-        LNotification::Create("B", MakePayload([&made] {
-                                  LNotification::SetNotificationReuseEnable(true);
-                                  made = Make("C");
-                              }));
-    posted->SetPosted(true);
-    posted = nullptr;
-    // Each is released after reuse has been switched on, and parked once more.
-    const auto parked = Park(3);
+    std::vector<RCPtr<LNotification>> notifications;
+    notifications.push_back(LNotification::Create("B", MakePayload([&made] {
+                                                      LNotification::SetNotificationReuseEnable(
+                                                          true);
+                                                      made = Make("C");
+                                                  })));
+    for (int count = 0; count < 3; ++count) {
+        notifications.push_back(Make());
+    }
+    const LNotification* const third = notifications[2].Get();
+    const LNotification* const fourth = notifications[3].Get();
+    // The first is parked with its payload, which ends with it. Those after it are released when
+    // reuse is on again, and so are parked once more.
+    notifications[0]->SetPosted(true);
+    for (RCPtr<LNotification>& notification : notifications) {
+        notification = nullptr;
+    }
 
     LNotification::SetNotificationReuseEnable(false);
 
-    EXPECT_EQ(LPayload::sLiveCount, 0);
+    ASSERT_NE(made, nullptr);
     EXPECT_STREQ(made->GetID(), "C");
     const RCPtr<LNotification> first = Make();
     const RCPtr<LNotification> second = Make();
-    EXPECT_EQ(first.Get(), parked[2]);
-    EXPECT_EQ(second.Get(), parked[1]);
+    EXPECT_EQ(first.Get(), fourth);
+    EXPECT_EQ(second.Get(), third);
 }
 
 TEST_F(Recycling, LeavesLiveNotificationsAloneWhenItIsSwitchedOff)
