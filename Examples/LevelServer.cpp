@@ -54,7 +54,8 @@ bool PrintParameter(unsigned device, const UInt8* message, UInt32 size)
     }
     if (dataSize == 4) {
         // An integer value is little-endian on every host.
-        const unsigned value = data[0] | data[1] << 8 | data[2] << 16 | unsigned{data[3]} << 24;
+        const unsigned value = unsigned{data[0]} | unsigned{data[1]} << 8 |
+                               unsigned{data[2]} << 16 | unsigned{data[3]} << 24;
         std::printf("device %u, parameter %d: %u\n", device, parameter, value);
         return true;
     }
