@@ -2,6 +2,7 @@
 
 #include "DriverPlugIn/Support/Heap.h"
 #include "DriverPlugIn/Support/LoadedBundle.h"
+#include "Support/Sanitizers.h"
 
 #include <gtest/gtest.h>
 
@@ -143,7 +144,7 @@ TEST(Bundle, StartsWithAnEmptyRegistryEachTimeItIsLoaded)
 constexpr int kRounds = 1000;
 // Less than the smallest leak; but the address sanitizer keeps an entry for each static object
 // whose destructor was registered.
-#if defined(__SANITIZE_ADDRESS__)
+#if QX_HAS_ADDRESS_SANITIZER
 constexpr std::size_t kBytesOfARound = 2000;
 #else
 constexpr std::size_t kBytesOfARound = 4;

@@ -6,6 +6,7 @@
 #include "DriverPlugIn/Support/ServerProcess.h"
 
 #include "Protocol/ServerProtocol.h"
+#include "Support/Sanitizers.h"
 
 #include <CoreAudio/AudioDriverPlugIn.h>
 
@@ -25,7 +26,7 @@ constexpr SInt32 kOpLM = 0x4F704C4D;
 constexpr SInt32 kClLM = 0x436C4C4D;
 constexpr SInt32 kSLLM = 0x534C4C4D;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(__powerpc__)
+#if QX_HAS_ADDRESS_SANITIZER || QX_HAS_THREAD_SANITIZER || defined(__powerpc__)
 constexpr int kManySets = 10000;
 #else
 constexpr int kManySets = 1000000;

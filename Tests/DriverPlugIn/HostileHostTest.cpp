@@ -5,6 +5,7 @@
 
 #include "DriverPlugIn/Support/LoadedBundle.h"
 #include "Protocol/ServerProtocol.h"
+#include "Support/Sanitizers.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 
@@ -29,7 +30,7 @@
 namespace {
 
 // A sanitizer's frames are many times larger than those of an ordinary build.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if QX_HAS_ADDRESS_SANITIZER || QX_HAS_THREAD_SANITIZER
 constexpr std::size_t kSmallStack = std::size_t{1024} * 1024;
 #else
 // The C library of powerpc allows no stack below 128 KiB.

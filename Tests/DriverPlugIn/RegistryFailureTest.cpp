@@ -1,6 +1,7 @@
 // RegistryFailureTest.cpp - opening a device without memory or an array.
 
 #include "DriverPlugIn/Support/PlugInFixture.h"
+#include "Support/Sanitizers.h"
 
 #include <algorithm>
 #include <csignal>
@@ -18,7 +19,7 @@ constexpr int kFaultedElsewhere = 41;
 constexpr int kReported = 42;
 constexpr int kNotReported = 43;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if QX_HAS_ADDRESS_SANITIZER || QX_HAS_THREAD_SANITIZER
 constexpr bool kIsSanitized = true;
 #else
 constexpr bool kIsSanitized = false;

@@ -3,6 +3,7 @@
 
 #include "DriverPlugIn/Support/Heap.h"
 #include "Protocol/ServerProtocol.h"
+#include "Support/Sanitizers.h"
 
 #include <CoreAudio/AudioDriverPlugIn.h>
 
@@ -33,7 +34,7 @@ void UseOnce()
 
 // The address sanitizer keeps an entry for ever for each static object whose destructor it has
 // seen registered.
-#if defined(__SANITIZE_ADDRESS__)
+#if QX_HAS_ADDRESS_SANITIZER
 constexpr std::size_t kBytesOfARound = 2000;
 #else
 constexpr std::size_t kBytesOfARound = 4;

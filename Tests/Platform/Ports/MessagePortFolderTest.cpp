@@ -4,6 +4,7 @@
 #include "Platform/Ports/OtherUser.h"
 #include "Platform/Ports/PortServer.h"
 #include "Ports/PortName.h"
+#include "Support/Sanitizers.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -337,7 +338,7 @@ TEST_F(MessagePortFolder, KeepsEveryOtherUserOut)
 
 // The thread sanitizer and the emulator have threads of their own, and only a process of one thread
 // may enter a namespace.
-#if !defined(__SANITIZE_THREAD__) && !defined(__powerpc__)
+#if !QX_HAS_THREAD_SANITIZER && !defined(__powerpc__)
 TEST_F(MessagePortFolder, KeepsOtherUsersOutWhereAllUsersHaveTheSameNumber)
 {
     if (!MayChangeUser()) {

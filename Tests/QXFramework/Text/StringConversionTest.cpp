@@ -34,20 +34,6 @@ std::u16string Terminated(std::u16string_view text)
     return std::u16string(text) + u'\0';
 }
 
-TEST(StringConversion, GivesNothingForATextThatIsTooLongForTheOtherWidth)
-{
-    // Nobody touches these blocks. A heap that has none so large leaves the texts empty. Volatile,
-    // because GCC follows a constant into buffers of other tests and finds it too large for them.
-    const volatile uint32 size = 0x80000000u;
-    String text("x");
-    text.GetBuffer()->SetSizeBytes(size);
-    String16 wide = Wide(u"x");
-    wide.GetBuffer()->SetSizeBytes(size + 2);
-
-    EXPECT_TRUE(SharesEmpty(String16(text)));
-    EXPECT_TRUE(SharesEmpty(String(wide)));
-}
-
 TEST(StringConversion, ConvertsWholeTexts)
 {
     struct
