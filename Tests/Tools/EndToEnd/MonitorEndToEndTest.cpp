@@ -1,6 +1,7 @@
 // MonitorEndToEndTest.cpp - qxmon as a process: what it shows of real messages, and how it ends.
 
 #include "Protocol/ServerProtocol.h"
+#include "Tests/Support/Sanitizers.h"
 #include "Tests/Tools/EndToEnd/ChildProcess.h"
 #include "Tests/Tools/Monitor/Messages.h"
 
@@ -277,10 +278,16 @@ TEST(Monitor, ShowsEveryMessageThatWasAnsweredBeforeASignalHoweverManySendersThe
     EXPECT_EQ(monitor.Wait(), 0);
 }
 
+#if QX_HAS_ADDRESS_SANITIZER || QX_HAS_THREAD_SANITIZER || defined(__powerpc__)
+constexpr bool kIsSlow = true;
+#else
+constexpr bool kIsSlow = false;
+#endif
+
 TEST(Monitor, ShowsEverySetOfSeveralHostsInOrder)
 {
     constexpr int kHosts = 3;
-    constexpr int kSets = 20000;
+    constexpr int kSets = kIsSlow ? 2000 : 20000;
     ChildProcess monitor(kMonitorProgram, {"--json", "--count", std::to_string(kHosts * kSets)});
     ReadObject(monitor);
     std::vector<std::future<int>> hosts;
@@ -293,6 +300,9 @@ TEST(Monitor, ShowsEverySetOfSeveralHostsInOrder)
         for (int set = 0; set < kSets; ++set) {
             script += "set enable " + std::to_string(set) +
                       " device=" + std::to_string(2 * host + set % 2) + "\n";
+        }
+        for (const int device : {2 * host, 2 * host + 1}) {
+            script += "close " + std::to_string(device) + "\n";
         }
         hosts.push_back(std::async(std::launch::async, [script] {
             return ChildProcess(kHostProgram, {"--quiet", "run", "-"}, script).Wait();
@@ -381,7 +391,7 @@ TEST(Monitor, IsNotWokenWhileNothingArrives)
     EXPECT_EQ(monitor.ReadLines().size(), 1u);
 
     const long after = CountWaits(monitor.GetID());
-    EXPECT_GT(before, 0);
+    EXPECT_GT(after, 0);
     EXPECT_LT(after - before, 10);
 }
 
