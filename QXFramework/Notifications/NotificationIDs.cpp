@@ -81,9 +81,6 @@ const char* AddName(Names& names, NameIndex& index, const char* name, uint32 has
 {
     index.ReserveOne();
     const int32 place = names.AppendItem(StringT<char, unsigned short>(name));
-    if (place < 0) {
-        throw std::bad_alloc();
-    }
     const char* const id = names.GetAt(static_cast<uint32>(place))->CStr();
     index.Add(id, hash);
     return id;

@@ -107,11 +107,8 @@ int32 LNotificationQueue::PostForBroadcast(RCPtr<LNotification>&& notification)
 // one notification the first wins.
 int32 LNotificationQueue::Enqueue(RCPtr<LNotification>& notification, LatestNotifications& latest)
 {
-    if (!mDistributor) {
-        return kResultFailure;
-    }
-    if (!notification->TryMarkPosted()) {
-        return kResultOutOfRange;
+    if (!mDistributor || !notification->TryMarkPosted()) {
+        return mDistributor ? kResultOutOfRange : kResultFailure;
     }
     auto* const pool = mDistributor->FindPool(notification->GetID());
     try {

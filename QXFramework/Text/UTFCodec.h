@@ -72,12 +72,10 @@ inline void PutUTF8(UTF8* target, UTF32 character, int length)
     }
 }
 
-/// Reads a well-formed sequence of 1 to 4 bytes.
+/// Reads a well-formed sequence of 2 to 4 bytes.
 inline UTF32 GetUTF8(const UTF8* source, int length)
 {
     switch (length) {
-    case 1:
-        return source[0];
     case 2:
         return (source[0] & 0x1Fu) << 6 | (source[1] & 0x3Fu);
     case 3:
