@@ -115,7 +115,7 @@ ReceiveResult ReceiveFrame(int socket, Frame& frame, void* data, std::size_t roo
     if (size < 0 && errno == EAGAIN) {
         return ReceiveResult::kNothing;
     }
-    const cmsghdr* const entry = size >= 0 ? CMSG_FIRSTHDR(&packet) : nullptr;
+    const cmsghdr* const entry = file != nullptr && size >= 0 ? CMSG_FIRSTHDR(&packet) : nullptr;
     if (entry != nullptr && entry->cmsg_level == SOL_SOCKET && entry->cmsg_type == SCM_RIGHTS &&
         entry->cmsg_len == CMSG_LEN(sizeof(int))) {
         int passed = -1;
