@@ -87,7 +87,7 @@ struct LateQuestion
         Require(LNotification::GetNotificationID(nullptr) == nullptr, "null has no ID");
         Require(LNotification::GetNotificationID("") == nullptr, "an empty name has no ID");
         Require(LNotification::GetNotificationID("early") == id, "a known name keeps its ID");
-        const char* const unknown = "late";
+        const char* const unknown = "never entered";
         Require(isAskedBefore || LNotification::GetNotificationID(unknown) == unknown,
                 "an unknown name is its own ID");
         const auto manager = LNotificationCenterManager::GetDefaultManager();
