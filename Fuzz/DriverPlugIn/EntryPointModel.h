@@ -62,9 +62,9 @@ public:
     std::vector<UInt32> GetOpenDevices() const;
     /// The ports that were opened since the start, by devices that are closed as well.
     int CountPorts() const { return mPorts; }
-    /// The dictionaries and numbers that exceptions left behind.
+    /// The dictionaries and numbers that exceptions did not release.
     SInt32 CountLeftBehind() const { return mLeftBehind; }
-    /// What is left behind, and the registry while it has a device.
+    /// What was not released, and the registry while it has a device.
     SInt32 CountLive() const { return mLeftBehind + (mPortOf.empty() ? 0 : 1); }
 
 private:

@@ -4,7 +4,7 @@
 // server that comes and goes, answers of its port, objects of the platform that are not made. Each
 // call gives the model's status, sends the model's messages and touches no memory of its caller
 // that it does not own. Everything that was made is released at the end, except for the ports,
-// which stay with the process, and for what an exception leaves behind.
+// which stay with the process, and for what an exception does not release.
 
 #include "EntryPointModel.h"
 #include "FuzzCheck.h"

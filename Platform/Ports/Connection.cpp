@@ -205,7 +205,7 @@ bool Connection::ReadOne()
     if (frame.mKind == FrameKind::kAcknowledgement) {
         mTaken = frame.mNumber;
     } else if (frame.mKind == FrameKind::kReply && frame.mLength <= mBuffer.size()) {
-        // A reply that does not fit is one that nobody waits for.
+        // No client waits for a reply that does not fit.
         DeliverReply(frame, mBuffer.data());
     }
     return true;

@@ -36,8 +36,8 @@ public:
         Held<CFDataRef> mReply;
     };
 
-    /// Finds or makes the connection to the holder of a name; null if nobody holds it. Of threads
-    /// that ask at once all get the same one.
+    /// Finds or makes the connection to the holder of a name; null if no process holds it. Of
+    /// threads that ask at once all get the same one.
     static std::shared_ptr<Connection> Open(std::string_view name);
 
     explicit Connection(FileDescriptor socket);

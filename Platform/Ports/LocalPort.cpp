@@ -197,7 +197,7 @@ void LocalPort::Reply(const Message& message, CFDataRef reply)
     const std::lock_guard lock(mMutex);
     const Client& client = mClients[static_cast<std::size_t>(message.mClient)];
     if (client.mSocket && client.mGeneration == message.mGeneration) {
-        // A client that does not read its replies loses them, and nobody waits for it.
+        // A client that does not read its replies loses them; the server does not wait for it.
         SendFrame(client.mSocket.Get(), frame,
                   reply != nullptr ? CFDataGetBytePtr(reply) : nullptr);
     }

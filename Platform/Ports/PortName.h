@@ -4,7 +4,7 @@
 // other user out. A name is a folder in it, with two files:
 //
 //   lock     locked by the holder of the name as long as it holds it, whatever it is doing
-//   socket   where the holder listens; one that a dead holder has left behind is replaced
+//   socket   where the holder listens; the socket of a dead holder is replaced
 //
 // Both go when the name is given back.
 #pragma once

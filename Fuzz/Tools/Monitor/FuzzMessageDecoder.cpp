@@ -50,7 +50,7 @@ void CheckValue(const Monitor::DecodedMessage& message)
     FUZZ_CHECK(std::holds_alternative<SInt64>(message.value) != isLevel);
 }
 
-/// A document of which nothing is wrong is XML for expat too, which nobody here has written.
+/// A document of which nothing is wrong is XML for expat too, a parser that was not written here.
 void CheckIsXML([[maybe_unused]] const Monitor::DecodedMessage& message,
                 [[maybe_unused]] std::string_view document)
 {

@@ -21,7 +21,7 @@ SInt32 StandinGetPortHolder(CFStringRef name);
 /// cannot be made, or is one that others could enter. Null if nothing is wrong with it.
 CFStringRef StandinCopyPortFault(void);
 
-/// Lets nobody send to a local port any more: a send answers -4. What was sent before can still be
+/// Refuses every later send to a local port: it answers -4. What was sent before can still be
 /// received; once a poll of the run loop handles nothing, all of it has been. The port keeps its
 /// name.
 void StandinRefuseSenders(CFMessagePortRef local);

@@ -182,7 +182,7 @@ private:
     int mLog[2] = {-1, -1};
 };
 
-/// Makes a remote port by name; null if nobody holds it.
+/// Makes a remote port by name; null if no process holds it.
 inline CFMessagePortRef Connect(const std::string& name)
 {
     CFStringRef string = MakeString(name.c_str());
