@@ -14,6 +14,14 @@ endif()
 
 include(GoogleTest)
 
+# The headers that most tests start with, compiled once for all of them.
+file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/TestHeaders.cpp CONTENT "int main() {}\n")
+add_executable(TestHeaders EXCLUDE_FROM_ALL ${PROJECT_BINARY_DIR}/TestHeaders.cpp)
+target_link_libraries(TestHeaders PRIVATE qx_options GTest::gtest)
+set_target_properties(TestHeaders PROPERTIES QX_IS_CHECK ON)
+target_precompile_headers(TestHeaders PRIVATE
+  <gtest/gtest.h> <algorithm> <functional> <map> <random> <string> <thread> <vector>)
+
 # qx_add_tests(NAME SOURCES... LIBRARIES... [WRAP symbols...])
 #
 # Builds the test program NAME and registers each of its tests with ctest. WRAP lists functions
@@ -23,6 +31,7 @@ function(qx_add_tests name)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} qx_options GTest::gmock GTest::gtest_main)
   set_target_properties(${name} PROPERTIES QX_IS_CHECK ON)
+  target_precompile_headers(${name} REUSE_FROM TestHeaders)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/Tests)
   if(arg_WRAP)
     # Shared libraries that the program links may call what is wrapped.

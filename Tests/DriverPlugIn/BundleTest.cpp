@@ -2,7 +2,7 @@
 
 #include "DriverPlugIn/Support/Heap.h"
 #include "DriverPlugIn/Support/LoadedBundle.h"
-#include "Support/Sanitizers.h"
+#include "Support/BuildKind.h"
 
 #include <gtest/gtest.h>
 

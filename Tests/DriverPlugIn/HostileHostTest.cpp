@@ -5,7 +5,7 @@
 
 #include "DriverPlugIn/Support/LoadedBundle.h"
 #include "Protocol/ServerProtocol.h"
-#include "Support/Sanitizers.h"
+#include "Support/BuildKind.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 

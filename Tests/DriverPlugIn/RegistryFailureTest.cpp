@@ -1,7 +1,7 @@
 // RegistryFailureTest.cpp - opening a device without memory or an array.
 
 #include "DriverPlugIn/Support/PlugInFixture.h"
-#include "Support/Sanitizers.h"
+#include "Support/BuildKind.h"
 
 #include <algorithm>
 #include <csignal>

@@ -3,7 +3,7 @@
 
 #include "DriverPlugIn/Support/Heap.h"
 #include "Protocol/ServerProtocol.h"
-#include "Support/Sanitizers.h"
+#include "Support/BuildKind.h"
 
 #include <CoreAudio/AudioDriverPlugIn.h>
 

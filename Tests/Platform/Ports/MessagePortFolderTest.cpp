@@ -4,7 +4,7 @@
 #include "Platform/Ports/OtherUser.h"
 #include "Platform/Ports/PortServer.h"
 #include "Ports/PortName.h"
-#include "Support/Sanitizers.h"
+#include "Support/BuildKind.h"
 
 #include <algorithm>
 #include <cstdlib>

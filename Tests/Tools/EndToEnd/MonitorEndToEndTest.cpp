@@ -1,7 +1,7 @@
 // MonitorEndToEndTest.cpp - qxmon as a process: what it shows of real messages, and how it ends.
 
 #include "Protocol/ServerProtocol.h"
-#include "Tests/Support/Sanitizers.h"
+#include "Tests/Support/BuildKind.h"
 #include "Tests/Tools/EndToEnd/ChildProcess.h"
 #include "Tests/Tools/Monitor/Messages.h"
 
@@ -277,12 +277,6 @@ TEST(Monitor, ShowsEveryMessageThatWasAnsweredBeforeASignalHoweverManySendersThe
     EXPECT_EQ(JSON::parse(lines.back())["received"], 300);
     EXPECT_EQ(monitor.Wait(), 0);
 }
-
-#if QX_HAS_ADDRESS_SANITIZER || QX_HAS_THREAD_SANITIZER || defined(__powerpc__)
-constexpr bool kIsSlow = true;
-#else
-constexpr bool kIsSlow = false;
-#endif
 
 TEST(Monitor, ShowsEverySetOfSeveralHostsInOrder)
 {
