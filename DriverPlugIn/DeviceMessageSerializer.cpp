@@ -20,16 +20,6 @@ bool LiesInside(const void* data, QX::LIBuffer& buffer)
     return start != 0 && address >= start && address - start < buffer.GetAllocatedSize();
 }
 
-bool StoreHostWord(QX::LIBuffer& buffer, UInt32 offset, UInt32 word)
-{
-    auto* const slot = buffer.GetPtr<UInt32>(offset);
-    if (slot == nullptr) {
-        return false;
-    }
-    *slot = word;
-    return true;
-}
-
 } // namespace
 
 UInt32 DeviceMessageSerializer::CreateSetParamMessage(UInt32 parameterID, const QX::Variant& value,
@@ -43,11 +33,13 @@ UInt32 DeviceMessageSerializer::CreateSetParamMessage(UInt32 parameterID, const 
     }
     const UInt32 messageSize = dataSize + kMessageOverhead;
     buffer->SetSizeBytes(messageSize);
-    if (!StoreHostWord(*buffer, kMessageLengthOffset, messageSize) ||
-        !StoreHostWord(*buffer, kMessageReservedOffset, 0) ||
-        !StoreHostWord(*buffer, kMessageParameterOffset, parameterID)) {
+    // Without memory, and in a buffer that does not grow, the last byte is not there.
+    if (buffer->GetPtr<unsigned char>(messageSize - 1) == nullptr) {
         return kFailure;
     }
+    *buffer->GetPtr<UInt32>(kMessageLengthOffset) = messageSize;
+    *buffer->GetPtr<UInt32>(kMessageReservedOffset) = 0;
+    *buffer->GetPtr<UInt32>(kMessageParameterOffset) = parameterID;
     return QX::Variant::Serialize(value, buffer->GetPtr<unsigned char>(kMessageValueOffset),
                                   dataSize + kSerializedValueHeaderSize);
 }

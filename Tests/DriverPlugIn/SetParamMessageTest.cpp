@@ -31,28 +31,20 @@ private:
     UInt32 mOddSize;
 };
 
-/// A buffer that keeps its size, whatever it is asked.
-class StubbornBuffer : public QX::LIBuffer
+/// A buffer that keeps its size, whatever it is asked, in a block of 64 bytes.
+class StubbornBuffer : public QX::BufferT<1, 128, 8>, public QX::LIBuffer
 {
 public:
     explicit StubbornBuffer(UInt32 size)
-        : mSize(size)
-    {}
+        : BufferT(64, 0, true)
+    {
+        BufferT::ResizeBytes(size);
+    }
 
-    QX::uint32 GetSizeBytes() const override { return mSize; }
-    QX::int32 SetSizeBytes(QX::uint32) override { return static_cast<QX::int32>(mSize); }
-    QX::int32 ResizeBytes(QX::uint32) override { return static_cast<QX::int32>(mSize); }
-    QX::int32 FillN(char, QX::uint32, int) override { return QX::kResultOutOfRange; }
-    QX::int32 FillW(QX::uint16, QX::uint32, int) override { return QX::kResultOutOfRange; }
-    QX::uint32 GetAllocatedSize() const override { return mSize; }
-    void* GetRawPtr() override { return mBlock; }
+    QX::int32 SetSizeBytes(QX::uint32) override { return static_cast<QX::int32>(GetSizeBytes()); }
 
     using LIBuffer::CreateCopy;
     QX::RCPtr<QX::LIBuffer> CreateCopy(QX::uint32, QX::uint32) const override { return nullptr; }
-
-private:
-    const UInt32 mSize;
-    alignas(UInt32) unsigned char mBlock[64] = {};
 };
 
 QX::RCPtr<QX::LIBuffer> MakeBuffer(UInt32 size = 0)
@@ -131,13 +123,15 @@ TEST_F(SetParamMessage, NullBufferIsRefused)
     EXPECT_EQ(Create(1, mValue, QX::RCPtr<QX::LIBuffer>()), 0x80000008u);
 }
 
-TEST_F(SetParamMessage, BufferThatStaysTooSmallForTheHeaderIsRefused)
+TEST_F(SetParamMessage, BufferThatStaysTooSmallIsRefusedAndNotWritten)
 {
-    for (UInt32 size = 0; size <= 12; ++size) {
+    for (UInt32 size = 0; size < 24; ++size) {
         SCOPED_TRACE(size);
         const QX::RCPtr<QX::LIBuffer> buffer(new StubbornBuffer(size));
 
         EXPECT_EQ(Create(1, mValue, buffer), 0x80000008u);
+        EXPECT_EQ(std::string(static_cast<const char*>(buffer->GetRawPtr()), 64),
+                  std::string(64, '\0'));
     }
 }
 
