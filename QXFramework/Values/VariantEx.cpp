@@ -10,10 +10,10 @@ namespace QX {
 
 namespace {
 
-// Returns whether the heap has refused the bytes that the buffer should have.
-bool HasNoMemory(LIBuffer& buffer)
+// Returns whether there is no buffer, or one whose bytes the heap has refused.
+bool HasNoMemory(const RCPtr<LIBuffer>& buffer)
 {
-    return buffer.GetSizeBytes() != 0 && buffer.GetRawPtr() == nullptr;
+    return buffer == nullptr || (buffer->GetSizeBytes() != 0 && buffer->GetRawPtr() == nullptr);
 }
 
 // Makes `record` at least `size` bytes large. Its bytes stay, and up to `offset` they are zero
@@ -25,7 +25,7 @@ void MakeRoom(RCPtr<LIBuffer>& record, uint32 offset, uint32 size)
         return;
     }
     // A buffer that the heap has refused its bytes has none to keep, whatever its size says.
-    const uint32 oldSize = HasNoMemory(*record) ? 0 : record->GetSizeBytes();
+    const uint32 oldSize = HasNoMemory(record) ? 0 : record->GetSizeBytes();
     if (oldSize >= size) {
         return;
     }
@@ -119,7 +119,7 @@ Variant::Type VariantEx::Set(const ConstRCPtr<LIBuffer>& bytes)
         copy = bytes->CreateCopy(bytes->GetSizeBytes(), 0);
     }
     Clear();
-    if (copy == nullptr || HasNoMemory(*copy)) {
+    if (HasNoMemory(copy)) {
         return GetType();
     }
     mData.Swap(copy);
@@ -139,18 +139,19 @@ uint32 VariantEx::Serialize(RCPtr<LIBuffer>& out, uint32 offset) const
     if (out != nullptr && out == mData) {
         // Growing it would move the very bytes that are to be written into it.
         const RCPtr<LIBuffer> own = out->CreateCopy(std::max(out->GetSizeBytes(), size), 0);
-        if (HasNoMemory(*own)) {
+        if (HasNoMemory(own)) {
             return static_cast<uint32>(kResultFailure);
         }
         out = own;
     } else {
         MakeRoom(out, offset, size);
     }
-    auto* const bytes = static_cast<unsigned char*>(out->GetRawPtr());
-    if (bytes == nullptr) {
+    // Without memory, and in a buffer that does not grow, the last byte is not there.
+    if (out->GetPtr<unsigned char>(size - 1) == nullptr) {
         return static_cast<uint32>(kResultFailure);
     }
-    return Variant::Serialize(*this, bytes + offset, out->GetSizeBytes() - offset);
+    return Variant::Serialize(*this, out->GetPtr<unsigned char>(offset),
+                              out->GetSizeBytes() - offset);
 }
 
 uint32 VariantEx::Deserialize(const unsigned char* in, uint32 length)
@@ -165,7 +166,7 @@ uint32 VariantEx::Deserialize(const unsigned char* in, uint32 length)
 Variant::Type VariantEx::ShareData(Type type, const RCPtr<LIBuffer>& data)
 {
     mData = data;
-    if (mData != data && HasNoMemory(*mData)) {
+    if (mData != data && HasNoMemory(mData)) {
         mData = nullptr;
         return GetType();
     }

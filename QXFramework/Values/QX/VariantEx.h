@@ -113,9 +113,10 @@ public:
     /// variant's own buffer, it becomes a copy with the record.
     ///
     /// Fails: kResultFailure (as uint32) for a sum that does not fit 32 bits; `out` is unchanged.
-    /// Also for a pointer type without bytes, when `out` has been made or has grown, and when there
-    /// is no memory: a buffer that could not grow has then lost its bytes; this variant's own is
-    /// unchanged. Throws: std::bad_alloc; `out` is unchanged.
+    /// Also for a pointer type without bytes, when `out` has been made or has grown; for a buffer
+    /// of another class that does not grow; and when there is no memory: a buffer that could not
+    /// grow has then lost its bytes; this variant's own is unchanged. Throws: std::bad_alloc; `out`
+    /// is unchanged.
     uint32 Serialize(RCPtr<LIBuffer>& out, uint32 offset) const;
 
     /// As Variant::Deserialize into this variant. Without memory for the bytes of a record that was

@@ -348,6 +348,45 @@ TEST(VariantExSerialize, RefusesAnOffsetBeyond32Bits)
     EXPECT_EQ(null, nullptr);
 }
 
+// Stays at 4 bytes, in a block of 64, and has no copies.
+class FixedBuffer : public BufferT<1, 128, 8>, public LIBuffer
+{
+public:
+    FixedBuffer()
+        : BufferT(64, 0, true)
+    {
+        BufferT::ResizeBytes(4);
+    }
+
+    int32 ResizeBytes(uint32) override { return 4; }
+
+    using LIBuffer::CreateCopy;
+    RCPtr<LIBuffer> CreateCopy(uint32, uint32) const override { return nullptr; }
+};
+
+TEST(VariantExSerialize, RefusesABufferThatDoesNotGrow)
+{
+    for (const uint32 offset : {0u, 4u, 8u}) {
+        SCOPED_TRACE(offset);
+        RCPtr<LIBuffer> out(new FixedBuffer);
+
+        EXPECT_EQ(OfInt32(-1).Serialize(out, offset), kFailed);
+
+        EXPECT_EQ(std::string(static_cast<const char*>(out->GetRawPtr()), 64),
+                  std::string(64, '\0'));
+    }
+}
+
+TEST(VariantExSerialize, FailsWhenItsOwnBufferHasNoCopy)
+{
+    const VariantEx variant = OfString(RCPtr<LIBuffer>(new FixedBuffer));
+    RCPtr<LIBuffer> out = variant.GetBuffer();
+
+    EXPECT_EQ(variant.Serialize(out, 0), kFailed);
+
+    EXPECT_EQ(out, variant.GetBuffer());
+}
+
 TEST(VariantExSerialize, RefusesAPointerWithoutBytes)
 {
     int target = 0;
