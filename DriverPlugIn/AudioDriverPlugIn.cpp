@@ -52,7 +52,7 @@ static int RemovePlugInInfoElementByID(UInt32 deviceID)
             continue;
         }
         CFArrayRemoveValueAtIndex(gHostInfoArray, index);
-        // Unlike the record, its port is not released: a send may still be waiting on it.
+        // The record's port is not released: the reference stays with the process.
         std::free(info);
         if (count == 1) {
             CFRelease(gHostInfoArray);
