@@ -1,6 +1,7 @@
 // CountingThreadsTest.cpp - several threads that hold, copy and unshare one object.
 
 #include "Support/Threads.h"
+#include "Support/Witness.h"
 
 #include <QX/Buffer.h>
 #include <QX/RCPtr.h>
@@ -17,7 +18,9 @@ using QX::ConstRCPtr;
 using QX::LIBuffer;
 using QX::LRefCountedObject;
 using QX::RCPtr;
+using TestSupport::MakeWitness;
 using TestSupport::RunOnThreads;
+using TestSupport::Witness;
 
 constexpr std::size_t kThreads = 8;
 
@@ -26,47 +29,31 @@ char LastByteOf(const RCPtr<LIBuffer>& buffer)
     return static_cast<const char*>(buffer->GetRawPtr())[15];
 }
 
-class LCountsItsEnd : public LRefCountedObject
-{
-public:
-    explicit LCountsItsEnd(std::atomic<int>& ends)
-        : mEnds(ends)
-    {}
-    ~LCountsItsEnd() override { ++mEnds; }
-
-private:
-    std::atomic<int>& mEnds;
-};
-
 TEST(CountingThreads, CopiesThatComeAndGoLeaveTheCountAsItWas)
 {
-    std::atomic<int> ends{0};
-    RCPtr<LCountsItsEnd> object(new LCountsItsEnd(ends));
+    RCPtr<Witness> object = MakeWitness('a');
 
     RunOnThreads(kThreads, [&](std::size_t) {
         for (int round = 0; round < 2000; ++round) {
-            const RCPtr<LCountsItsEnd> copy = object;
+            const RCPtr<Witness> copy = object;
             const ConstRCPtr<LRefCountedObject> another = copy;
         }
     });
 
     EXPECT_EQ(object->GetReferenceCount(), 1);
     object = nullptr;
-    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(Witness::GetLiveCount(), 0);
 }
 
 TEST(CountingThreads, TheLastOfManyHoldersEndsTheObjectOnce)
 {
-    std::atomic<int> ends{0};
-
     for (int round = 0; round < 100; ++round) {
-        std::vector<RCPtr<LRefCountedObject>> holders(
-            kThreads, RCPtr<LRefCountedObject>(new LCountsItsEnd(ends)));
+        std::vector<RCPtr<Witness>> holders(kThreads, MakeWitness('a'));
 
         RunOnThreads(kThreads, [&](std::size_t index) { holders[index] = nullptr; });
-    }
 
-    EXPECT_EQ(ends, 100);
+        ASSERT_EQ(Witness::GetLiveCount(), 0);
+    }
 }
 
 TEST(CountingThreads, EveryHolderWritesIntoACopyOfItsOwn)

@@ -1,21 +1,25 @@
-// RCPtrTest.cpp - construction, access and release by the smart pointers.
+// RCPtrTest.cpp - construction, assignment, access and release by the smart pointers.
 
 #include "Support/Witness.h"
 
+#include <QX/Buffer.h>
 #include <QX/RCPtr.h>
 
 #include <gtest/gtest.h>
 
-#include <new>
 #include <string>
 #include <utility>
 
 namespace {
 
 using QX::ConstRCPtr;
+using QX::LIBuffer;
 using QX::LRefCountedObject;
 using QX::RCPtr;
+using TestSupport::MakeWitness;
 using TestSupport::Witness;
+
+using Base = RCPtr<LRefCountedObject>;
 
 static_assert(sizeof(RCPtr<Witness>) == sizeof(void*));
 static_assert(sizeof(ConstRCPtr<Witness>) == sizeof(void*));
@@ -32,62 +36,228 @@ TEST(RCPtr, IsNullByDefaultAndFromNull)
     EXPECT_FALSE(RCPtr<Witness>::Null);
 }
 
-TEST(RCPtr, TakesOneReferenceAndDropsItAtTheEnd)
+/// Five pointers of four kinds, two of them to one object, and a null pointer.
+struct Pointers
 {
     std::string journal;
+    RCPtr<Witness> a = MakeWitness('a', journal);
+    RCPtr<Witness> alias = a;
+    RCPtr<Witness> b = MakeWitness('b', journal);
+    Base base = MakeWitness('c', journal);
+    ConstRCPtr<Witness> reader = MakeWitness('d', journal);
+    RCPtr<Witness> null;
+
+    std::string Names() const
     {
-        const RCPtr<Witness> held(new Witness('a', journal));
-        journal += "| ";
+        const Witness* const witnesses[] = {a.Get(),      alias.Get(),
+                                            b.Get(),      dynamic_cast<const Witness*>(base.Get()),
+                                            reader.Get(), null.Get()};
+        std::string names;
+        for (const Witness* const witness : witnesses) {
+            names += witness != nullptr ? witness->GetName() : '.';
+        }
+        return names;
     }
+};
 
-    EXPECT_EQ(journal, "+a | -a ~a ");
+template <class T>
+T& Same(T& object)
+{
+    return object;
 }
 
-TEST(RCPtr, ACopyTakesAReferenceOfItsOwn)
+struct Row
 {
-    std::string journal;
-    const RCPtr<Witness> held(new Witness('a', journal));
-    journal.clear();
-    {
-        const RCPtr<Witness> copy = held;
-        EXPECT_EQ(copy->GetReferenceCount(), 2);
+    const char* what;
+    void (*run)(Pointers&);
+    const char* journal;
+    /// The objects of the six pointers afterwards.
+    const char* names = "aabcd.";
+};
+
+void CheckRows(std::initializer_list<Row> rows)
+{
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        Pointers pointers;
+        pointers.journal.clear();
+
+        row.run(pointers);
+
+        EXPECT_EQ(pointers.journal, row.journal);
+        EXPECT_EQ(pointers.Names(), row.names);
     }
-
-    EXPECT_EQ(journal, "+a -a ");
 }
 
-TEST(RCPtr, ACopyOfNullIsNull)
+TEST(RCPtr, TakesAReferenceAtItsBeginningAndDropsItAtItsEnd)
 {
-    const RCPtr<Witness> null;
-    const RCPtr<Witness> copy = null;
-    const ConstRCPtr<Witness> reader = null;
-
-    EXPECT_EQ(copy, nullptr);
-    EXPECT_EQ(reader, nullptr);
+    CheckRows({
+        {"of a new object", [](Pointers& p) { MakeWitness('n', p.journal); }, "+n -n ~n "},
+        {"of an object with holders", [](Pointers& p) { RCPtr<Witness> held(p.b.Get()); },
+         "+b -b "},
+        {"a copy", [](Pointers& p) { RCPtr<Witness> copy(p.b); }, "+b -b "},
+        {"a copy for reading", [](Pointers& p) { ConstRCPtr<Witness> copy(p.b); }, "+b -b "},
+        {"a copy of a reader", [](Pointers& p) { ConstRCPtr<Witness> copy(p.reader); }, "+d -d "},
+        {"a copy of a base class", [](Pointers& p) { Base copy(p.b); }, "+b -b "},
+        {"a reader of a base class",
+         [](Pointers& p) { ConstRCPtr<LRefCountedObject> copy(p.reader); }, "+d -d "},
+        {"a copy of null",
+         [](Pointers& p) {
+             RCPtr<Witness> copy(p.null);
+             Base base(p.null);
+         },
+         ""},
+        {"a downcast", [](Pointers& p) { p.null = RCPtr<Witness>::Downcast(p.base); }, "+c ",
+         "aabcdc"},
+        {"a downcast for reading",
+         [](Pointers& p) { p.reader = ConstRCPtr<Witness>::Downcast(p.base); }, "+c -d ~d ",
+         "aabcc."},
+        {"a downcast to the same class", [](Pointers& p) { Base::Downcast(p.base); }, "+c -c "},
+        {"a downcast to another class",
+         [](Pointers& p) {
+             EXPECT_EQ(RCPtr<LIBuffer>::Downcast(p.base), nullptr);
+             EXPECT_EQ(ConstRCPtr<LIBuffer>::Downcast(p.base), nullptr);
+         },
+         ""},
+        {"a downcast of null", [](Pointers&) { RCPtr<Witness>::Downcast(Base()); }, ""},
+    });
 }
 
-TEST(RCPtr, MovingCountsNothingAndEmptiesTheSource)
+TEST(RCPtr, AnAssignmentTakesTheNewReferenceBeforeItDropsTheOld)
 {
-    std::string journal;
-    RCPtr<Witness> source(new Witness('a', journal));
-    journal.clear();
+    CheckRows({
+        {"to the same class", [](Pointers& p) { p.b = p.a; }, "+a -b ~b ", "aaacd."},
+        {"to a base class", [](Pointers& p) { p.base = p.a; }, "+a -c ~c ", "aabad."},
+        {"to a reader", [](Pointers& p) { p.reader = p.a; }, "+a -d ~d ", "aabca."},
+        {"to null", [](Pointers& p) { p.null = p.a; }, "+a ", "aabcda"},
+        {"of null",
+         [](Pointers& p) {
+             p.b = p.null;
+             p.base = p.null;
+             p.reader = nullptr;
+         },
+         "-b ~b -c ~c -d ~d ", "aa...."},
+        {"of the same object", [](Pointers& p) { p.a = p.alias; }, ""},
+        {"of itself", [](Pointers& p) { p.a = Same(p.a); }, ""},
+    });
+}
 
-    RCPtr<Witness> constructed = std::move(source);
-    RCPtr<Witness> assigned;
-    assigned = std::move(constructed);
-    const ConstRCPtr<Witness> reader = std::move(assigned);
+TEST(RCPtr, AMoveCountsNothingAndEmptiesTheSource)
+{
+    CheckRows({
+        {"into a new pointer",
+         [](Pointers& p) {
+             RCPtr<Witness> moved(std::move(p.b));
+             p.null = std::move(moved);
+         },
+         "", "aa.cdb"},
+        {"to a base class", [](Pointers& p) { p.base = std::move(p.b); }, "-c ~c ", "aa.bd."},
+        {"to a reader", [](Pointers& p) { p.reader = std::move(p.b); }, "-d ~d ", "aa.cb."},
+        {"of null to a base class", [](Pointers& p) { p.base = std::move(p.null); }, "-c ~c ",
+         "aab.d."},
+        {"of an alias", [](Pointers& p) { p.a = std::move(p.alias); }, "-a ", "a.bcd."},
+        {"to itself", [](Pointers& p) { p.a = std::move(Same(p.a)); }, ""},
+        {"by a swap", [](Pointers& p) { p.a.Swap(p.b); }, "", "baacd."},
+        {"by a swap with itself", [](Pointers& p) { p.a.Swap(p.a); }, ""},
+        {"by a swap with null",
+         [](Pointers& p) {
+             ConstRCPtr<Witness> empty;
+             p.reader.Swap(empty);
+         },
+         "-d ~d ", "aabc.."},
+    });
+}
 
-    EXPECT_EQ(journal, "");
-    EXPECT_EQ(source, nullptr);
-    EXPECT_EQ(constructed, nullptr);
-    EXPECT_EQ(assigned, nullptr);
-    EXPECT_EQ(reader->GetName(), 'a');
+TEST(RCPtr, AnUnshareableObjectIsCopiedForEachFurtherHolder)
+{
+    CheckRows({
+        {"only for a further one",
+         [](Pointers& p) {
+             auto* const witness = new Witness('n', p.journal);
+             witness->SetUnshareable(true);
+             RCPtr<Witness> first(witness);
+         },
+         "+n -n ~n "},
+        {"an assignment",
+         [](Pointers& p) {
+             p.b->SetUnshareable(true);
+             p.null = p.b;
+             EXPECT_FALSE(p.b->IsShareable());
+             EXPECT_TRUE(p.null->IsShareable());
+         },
+         "+b =b +B +B +B -b -B -B ", "aabcdB"},
+        {"a raw pointer",
+         [](Pointers& p) {
+             p.b->SetUnshareable(true);
+             p.null = RCPtr<Witness>(p.b.Get());
+         },
+         "+b =b +B +B +B -b -B -B ", "aabcdB"},
+        {"a base class",
+         [](Pointers& p) {
+             p.b->SetUnshareable(true);
+             p.base = p.b;
+         },
+         "+b =b +B +B +B -b -B -B -c ~c ", "aabBd."},
+        {"a reader",
+         [](Pointers& p) {
+             p.b->SetUnshareable(true);
+             p.reader = p.b;
+         },
+         "+b =b +B +B +B -b -B -B -d ~d ", "aabcB."},
+        {"a downcast",
+         [](Pointers& p) {
+             p.base->SetUnshareable(true);
+             p.null = RCPtr<Witness>::Downcast(p.base);
+         },
+         "+c =c +C +C +C -c -C -C ", "aabcdC"},
+        {"not for the same pointer",
+         [](Pointers& p) {
+             p.b->SetUnshareable(true);
+             p.b = Same(p.b);
+         },
+         ""},
+        {"not for a move",
+         [](Pointers& p) {
+             p.b->SetUnshareable(true);
+             p.base = std::move(p.b);
+         },
+         "-c ~c ", "aa.bd."},
+        {"not without the mark",
+         [](Pointers& p) {
+             p.b->SetUnshareable(true);
+             p.b->SetUnshareable(false);
+             p.null = p.b;
+         },
+         "+b ", "aabcdb"},
+    });
+}
+
+TEST(RCPtr, UnshareMakesOneCopyOfAnObjectWithOtherHolders)
+{
+    CheckRows({
+        {"of one of two", [](Pointers& p) { p.a.Unshare(); }, "=a +A +A +A -a -A -A ", "Aabcd."},
+        {"of a base class",
+         [](Pointers& p) {
+             p.base = p.a;
+             p.journal.clear();
+             p.base.Unshare();
+         },
+         "=a +A +A +A -a -A -A ", "aabAd."},
+        {"of a reader",
+         [](Pointers& p) {
+             p.reader = p.a;
+             p.journal.clear();
+             p.reader.Unshare();
+         },
+         "=a +A +A +A -a -A -A ", "aabcA."},
+        {"not of the only holder", [](Pointers& p) { p.b.Unshare(); }, ""},
+        {"not of null", [](Pointers& p) { p.null.Unshare(); }, ""},
+    });
 }
 
 TEST(RCPtr, ReachesItsObject)
 {
-    std::string journal;
-    auto* const witness = new Witness('a', journal);
+    auto* const witness = new Witness('a');
     const RCPtr<Witness> held(witness);
     const ConstRCPtr<Witness> reader = held;
 
@@ -103,12 +273,11 @@ TEST(RCPtr, ReachesItsObject)
 
 TEST(RCPtr, ComparesByIdentity)
 {
-    std::string journal;
-    const RCPtr<Witness> a(new Witness('a', journal));
+    const RCPtr<Witness> a = MakeWitness('a');
     const RCPtr<Witness> sameObject = a;
-    const RCPtr<Witness> b(new Witness('b', journal));
+    const RCPtr<Witness> b = MakeWitness('a');
     const ConstRCPtr<Witness> reader = a;
-    const RCPtr<LRefCountedObject> base = a;
+    const Base base = a;
 
     EXPECT_TRUE(a == sameObject);
     EXPECT_TRUE(a == reader);
@@ -120,41 +289,10 @@ TEST(RCPtr, ComparesByIdentity)
     EXPECT_FALSE(a == RCPtr<Witness>::Null);
 }
 
-TEST(RCPtr, SwapCountsNothing)
+RCPtr<Witness> OneOfTwo(bool first, std::string& journal)
 {
-    std::string journal;
-    RCPtr<Witness> a(new Witness('a', journal));
-    RCPtr<Witness> b(new Witness('b', journal));
-    ConstRCPtr<Witness> readA = a;
-    ConstRCPtr<Witness> readNull;
-    journal.clear();
-
-    a.Swap(b);
-    a.Swap(a);
-    readA.Swap(readNull);
-
-    EXPECT_EQ(journal, "");
-    EXPECT_EQ(a->GetName(), 'b');
-    EXPECT_EQ(b->GetName(), 'a');
-    EXPECT_EQ(readA, nullptr);
-    EXPECT_EQ(readNull->GetName(), 'a');
-}
-
-TEST(RCPtr, ReleasesThroughTheVirtualOperation)
-{
-    std::string journal;
-    RCPtr<LRefCountedObject> base(new Witness('a', journal));
-
-    base = nullptr;
-
-    EXPECT_EQ(journal, "+a -a ~a ");
-}
-
-RCPtr<Witness> OneOfTwo(bool first, const RCPtr<Witness>& model)
-{
-    std::string& journal = model->GetJournal();
-    RCPtr<Witness> a(new Witness('a', journal));
-    RCPtr<Witness> b(new Witness('b', journal));
+    RCPtr<Witness> a = MakeWitness('a', journal);
+    RCPtr<Witness> b = MakeWitness('b', journal);
     a->SetUnshareable(true);
     b->SetUnshareable(true);
     if (first) {
@@ -166,10 +304,9 @@ RCPtr<Witness> OneOfTwo(bool first, const RCPtr<Witness>& model)
 TEST(RCPtr, IsReturnedFromAFunctionWithoutACopyOfAnUnshareableObject)
 {
     std::string journal;
-    const RCPtr<Witness> model(new Witness('m', journal));
 
-    const RCPtr<Witness> first = OneOfTwo(true, model);
-    const RCPtr<Witness> second = OneOfTwo(false, model);
+    const RCPtr<Witness> first = OneOfTwo(true, journal);
+    const RCPtr<Witness> second = OneOfTwo(false, journal);
 
     EXPECT_EQ(first->GetName(), 'a');
     EXPECT_EQ(second->GetName(), 'b');
