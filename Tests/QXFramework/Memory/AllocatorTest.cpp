@@ -48,47 +48,6 @@ TEST(SystemAllocator, HandsEveryCallToTheProcessHeapUnchanged)
     EXPECT_EQ(heap.GetJournal(), "malloc 10, calloc 12, realloc 100, free, free, free");
 }
 
-TEST(SystemAllocator, GivesZeroesOnlyFromCalloc)
-{
-    auto* const bytes = static_cast<char*>(GetSystemAllocator()->Calloc(5, 2));
-    const char zeroes[10] = {};
-
-    EXPECT_EQ(std::memcmp(bytes, zeroes, sizeof(zeroes)), 0);
-    GetSystemAllocator()->Free(bytes);
-}
-
-TEST(SystemAllocator, AnswersAFailedRequestWithNull)
-{
-    void* alloc = nullptr;
-    void* calloc = nullptr;
-    {
-        const FailingHeap heap(1);
-        alloc = GetSystemAllocator()->Alloc(8);
-    }
-    {
-        const FailingHeap heap(1);
-        calloc = GetSystemAllocator()->Calloc(2, 8);
-    }
-
-    EXPECT_EQ(alloc, nullptr);
-    EXPECT_EQ(calloc, nullptr);
-}
-
-TEST(SystemAllocator, KeepsTheBlockThatItCannotMove)
-{
-    auto* const block = static_cast<char*>(GetSystemAllocator()->Alloc(4));
-    std::memcpy(block, "abc", 4);
-    void* moved = block;
-    {
-        const FailingHeap heap(1);
-        moved = GetSystemAllocator()->Realloc(block, 4000);
-    }
-
-    EXPECT_EQ(moved, nullptr);
-    EXPECT_STREQ(block, "abc");
-    GetSystemAllocator()->Free(block);
-}
-
 class AppendedAllocator : public IAllocator
 {
 public:

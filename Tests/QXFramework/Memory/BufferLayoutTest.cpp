@@ -67,17 +67,6 @@ TEST(BufferLayout, TheInterfaceKeepsItsOperationsInTheirSlots)
     EXPECT_EQ(SlotOf(&AppendedInterface::Appended), 9u) << "7 and 8 are the destructor's";
 }
 
-TEST(BufferLayout, TheImplementationTakesTheInterfacesSlots)
-{
-    EXPECT_EQ(SlotOf(&Buffer::GetSizeBytes), 0u);
-    EXPECT_EQ(SlotOf(&Buffer::SetSizeBytes), 1u);
-    EXPECT_EQ(SlotOf(&Buffer::ResizeBytes), 2u);
-    EXPECT_EQ(SlotOf(&Buffer::FillN), 3u);
-    EXPECT_EQ(SlotOf(&Buffer::FillW), 4u);
-    EXPECT_EQ(SlotOf(&Buffer::GetAllocatedSize), 5u);
-    EXPECT_EQ(SlotOf(&Buffer::GetRawPtr), 6u);
-}
-
 TEST(BufferLayout, TheCountedBufferAppendsItsTwoCopies)
 {
     using Whole = RCPtr<LRefCountedObject> (LByteBuffer::*)() const;

@@ -124,20 +124,6 @@ TEST(SharedBuffer, ACopyKeepsTheKindOfItsOriginal)
     EXPECT_EQ(copy->GetAllocatedSize(), 3u) << "the slack of text";
 }
 
-TEST(SharedBuffer, UnshareSeparatesTwoHolders)
-{
-    const RCPtr<LIBuffer> original = MakeText("abc");
-    RCPtr<LIBuffer> writer = original;
-
-    writer.Unshare();
-    writer->FillN('x', 0, -1);
-
-    EXPECT_EQ(TextOf(writer), "xxx");
-    EXPECT_EQ(TextOf(original), "abc");
-    EXPECT_EQ(writer->GetReferenceCount(), 1);
-    EXPECT_EQ(original->GetReferenceCount(), 1);
-}
-
 TEST(SharedBuffer, UnshareOfAnEmptyBufferGivesAnEmptyBuffer)
 {
     const RCPtr<LIBuffer> original = LByteBuffer::Create(0, 0, true);
@@ -150,17 +136,14 @@ TEST(SharedBuffer, UnshareOfAnEmptyBufferGivesAnEmptyBuffer)
     EXPECT_EQ(writer->GetRawPtr(), nullptr);
 }
 
-TEST(SharedBuffer, AnUnshareableOneIsCopiedForEveryFurtherHolder)
+TEST(SharedBuffer, ACopyOfABufferWithoutBytesIsZero)
 {
-    const RCPtr<LIBuffer> locked = MakeText("abc");
-    locked->SetUnshareable(true);
+    using LLogged = QX::LBufferT<1, 0, 8, char*, &GetLoggingAllocator>;
+    LoggingAllocator::Instance().FailNext();
+    const RCPtr<LIBuffer> original = LLogged::Create(2, 0, true);
 
-    const RCPtr<LIBuffer> second = locked;
-
-    EXPECT_NE(second, locked);
-    EXPECT_EQ(TextOf(second), "abc");
-    EXPECT_TRUE(second->IsShareable());
-    EXPECT_EQ(locked->GetReferenceCount(), 1);
+    EXPECT_EQ(TextOf(original), "");
+    EXPECT_EQ(TextOf(original->CreateCopy(2, 0)), std::string(2, '\0'));
 }
 
 } // namespace
