@@ -48,12 +48,6 @@ void ExpectConversions(const std::vector<Row>& rows)
     }
 }
 
-template <class T>
-std::function<void(Variant&)> Scalar(Variant::Type type, T scalar)
-{
-    return [=](Variant& value) { SetScalar(value, type, scalar); };
-}
-
 std::function<void(Variant&)> Block(Variant::Type type, uint32 size)
 {
     return [=](Variant& value) { value.Set(type, kNine, size); };
@@ -286,25 +280,37 @@ TEST(VariantRounding, AddsToAFloatInSinglePrecisionFor64Bits)
     }
 }
 
-struct PointerRow
+TEST(VariantPointers, GiveTheValueFieldOrTheBlock)
 {
-    const char* what;
-    std::function<void(Variant&)> set;
-    uint32 constSize;
-    uint32 size;
-    bool writable;
-};
-
-TEST(VariantPointers, ScalarsGiveTheAddressOfTheValueField)
-{
-    const PointerRow rows[] = {
-        {"bool", Scalar(Variant::kBool, true), 1, 4, true},
-        {"int32", Scalar(Variant::kInt32, int32{1}), 4, 4, true},
-        {"int64", Scalar(Variant::kInt64, int64{1}), 8, 4, true},
-        {"float", Scalar(Variant::kFloat, 1.0f), 4, 4, true},
-        {"double", Scalar(Variant::kDouble, 1.0), 8, 4, true},
+    static unsigned char memory[9];
+    enum Place
+    {
+        kNull,
+        kField,
+        kSame // as the read-only pointer
     };
-    for (const PointerRow& row : rows) {
+    const struct
+    {
+        const char* what;
+        std::function<void(Variant&)> set;
+        uint32 constSize;
+        uint32 size;
+        Place writable;
+        bool isText = false;
+    } rows[] = {
+        {"empty", [](Variant&) {}, 0, 0, kNull},
+        {"bool", Scalar(Variant::kBool, true), 1, 4, kField},
+        {"int32", Scalar(Variant::kInt32, int32{1}), 4, 4, kField},
+        {"int64", Scalar(Variant::kInt64, int64{1}), 8, 4, kField},
+        {"float", Scalar(Variant::kFloat, 1.0f), 4, 4, kField},
+        {"double", Scalar(Variant::kDouble, 1.0), 8, 4, kField},
+        {"pointer", [](Variant& value) { value.SetPointer(memory, 9); }, 9, 9, kSame},
+        {"const pointer", [](Variant& value) { value.SetConstPointer(memory, 9); }, 9, 0, kNull},
+        {"buffer", Block(Variant::kBuffer, 9), 9, 9, kSame},
+        {"string", [](Variant& value) { value.Set("abc"); }, 4, 4, kSame, true},
+        {"const buffer", Block(Variant::kConstBuffer, 9), 9, 0, kNull},
+    };
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         Variant value;
         row.set(value);
@@ -312,50 +318,16 @@ TEST(VariantPointers, ScalarsGiveTheAddressOfTheValueField)
         uint32 size = 99;
         const void* const field = reinterpret_cast<const char*>(&value) + sizeof(void*);
 
-        EXPECT_EQ(value.GetConstPointer(constSize), field);
+        const void* const bytes = value.GetConstPointer(constSize);
+        const void* const writable = value.GetPointer(size);
+
         EXPECT_EQ(constSize, row.constSize);
-        EXPECT_EQ(value.GetPointer(size), field);
         EXPECT_EQ(size, row.size);
+        EXPECT_EQ(bytes == field, row.writable == kField);
+        EXPECT_EQ(bytes == nullptr, row.constSize == 0);
+        EXPECT_EQ(writable, row.writable == kNull ? nullptr : bytes);
+        EXPECT_EQ(value.GetCStr(), row.isText ? bytes : nullptr);
     }
-}
-
-TEST(VariantPointers, BlocksGiveTheirAddressAndSize)
-{
-    static unsigned char memory[9];
-    const PointerRow rows[] = {
-        {"pointer", [](Variant& value) { value.SetPointer(memory, 9); }, 9, 9, true},
-        {"const pointer", [](Variant& value) { value.SetConstPointer(memory, 9); }, 9, 0, false},
-        {"buffer", Block(Variant::kBuffer, 9), 9, 9, true},
-        {"string", [](Variant& value) { value.Set("abc"); }, 4, 4, true},
-        {"const buffer", Block(Variant::kConstBuffer, 9), 9, 0, false},
-    };
-    for (const PointerRow& row : rows) {
-        SCOPED_TRACE(row.what);
-        Variant value;
-        row.set(value);
-        uint32 constSize = 99;
-        uint32 size = 99;
-
-        const void* const block = value.GetConstPointer(constSize);
-
-        EXPECT_NE(block, nullptr);
-        EXPECT_EQ(constSize, row.constSize);
-        EXPECT_EQ(value.GetPointer(size), row.writable ? block : nullptr);
-        EXPECT_EQ(size, row.size);
-    }
-}
-
-TEST(VariantPointers, AnEmptyVariantGivesNullAndZero)
-{
-    Variant value;
-    uint32 constSize = 99;
-    uint32 size = 99;
-
-    EXPECT_EQ(value.GetType(), Variant::kEmpty);
-    EXPECT_EQ(value.GetConstPointer(constSize), nullptr);
-    EXPECT_EQ(constSize, 0u);
-    EXPECT_EQ(value.GetPointer(size), nullptr);
-    EXPECT_EQ(size, 0u);
 }
 
 TEST(VariantPointers, BytesWrittenThroughThemAreTheValue)
@@ -370,24 +342,6 @@ TEST(VariantPointers, BytesWrittenThroughThemAreTheValue)
     value.Set("abc");
     static_cast<char*>(value.GetPointer(size))[0] = 'X';
     EXPECT_STREQ(value.GetCStr(), "Xbc");
-}
-
-TEST(VariantPointers, OnlyAStringGivesAText)
-{
-    const PointerRow rows[] = {
-        {"empty", [](Variant&) {}, 0, 0, false},
-        {"int64", Scalar(Variant::kInt64, int64{-1}), 0, 0, false},
-        {"pointer", [](Variant& value) { value.SetConstPointer("abc", 4); }, 0, 0, false},
-        {"buffer", [](Variant& value) { value.SetBuffer("abc", 4); }, 0, 0, false},
-        {"const buffer", Block(Variant::kConstBuffer, 4), 0, 0, false},
-    };
-    for (const PointerRow& row : rows) {
-        SCOPED_TRACE(row.what);
-        Variant value;
-        row.set(value);
-
-        EXPECT_EQ(value.GetCStr(), nullptr);
-    }
 }
 
 } // namespace

@@ -2,64 +2,12 @@
 
 #include <QX/Variant.h>
 
-#include "VariantTestSupport.h"
+#include "VariantRecords.h"
 
 #include <algorithm>
-#include <functional>
 
 namespace QX {
 namespace {
-
-template <class T>
-std::function<void(Variant&)> Scalar(Variant::Type type, T scalar)
-{
-    return [=](Variant& value) { SetScalar(value, type, scalar); };
-}
-
-struct Row
-{
-    const char* what;
-    std::function<void(Variant&)> set;
-    const char* record;
-};
-
-const std::vector<Row>& Records()
-{
-    static char sMemory[] = "xyz";
-    static const std::vector<Row> kRows = {
-        {"empty", [](Variant&) {}, "0C000000 00000000 00000000"},
-        {"bool", Scalar(Variant::kBool, true), "0D000000 00000000 01000000 01"},
-        {"other truth", Scalar(Variant::kBool, uint8_t{0xC8}), "0D000000 00000000 01000000 C8"},
-        {"int32 1", Scalar(Variant::kInt32, int32{1}), "10000000 00000000 02000000 01000000"},
-        {"int32", Scalar(Variant::kInt32, int32{0x11223344}),
-         "10000000 00000000 02000000 44332211"},
-        {"int64", Scalar(Variant::kInt64, int64{0x1122334455667788}),
-         "14000000 00000000 03000000 8877665544332211"},
-        {"float", Scalar(Variant::kFloat, 0.5f), "10000000 00000000 04000000 0000003F"},
-        {"signalling float", Scalar(Variant::kFloat, uint32{0x7FA00001}),
-         "10000000 00000000 04000000 0100A07F"},
-        {"double", Scalar(Variant::kDouble, 1.0), "14000000 00000000 05000000 000000000000F03F"},
-        {"pointer", [](Variant& value) { value.SetPointer(sMemory, 3); },
-         "0F000000 00000000 06000000 78797A"},
-        {"const pointer", [](Variant& value) { value.SetConstPointer(sMemory, 4); },
-         "10000000 00000000 07000000 78797A00"},
-        {"buffer of 2", [](Variant& value) { value.SetBuffer("\1\2", 2); },
-         "0E000000 00000000 08000000 0102"},
-        {"buffer of 4", [](Variant& value) { value.SetBuffer("\1\2\3\4", 4); },
-         "10000000 00000000 08000000 01020304"},
-        {"buffer of 8", [](Variant& value) { value.SetBuffer("\1\2\3\4\5\6\7\10", 8); },
-         "14000000 00000000 08000000 0102030405060708"},
-        {"empty buffer", [](Variant& value) { value.SetBuffer(nullptr, 0); },
-         "0C000000 00000000 08000000"},
-        {"string", [](Variant& value) { value.Set("abc"); }, "10000000 00000000 09000000 61626300"},
-        {"empty string", [](Variant& value) { value.Set(""); }, "0D000000 00000000 09000000 00"},
-        {"const buffer", [](Variant& value) { value.Set(Variant::kConstBuffer, "\1\2\3\4", 4); },
-         "10000000 00000000 0A000000 01020304"},
-        {"empty const buffer", [](Variant& value) { value.Set(Variant::kConstBuffer, nullptr, 0); },
-         "0C000000 00000000 0A000000"},
-    };
-    return kRows;
-}
 
 // 0x01020304 bytes in all, so that each byte of the length tells where it is.
 TEST(VariantSerialize, WritesAndReadsEveryByteOfALength)
@@ -82,7 +30,7 @@ TEST(VariantSerialize, WritesAndReadsEveryByteOfALength)
 
 TEST(VariantSerialize, WritesTheRecordOfEveryTypeOrNothing)
 {
-    for (const Row& row : Records()) {
+    for (const RecordRow& row : WrittenRecords()) {
         Variant value;
         row.set(value);
         const Bytes record = FromHex(row.record);

@@ -12,6 +12,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstring>
+#include <functional>
 #include <new>
 #include <string>
 #include <string_view>
@@ -46,6 +47,13 @@ template <class T>
 Variant::Type SetScalar(Variant& value, Variant::Type type, T scalar)
 {
     return value.Set(type, &scalar, sizeof scalar);
+}
+
+/// Returns a setter of a scalar, for tables.
+template <class T>
+std::function<void(Variant&)> Scalar(Variant::Type type, T scalar)
+{
+    return [=](Variant& value) { SetScalar(value, type, scalar); };
 }
 
 /// A copy of some bytes that ends where readable memory ends.
@@ -131,39 +139,37 @@ public:
     }
 };
 
-inline VariantEx OfBool(unsigned char value)
+template <class T>
+VariantEx OfScalar(Variant::Type type, T value)
 {
     VariantEx variant;
-    variant.Set(Variant::kBool, &value, 1);
+    SetScalar(variant, type, value);
     return variant;
+}
+
+inline VariantEx OfBool(unsigned char value)
+{
+    return OfScalar(Variant::kBool, value);
 }
 
 inline VariantEx OfInt32(int32 value)
 {
-    VariantEx variant;
-    variant.Set(Variant::kInt32, &value, 4);
-    return variant;
+    return OfScalar(Variant::kInt32, value);
 }
 
 inline VariantEx OfInt64(int64 value)
 {
-    VariantEx variant;
-    variant.Set(Variant::kInt64, &value, 8);
-    return variant;
+    return OfScalar(Variant::kInt64, value);
 }
 
 inline VariantEx OfFloat(float value)
 {
-    VariantEx variant;
-    variant.Set(Variant::kFloat, &value, 4);
-    return variant;
+    return OfScalar(Variant::kFloat, value);
 }
 
 inline VariantEx OfDouble(double value)
 {
-    VariantEx variant;
-    variant.Set(Variant::kDouble, &value, 8);
-    return variant;
+    return OfScalar(Variant::kDouble, value);
 }
 
 inline VariantEx OfText(const char* text)
@@ -208,7 +214,7 @@ inline VariantEx OfPointer(void* pointer, uint32 size)
     return variant;
 }
 
-inline std::string BytesOf(const VariantEx& variant)
+inline std::string BytesOf(const Variant& variant)
 {
     uint32 size = 0;
     const void* const bytes = variant.GetConstPointer(size);
