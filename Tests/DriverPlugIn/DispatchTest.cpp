@@ -1,12 +1,10 @@
 // DispatchTest.cpp - the status of each property request.
 
 #include "DriverPlugIn/Support/PlugInFixture.h"
+#include "Support/GuardedBytes.h"
 
 #include <cstring>
 #include <string>
-
-#include <sys/mman.h>
-#include <unistd.h>
 
 namespace {
 
@@ -249,31 +247,8 @@ TEST_F(Dispatch, StreamEntryPointsKnowNoProperty)
     EXPECT_THAT(PlatformCalls::GetSent(), IsEmpty());
 }
 
-/// Two pages, of which the second cannot be touched.
-class GuardedPage
-{
-public:
-    GuardedPage()
-        : mSize(static_cast<std::size_t>(sysconf(_SC_PAGESIZE)))
-        , mStart(static_cast<unsigned char*>(
-              mmap(nullptr, 2 * mSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)))
-    {
-        mprotect(mStart + mSize, mSize, PROT_NONE);
-    }
-    GuardedPage(const GuardedPage&) = delete;
-    GuardedPage& operator=(const GuardedPage&) = delete;
-    ~GuardedPage() { munmap(mStart, 2 * mSize); }
-
-    unsigned char* GetEnd() const { return mStart + mSize; }
-
-private:
-    std::size_t mSize;
-    unsigned char* mStart;
-};
-
 TEST_F(Dispatch, SetReadsExactlyTheDataAtAnyAlignment)
 {
-    const GuardedPage page;
     const UInt32 integer = 0x12345678;
     const Float32 gains[2] = {1.0F, 0.5F};
     const struct
@@ -292,12 +267,12 @@ TEST_F(Dispatch, SetReadsExactlyTheDataAtAnyAlignment)
         AudioDriverPlugInDeviceSetProperty(kDevice, nullptr, 0, 1, property, size, aligned);
         const std::string expected = PlatformCalls::GetSent().back().data;
         for (UInt32 distance = size; distance < size + 4; ++distance) {
-            unsigned char* const data = page.GetEnd() - distance;
-            std::memcpy(data, aligned, size);
+            const TestSupport::GuardedBytes data{TestSupport::Bytes(distance)};
+            std::memcpy(data.Get(), aligned, size);
 
-            EXPECT_EQ(
-                AudioDriverPlugInDeviceSetProperty(kDevice, nullptr, 0, 1, property, size, data),
-                0);
+            EXPECT_EQ(AudioDriverPlugInDeviceSetProperty(kDevice, nullptr, 0, 1, property, size,
+                                                         data.Get()),
+                      0);
 
             EXPECT_EQ(PlatformCalls::GetSent().back().data, expected);
         }

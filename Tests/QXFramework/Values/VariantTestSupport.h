@@ -1,10 +1,9 @@
-// VariantTestSupport.h - extended variants of one value, guarded memory, and variants with
-// observable hooks.
+// VariantTestSupport.h - extended variants of one value, and variants with observable hooks.
 #pragma once
 
 #include <QX/VariantEx.h>
 
-#include "Support/Hex.h"
+#include "Support/GuardedBytes.h"
 #include "Support/StringTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -13,17 +12,14 @@
 #include <cstddef>
 #include <cstring>
 #include <functional>
-#include <new>
 #include <string>
 #include <string_view>
-
-#include <sys/mman.h>
-#include <unistd.h>
 
 namespace QX {
 
 using TestSupport::Bytes;
 using TestSupport::FromHex;
+using TestSupport::GuardedBytes;
 
 inline constexpr bool kBigEndian = std::endian::native == std::endian::big;
 inline constexpr uint32 kFailed = 0x80000008u;
@@ -55,34 +51,6 @@ std::function<void(Variant&)> Scalar(Variant::Type type, T scalar)
 {
     return [=](Variant& value) { SetScalar(value, type, scalar); };
 }
-
-/// A copy of some bytes that ends where readable memory ends.
-class GuardedBytes
-{
-public:
-    explicit GuardedBytes(const Bytes& bytes)
-        : mPageSize(static_cast<size_t>(sysconf(_SC_PAGESIZE)))
-        , mSize(bytes.size())
-    {
-        mPages = mmap(nullptr, 2 * mPageSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS,
-                      -1, 0);
-        if (mPages == MAP_FAILED)
-            throw std::bad_alloc();
-        if (!bytes.empty())
-            std::memcpy(Get(), bytes.data(), bytes.size());
-        mprotect(static_cast<unsigned char*>(mPages) + mPageSize, mPageSize, PROT_NONE);
-    }
-    GuardedBytes(const GuardedBytes&) = delete;
-    GuardedBytes& operator=(const GuardedBytes&) = delete;
-    ~GuardedBytes() { munmap(mPages, 2 * mPageSize); }
-
-    unsigned char* Get() const { return static_cast<unsigned char*>(mPages) + mPageSize - mSize; }
-
-private:
-    size_t mPageSize;
-    size_t mSize;
-    void* mPages;
-};
 
 /// Keeps its blocks by itself. Its journal gets "alloc N ", "free N " (the block's size) or
 /// "free null " for each call.
