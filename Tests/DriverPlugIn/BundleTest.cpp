@@ -93,16 +93,6 @@ TEST(Bundle, FindsEveryEntryPointAndConversionByName)
     }
 }
 
-TEST(Bundle, KeepsItsOwnNamesToItself)
-{
-    const LoadedBundle bundle(QX_BUNDLE_PATH);
-
-    EXPECT_EQ(bundle.Find("gHostInfoArray"), nullptr);
-    EXPECT_EQ(bundle.Find("_Z16MessagePortValidP11_PlugInInfo"), nullptr);
-    EXPECT_EQ(bundle.Find("_Z26FetchPlugInInfoElementByIDj"), nullptr);
-    EXPECT_EQ(bundle.Find("_ZN2QX12ExceptionBaseD1Ev"), nullptr);
-}
-
 TEST(Bundle, AnswersThroughItsEntryPoints)
 {
     const LoadedBundle bundle(QX_BUNDLE_PATH);
@@ -113,19 +103,6 @@ TEST(Bundle, AnswersThroughItsEntryPoints)
     EXPECT_EQ(bundle.SetInteger(259, kEnable, 1), kWhat);
     EXPECT_EQ(bundle.Close(258), 0);
     EXPECT_EQ(bundle.Close(258), kWhat);
-}
-
-TEST(Bundle, IsGoneAfterItIsUnloaded)
-{
-    ASSERT_FALSE(IsLoaded(QX_BUNDLE_PATH));
-    {
-        const LoadedBundle bundle(QX_BUNDLE_PATH);
-        EXPECT_TRUE(IsLoaded(QX_BUNDLE_PATH));
-        bundle.Open(258);
-        bundle.Close(258);
-    }
-
-    EXPECT_FALSE(IsLoaded(QX_BUNDLE_PATH));
 }
 
 TEST(Bundle, StartsWithAnEmptyRegistryEachTimeItIsLoaded)

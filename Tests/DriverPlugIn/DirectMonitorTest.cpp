@@ -6,13 +6,10 @@
 
 #include <QX/Exception.h>
 
-#include <Standin/Standin.h>
-
 #include <cfloat>
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <new>
 
 namespace {
 
@@ -369,70 +366,6 @@ TEST_F(DirectMonitor, GetsAreUnsupportedAndTouchNothing)
     EXPECT_EQ(gains[0], 99.0F);
     EXPECT_EQ(gains[1], 99.0F);
     EXPECT_THAT(PlatformCalls::GetJournal(), IsEmpty());
-}
-
-TEST_F(DirectMonitor, EachFailedCreationFailsTheSetsAndLeavesNothing)
-{
-    const struct
-    {
-        const char* what;
-        Call call;
-        OSStatus levelStatus;
-    } cases[] = {
-        {"name of the port", Call::kStringCreate, 0}, // no port: a level counts as done
-        {"dictionary", Call::kDictionaryCreate, -3},
-        {"number", Call::kNumberCreate, -3},
-        {"data", Call::kDataCreate, -3},
-        {"document", Call::kDocumentCreate, -3},
-    };
-    AudioDeviceID device = 0;
-    for (const auto& [what, call, levelStatus] : cases) {
-        SCOPED_TRACE(what);
-        // A device of its own each, so that the port has yet to be opened.
-        Open(++device);
-        const SInt32 liveBefore = StandinGetTotalLiveObjectCount();
-        PlatformCalls::Fail(call);
-
-        EXPECT_EQ(SetInteger(device, kEnable, 1), -3);
-        EXPECT_EQ(SetInteger(device, kState, 1), -3);
-        EXPECT_EQ(SetInteger(device, kState, 0), -3);
-        EXPECT_EQ(SetLevel(device, 1, 1.0F, 1.0F), levelStatus);
-
-        EXPECT_EQ(GetMessage(), "");
-        EXPECT_EQ(StandinGetTotalLiveObjectCount(), liveBefore);
-        PlatformCalls::Allow(call);
-        EXPECT_EQ(SetInteger(device, kEnable, 1), 0);
-        EXPECT_EQ(SetLevel(device, 1, 1.0F, 1.0F), 0);
-        PlatformCalls::ClearSent();
-    }
-}
-
-TEST_F(DirectMonitor, LevelWithoutMemoryForItsRecordThrowsBeforeAnythingIsMade)
-{
-    Open(258);
-    SetInteger(258, kEnable, 1);
-    PlatformCalls::ClearSent();
-    PlatformCalls::ClearJournal();
-    PlatformCalls::RefuseMemory(20);
-
-    EXPECT_THROW(SetLevel(258, 1, 1.0F, 1.0F), std::bad_alloc);
-
-    EXPECT_THAT(PlatformCalls::GetJournal(), IsEmpty());
-    EXPECT_EQ(SetLevel(258, 1, 1.0F, 1.0F), 0);
-    EXPECT_THAT(GetSentIDs(), ElementsAre(kSLLM));
-}
-
-TEST_F(DirectMonitor, ExceptionLeavesTheEntryPointAndTheRegistryStillWorks)
-{
-    Open(258);
-    PlatformCalls::Throw(Call::kDataCreate);
-
-    EXPECT_THROW(SetInteger(258, kEnable, 1), QX::ExceptionBase);
-    EXPECT_THROW(SetLevel(258, 1, 1.0F, 1.0F), std::exception);
-
-    PlatformCalls::Allow(Call::kDataCreate);
-    EXPECT_EQ(SetInteger(258, kEnable, 1), 0);
-    ExpectLeftBehind({"dictionary", "number", "dictionary", "number"});
 }
 
 } // namespace

@@ -6,7 +6,6 @@
 #include "DriverPlugIn/Support/ServerProcess.h"
 
 #include "Protocol/ServerProtocol.h"
-#include "Support/BuildKind.h"
 
 #include <CoreAudio/AudioDriverPlugIn.h>
 
@@ -25,8 +24,6 @@ namespace {
 constexpr SInt32 kOpLM = 0x4F704C4D;
 constexpr SInt32 kClLM = 0x436C4C4D;
 constexpr SInt32 kSLLM = 0x534C4C4D;
-
-constexpr int kManySets = kIsSlow ? 10000 : 300000;
 
 /// After so many rounds the heap's own caches of free blocks are as full as they get.
 constexpr int kWarmUps = 100;
@@ -229,21 +226,6 @@ TEST_F(EndToEnd, RestartedServerIsReachedByReopenedDevicesOnly)
     ExpectSet(server, "1", 0xFFFFFF06, "04000000");
 }
 
-TEST_F(EndToEnd, PortOfAKilledServerStaysValidForThePlugIn)
-{
-    _PlugInInfo info = {258, 0, 0, nullptr, nullptr, nullptr};
-    {
-        ServerProcess server(ServerProcess::kServes);
-        EXPECT_EQ(MessagePortValid(&info), 1);
-    }
-    const CFMessagePortRef port = info.mMessagePort;
-
-    EXPECT_PRED1(IsOfADeadServer, SendSimpleMessageToServer(&info, kOpLM));
-
-    EXPECT_EQ(MessagePortValid(&info), 1);
-    EXPECT_EQ(info.mMessagePort, port);
-}
-
 TEST_F(EndToEnd, StoppedServerTakesSomeMessagesAndThenSendsTimeOut)
 {
     ServerProcess server(ServerProcess::kServes);
@@ -363,21 +345,6 @@ TEST_F(EndToEnd, ServerThatRepliesLateFailsNoSet)
     server.LetReply();
 }
 
-TEST_F(EndToEnd, LateReplyIsNotTakenForALaterOne)
-{
-    ServerProcess server(ServerProcess::kWaitsToReply);
-    _PlugInInfo info = {258, 0, 0, nullptr, nullptr, nullptr};
-
-    EXPECT_EQ(SendSimpleMessageToServer(&info, kOpLM), -2);
-    ExpectSimple(server, kOpLM);
-    server.LetReply();
-
-    // The reply to the first is there by now, and the server holds back the one to the second.
-    EXPECT_EQ(SendSimpleMessageToServer(&info, kClLM), -2);
-    ExpectSimple(server, kClLM);
-    server.LetReply();
-}
-
 TEST_F(EndToEnd, SimpleMessageThatIsAnsweredInTimeSucceeds)
 {
     ServerProcess server(ServerProcess::kServes);
@@ -427,24 +394,6 @@ TEST_F(EndToEnd, SetsThatAreSentDoNotGrowTheHeap)
     }
 
     EXPECT_LE(CountHeapBytes(), before + 100);
-}
-
-TEST_F(EndToEnd, ManySetsDoNotGrowTheHeap)
-{
-    ServerProcess server(ServerProcess::kNeverRuns);
-    Open(258);
-    SetSendsAreSwallowed(true);
-    for (int round = 0; round < kWarmUps; ++round) {
-        SetLevel(258, 1);
-    }
-    const std::size_t before = CountHeapBytes();
-
-    for (int round = 0; round < kManySets; ++round) {
-        SetLevel(258, 1);
-    }
-
-    EXPECT_LE(CountHeapBytes(), before + 100);
-    SetSendsAreSwallowed(false);
 }
 
 } // namespace

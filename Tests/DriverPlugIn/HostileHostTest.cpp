@@ -4,6 +4,7 @@
 // cannot affect the other tests.
 
 #include "DriverPlugIn/Support/LoadedBundle.h"
+#include "DriverPlugIn/Support/ServerProcess.h"
 #include "Protocol/ServerProtocol.h"
 #include "Support/BuildKind.h"
 
@@ -64,54 +65,11 @@ int FindFailedStep(Body body)
 }
 
 /// A process that holds the server's port and answers everything.
-class Server
+struct Server : ServerProcess
 {
-public:
     Server()
-    {
-        int ready[2];
-        Require(pipe(ready) == 0, 200);
-        mProcess = fork();
-        if (mProcess == 0) {
-            prctl(PR_SET_PDEATHSIG, SIGKILL);
-            Serve(ready[1]);
-        }
-        close(ready[1]);
-        char mark = 0;
-        Require(read(ready[0], &mark, 1) == 1, 201);
-        close(ready[0]);
-    }
-    Server(const Server&) = delete;
-    Server& operator=(const Server&) = delete;
-    ~Server() { Kill(); }
-
-    void Kill()
-    {
-        if (mProcess > 0) {
-            kill(mProcess, SIGKILL);
-            waitpid(mProcess, nullptr, 0);
-            mProcess = -1;
-        }
-    }
-
-private:
-    [[noreturn]] static void Serve(int ready)
-    {
-        const CFMessagePortRef port =
-            CFMessagePortCreateLocal(nullptr, CFSTR(kServerPortName), nullptr, nullptr, nullptr);
-        if (port == nullptr) {
-            _exit(1);
-        }
-        CFRunLoopAddSource(CFRunLoopGetCurrent(),
-                           CFMessagePortCreateRunLoopSource(nullptr, port, 0),
-                           kCFRunLoopDefaultMode);
-        [[maybe_unused]] const ssize_t told = write(ready, "r", 1);
-        for (;;) {
-            CFRunLoopRunInMode(kCFRunLoopDefaultMode, 1.0e6, true);
-        }
-    }
-
-    pid_t mProcess = -1;
+        : ServerProcess(kSwallows)
+    {}
 };
 
 /// The bundle, with the calls that these tests make.

@@ -82,22 +82,6 @@ TEST_F(SetParamMessage, AnIntegerMakes28Bytes)
                            : "1C000000 00000000 05FFFFFF 10000000 00000000 02000000 01000000");
 }
 
-TEST_F(SetParamMessage, ALevelRecordMakes44Bytes)
-{
-    const std::string record = FromHex(kIsBigEndian ? "0000000000000000 C018151824C7587F 00000000"
-                                                    : "0000000000000000 7F58C724181518C0 00000000");
-    mValue.SetBuffer(record.data(), 20);
-    const auto buffer = MakeBuffer();
-
-    EXPECT_EQ(Create(0xFFFFFF07, mValue, buffer), 32u);
-
-    EXPECT_EQ(ToHex(GetBytes(buffer)),
-              kIsBigEndian ? "0000002C 00000000 FFFFFF07 20000000 00000000 08000000 "
-                             "00000000 00000000 C0181518 24C7587F 00000000"
-                           : "2C000000 00000000 07FFFFFF 20000000 00000000 08000000 "
-                             "00000000 00000000 7F58C724 181518C0 00000000");
-}
-
 TEST_F(SetParamMessage, AnyValueMakes24BytesMoreThanItsData)
 {
     const double number = 1.0;

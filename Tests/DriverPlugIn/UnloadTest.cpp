@@ -2,10 +2,9 @@
 // behind.
 
 #include "DriverPlugIn/Support/Heap.h"
+#include "DriverPlugIn/Support/LoadedBundle.h"
 #include "Protocol/ServerProtocol.h"
 #include "Support/BuildKind.h"
-
-#include <CoreAudio/AudioDriverPlugIn.h>
 
 #include <gtest/gtest.h>
 
@@ -13,23 +12,12 @@
 
 namespace {
 
-/// Loads the bundle, sets a property without a server, and unloads it.
-void UseOnce()
+void UseWithoutAServer()
 {
-    void* const bundle = dlopen(QX_BUNDLE_PATH, RTLD_NOW | RTLD_LOCAL);
-    ASSERT_NE(bundle, nullptr) << dlerror();
-    const auto open =
-        reinterpret_cast<decltype(&AudioDriverPlugInOpen)>(dlsym(bundle, "AudioDriverPlugInOpen"));
-    const auto close = reinterpret_cast<decltype(&AudioDriverPlugInClose)>(
-        dlsym(bundle, "AudioDriverPlugInClose"));
-    const auto set = reinterpret_cast<decltype(&AudioDriverPlugInDeviceSetProperty)>(
-        dlsym(bundle, "AudioDriverPlugInDeviceSetProperty"));
-    AudioDriverPlugInHostInfo hostInfo = {258, 0, 0, nullptr, nullptr};
-    const UInt32 on = 1;
-    EXPECT_EQ(open(&hostInfo), 0);
-    EXPECT_EQ(set(258, nullptr, 0, 1, kDirectMonitorEnableProperty, sizeof(on), &on), -3);
-    EXPECT_EQ(close(258), 0);
-    EXPECT_EQ(dlclose(bundle), 0);
+    const LoadedBundle bundle(QX_BUNDLE_PATH);
+    EXPECT_EQ(bundle.Open(258), 0);
+    EXPECT_EQ(bundle.SetInteger(258, kDirectMonitorEnableProperty, 1), -3);
+    EXPECT_EQ(bundle.Close(258), 0);
 }
 
 // The address sanitizer keeps an entry for ever for each static object whose destructor it has
@@ -44,12 +32,12 @@ TEST(Unload, LeavesNothingBehindInAHostThatIsNotLinkedWithThePlatform)
 {
     constexpr std::size_t kRounds = 500;
     for (int round = 0; round < 50; ++round) {
-        UseOnce();
+        UseWithoutAServer();
     }
     const std::size_t heapBytes = CountHeapBytes();
 
     for (std::size_t round = 0; round < kRounds; ++round) {
-        UseOnce();
+        UseWithoutAServer();
     }
 
     EXPECT_LE(CountHeapBytes(), heapBytes + kRounds * kBytesOfARound);

@@ -58,22 +58,6 @@ std::uint32_t GetLittleEndianWord(std::string_view bytes, std::size_t offset)
 
 } // namespace
 
-std::string FromHex(std::string_view digits)
-{
-    std::string bytes;
-    std::string pair;
-    for (const char digit : digits) {
-        if (digit != ' ') {
-            pair += digit;
-        }
-        if (pair.size() == 2) {
-            bytes += static_cast<char>(std::stoi(pair, nullptr, 16));
-            pair.clear();
-        }
-    }
-    return bytes;
-}
-
 std::string ToHex(std::string_view bytes)
 {
     std::string digits;

@@ -1,4 +1,4 @@
-// Bytes.h - byte literals, and the contents of a sent document.
+// Bytes.h - bytes as text, and the contents of a sent document.
 #pragma once
 
 #include <CoreServices/CoreServices.h>
@@ -10,8 +10,6 @@
 
 inline constexpr bool kIsBigEndian = std::endian::native == std::endian::big;
 
-/// Returns the bytes of a text of hexadecimal digits and blanks.
-std::string FromHex(std::string_view digits);
 /// Returns upper-case digits, with a blank after every fourth byte.
 std::string ToHex(std::string_view bytes);
 

@@ -227,44 +227,22 @@ void* __wrap_malloc(std::size_t size);
 void __real_free(void* block);
 void __wrap_free(void* block);
 
-CFMutableArrayRef __real_CFArrayCreateMutable(CFAllocatorRef allocator, CFIndex capacity,
-                                              const CFArrayCallBacks* callBacks);
-CFMutableArrayRef __wrap_CFArrayCreateMutable(CFAllocatorRef allocator, CFIndex capacity,
-                                              const CFArrayCallBacks* callBacks);
-void __real_CFArrayAppendValue(CFMutableArrayRef array, const void* value);
-void __wrap_CFArrayAppendValue(CFMutableArrayRef array, const void* value);
-void __real_CFArrayRemoveValueAtIndex(CFMutableArrayRef array, CFIndex index);
-void __wrap_CFArrayRemoveValueAtIndex(CFMutableArrayRef array, CFIndex index);
-CFIndex __real_CFArrayGetCount(CFArrayRef array);
-CFIndex __wrap_CFArrayGetCount(CFArrayRef array);
-CFStringRef __real_CFStringCreateWithFormat(CFAllocatorRef allocator, CFDictionaryRef options,
-                                            CFStringRef format, ...);
-CFStringRef __wrap_CFStringCreateWithFormat(CFAllocatorRef allocator, CFDictionaryRef options,
-                                            CFStringRef format, ...);
-CFMessagePortRef __wrap_CFMessagePortCreateRemote(CFAllocatorRef allocator, CFStringRef name);
-SInt32 __wrap_CFMessagePortSendRequest(CFMessagePortRef remote, SInt32 messageID, CFDataRef data,
-                                       CFTimeInterval sendTimeout, CFTimeInterval receiveTimeout,
-                                       CFStringRef replyMode, CFDataRef* returnData);
-CFMutableDictionaryRef
-__real_CFDictionaryCreateMutable(CFAllocatorRef allocator, CFIndex capacity,
-                                 const CFDictionaryKeyCallBacks* keyCallBacks,
-                                 const CFDictionaryValueCallBacks* valueCallBacks);
-CFMutableDictionaryRef
-__wrap_CFDictionaryCreateMutable(CFAllocatorRef allocator, CFIndex capacity,
-                                 const CFDictionaryKeyCallBacks* keyCallBacks,
-                                 const CFDictionaryValueCallBacks* valueCallBacks);
-void __real_CFDictionaryAddValue(CFMutableDictionaryRef dictionary, const void* key,
-                                 const void* value);
-void __wrap_CFDictionaryAddValue(CFMutableDictionaryRef dictionary, const void* key,
-                                 const void* value);
-CFNumberRef __real_CFNumberCreate(CFAllocatorRef allocator, CFNumberType type, const void* value);
-CFNumberRef __wrap_CFNumberCreate(CFAllocatorRef allocator, CFNumberType type, const void* value);
-CFDataRef __real_CFDataCreate(CFAllocatorRef allocator, const UInt8* bytes, CFIndex length);
-CFDataRef __wrap_CFDataCreate(CFAllocatorRef allocator, const UInt8* bytes, CFIndex length);
-CFDataRef __real_CFPropertyListCreateXMLData(CFAllocatorRef allocator, CFPropertyListRef list);
-CFDataRef __wrap_CFPropertyListCreateXMLData(CFAllocatorRef allocator, CFPropertyListRef list);
-void __real_CFRelease(CFTypeRef object);
-void __wrap_CFRelease(CFTypeRef object);
+decltype(CFArrayCreateMutable) __real_CFArrayCreateMutable, __wrap_CFArrayCreateMutable;
+decltype(CFArrayAppendValue) __real_CFArrayAppendValue, __wrap_CFArrayAppendValue;
+decltype(CFArrayRemoveValueAtIndex) __real_CFArrayRemoveValueAtIndex,
+    __wrap_CFArrayRemoveValueAtIndex;
+decltype(CFArrayGetCount) __real_CFArrayGetCount, __wrap_CFArrayGetCount;
+decltype(CFStringCreateWithFormat) __real_CFStringCreateWithFormat, __wrap_CFStringCreateWithFormat;
+decltype(CFDictionaryCreateMutable) __real_CFDictionaryCreateMutable,
+    __wrap_CFDictionaryCreateMutable;
+decltype(CFDictionaryAddValue) __real_CFDictionaryAddValue, __wrap_CFDictionaryAddValue;
+decltype(CFNumberCreate) __real_CFNumberCreate, __wrap_CFNumberCreate;
+decltype(CFDataCreate) __real_CFDataCreate, __wrap_CFDataCreate;
+decltype(CFPropertyListCreateXMLData) __real_CFPropertyListCreateXMLData,
+    __wrap_CFPropertyListCreateXMLData;
+decltype(CFRelease) __real_CFRelease, __wrap_CFRelease;
+decltype(CFMessagePortCreateRemote) __wrap_CFMessagePortCreateRemote;
+decltype(CFMessagePortSendRequest) __wrap_CFMessagePortSendRequest;
 
 #if __SIZEOF_SIZE_T__ == 8
 void* __real__Znwm(std::size_t size);

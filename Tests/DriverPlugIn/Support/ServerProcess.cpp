@@ -1,4 +1,4 @@
-// ServerProcess.cpp - the forked server, and the two calls of the plug-in's that reach it.
+// ServerProcess.cpp - the forked server, and the ports that the plug-in opens to it.
 
 #include "DriverPlugIn/Support/ServerProcess.h"
 
@@ -178,18 +178,9 @@ void ServerProcess::Continue()
     kill(mProcess, SIGCONT);
 }
 
-// The two wrapped calls of the plug-in.
-
-extern "C" {
-CFMessagePortRef __real_CFMessagePortCreateRemote(CFAllocatorRef allocator, CFStringRef name);
-CFMessagePortRef __wrap_CFMessagePortCreateRemote(CFAllocatorRef allocator, CFStringRef name);
-SInt32 __real_CFMessagePortSendRequest(CFMessagePortRef remote, SInt32 messageID, CFDataRef data,
-                                       CFTimeInterval sendTimeout, CFTimeInterval receiveTimeout,
-                                       CFStringRef replyMode, CFDataRef* returnData);
-SInt32 __wrap_CFMessagePortSendRequest(CFMessagePortRef remote, SInt32 messageID, CFDataRef data,
-                                       CFTimeInterval sendTimeout, CFTimeInterval receiveTimeout,
-                                       CFStringRef replyMode, CFDataRef* returnData);
-}
+// The wrapped call of the plug-in.
+extern "C" decltype(CFMessagePortCreateRemote) __real_CFMessagePortCreateRemote,
+    __wrap_CFMessagePortCreateRemote;
 
 namespace {
 
@@ -200,7 +191,6 @@ std::vector<CFMessagePortRef> gOpenedPorts = [] {
     ports.reserve(1024);
     return ports;
 }();
-bool gSendsAreSwallowed = false;
 
 } // namespace
 
@@ -212,22 +202,6 @@ CFMessagePortRef __wrap_CFMessagePortCreateRemote(CFAllocatorRef allocator, CFSt
         gOpenedPorts.push_back(port);
     }
     return port;
-}
-
-SInt32 __wrap_CFMessagePortSendRequest(CFMessagePortRef remote, SInt32 messageID, CFDataRef data,
-                                       CFTimeInterval sendTimeout, CFTimeInterval receiveTimeout,
-                                       CFStringRef replyMode, CFDataRef* returnData)
-{
-    if (gSendsAreSwallowed) {
-        return kCFMessagePortSuccess;
-    }
-    return __real_CFMessagePortSendRequest(remote, messageID, data, sendTimeout, receiveTimeout,
-                                           replyMode, returnData);
-}
-
-void SetSendsAreSwallowed(bool areSwallowed)
-{
-    gSendsAreSwallowed = areSwallowed;
 }
 
 int CountOpenedPorts()

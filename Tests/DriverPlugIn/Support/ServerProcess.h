@@ -60,8 +60,6 @@ private:
     int mControl = -1; ///< the permissions to reply, written here
 };
 
-/// Makes every further send answer 0 at once without sending.
-void SetSendsAreSwallowed(bool areSwallowed);
 /// The number of ports that the plug-in has opened.
 int CountOpenedPorts();
 /// Releases the ports that the plug-in has opened and keeps for good.
