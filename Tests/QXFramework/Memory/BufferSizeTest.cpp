@@ -211,6 +211,12 @@ TEST_F(BufferSize, ARefusedFirstBlockIsAskedForAgain)
              true, "Alloc 10, Alloc 10"},
             {"then a try of less", 10, 0, [](Text& text) { EXPECT_TRUE(text.TryResizeBytes(4)); },
              4, 4, true, "Alloc 10, Alloc 4"},
+            {"then a try of less that is refused", 10, 0,
+             [](Text& text) {
+                 LoggingAllocator::Instance().FailNext();
+                 EXPECT_FALSE(text.TryResizeBytes(4));
+             },
+             10, 10, false, "Alloc 10, Alloc 4"},
             {"then nothing", 10, 0, [](Text& text) { text.SetSizeBytes(0); }, 0, 0, false,
              "Alloc 10"},
             {"then a try of nothing", 10, 0,
@@ -220,6 +226,9 @@ TEST_F(BufferSize, ARefusedFirstBlockIsAskedForAgain)
 
 TEST_F(BufferSize, ARefusedLaterBlockLosesTheOldOneUnlessItIsOnlyTried)
 {
+    CheckRows<Pointers>(
+        2, {{"a resize, rounded", 8, 0, [](Pointers& buffer) { buffer.ResizeBytes(9); }, 9, 12,
+             false, "Alloc 8, Realloc 12, Free 8"}});
     CheckRows<Text>(
         2, {
                {"a size", 10, 0, [](Text& text) { EXPECT_EQ(text.SetSizeBytes(20), 20); }, 20, 20,
