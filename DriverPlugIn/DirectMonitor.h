@@ -1,4 +1,4 @@
-// DirectMonitor.h - the operations behind the three direct-monitor properties.
+// DirectMonitor.h - what a get or a set of the three direct-monitor properties does.
 //
 // The interface can route its inputs to its outputs in hardware. The server controls that. A set
 // operation translates a property's value into messages to the server and returns the status of the

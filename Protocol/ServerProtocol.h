@@ -65,7 +65,7 @@ inline constexpr UInt32 kDirectMonitorStateSize = 4;
 /// The format with the GUID in it: the name that the server registers. One for all devices.
 #define kServerPortName QX_VENDOR_PREFIX ".device." kServerPortGUID
 
-/// Tells whether a prefix is legal in a port name and has nothing that the format would replace.
+/// Returns whether a prefix is legal in a port name and unchanged by the format.
 constexpr bool IsVendorPrefix(std::string_view prefix)
 {
     for (const char character : prefix) {

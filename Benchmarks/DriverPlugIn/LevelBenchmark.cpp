@@ -1,5 +1,5 @@
-// LevelBenchmark.cpp - what does a level cost before it is sent, and how close is the way to the
-// server to a bare socket with the same bytes?
+// LevelBenchmark.cpp - what does a level cost before it is sent, and how much more does the way to
+// the server cost than a bare socket with the same bytes?
 //
 // "Build" makes the level record's variant, its set-parameter message and its XML document, each
 // from the step before; libplist writes the same document, and "memcpy" copies it, the limit.
@@ -7,8 +7,8 @@
 // The rest sends to a process that waits for messages, each time with the sender and the server on
 // one core and on two. "Set" is one level at a time, to a server that is idle: until the call
 // returns, and until the server has the message. "Burst" is 64 documents in a row until the server
-// has the last one, for each. "Request" waits for a reply of no bytes. Beside each stands a socket
-// of the same kind with the same bytes and a process that does nothing but receive and answer.
+// has the last one, for each. "Request" waits for a reply of no bytes. Each is measured beside
+// a socket of the same kind with the same bytes, and a process that only receives and answers.
 
 #include "DriverPlugIn/DeviceMessageSerializer.h"
 #include "Protocol/ServerProtocol.h"
@@ -254,7 +254,7 @@ void Measure(benchmark::State& state, int messages, Ending ending, Serve serve, 
     }
 }
 
-/// Holds the server's port and takes messages for ever.
+/// Holds the server's port and takes messages until it is killed.
 void ServePort()
 {
     const auto count = [](CFMessagePortRef, SInt32, CFDataRef, void*) -> CFDataRef {

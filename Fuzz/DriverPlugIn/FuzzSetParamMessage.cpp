@@ -296,7 +296,7 @@ void CheckValue(FuzzInput& input)
     FUZZ_CHECK(buffer->GetSizeBytes() == valueSize + 24);
     if (valueSize == 0 &&
         (value.GetType() == Variant::kPointer || value.GetType() == Variant::kConstPointer)) {
-        // The one value without a serialized form: what the value's bytes are is nobody's business.
+        // The one value without a serialized form: its bytes are not initialised.
         FUZZ_CHECK(length == static_cast<UInt32>(QX::kResultFailure));
         return;
     }

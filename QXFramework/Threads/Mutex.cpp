@@ -17,8 +17,8 @@ Mutex::~Mutex()
     if (mRegion != nullptr) {
         MPDeleteCriticalRegion(mRegion);
     }
-    // Volatile, because it is read after the end of the object's life: by late releases that run
-    // when the static mutexes are gone.
+    // Volatile, or the compiler would leave the store out: code that runs at the exit locks static
+    // mutexes that are already destroyed.
     *const_cast<MPCriticalRegionID volatile*>(&mRegion) = nullptr;
 }
 

@@ -16,15 +16,14 @@ bool HasNoMemory(const RCPtr<LIBuffer>& buffer)
     return buffer == nullptr || (buffer->GetSizeBytes() != 0 && buffer->GetRawPtr() == nullptr);
 }
 
-// Makes `record` at least `size` bytes large. Its bytes stay, and up to `offset` they are zero
-// where there were none.
+// Makes `record` at least `size` bytes large. Its bytes stay; new bytes before `offset` are zero.
 void MakeRoom(RCPtr<LIBuffer>& record, uint32 offset, uint32 size)
 {
     if (record == nullptr) {
         record = LByteBuffer::Create(size, 0, true);
         return;
     }
-    // A buffer that the heap has refused its bytes has none to keep, whatever its size says.
+    // A buffer whose bytes the heap has refused has none to keep, whatever its size is.
     const uint32 oldSize = HasNoMemory(record) ? 0 : record->GetSizeBytes();
     if (oldSize >= size) {
         return;
@@ -137,7 +136,7 @@ uint32 VariantEx::Serialize(RCPtr<LIBuffer>& out, uint32 offset) const
     }
     const auto size = static_cast<uint32>(needed);
     if (out != nullptr && out == mData) {
-        // Growing it would move the very bytes that are to be written into it.
+        // Growing it would move the bytes that are to be written.
         const RCPtr<LIBuffer> own = out->CreateCopy(std::max(out->GetSizeBytes(), size), 0);
         if (HasNoMemory(own)) {
             return static_cast<uint32>(kResultFailure);
@@ -159,7 +158,7 @@ uint32 VariantEx::Deserialize(const unsigned char* in, uint32 length)
     return Variant::Deserialize(*this, in, length);
 }
 
-// Takes `data`, or a copy of data that must not be shared, as that of an owning type. Without
+// Takes `data`, or a copy of data that must not be shared, as the data of an owning type. Without
 // memory for the copy this variant stays empty.
 //
 // Requires: this variant is empty.

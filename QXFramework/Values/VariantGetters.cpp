@@ -27,7 +27,7 @@ Integer RoundToInteger(Float value)
     if (shifted >= kBeyond) {
         return Limits::max();
     }
-    // Negated, so that a NaN takes this way too.
+    // Negated, so that it is true for a NaN too.
     if (!(shifted > -kBeyond)) {
         return Limits::min();
     }

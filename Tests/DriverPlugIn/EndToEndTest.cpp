@@ -99,8 +99,8 @@ void ExpectSimple(ServerProcess& server, SInt32 id)
     EXPECT_EQ(received.data, "");
 }
 
-/// A promise is kept with much room for a busy machine: what is done "at once" takes less than two
-/// of the timeouts that it might have waited for.
+/// What does not wait takes less than this, on a busy machine too: two of the timeouts that it
+/// could have waited for.
 constexpr double kAtOnceSeconds = 2 * kSendTimeoutSeconds;
 
 /// The seconds since it was made.

@@ -143,8 +143,8 @@ bool IsAllowed(OSStatus status)
     if (status != kThrown && status != operation.usual && !IsAllowed(status)) {
         _exit(kWrongStatus);
     }
-    // An exception leaves the dictionary and the number behind and no more. One that comes before
-    // them is the value's; the platform throws none.
+    // An exception leaves the dictionary and the number, and nothing else. One that comes before
+    // they are made is the value's; the platform throws none.
     const bool isOfValue = operation.isValueOnHeap && refused == 1;
     if (lost != (status == kThrown && !isOfValue ? 2 : 0)) {
         _exit(kLostObjects);

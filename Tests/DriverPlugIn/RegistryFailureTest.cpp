@@ -44,8 +44,8 @@ void* MapFirstPage()
                 0);
 }
 
-// Many systems let only the superuser map the first page; some let nobody, and neither do the
-// sanitizers.
+// Many systems let only the superuser map the first page; some systems and the sanitizers forbid
+// it.
 bool CanMapFirstPage()
 {
     if (kIsSanitized) {

@@ -244,7 +244,7 @@ TEST_F(SendMessage, ValueThatDoesNotSerializeIsSentUninitialised)
                            : "18000000 00000000 05FFFFFF A5A5A5A5 A5A5A5A5 A5A5A5A5");
 }
 
-// An exception frees the buffer and leaves behind what the platform made for the message by then.
+// An exception frees the buffer, and not what the platform has made for the message by then.
 
 TEST_F(SendMessage, ExceptionOfThePlatformFreesTheBufferAlone)
 {

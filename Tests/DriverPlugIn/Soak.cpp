@@ -81,8 +81,8 @@ void Soak::OpenAll()
     }
 }
 
-// The plug-in keeps the ports of its closed devices for good; here they are given back, so that
-// nothing else can hide behind them.
+// The plug-in keeps the ports of its closed devices for good. They are released here, so that any
+// other object that is left shows in the counts.
 void Soak::CloseAll()
 {
     for (const AudioDeviceID device : kDevices) {

@@ -1,5 +1,4 @@
-// UnloadTest.cpp - the bundle in a host that is not linked with the platform: what it leaves
-// behind.
+// UnloadTest.cpp - what the bundle leaves in a host that is not linked with the platform.
 
 #include "DriverPlugIn/Support/Heap.h"
 #include "DriverPlugIn/Support/LoadedBundle.h"
@@ -20,8 +19,7 @@ void UseWithoutAServer()
     EXPECT_EQ(bundle.Close(258), 0);
 }
 
-// The address sanitizer keeps an entry for ever for each static object whose destructor it has
-// seen registered.
+// The address sanitizer never frees its entry for a static object whose destructor was registered.
 #if QX_HAS_ADDRESS_SANITIZER
 constexpr std::size_t kBytesOfARound = 2000;
 #else

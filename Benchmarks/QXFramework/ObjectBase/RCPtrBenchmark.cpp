@@ -1,9 +1,9 @@
 // RCPtrBenchmark.cpp - what does it cost to copy a smart pointer and to release the copy?
 //
-// Beside each other: RCPtr with the counters in the object itself (LRefCountedObject) and behind a
+// Compared: RCPtr with the counters in the object itself (LRefCountedObject) and reached through a
 // virtual base (LIBuffer), boost::intrusive_ptr with an atomic counter, std::shared_ptr, and the
 // limit: one locked addition and one locked subtraction on the same word. "Contended" is the same
-// from two threads on one object; "Move" is what a caller pays who needs no second holder.
+// from two threads on one object; "Move" is the cost without a second holder.
 
 #include <QX/Buffer.h>
 #include <QX/RCPtr.h>

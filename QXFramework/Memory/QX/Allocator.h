@@ -21,9 +21,9 @@ public:
     virtual void* Alloc(uint32 size) = 0;
     /// Returns a block of `count` times `size` zero bytes, or null if there is no memory.
     virtual void* Calloc(uint32 count, uint32 size) = 0;
-    /// Returns a block of `size` bytes that begins with what fits of `block`, which is gone. If
-    /// there is no memory, returns null and leaves `block` as it is. For a size of 0 it may free
-    /// `block` and return null, or return a block without bytes.
+    /// Returns a block of `size` bytes that begins with the bytes of `block` that fit, and frees
+    /// `block`. If there is no memory, returns null and leaves `block` as it is. For a size of 0 it
+    /// may free `block` and return null, or return a block without bytes.
     virtual void* Realloc(void* block, uint32 size) = 0;
     /// Frees `block`, which may be null.
     virtual void Free(void* block) = 0;

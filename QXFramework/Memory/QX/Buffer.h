@@ -33,8 +33,8 @@ public:
     /// A size of 0 frees the block. A refused allocation leaves `size` and no block.
     virtual int32 SetSizeBytes(uint32 size) = 0;
 
-    /// Makes the buffer `size` bytes large, keeps the common prefix, and returns `size`. Bytes
-    /// gained are not initialised. A size of 0 is a reallocation like any other. A refused
+    /// Makes the buffer `size` bytes large, keeps the common prefix, and returns `size`. New bytes
+    /// are not initialised. A size of 0 is a reallocation like any other. A refused
     /// reallocation leaves `size` and no block; the contents are lost.
     virtual int32 ResizeBytes(uint32 size) = 0;
 
@@ -75,7 +75,7 @@ protected:
     int32 Fill(Unit value, uint32 offset, int count);
 };
 
-/// A block of bytes owned by one object. Third has no influence on any operation.
+/// A block of bytes owned by one object. No operation depends on Third.
 template <uint32 Granule, uint32 Slack, uint32 Third, class T = char*,
           IAllocator* (*Allocator)() = &GetSystemAllocator>
 class BufferT : public virtual IBuffer
@@ -169,7 +169,7 @@ public:
     virtual RCPtr<LIBuffer> CreateCopy(uint32 length, uint32 offset) const = 0;
 };
 
-/// The buffer that LIBuffer stands for; its parameters are BufferT's.
+/// The implementation of LIBuffer; its parameters are BufferT's.
 template <uint32 Granule, uint32 Slack, uint32 Third, class T = char*,
           IAllocator* (*Allocator)() = &GetSystemAllocator>
 class LBufferT : public BufferT<Granule, Slack, Third, T, Allocator>, public LIBuffer
@@ -194,7 +194,7 @@ public:
 private:
     using Base = BufferT<Granule, Slack, Third, T, Allocator>;
 
-    // Private, as a buffer outside the heap would delete itself with its last smart pointer.
+    // Private, because a buffer outside the heap would be deleted by its last smart pointer.
     LBufferT(uint32 size, uint32 reserve, bool zero)
         : Base(size, reserve, zero)
     {}

@@ -21,8 +21,8 @@
 
 namespace QX {
 
-/// The framework's side of an Exception<T>. It has no data: the text lives in the
-/// standard exception that the thrown object also is.
+/// The framework's part of an Exception<T>. It has no data: the text is in the standard exception
+/// that the thrown object also is.
 class QX_API ExceptionBase
 {
 public:
@@ -76,7 +76,7 @@ QX_API std::string ComposeExceptionText(const char* kind, std::string_view messa
 template <class T>
 [[noreturn]] void ThrowException(std::string_view message, ThrowSite site)
 {
-    static_assert(kExceptionKind<T> != nullptr, "the four kinds above are the framework's kinds");
+    static_assert(kExceptionKind<T> != nullptr, "T must be one of the four types above");
     throw Exception<T>(ComposeExceptionText(kExceptionKind<T>, message, site));
 }
 

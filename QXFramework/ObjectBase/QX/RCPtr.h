@@ -24,7 +24,7 @@
 
 namespace QX {
 
-/// A type whose pointers turn into T* by themselves: T, or a class derived from it.
+/// A type whose pointers convert to T*: T, or a class derived from it.
 template <class U, class T>
 concept PointerConvertibleTo = std::convertible_to<U*, T*>;
 
@@ -77,7 +77,7 @@ public:
 
     /// Exchanges the objects of two pointers. No count changes.
     void Swap(ConstRCPtr& other) noexcept;
-    /// Deleted: it would hand out write access to the object that is only held for reading.
+    /// Deleted: it would give write access to an object that is held for reading.
     void Swap(RCPtr<T>& other) = delete;
 
     /// Gives this holder an object of its own: nothing happens if it is null or the only holder,

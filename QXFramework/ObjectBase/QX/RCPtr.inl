@@ -65,7 +65,7 @@ ConstRCPtr<T>& ConstRCPtr<T>::operator=(const ConstRCPtr& other)
         mObject = old;
         throw;
     }
-    // Last: the old object may own this very pointer, or `other`.
+    // Last: the old object may own this pointer, or `other`.
     if (old != nullptr) {
         old->RemoveReference();
     }
@@ -86,8 +86,8 @@ void ConstRCPtr<T>::Swap(ConstRCPtr& other) noexcept
     std::swap(mObject, other.mObject);
 }
 
-// Takes the reference of a pointer that has just been stored. The mark is read after that: an
-// object may take it away when it gets a holder.
+// Takes the reference of a pointer that has just been stored. The mark is read after that, because
+// AddReference may change it.
 template <class T>
 inline void ConstRCPtr<T>::Init()
 {
@@ -100,7 +100,7 @@ inline void ConstRCPtr<T>::Init()
     }
 }
 
-// Apart from Init, which then is small enough to be part of its callers. If there is no copy, the
+// A function of its own, so that Init is small enough to be inlined. If there is no copy, the
 // reference is given back and the pointer is null.
 template <class T>
 void ConstRCPtr<T>::InitWithOwn()
@@ -126,7 +126,7 @@ void ConstRCPtr<T>::Unshare()
         copyIsT = typed != nullptr;
         *this = typed;
     }
-    // The shared object may have owned this very pointer, so only the local is asked.
+    // The shared object may have owned this pointer and be gone, so only the local is read.
     if (!copyIsT) {
         ThrowException<std::logic_error>(typeid(T).name(), ThrowSites::kRefCountedUnshare);
     }

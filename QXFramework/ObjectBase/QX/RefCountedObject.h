@@ -22,7 +22,7 @@ class QX_API LRefCountedObject : public IUndoable
 public:
     /// Makes an object with no holder that may be shared.
     LRefCountedObject() noexcept = default;
-    /// A copy starts its own life: none of the source's counts or marks is taken over.
+    /// A copy starts as a new object does: the source's counts and mark are not copied.
     LRefCountedObject(const LRefCountedObject&) noexcept
         : LRefCountedObject()
     {}
@@ -47,7 +47,7 @@ public:
     /// If the caller's is the only reference from outside, RemoveContainedReferences runs first
     /// and breaks the cycle. That test reads two counters one after the other and can miss a
     /// holder that arrives in between. It decides when a cycle is broken, never when the object
-    /// is deleted: the decrement alone settles that.
+    /// is deleted: the decrement alone decides that.
     ///
     /// Throws: what RemoveContainedReferences throws, after the reference has been dropped.
     /// Threads: as AddReference; the destructor runs on the thread that drops the last reference.

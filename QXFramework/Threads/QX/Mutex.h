@@ -12,7 +12,7 @@
 
 namespace QX {
 
-/// A lock that the thread that holds it may enter again, and leaves as often as it has entered.
+/// A lock that its holder may enter again. The holder leaves it as often as it has entered.
 ///
 /// A mutex without a region locks nothing: one in static storage that is not built yet or already
 /// destroyed, or one for which the platform had no region left.

@@ -145,11 +145,11 @@ public:
     /// Sets `value` from the record in the `length` bytes at `in`; bytes after the record are
     /// ignored. Returns 0.
     ///
-    /// The pointer types arrive as a kBuffer. A scalar whose length does not fit its type counts as
-    /// understood and gives an empty variant. `in` may lie in the value's own block. Fails:
+    /// The pointer types arrive as a kBuffer. A scalar whose length does not fit its type is
+    /// accepted and gives an empty variant. `in` may lie in the value's own block. Fails:
     /// kResultFailure (as uint32) for a null `in` and for a record that is cut short, malformed or
     /// of an unknown type; `value` is unchanged. Throws: std::bad_alloc, for a record that was
-    /// understood; `value` is then empty.
+    /// accepted; `value` is then empty.
     static uint32 Deserialize(Variant& value, const unsigned char* in, uint32 length);
 
 protected:
@@ -159,7 +159,7 @@ protected:
     /// Stores `type`, one of kPointer to kConstBuffer, with its pointer and size, and returns it.
     /// Nothing is copied.
     ///
-    /// Requires: the variant is empty. Of an owning type, FreeBuffer can release the block.
+    /// Requires: the variant is empty. If the type owns its block, FreeBuffer can release it.
     Type Adopt(Type type, const void* data, uint32 size);
 
     /// Stores a copy of the value, size and type fields of `other`, with its pointer as it is.

@@ -8,8 +8,8 @@
 //     value.GetXMLString();       // "a&lt;b"
 //
 // The bytes of kBuffer, kString and kConstBuffer are in a counted buffer. Copies share it, and so
-// do strings that are set or got: a write through GetPointer of one holder is seen by all of them.
-// No holder should resize such a buffer or overwrite the NUL of a text. If one does, every
+// do strings that are stored or returned: a write through GetPointer of one holder is seen by all
+// of them. No holder should resize such a buffer or overwrite the NUL of a text. If one does, every
 // operation uses the buffer as it is at the call; a pointer to its bytes is valid until a resize.
 // Several threads may call const operations at once while nobody resizes or writes.
 //
@@ -109,7 +109,7 @@ public:
 
     /// Writes the record of this variant into `out` from `offset` bytes on, and returns its length.
     /// A null `out` becomes a buffer of exactly offset + record bytes, and a smaller one grows to
-    /// that; bytes before the offset stay, and are zero where there were none. If `out` is this
+    /// that size. Bytes before the offset stay; new ones are zero. If `out` is this
     /// variant's own buffer, it becomes a copy with the record.
     ///
     /// Fails: kResultFailure (as uint32) for a sum that does not fit 32 bits; `out` is unchanged.
@@ -120,7 +120,7 @@ public:
     uint32 Serialize(RCPtr<LIBuffer>& out, uint32 offset) const;
 
     /// As Variant::Deserialize into this variant. Without memory for the bytes of a record that was
-    /// understood, the result is 0 and this variant is empty. Throws: std::bad_alloc; this variant
+    /// accepted, the result is 0 and this variant is empty. Throws: std::bad_alloc; this variant
     /// is then empty.
     uint32 Deserialize(const unsigned char* in, uint32 length);
 

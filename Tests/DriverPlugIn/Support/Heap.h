@@ -6,8 +6,8 @@
 /// The number of bytes that are allocated and not freed.
 std::size_t CountHeapBytes();
 
-/// What is allocated while such an object lives is no leak to the leak checker: the test expects it
-/// to stay allocated.
+/// The leak checker does not report what is allocated while such an object lives: the test expects
+/// it to stay allocated.
 class LeaksAreMeant
 {
 public:

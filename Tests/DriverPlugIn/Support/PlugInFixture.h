@@ -41,7 +41,7 @@ protected:
     /// Sets the level of an input channel.
     static OSStatus SetLevel(AudioDeviceID device, UInt32 channel, Float32 first, Float32 second);
 
-    /// Says which platform objects the test leaves behind on purpose.
+    /// Names the platform objects that the test leaves on purpose.
     void ExpectLeftBehind(std::vector<std::string> names) { mLeftBehind = std::move(names); }
 
 private:

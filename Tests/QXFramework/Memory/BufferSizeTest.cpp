@@ -275,7 +275,7 @@ TEST_F(BufferSize, ANullBlockTakesAndGivesNoBytes)
     EXPECT_EQ(buffer.GetPtr<uint32>(4), nullptr);
 }
 
-// Says how often the operation was reached through the table.
+// Counts the calls that come through the virtual table.
 class Overriding : public Exact
 {
 public:

@@ -77,8 +77,8 @@ TEST(CountingThreads, EveryHolderWritesIntoACopyOfItsOwn)
     }
 }
 
-// Nobody else holds the object here, so the last one writes in place: what the others read before
-// they let go must have been read by then.
+// The last holder writes in place, so what the other one reads before it lets go must have been
+// read by then.
 TEST(CountingThreads, TheHolderThatFindsItselfAloneMayWriteInPlace)
 {
     for (int round = 0; round < 100; ++round) {

@@ -244,7 +244,7 @@ TEST(ObjectSweep, AnExceptionThatCannotBeMadeIsBadAlloc)
     SweepRefusals<Pointers>(operations);
 }
 
-TEST(ObjectSweep, ACopyOfAnotherClassLeavesTheHolderNullForWantOfMemoryToo)
+TEST(ObjectSweep, ACopyOfAnotherClassLeavesTheHolderNullWithoutMemoryToo)
 {
     const Operation operations[] = {
         {.what = "Unshare",

@@ -132,8 +132,8 @@ void SweepSetters(int requests)
         {.what = "the record of a string",
          .run =
              [](State& values) {
-                 // The result is 0 for every record that was understood; whether its bytes were
-                 // stored only the type tells.
+                 // The result is 0 for every record that was accepted; only the type shows whether
+                 // its bytes were stored.
                  return Variant::Deserialize(values.value, kTextRecord, 16) == 0 &&
                         values.value.GetType() == Variant::kString;
              },
