@@ -1,4 +1,4 @@
-// UnshareTest.cpp - copies that are of another class or end the object that asks for them.
+// UnshareTest.cpp - objects without a copy, and a copy that ends the object that holds the pointer.
 
 #include "Support/Witness.h"
 
@@ -16,17 +16,7 @@ using QX::LRefCountedObject;
 using QX::RCPtr;
 using TestSupport::Witness;
 
-// Its copies are counted objects, but not of its own type.
-class LStranger : public LRefCountedObject
-{
-public:
-    RCPtr<LRefCountedObject> CreateCopy() const override
-    {
-        return RCPtr<LRefCountedObject>(new LRefCountedObject);
-    }
-};
-
-// Has no copy to give at all.
+// Gives null for a copy.
 class LSterile : public LRefCountedObject
 {
 public:
@@ -70,14 +60,14 @@ TEST(Unshare, MayDestroyThePointerThatItIsCalledOn)
     EXPECT_EQ(journal, "=o +O +O +O -o !o -h ~h -O ~o -O -O ~O ");
 }
 
-TEST(UnshareableObject, KeepsItsCountWhenItsCopyIsOfAnotherType)
+TEST(UnshareableObject, KeepsItsCountWhenThereIsNoCopy)
 {
-    const RCPtr<LStranger> source(new LStranger);
+    const RCPtr<LSterile> source(new LSterile);
     source->SetUnshareable(true);
-    RCPtr<LStranger> target(new LStranger);
-    const LStranger* const object = target.Get();
+    RCPtr<LSterile> target(new LSterile);
+    const LSterile* const object = target.Get();
 
-    EXPECT_THROW(RCPtr<LStranger> copy(source), QX::Exception<std::logic_error>);
+    EXPECT_THROW(RCPtr<LSterile> copy(source), QX::Exception<std::logic_error>);
     EXPECT_THROW(target = source, QX::Exception<std::logic_error>);
 
     EXPECT_EQ(source->GetReferenceCount(), 1);

@@ -165,6 +165,18 @@ TEST(VariantExLentBuffer, TheTextOfABufferIsItsNewAddress)
     EXPECT_EQ(variant.GetString(), expected.GetString());
 }
 
+TEST(VariantExLentBuffer, HasNoBytesAfterARefusedResize)
+{
+    const VariantEx variant =
+        OfString(HookedBuffer::Create(std::string_view("7.5", 4), {.refusesGrowth = true}));
+
+    variant.GetBuffer()->ResizeBytes(100);
+
+    EXPECT_EQ(BytesOf(variant), "");
+    EXPECT_EQ(TextOf(variant.GetString()), "");
+    EXPECT_EQ(variant.GetDouble(), 0.0);
+}
+
 TEST(VariantExLentBuffer, AnAdoptingStringTrimsIt)
 {
     const VariantEx variant = OfBytes(std::string_view("ab\0cdef", 7));

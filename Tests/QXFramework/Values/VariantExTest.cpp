@@ -287,55 +287,52 @@ Bytes BytesOf(const RCPtr<LIBuffer>& buffer)
     return Bytes(bytes, bytes + buffer->GetSizeBytes());
 }
 
-TEST(VariantExSerialize, MakesABufferOfExactlyItsSize)
+TEST(VariantExSerialize, WritesTheRecordAtTheOffset)
 {
-    RCPtr<LIBuffer> out;
+    const RCPtr<LIBuffer> kept = LTextBuffer::Create(24, 0, false);
+    kept->FillN('z', 0, -1);
+    kept->ResizeBytes(7);
+    int target = 0;
+    const struct
+    {
+        const char* what;
+        VariantEx value;
+        RCPtr<LIBuffer> out;
+        uint32 offset;
+        uint32 result;
+        const char* bytes;
+    } rows[] = {
+        {"a new buffer of its size", OfInt32(0x01020304), nullptr, 4, 16,
+         "00000000 10000000 00000000 02000000 04030201"},
+        {"a smaller buffer, with zeros between", OfBool(1), BufferWith("xy"), 8, 13,
+         "7879000000000000 0D000000 00000000 01000000 01"},
+        {"a smaller buffer that keeps its block", OfBool(1), kept, 8, 13,
+         "7A7A7A7A7A7A7A00 0D000000 00000000 01000000 01"},
+        {"a larger buffer, which keeps its size", VariantEx(), BufferWith("xxxxxxxxxxxxxxxx"), 2,
+         12, "7878 0C000000 00000000 00000000 7878"},
+        {"an offset beyond 32 bits", OfInt32(1), BufferWith("kept"), 0xFFFFFFFF, kFailed,
+         "6B657074"},
+        {"a sum of just 2^32", OfInt32(1), BufferWith("kept"), 0xFFFFFFF0, kFailed, "6B657074"},
+        {"a pointer without bytes", OfPointer(&target, 0), nullptr, 0, kFailed,
+         "00000000 00000000 00000000"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        RCPtr<LIBuffer> out = row.out;
 
-    EXPECT_EQ(OfInt32(0x01020304).Serialize(out, 4), 16u);
+        EXPECT_EQ(row.value.Serialize(out, row.offset), row.result);
 
-    EXPECT_EQ(BytesOf(out), FromHex("00000000 10000000 00000000 02000000 04030201"));
+        EXPECT_EQ(BytesOf(out), FromHex(row.bytes));
+        EXPECT_TRUE(row.out == nullptr || out == row.out);
+    }
 }
 
-TEST(VariantExSerialize, GrowsASmallerBufferAndZeroesWhatLiesBetween)
+TEST(VariantExSerialize, MakesNoBufferForASumBeyond32Bits)
 {
-    RCPtr<LIBuffer> out = BufferWith("xy");
-
-    EXPECT_EQ(OfBool(1).Serialize(out, 8), 13u);
-
-    EXPECT_EQ(BytesOf(out), FromHex("7879000000000000 0D000000 00000000 01000000 01"));
-}
-
-TEST(VariantExSerialize, ZeroesWhatLiesBetweenInABlockThatIsKept)
-{
-    RCPtr<LIBuffer> out = LTextBuffer::Create(24, 0, false);
-    out->FillN('z', 0, -1);
-    out->ResizeBytes(7);
-
-    EXPECT_EQ(OfBool(1).Serialize(out, 8), 13u);
-
-    EXPECT_EQ(BytesOf(out), FromHex("7A7A7A7A7A7A7A00 0D000000 00000000 01000000 01"));
-}
-
-TEST(VariantExSerialize, KeepsTheSizeOfALargerBuffer)
-{
-    RCPtr<LIBuffer> out = BufferWith("xxxxxxxxxxxxxxxx");
-    const LIBuffer* const before = out.Get();
-
-    EXPECT_EQ(VariantEx().Serialize(out, 2), 12u);
-
-    EXPECT_EQ(out.Get(), before);
-    EXPECT_EQ(BytesOf(out), FromHex("7878 0C000000 00000000 00000000 7878"));
-}
-
-TEST(VariantExSerialize, RefusesAnOffsetBeyond32Bits)
-{
-    RCPtr<LIBuffer> out = BufferWith("kept");
     RCPtr<LIBuffer> null;
 
-    EXPECT_EQ(OfInt32(1).Serialize(out, 0xFFFFFFFF), kFailed);
     EXPECT_EQ(OfInt32(1).Serialize(null, 0xFFFFFFF0), kFailed);
 
-    EXPECT_EQ(BytesOf(out), FromHex("6B657074"));
     EXPECT_EQ(null, nullptr);
 }
 
@@ -376,14 +373,6 @@ TEST(VariantExSerialize, FailsWhenItsOwnBufferHasNoCopy)
     EXPECT_EQ(variant.Serialize(out, 0), kFailed);
 
     EXPECT_EQ(out, variant.GetBuffer());
-}
-
-TEST(VariantExSerialize, RefusesAPointerWithoutBytes)
-{
-    int target = 0;
-    RCPtr<LIBuffer> out;
-
-    EXPECT_EQ(OfPointer(&target, 0).Serialize(out, 0), kFailed);
 }
 
 TEST(VariantExSerialize, WritesIntoACopyOfItsOwnBuffer)
