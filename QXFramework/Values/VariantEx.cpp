@@ -4,8 +4,6 @@
 
 #include <QX/ThrowSites.h>
 
-#include <algorithm>
-
 namespace QX {
 
 namespace {
@@ -137,7 +135,7 @@ uint32 VariantEx::Serialize(RCPtr<LIBuffer>& out, uint32 offset) const
     const auto size = static_cast<uint32>(needed);
     if (out != nullptr && out == mData) {
         // Growing it would move the bytes that are to be written.
-        const RCPtr<LIBuffer> own = out->CreateCopy(std::max(out->GetSizeBytes(), size), 0);
+        const RCPtr<LIBuffer> own = out->CreateCopy(size, 0);
         if (HasNoMemory(own)) {
             return static_cast<uint32>(kResultFailure);
         }
@@ -145,10 +143,7 @@ uint32 VariantEx::Serialize(RCPtr<LIBuffer>& out, uint32 offset) const
     } else {
         MakeRoom(out, offset, size);
     }
-    // Without memory, and in a buffer that does not grow, the last byte is not there.
-    if (out->GetPtr<unsigned char>(size - 1) == nullptr) {
-        return static_cast<uint32>(kResultFailure);
-    }
+    // Without memory, or in a buffer that has not grown so far, the pointer is null and refused.
     return Variant::Serialize(*this, out->GetPtr<unsigned char>(offset),
                               out->GetSizeBytes() - offset);
 }
