@@ -268,7 +268,7 @@ void ServePort()
                        kCFRunLoopDefaultMode);
     GetShared().mReady = 1;
     for (;;) {
-        CFRunLoopRunInMode(kCFRunLoopDefaultMode, 1.0e6, false);
+        CFRunLoopRunInMode(kCFRunLoopDefaultMode, 1.0e10, false);
     }
 }
 

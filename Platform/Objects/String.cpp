@@ -3,6 +3,7 @@
 #include "Objects/String.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <mutex>
 
@@ -29,8 +30,18 @@ struct ConstantString
     __CFString* mString;
     ConstantString* mNext;
 };
+std::atomic<ConstantString*> gConstants = nullptr;
+/// Held by whoever adds to the list; to look through it takes no lock.
 std::mutex gConstantsMutex;
-ConstantString* gConstants = nullptr; // under gConstantsMutex
+
+__CFString* FindConstant(std::string_view text)
+{
+    const ConstantString* constant = gConstants.load(std::memory_order_acquire);
+    while (constant != nullptr && constant->mString->GetView() != text) {
+        constant = constant->mNext;
+    }
+    return constant != nullptr ? constant->mString : nullptr;
+}
 
 } // namespace
 
@@ -63,22 +74,23 @@ CFStringRef __CFStringMakeConstantString(const char* cStr)
 {
     using namespace Standin;
     const std::string_view text = cStr;
+    if (__CFString* const known = FindConstant(text)) {
+        return known;
+    }
     if (!IsASCII(text)) {
         Misuse("CFSTR", "the literal has a character of more than 7 bits");
     }
     const std::lock_guard lock(gConstantsMutex);
-    for (ConstantString* constant = gConstants; constant != nullptr; constant = constant->mNext) {
-        if (constant->mString->GetView() == text) {
-            return constant->mString;
-        }
+    if (__CFString* const known = FindConstant(text)) {
+        return known;
     }
     auto* const node = static_cast<ConstantString*>(std::malloc(sizeof(ConstantString)));
     __CFString* const made = MakeWithCount(text, Object::kImmortal);
     if (node == nullptr || made == nullptr) {
         Misuse("CFSTR", "there is no memory for a constant string");
     }
-    *node = {made, gConstants};
-    gConstants = node;
+    *node = {made, gConstants.load(std::memory_order_relaxed)};
+    gConstants.store(node, std::memory_order_release);
     return made;
 }
 

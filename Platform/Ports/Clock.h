@@ -4,6 +4,7 @@
 #include <CoreFoundation/CFDate.h>
 
 #include <ctime>
+#include <limits>
 
 namespace Standin {
 
@@ -17,15 +18,19 @@ inline Nanoseconds Now()
     return static_cast<Nanoseconds>(now.tv_sec) * 1000000000 + now.tv_nsec;
 }
 
+/// About 30 years: who waits as long waits for ever.
+inline constexpr CFTimeInterval kForeverSeconds = 1e9;
+inline constexpr Nanoseconds kNever = std::numeric_limits<Nanoseconds>::max();
+
 /// The time `seconds` from `now`; a negative or undefined number counts as 0, and nothing counts
-/// as more than about 30 years.
+/// as more than kForeverSeconds.
 inline Nanoseconds DeadlineAfter(CFTimeInterval seconds, Nanoseconds now)
 {
-    constexpr CFTimeInterval kLongest = 1e9;
     if (!(seconds > 0)) {
         return now;
     }
-    return now + static_cast<Nanoseconds>((seconds < kLongest ? seconds : kLongest) * 1e9);
+    const CFTimeInterval bounded = seconds < kForeverSeconds ? seconds : kForeverSeconds;
+    return now + static_cast<Nanoseconds>(bounded * 1e9);
 }
 
 inline timespec ToTimespec(Nanoseconds span)

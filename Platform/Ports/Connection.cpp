@@ -219,7 +219,7 @@ bool Connection::ReadArrived()
     return !mIsBroken.load(std::memory_order_relaxed);
 }
 
-SInt32 Connection::Send(SInt32 messageID, CFDataRef data, Nanoseconds deadline, Waiter* waiter)
+SInt32 Connection::Send(SInt32 messageID, CFDataRef data, Nanoseconds timeout, Waiter* waiter)
 {
     Frame frame{FrameKind::kOneWay, 0, messageID, 0};
     const void* bytes = nullptr;
@@ -238,6 +238,8 @@ SInt32 Connection::Send(SInt32 messageID, CFDataRef data, Nanoseconds deadline, 
         frame.mKind = FrameKind::kRequest;
         frame.mNumber = waiter->mConversation = ++mLastConversation;
     }
+    // The clock is first asked when there is something to wait for.
+    Nanoseconds deadline = 0;
     for (bool isLast = false;; isLast = Now() >= deadline) {
         while (!HasRoomSoon() && !mIsBroken.load(std::memory_order_relaxed) && ReadOne()) {
         }
@@ -270,6 +272,9 @@ SInt32 Connection::Send(SInt32 messageID, CFDataRef data, Nanoseconds deadline, 
             return kCFMessagePortSendTimeout;
         }
         lock.unlock();
+        if (deadline == 0) {
+            deadline = Now() + timeout;
+        }
         WaitFor(awaited, deadline);
         lock.lock();
     }

@@ -43,9 +43,9 @@ public:
     explicit Connection(FileDescriptor socket);
     ~Connection();
 
-    /// Sends one message, waiting for room until the deadline. With a waiter, the message is a
-    /// request and the waiter is entered for its reply. Returns a message-port status.
-    SInt32 Send(SInt32 messageID, CFDataRef data, Nanoseconds deadline, Waiter* waiter);
+    /// Sends one message, waiting for room at most as long as `timeout` says. With a waiter, the
+    /// message is a request and the waiter is entered for its reply. Returns a message-port status.
+    SInt32 Send(SInt32 messageID, CFDataRef data, Nanoseconds timeout, Waiter* waiter);
     void Forget(const Waiter& waiter);
 
     /// Reads what the server has sent. Returns false once the server's end is gone.

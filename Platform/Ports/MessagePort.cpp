@@ -131,15 +131,14 @@ void CloseInChild()
     pthread_atfork(&LockForFork, &UnlockInParent, &CloseInChild);
 
 /// Floors a send timeout to milliseconds, as the platform does.
-Nanoseconds SendDeadline(CFTimeInterval seconds)
+Nanoseconds SendTimeout(CFTimeInterval seconds)
 {
     constexpr CFTimeInterval kTenDays = 864000;
-    const Nanoseconds now = Now();
     if (seconds >= kTenDays) {
-        return DeadlineAfter(1e9, now);
+        return DeadlineAfter(1e9, 0);
     }
     const auto milliseconds = seconds > 0 ? static_cast<SInt64>(seconds * 1000) : 0;
-    return now + milliseconds * 1000000;
+    return milliseconds * 1000000;
 }
 
 /// A wait for a reply: reads the connection in the thread's loop, and takes the waiter out of the
@@ -198,14 +197,14 @@ constexpr SInt32 kBecameInvalid = -5;
 
 /// Sends a message and waits for its reply. Without memory for the one it is not handed over;
 /// without memory for the other no reply comes in time.
-SInt32 Request(__CFMessagePort& port, SInt32 messageID, CFDataRef data, Nanoseconds deadline,
+SInt32 Request(__CFMessagePort& port, SInt32 messageID, CFDataRef data, Nanoseconds sendTimeout,
                CFTimeInterval receiveTimeout, std::string_view mode, CFDataRef* returnData)
 {
     const Held<CFMessagePortRef> kept(Retained(&port));
     SInt32 status = kCFMessagePortTransportError;
     try {
         ReplyWait wait(port.mConnection);
-        status = port.mConnection->Send(messageID, data, deadline, &wait.GetWaiter());
+        status = port.mConnection->Send(messageID, data, sendTimeout, &wait.GetWaiter());
         if (status != kCFMessagePortSuccess) {
             return status;
         }
@@ -416,11 +415,11 @@ SInt32 CFMessagePortSendRequest(CFMessagePortRef remote, SInt32 msgid, CFDataRef
     if (!port.IsValid()) {
         return kCFMessagePortIsInvalid;
     }
-    const Nanoseconds deadline = SendDeadline(sendTimeout);
+    const Nanoseconds timeout = SendTimeout(sendTimeout);
     if (replyMode == nullptr) {
-        return port.mConnection->Send(msgid, data, deadline, nullptr);
+        return port.mConnection->Send(msgid, data, timeout, nullptr);
     }
-    return Request(port, msgid, data, deadline, rcvTimeout,
+    return Request(port, msgid, data, timeout, rcvTimeout,
                    ModeText(replyMode, "CFMessagePortSendRequest"), returnData);
 }
 

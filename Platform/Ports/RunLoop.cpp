@@ -173,8 +173,10 @@ bool __CFRunLoop::Wait(const Sources& sources, std::vector<pollfd>& entries, SIn
     if (!mWakeUp) {
         left = std::min(left, kSliceWithoutWakeUp);
     }
+    // A timer that never rings would have to be set and taken back at each wait.
     const timespec timeout = Standin::ToTimespec(left);
-    const int ready = ppoll(entries.data(), static_cast<nfds_t>(entries.size()), &timeout, nullptr);
+    const int ready = ppoll(entries.data(), static_cast<nfds_t>(entries.size()),
+                            left < Standin::kNever ? &timeout : nullptr, nullptr);
     if (ready <= 0) {
         return false;
     }
@@ -205,6 +207,7 @@ SInt32 __CFRunLoop::Run(std::string_view mode, CFTimeInterval seconds,
                         bool returnAfterSourceHandled, Standin::LoopSource* awaited,
                         const std::atomic<bool>* isOver)
 {
+    const bool isForever = seconds >= Standin::kForeverSeconds;
     Standin::Nanoseconds now = Standin::Now();
     const Standin::Nanoseconds deadline = Standin::DeadlineAfter(seconds, now);
     Sources sources;
@@ -226,17 +229,17 @@ SInt32 __CFRunLoop::Run(std::string_view mode, CFTimeInterval seconds,
         if (isOver != nullptr && isOver->load(std::memory_order_acquire)) {
             return kCFRunLoopRunHandledSource;
         }
-        if (mStopped.exchange(false)) {
+        if (mStopped.load() && mStopped.exchange(false)) {
             return kCFRunLoopRunStopped;
         }
-        if (!first) {
+        if (!first && !isForever) {
             now = Standin::Now();
             if (now >= deadline) {
                 return kCFRunLoopRunTimedOut;
             }
         }
-        if (Wait(sources, entries, deadline - now) && PerformReady(sources, entries, seen) &&
-            returnAfterSourceHandled) {
+        if (Wait(sources, entries, isForever ? Standin::kNever : deadline - now) &&
+            PerformReady(sources, entries, seen) && returnAfterSourceHandled) {
             return kCFRunLoopRunHandledSource;
         }
     }

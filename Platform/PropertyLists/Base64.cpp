@@ -34,27 +34,24 @@ SInt32 BitsOf(char character)
 
 void AppendBase64Lines(std::string& text, std::string_view bytes, CFIndex indent)
 {
-    const CFIndex lineLength = 76 - 8 * std::min<CFIndex>(indent, 8);
+    const auto lineLength = static_cast<std::size_t>(76 - 8 * std::min<CFIndex>(indent, 8));
     const auto tabs = static_cast<std::size_t>(indent);
-    CFIndex column = 0;
-    for (std::size_t at = 0; at < bytes.size(); at += 3) {
-        if (column == 0) {
-            text.append(tabs, '\t');
+    const std::size_t lineBytes = lineLength / 4 * 3;
+    for (std::size_t start = 0; start < bytes.size(); start += lineBytes) {
+        const std::string_view line = bytes.substr(start, lineBytes);
+        text.append(tabs, '\t');
+        const std::size_t length = (line.size() + 2) / 3 * 4;
+        text.resize(text.size() + length);
+        char* out = text.data() + text.size() - length;
+        for (std::size_t at = 0; at < line.size(); at += 3, out += 4) {
+            const UInt32 group =
+                ByteAt(line, at) << 16 | ByteAt(line, at + 1) << 8 | ByteAt(line, at + 2);
+            const std::size_t left = line.size() - at;
+            out[0] = kAlphabet[group >> 18];
+            out[1] = kAlphabet[(group >> 12) & 63];
+            out[2] = left > 1 ? kAlphabet[(group >> 6) & 63] : '=';
+            out[3] = left > 2 ? kAlphabet[group & 63] : '=';
         }
-        const UInt32 group =
-            ByteAt(bytes, at) << 16 | ByteAt(bytes, at + 1) << 8 | ByteAt(bytes, at + 2);
-        const std::size_t left = bytes.size() - at;
-        text += kAlphabet[group >> 18];
-        text += kAlphabet[(group >> 12) & 63];
-        text += left > 1 ? kAlphabet[(group >> 6) & 63] : '=';
-        text += left > 2 ? kAlphabet[group & 63] : '=';
-        column += 4;
-        if (column >= lineLength) {
-            text += '\n';
-            column = 0;
-        }
-    }
-    if (column != 0) {
         text += '\n';
     }
 }

@@ -46,7 +46,7 @@ public:
 
 private:
     void Indent(CFIndex indent) { mText.append(static_cast<std::size_t>(indent), '\t'); }
-    void AppendElement(const char* name, std::string_view content, CFIndex indent);
+    void AppendElement(std::string_view name, std::string_view content, CFIndex indent);
     void AppendEscaped(std::string_view text);
     void AppendNumber(const __CFNumber& number, CFIndex indent);
     void AppendData(const __CFData& data, CFIndex indent);
@@ -57,24 +57,20 @@ private:
 
 void Writer::AppendEscaped(std::string_view text)
 {
-    for (const char character : text) {
-        switch (character) {
-        case '<':
-            mText += "&lt;";
-            break;
-        case '>':
-            mText += "&gt;";
-            break;
-        case '&':
-            mText += "&amp;";
-            break;
-        default:
-            mText += character;
+    std::size_t plain = 0;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const char character = text[at];
+        if (character != '<' && character != '>' && character != '&') {
+            continue;
         }
+        mText += text.substr(plain, at - plain);
+        mText += character == '<' ? "&lt;" : character == '>' ? "&gt;" : "&amp;";
+        plain = at + 1;
     }
+    mText += text.substr(plain);
 }
 
-void Writer::AppendElement(const char* name, std::string_view content, CFIndex indent)
+void Writer::AppendElement(std::string_view name, std::string_view content, CFIndex indent)
 {
     Indent(indent);
     mText += '<';
@@ -110,6 +106,7 @@ bool Writer::AppendDictionary(const __CFDictionary& dictionary, CFIndex indent)
         return true;
     }
     std::vector<const __CFDictionary::Entry*> entries;
+    entries.reserve(dictionary.mEntries.size());
     for (const __CFDictionary::Entry& entry : dictionary.mEntries) {
         if (entry.mKey == nullptr || CFGetTypeID(entry.mKey) != kStringType) {
             return false;
@@ -119,9 +116,11 @@ bool Writer::AppendDictionary(const __CFDictionary& dictionary, CFIndex indent)
     const auto keyOf = [](const __CFDictionary::Entry* entry) {
         return static_cast<const __CFString*>(entry->mKey)->GetView();
     };
-    // Two keys of plain pointers may have one text: they keep the order of insertion.
-    std::stable_sort(entries.begin(), entries.end(), [&](const auto* left, const auto* right) {
-        return keyOf(left) < keyOf(right);
+    // Two keys of plain pointers may have one text: they keep the order of insertion, in which the
+    // entries lie in memory.
+    std::sort(entries.begin(), entries.end(), [&](const auto* left, const auto* right) {
+        const int order = keyOf(left).compare(keyOf(right));
+        return order != 0 ? order < 0 : left < right;
     });
     mText += "<dict>\n";
     for (const __CFDictionary::Entry* entry : entries) {
