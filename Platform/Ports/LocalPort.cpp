@@ -2,6 +2,7 @@
 
 #include "Ports/LocalPort.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <new>
 #include <sys/epoll.h>
@@ -29,8 +30,8 @@ std::unique_ptr<LocalPort> LocalPort::Listen(std::string_view name)
         port->mAlarm = FileDescriptor(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK));
         port->mBuffer.resize(kLargestData);
         if (!port->mReadiness || !port->mAlarm || !port->mName.Take(name) ||
-            !port->Watch(EPOLL_CTL_ADD, port->mAlarm.Get(), EPOLLIN) ||
-            !port->Watch(EPOLL_CTL_ADD, port->mName.GetSocket(), EPOLLIN)) {
+            !port->Watch(EPOLL_CTL_ADD, port->mAlarm.Get(), &port->mAlarm) ||
+            !port->Watch(EPOLL_CTL_ADD, port->mName.GetSocket(), &port->mName)) {
             return nullptr;
         }
         return port;
@@ -39,21 +40,24 @@ std::unique_ptr<LocalPort> LocalPort::Listen(std::string_view name)
     }
 }
 
-bool LocalPort::Watch(int operation, int descriptor, UInt32 events)
+bool LocalPort::Watch(int operation, int descriptor, void* what)
 {
     epoll_event event{};
-    event.events = events;
-    event.data.fd = descriptor;
+    event.events = EPOLLIN;
+    event.data.ptr = what;
     return epoll_ctl(mReadiness.Get(), operation, descriptor, &event) == 0;
 }
 
 bool LocalPort::Take(Message& message)
 {
     const std::lock_guard lock(mMutex);
+    if (mSender != nullptr) {
+        return HandOver(message);
+    }
     if (mLeft > 0) {
         --mLeft;
-        if (TakeFrom(mClients[static_cast<std::size_t>(mCurrent)], message)) {
-            return true;
+        if (TakeFrom(*mCurrent)) {
+            return HandOver(message);
         }
     }
     // A port that refuses senders comes to its end, however many there are to deal with.
@@ -63,19 +67,14 @@ bool LocalPort::Take(Message& message)
         if (epoll_wait(mReadiness.Get(), &event, 1, 0) <= 0) {
             return false;
         }
-        const int ready = event.data.fd;
-        if (ready == mName.GetSocket()) {
+        if (event.data.ptr == &mName) {
             Accept();
-            continue;
-        }
-        if (ready == mAlarm.Get()) {
+        } else if (event.data.ptr == &mAlarm) {
             Resume();
-            continue;
-        }
-        if (TakeFrom(mClients[static_cast<std::size_t>(ready)], message)) {
-            mCurrent = ready;
-            mLeft = (mConnected > 1 ? kQueueLimit : kLoneTurn) - 1;
-            return true;
+        } else if (auto& client = *static_cast<Client*>(event.data.ptr); TakeFrom(client)) {
+            mCurrent = &client;
+            mLeft = (mClients.size() > 1 ? kQueueLimit : kLoneTurn) - 1;
+            return HandOver(message);
         }
     }
     return false;
@@ -84,44 +83,46 @@ bool LocalPort::Take(Message& message)
 bool LocalPort::HasMore()
 {
     const std::lock_guard lock(mMutex);
-    if (mLeft == 0) {
-        return false;
-    }
-    const Client& client = mClients[static_cast<std::size_t>(mCurrent)];
-    return client.mTally && static_cast<SInt32>(client.mTally.GetSent() - client.mTaken) > 0;
+    return mSender != nullptr ||
+           (mLeft > 0 && mCurrent->mTally &&
+            static_cast<SInt32>(mCurrent->mTally.GetSent() - mCurrent->mTaken) > 0);
 }
 
 void LocalPort::Accept()
 {
-    const int fresh = accept4(mName.GetSocket(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
-    if (fresh < 0) {
+    // What needs memory comes first: a client that has been accepted may have been answered.
+    std::shared_ptr<Client> client;
+    try {
+        client = std::make_shared<Client>();
+        mClients.reserve(mClients.size() + 1);
+    } catch (const std::bad_alloc&) {
+        Pause();
+        return;
+    }
+    client->mSocket =
+        FileDescriptor(accept4(mName.GetSocket(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    if (!client->mSocket) {
         if (errno == EMFILE || errno == ENFILE || errno == ENOMEM || errno == ENOBUFS) {
             Pause();
         } else if (mIsRefusing) {
-            Watch(EPOLL_CTL_DEL, mName.GetSocket(), 0);
+            Watch(EPOLL_CTL_DEL, mName.GetSocket(), nullptr);
         }
         return;
     }
-    FileDescriptor socket(fresh);
-    const auto index = static_cast<std::size_t>(socket.Get());
-    if (!socket || !Watch(EPOLL_CTL_ADD, socket.Get(), EPOLLIN)) {
+    if (!Watch(EPOLL_CTL_ADD, client->mSocket.Get(), client.get())) {
         return;
     }
     if (mIsRefusing) {
-        shutdown(socket.Get(), SHUT_RD);
+        shutdown(client->mSocket.Get(), SHUT_RD);
     }
-    if (mClients.size() <= index) {
-        mClients.resize(index + 1);
-    }
-    mClients[index].mSocket = std::move(socket);
-    ++mConnected;
+    mClients.push_back(std::move(client));
 }
 
-/// Leaves the clients that come where they are until a descriptor is free. Without this a client
-/// that cannot be accepted would keep the loop busy.
+/// Leaves the clients that come where they are until a descriptor or memory is free. Without this a
+/// client that cannot be accepted would keep the loop busy.
 void LocalPort::Pause()
 {
-    Watch(EPOLL_CTL_DEL, mName.GetSocket(), 0);
+    Watch(EPOLL_CTL_DEL, mName.GetSocket(), nullptr);
     mIsPaused = true;
     const itimerspec once = {{0, 0}, {0, kPauseNanoseconds}};
     timerfd_settime(mAlarm.Get(), 0, &once, nullptr);
@@ -133,45 +134,58 @@ void LocalPort::Resume()
         const itimerspec never = {};
         timerfd_settime(mAlarm.Get(), 0, &never, nullptr);
         mIsPaused = false;
-        Watch(EPOLL_CTL_ADD, mName.GetSocket(), EPOLLIN);
+        Watch(EPOLL_CTL_ADD, mName.GetSocket(), &mName);
     }
 }
 
-void LocalPort::Drop(Client& client)
+void LocalPort::Drop(const Client& client)
 {
     // A forked child that has not yet closed its copy would keep the socket in the watch.
-    Watch(EPOLL_CTL_DEL, client.mSocket.Get(), 0);
-    const UInt32 generation = client.mGeneration + 1;
-    client = Client();
-    client.mGeneration = generation;
-    --mConnected;
+    Watch(EPOLL_CTL_DEL, client.mSocket.Get(), nullptr);
+    if (mCurrent == &client) {
+        mLeft = 0;
+    }
+    const auto found = std::find_if(mClients.begin(), mClients.end(),
+                                    [&](const auto& known) { return known.get() == &client; });
+    (*found)->mSocket.Close();
+    std::swap(*found, mClients.back());
+    mClients.pop_back();
     Resume();
 }
 
-bool LocalPort::TakeFrom(Client& client, Message& message)
+/// Receives the next packet of a client; false if none is there.
+bool LocalPort::TakeFrom(Client& client)
 {
-    if (!client.mSocket) {
-        return false;
-    }
-    Frame frame{};
     FileDescriptor file;
-    const ReceiveResult result = ReceiveFrame(client.mSocket.Get(), frame, mBuffer.data(),
+    const ReceiveResult result = ReceiveFrame(client.mSocket.Get(), mFrame, mBuffer.data(),
                                               mBuffer.size(), client.mTaken == 0 ? &file : nullptr);
     if (result == ReceiveResult::kNothing) {
         return false;
     }
-    if (result == ReceiveResult::kClosed || frame.mLength > kLargestData ||
-        (frame.mKind != FrameKind::kOneWay && frame.mKind != FrameKind::kRequest)) {
+    if (result == ReceiveResult::kClosed || mFrame.mLength > kLargestData ||
+        (mFrame.mKind != FrameKind::kOneWay && mFrame.mKind != FrameKind::kRequest)) {
         Drop(client);
         return false;
     }
     if (file) {
         client.mTally = Tally::Map(file);
     }
-    message = {frame, nullptr, client.mSocket.Get(), client.mGeneration};
-    message.mData = CFDataCreate(nullptr, mBuffer.data(), static_cast<CFIndex>(frame.mLength));
+    mSender = client.shared_from_this();
     CountTaken(client);
-    return message.mData != nullptr;
+    return true;
+}
+
+/// Makes the message of the packet that was received last.
+bool LocalPort::HandOver(Message& message)
+{
+    message.mData = Held<CFDataRef>(
+        CFDataCreate(nullptr, mBuffer.data(), static_cast<CFIndex>(mFrame.mLength)));
+    if (message.mData.Get() == nullptr) {
+        return false;
+    }
+    message.mFrame = mFrame;
+    message.mClient = std::move(mSender);
+    return true;
 }
 
 void LocalPort::CountTaken(Client& client)
@@ -195,10 +209,9 @@ void LocalPort::Reply(const Message& message, CFDataRef reply)
         return;
     }
     const std::lock_guard lock(mMutex);
-    const Client& client = mClients[static_cast<std::size_t>(message.mClient)];
-    if (client.mSocket && client.mGeneration == message.mGeneration) {
+    if (message.mClient->mSocket) {
         // A client that does not read its replies loses them; the server does not wait for it.
-        SendFrame(client.mSocket.Get(), frame,
+        SendFrame(message.mClient->mSocket.Get(), frame,
                   reply != nullptr ? CFDataGetBytePtr(reply) : nullptr);
     }
 }
@@ -210,10 +223,8 @@ void LocalPort::RefuseSenders()
     Resume();
     // What is in a socket's queue stays there; a later send fails.
     shutdown(mName.GetSocket(), SHUT_RD);
-    for (const Client& client : mClients) {
-        if (client.mSocket) {
-            shutdown(client.mSocket.Get(), SHUT_RD);
-        }
+    for (const auto& client : mClients) {
+        shutdown(client->mSocket.Get(), SHUT_RD);
     }
 }
 
@@ -222,8 +233,8 @@ void LocalPort::CloseInChild()
     mName.CloseInChild();
     mReadiness.Close();
     mAlarm.Close();
-    for (Client& client : mClients) {
-        client.mSocket.Close();
+    for (const auto& client : mClients) {
+        client->mSocket.Close();
     }
 }
 

@@ -6,6 +6,7 @@
 // used up, the next ones wait in the listening socket, and so do the messages that they send.
 #pragma once
 
+#include "Objects/Object.h"
 #include "Ports/Frame.h"
 #include "Ports/PortName.h"
 #include "Ports/Tally.h"
@@ -22,27 +23,34 @@ namespace Standin {
 class LocalPort
 {
 public:
+    /// One end of a connection, until the client or the port is gone.
+    struct Client : std::enable_shared_from_this<Client>
+    {
+        FileDescriptor mSocket;
+        Tally mTally;
+        UInt32 mTaken = 0;
+    };
+
     /// One message, and whom to answer.
     struct Message
     {
-        Frame mFrame;
-        CFDataRef mData;
-        int mClient;
-        UInt32 mGeneration;
+        Frame mFrame{};
+        Held<CFDataRef> mData{};
+        std::shared_ptr<Client> mClient;
     };
 
     /// Takes a name; null if it is held or descriptors or memory are lacking.
     static std::unique_ptr<LocalPort> Listen(std::string_view name);
 
-    /// Takes the next message, whose data is the caller's to release; false if none is there.
-    /// Clients that come, go or send what is no frame are dealt with on the way.
+    /// Takes the next message; false if none is there, or no memory for it: it then stays and is
+    /// the next one. Clients that come, go or send what is no frame are dealt with on the way.
     bool Take(Message& message);
     /// Sends a reply if its client is still there and has room for it; null stands for no bytes.
     void Reply(const Message& message, CFDataRef reply);
 
     /// Ready when Take has something to do.
     int GetReadiness() const { return mReadiness.Get(); }
-    /// True if the client whose turn it is has sent another message: no need to wait.
+    /// True if a message is there for certain: no need to wait.
     bool HasMore();
     /// Lets no client send any more; what has been sent can still be taken.
     void RefuseSenders();
@@ -53,22 +61,14 @@ public:
     std::mutex& GetMutex() { return mMutex; }
 
 private:
-    struct Client
-    {
-        FileDescriptor mSocket;
-        Tally mTally;
-        /// Tells the clients of one descriptor apart.
-        UInt32 mGeneration = 0;
-        UInt32 mTaken = 0;
-    };
-
     void Accept();
     void Pause();
     void Resume();
-    void Drop(Client& client);
-    bool TakeFrom(Client& client, Message& message);
+    void Drop(const Client& client);
+    bool TakeFrom(Client& client);
     void CountTaken(Client& client);
-    bool Watch(int operation, int descriptor, UInt32 events);
+    bool HandOver(Message& message);
+    bool Watch(int operation, int descriptor, void* what);
 
     /// Guards everything; not held while a message is handled.
     std::mutex mMutex;
@@ -78,12 +78,13 @@ private:
     FileDescriptor mAlarm;
     bool mIsPaused = false;
     bool mIsRefusing = false;
-    /// By their descriptors.
-    std::vector<Client> mClients;
-    UInt32 mConnected = 0;
+    std::vector<std::shared_ptr<Client>> mClients;
     /// The client whose turn it is, and the messages that it may send before the others' turn.
-    int mCurrent = 0;
+    Client* mCurrent = nullptr;
     UInt32 mLeft = 0;
+    /// The packet that was received last. Its message is handed over unless its client is null.
+    Frame mFrame{};
+    std::shared_ptr<Client> mSender;
     std::vector<unsigned char> mBuffer;
 };
 

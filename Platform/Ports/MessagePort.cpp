@@ -319,14 +319,14 @@ void __CFMessagePort::CloseInChild()
 
 bool __CFMessagePort::HandleOne()
 {
-    Standin::LocalPort::Message message{};
+    Standin::LocalPort::Message message;
     if (mReceiver == nullptr || !IsValid() || !mReceiver->Take(message)) {
         return false;
     }
-    const Standin::Held<CFDataRef> data(message.mData);
     const Standin::Held<CFDataRef> reply(
-        mCallout != nullptr ? mCallout(this, message.mFrame.mMessageID, data.Get(), mContext.info)
-                            : nullptr);
+        mCallout != nullptr
+            ? mCallout(this, message.mFrame.mMessageID, message.mData.Get(), mContext.info)
+            : nullptr);
     if (message.mFrame.mKind == Standin::FrameKind::kRequest) {
         mReceiver->Reply(message, reply.Get());
     }
