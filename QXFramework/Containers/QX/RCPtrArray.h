@@ -87,7 +87,8 @@ public:
     int32 AppendItem(const ConstRCPtr<T>& item) override;
 
     /// Hands the reference at `index` to `removed`, which first drops what it holds, and closes
-    /// the slot. Returns the new count.
+    /// the slot. Returns the new count. What the dropped object's end stores in `removed` is
+    /// dropped as well.
     ///
     /// Throws: Exception<std::out_of_range> for an index not below the count, with nothing
     /// changed; also if dropping what `removed` held has made the array that short.
@@ -136,6 +137,7 @@ private:
     uint32 CountNulls(uint32 index, uint32 count) const;
     uint32 OwnIndexOf(const ConstRCPtr<T>& pointer) const;
     ConstRCPtr<T>* Reset(ConstRCPtr<T>& pointer);
+    int32 HandOver(uint32 index, ConstRCPtr<T>& target);
 
     BufferT<kSlotSize * Grow, kSlotSize * Init, 8, T**, &GetSystemAllocator> mSlots;
 };

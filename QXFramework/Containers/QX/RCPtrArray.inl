@@ -145,8 +145,7 @@ int32 ConstRCPtrArray<T, Grow, Init>::TakeItem(uint32 index, ConstRCPtr<T>& remo
     if (target == nullptr || index >= SlotCount()) {
         ThrowException<std::out_of_range>("", site);
     }
-    target->Swap(Slot(index));
-    return RemoveInternal(index, 1);
+    return HandOver(index, *target);
 }
 
 template <class T, uint32 Grow, uint32 Init>
@@ -156,9 +155,19 @@ int32 ConstRCPtrArray<T, Grow, Init>::RemoveLast(ConstRCPtr<T>& removed)
     if (target == nullptr || SlotCount() == 0) {
         return kResultFailure;
     }
-    const uint32 last = SlotCount() - 1;
-    target->Swap(Slot(last));
-    return RemoveInternal(last, 1);
+    return HandOver(SlotCount() - 1, *target);
+}
+
+// Moves the reference at `index` to `target`, which was made null, and closes the slot.
+template <class T, uint32 Grow, uint32 Init>
+int32 ConstRCPtrArray<T, Grow, Init>::HandOver(uint32 index, ConstRCPtr<T>& target)
+{
+    // The end of the target's former object may have stored another one there, which has to be
+    // dropped: closing a slot drops nothing.
+    ConstRCPtr<T> storedMeanwhile;
+    storedMeanwhile.Swap(target);
+    target.Swap(Slot(index));
+    return RemoveInternal(index, 1);
 }
 
 template <class T, uint32 Grow, uint32 Init>

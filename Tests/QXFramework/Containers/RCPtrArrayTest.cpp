@@ -340,6 +340,22 @@ TEST_F(RCPtrArrayRemoveItem, ThrowsIfTheElementThatItFillsEmptiesTheArray)
     EXPECT_EQ(array.GetCount(), 0u);
 }
 
+TEST_F(RCPtrArrayRemoveItem, ReplacesWhatTheEndOfTheFormerObjectHasStored)
+{
+    for (const bool isLast : {false, true}) {
+        SCOPED_TRACE(isLast);
+        Array array;
+        Fill(array, "AB");
+        RCPtr<Witness> removed = MakeWitness('X');
+        removed->onDestruction = [&] { removed = MakeWitness('Y'); };
+
+        EXPECT_EQ(isLast ? array.RemoveLast(removed) : array.RemoveItem(1, removed), 1);
+
+        EXPECT_EQ(removed->GetName(), 'B');
+        EXPECT_EQ(Witness::GetLiveCount(), 2);
+    }
+}
+
 TEST_F(RCPtrArrayRemove, ClosesOnlyARangeInside)
 {
     DerivedArray array;
