@@ -125,7 +125,9 @@ int32 String::Insert(uint32 position, const StringT& text)
     } else if (position == 0) {
         *this = text + *this;
     } else {
-        *this = GetSubString(0, position) + text + GetSubString(static_cast<int>(position));
+        StringT rest; // a position may be more than GetSubString's start can be
+        rest.SetText(CStr() + position, length - position);
+        *this = GetSubString(0, position) + text + rest;
     }
     return kResultSuccess;
 }
