@@ -5,8 +5,6 @@
 #include <gtest/gtest.h>
 #include <unicode/ustring.h>
 
-#include <random>
-
 namespace {
 
 using conversion::Outcome;
@@ -86,30 +84,6 @@ TEST(ConversionOracle, AcceptsTheSameUTF16AsICU)
                     return;
                 }
             }
-        }
-    }
-}
-
-TEST(ConversionOracle, MakesTheSameOfLongerTextAsICU)
-{
-    std::mt19937 random(7);
-    for (int round = 0; round < 5000; ++round) {
-        SCOPED_TRACE(round);
-        Units<UTF16> words;
-        Units<UTF8> bytes;
-        for (int i = 0; i < 40; ++i) {
-            constexpr UTF32 kFirst[] = {0x20, 0x400, 0x4E00, 0x1F300};
-            const UTF32 character = kFirst[random() % 4] + static_cast<UTF32>(random() % 0x5F);
-            const auto asWords = conversion::Encode<UTF16>(character);
-            const auto asBytes = conversion::Encode<UTF8>(character);
-            words.insert(words.end(), asWords.begin(), asWords.end());
-            bytes.insert(bytes.end(), asBytes.begin(), asBytes.end());
-        }
-
-        ExpectICUAgrees<UTF16, UTF8>(words);
-        ExpectICUAgrees<UTF8, UTF16>(bytes);
-        if (HasFatalFailure()) {
-            return;
         }
     }
 }

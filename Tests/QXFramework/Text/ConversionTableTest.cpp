@@ -267,14 +267,6 @@ TEST(ConvertUTF8toUTF32, TreatsEachKindOfByteAsStatedInBothModes)
     }
 }
 
-TEST(ConvertUTF8toUTF16, WritesNoHalfOfAPair)
-{
-    EXPECT_EQ((RunProduct<UTF8, UTF16>({0xF0, 0x9F, 0x98, 0x80}, 1, lenientConversion)),
-              (Outcome<UTF16>{targetExhausted, 0, {}}));
-    EXPECT_EQ((RunProduct<UTF8, UTF16>({0xF0, 0x9F, 0x98, 0x80}, 2, lenientConversion)),
-              (Outcome<UTF16>{conversionOK, 4, {0xD83D, 0xDE00}}));
-}
-
 TEST(ConversionFlags, AnyValueButZeroIsLenient)
 {
     for (const unsigned int word : {1u, 2u, 0x80000000u, 0xFFFFFFFFu}) {

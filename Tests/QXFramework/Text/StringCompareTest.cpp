@@ -21,26 +21,6 @@ int Sign(int value)
     return (value > 0) - (value < 0);
 }
 
-TEST(StringIsEqual, ComparesWithCharacters)
-{
-    EXPECT_TRUE(String("abc").IsEqual("abc"));
-    EXPECT_FALSE(String("abc").IsEqual("ab"));
-    EXPECT_FALSE(String("ab").IsEqual("abc"));
-    EXPECT_FALSE(String("abc").IsEqual("abd"));
-    EXPECT_FALSE(String("abc").IsEqual("ABC"));
-}
-
-TEST(StringIsEqual, TakesNullForAnEmptyText)
-{
-    const char* const null = nullptr;
-
-    EXPECT_TRUE(String().IsEqual(null));
-    EXPECT_TRUE(String().IsEqual(""));
-    EXPECT_FALSE(String().IsEqual("a"));
-    EXPECT_FALSE(String("abc").IsEqual(null));
-    EXPECT_FALSE(String("abc").IsEqual(""));
-}
-
 TEST(StringIsEqual, ComparesStringsOfOneAndOfTwoBuffers)
 {
     const String text("abc");
@@ -51,7 +31,7 @@ TEST(StringIsEqual, ComparesStringsOfOneAndOfTwoBuffers)
     EXPECT_TRUE(String().IsEqual(String('\0')));
 }
 
-TEST(StringCompare, HasTheSignOfStrcmp)
+TEST(StringCompare, HasTheSignOfStrcmpAndAgreesWithTheOperators)
 {
     struct
     {
@@ -74,15 +54,14 @@ TEST(StringCompare, HasTheSignOfStrcmp)
         EXPECT_EQ(Sign(String(left).Compare(String(right), caseSensitive)), expected);
         EXPECT_EQ(Sign(String::StrCompare(left, right, caseSensitive)), expected);
         EXPECT_EQ(Sign(String::StrCompare(right, left, caseSensitive)), -expected);
+        if (caseSensitive) {
+            EXPECT_EQ(String(left).IsEqual(right), expected == 0);
+            EXPECT_EQ(String(left) == right, expected == 0);
+            EXPECT_EQ(String(left) == String(right), expected == 0);
+            EXPECT_EQ(String(left) < right, expected < 0);
+            EXPECT_EQ(String(left) > right, expected > 0);
+        }
     }
-}
-
-TEST(StringCompare, GivesZeroForOneBuffer)
-{
-    const String text("abc");
-
-    EXPECT_EQ(text.Compare(String(text), true), 0);
-    EXPECT_EQ(text.Compare(text.CStr(), true), 0);
 }
 
 TEST(StringToLower, AppliesTolowerToEveryByte)
@@ -169,16 +148,11 @@ TEST(StringView, MakesAStringUpToItsFirstNul)
 TEST(StringOperators, CompareWithEverythingThatHasATextWithoutCopying)
 {
     const String text("abc");
-    const char* const null = nullptr;
 
-    EXPECT_TRUE(text == String("abc"));
-    EXPECT_TRUE(text == "abc");
     EXPECT_TRUE("abc" == text);
     EXPECT_TRUE(text == std::string("abc"));
     EXPECT_TRUE(std::string_view("abc") == text);
     EXPECT_TRUE(text != "abd");
-    EXPECT_TRUE(text != null);
-    EXPECT_TRUE(String() == null);
     EXPECT_TRUE(Wide(u"abc") == Wide(u"abc"));
     EXPECT_TRUE(Wide(u"abc") != Wide(u"abd"));
     EXPECT_TRUE(Wide(u"abc") != Wide(u"ab"));
@@ -187,9 +161,7 @@ TEST(StringOperators, CompareWithEverythingThatHasATextWithoutCopying)
 TEST(StringOperators, OrderAsBytes)
 {
     EXPECT_TRUE(String("abc") < String("abd"));
-    EXPECT_TRUE(String("ab") < "abc");
     EXPECT_TRUE("abd" > String("abc"));
-    EXPECT_TRUE(String("\xE9") > "z");
     EXPECT_TRUE(String("b") >= std::string("a"));
     EXPECT_TRUE(Wide(u"ab") < Wide(u"abc"));
     EXPECT_TRUE(Wide(u"\uFFFD") > Wide(u"\xD83D\xDE00"));
@@ -286,19 +258,6 @@ constexpr bool kEdits = requires(StringType text)
 {
     text.Compare(text, true);
 };
-
-TEST(StringCompare, OperatorsTellEqualTextsFromOthersAndTakeNullAsEmpty)
-{
-    const char* const null = nullptr;
-    const String a("a");
-    const String alsoA("a");
-
-    EXPECT_TRUE(a == alsoA);
-    EXPECT_FALSE(a == String("b"));
-    EXPECT_FALSE(a == null);
-    EXPECT_TRUE(a > null);
-    EXPECT_FALSE(String() < null);
-}
 
 TEST(StringOverloads, EditOneWidthOnly)
 {

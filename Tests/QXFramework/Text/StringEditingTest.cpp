@@ -22,23 +22,9 @@ TEST(StringGetSubString, CutsItsRangeToTheText)
         uint32 count;
         const char* expected;
     } const cases[] = {
-        {0, 6, "abcdef"},
-        {1, 2, "bc"},
-        {2, 100, "cdef"},
-        {2, 0xFFFFFFFF, "cdef"},
-        {6, 1, ""},
-        {7, 1, ""},
-        {INT_MAX, 1, ""},
-        {0, 0, ""},
-        {-3, 2, "de"},
-        {-1, 9, "f"},
-        {-6, 6, "abcdef"},
-        {-8, 4, "ab"},
-        {-8, 2, ""},
-        {-10, 2, ""},
-        {-8, 100, "abcdef"},
-        {INT_MIN, 5, ""},
-        {INT_MIN, 0xFFFFFFFF, "abcdef"},
+        {2, 100, "cdef"}, {2, 0xFFFFFFFF, "cdef"}, {6, 1, ""},
+        {INT_MAX, 1, ""}, {-3, 2, "de"},           {-8, 4, "ab"},
+        {-10, 2, ""},     {INT_MIN, 5, ""},        {INT_MIN, 0xFFFFFFFF, "abcdef"},
     };
     const String text("abcdef");
 
@@ -86,15 +72,6 @@ TEST(StringSplitToken, KeepsTheTokenAndReturnsTheRest)
         {",,a,b,c", ",", "a", "b,c"},
         {"abc", ",", "abc", ""},
         {",,,", ",", "", ""},
-        {"abc,", ",", "abc", ""},
-        {"a,,b", ",", "a", ",b"},
-        {"", ",", "", ""},
-        {"a,b", "", "a,b", ""},
-        {"a;b,c", ",;", "a", "b,c"},
-        {" a b ", " ", "a", "b "},
-        {"a\xE9"
-         "b",
-         "\xE9", "a", "b"},
     };
 
     for (const auto& [text, delimiters, token, rest] : cases) {
@@ -129,9 +106,10 @@ TEST(StringReplace, TranslatesEveryCharacterOfTheSet)
         char with;
         const char* expected;
     } const cases[] = {
-        {"a-b_c", "-_", ' ', "a b c"},    {"abba", "ab", 'a', "aaaa"},  {"abc", "x", '\0', "abc"},
-        {"abc", "", 'z', "abc"},          {"abc", nullptr, 'z', "abc"}, {"", "a", 'z', ""},
-        {"caf\xE9", "\xE9", 'e', "cafe"},
+        {"a-b_c", "-_", ' ', "a b c"},
+        {"abba", "ab", 'a', "aaaa"},
+        {"abc", "x", '\0', "abc"},
+        {"abc", nullptr, 'z', "abc"},
     };
 
     for (const auto& [text, characters, with, expected] : cases) {
@@ -158,14 +136,8 @@ TEST(StringInsert, PutsTheTextBeforeThePosition)
         {0, "x", String::kWholeText, 0, "xabc"},
         {3, "x", String::kWholeText, 0, "abcx"},
         {1, "xyz", 2, 0, "axybc"},
-        {1, "xyz", 3, 0, "axyzbc"},
-        {1, "xyz", 9, 0, "axyzbc"},
         {1, "xyz", 0xFFFFFFFF, 0, "axyzbc"},
-        {1, "xyz", 0, 0, "abc"},
-        {3, "xyz", 1, 0, "abcx"},
         {2, nullptr, String::kWholeText, 0, "abc"},
-        {3, nullptr, 5, 0, "abc"},
-        {4, "x", String::kWholeText, kOutOfRange, "abc"},
         {10, "x", String::kWholeText, kOutOfRange, "abc"},
         {0xFFFFFFFF, "x", 1, kOutOfRange, "abc"},
     };
@@ -178,50 +150,6 @@ TEST(StringInsert, PutsTheTextBeforeThePosition)
 
         EXPECT_EQ(TextOf(string), expected);
     }
-}
-
-TEST(StringInsert, TakesStringsToo)
-{
-    String text("abc");
-
-    EXPECT_EQ(text.Insert(10, "x"), kOutOfRange);
-    EXPECT_EQ(text.Insert(0, "x"), 0);
-    EXPECT_EQ(TextOf(text), "xabc");
-    EXPECT_EQ(text.Insert(4, String("yz")), 0);
-    EXPECT_EQ(TextOf(text), "xabcyz");
-    EXPECT_EQ(text.Insert(1, 'w'), 0);
-    EXPECT_EQ(TextOf(text), "xwabcyz");
-}
-
-TEST(StringInsert, KeepsTheBufferSharedWhenItRefuses)
-{
-    String text("abc");
-    const String sharer(text);
-
-    text.Insert(4, "x");
-
-    EXPECT_EQ(BufferOf(text), BufferOf(sharer));
-}
-
-TEST(StringInsert, TakesItselfAndItsOwnCharacters)
-{
-    String middle("abc");
-    String front("abc");
-    String end("abc");
-    String characters("abc");
-    String charactersAtEnd("abc");
-
-    middle.Insert(1, middle);
-    front.Insert(0, front);
-    end.Insert(3, end);
-    characters.Insert(1, characters.CStr() + 1, 2);
-    charactersAtEnd.Insert(3, charactersAtEnd.CStr() + 1, 2);
-
-    EXPECT_EQ(TextOf(middle), "aabcbc");
-    EXPECT_EQ(TextOf(front), "abcabc");
-    EXPECT_EQ(TextOf(end), "abcabc");
-    EXPECT_EQ(TextOf(characters), "abcbc");
-    EXPECT_EQ(TextOf(charactersAtEnd), "abcbc");
 }
 
 TEST(StringInsert, ReadsNoMoreThanItsCount)
@@ -261,45 +189,6 @@ TEST(StringAppend, KeepsTheBufferSharedForNothing)
     EXPECT_EQ(TextOf(text), "abc");
 }
 
-TEST(StringAppend, DoublesATextThatIsAppendedToItself)
-{
-    String text("abc");
-    const LIBuffer* const buffer = BufferOf(text);
-    String shared("abc");
-    const String sharer(shared);
-    String locked("abc");
-    locked.Lock(4);
-
-    text += text;
-    shared += shared;
-    locked += locked;
-
-    EXPECT_EQ(TextOf(text), "abcabc");
-    EXPECT_EQ(BufferOf(text), buffer);
-    EXPECT_EQ(TextOf(shared), "abcabc");
-    EXPECT_EQ(TextOf(sharer), "abc");
-    EXPECT_EQ(TextOf(locked), "abcabc");
-    EXPECT_TRUE(locked.IsLocked());
-}
-
-TEST(StringAppend, GivesALockedStringTheCapacityOfTheResult)
-{
-    String text("abc");
-    text.Lock(100);
-    String small("abc");
-    small.Lock(4);
-
-    text += "de";
-    small += "de";
-
-    EXPECT_EQ(text.GetBuffer()->GetSizeBytes(), 6u);
-    EXPECT_EQ(small.GetBuffer()->GetSizeBytes(), 6u);
-    EXPECT_EQ(TextOf(small), "abcde");
-    EXPECT_TRUE(small.IsLocked());
-    text.Assign("0123456789", String::kWholeText);
-    EXPECT_EQ(TextOf(text), "01234");
-}
-
 TEST(StringConcatenation, MakesANewString)
 {
     const String text("abc");
@@ -307,8 +196,6 @@ TEST(StringConcatenation, MakesANewString)
     locked.Lock(4);
 
     EXPECT_EQ(TextOf(text + "def"), "abcdef");
-    EXPECT_EQ(TextOf(text + text), "abcabc");
-    EXPECT_EQ(TextOf(String() + text), "abc");
     EXPECT_EQ(TextOf(locked + "def"), "abcdef");
     EXPECT_FALSE((locked + "def").IsLocked());
     EXPECT_FALSE((locked + "").IsLocked());
@@ -368,22 +255,9 @@ TEST(StringReverse, LeavesSourceAndSharersOf16BitsAlone)
     EXPECT_EQ(TextOf(text), u"abc");
     EXPECT_EQ(TextOf(sharer), u"abc");
     EXPECT_FALSE(reversed.IsLocked());
-    EXPECT_EQ(TextOf(Wide(u"ab").Reverse()), u"ba");
-    EXPECT_TRUE(SharesEmpty(String16().Reverse()));
-}
-
-TEST(StringReverse, IsUnlocked)
-{
-    const String16 wide = Wide(u"ab").Reverse();
-
-    EXPECT_FALSE(wide.IsLocked());
-    EXPECT_EQ(wide.GetBuffer()->GetSizeBytes(), 6u);
-    EXPECT_FALSE(String("ab").Reverse().IsLocked());
-}
-
-TEST(StringReverse, SplitsPairsOf16Bits)
-{
+    EXPECT_EQ(reversed.GetBuffer()->GetSizeBytes(), 8u);
     EXPECT_EQ(TextOf(Wide(u"\xD83D\xDE00").Reverse()), std::u16string(u"\xDE00\xD83D"));
+    EXPECT_TRUE(SharesEmpty(String16().Reverse()));
 }
 
 template <class Operation>

@@ -73,10 +73,14 @@ TEST(StringNul, MakesATextEmptyThatBeginsWithIt)
 {
     String text("X");
     const LIBuffer* const buffer = BufferOf(text);
+    String locked("X");
+    locked.Lock(2);
 
     text += Cut(0);
+    locked += Cut(0);
 
     EXPECT_EQ(BufferOf(text), buffer);
+    EXPECT_EQ(FieldOf(locked), std::string("X\0", 2));
     EXPECT_EQ(TextOf(text + Cut(0)), "X");
     EXPECT_TRUE(SharesEmpty(Cut(0).ToLower()));
     EXPECT_TRUE(SharesEmpty(Cut(0).GetSubString(0, 5)));

