@@ -20,12 +20,6 @@ using QX::int32;
 using QX::uint32;
 using TestSupport::SlotOf;
 
-TEST(Iterable, HoldsAtMostThePositiveInt32s)
-{
-    EXPECT_EQ(FakeList().GetMaxCount(), 0x7FFFFFFFu);
-    EXPECT_EQ(FakeArray().GetMaxCount(), 0x7FFFFFFFu);
-}
-
 TEST(Iterable, GetAtWalksFromTheBeginningAndStopsAtTheEnd)
 {
     FakeList list{10, 11, 12};
@@ -40,7 +34,7 @@ TEST(Iterable, GetAtWalksFromTheBeginningAndStopsAtTheEnd)
     EXPECT_EQ(reader.GetAt(4), list.GetEndElement());
 }
 
-TEST(Iterable, ConstBeginAndEndAreTheSameIterators)
+TEST(Iterable, ConstFormsGiveTheSamePositionsAndElements)
 {
     FakeList list{1, 2};
     const FakeList& reader = list;
@@ -48,50 +42,30 @@ TEST(Iterable, ConstBeginAndEndAreTheSameIterators)
     EXPECT_EQ(reader.GetBegin(), list.GetBegin());
     EXPECT_EQ(reader.GetEnd(), list.GetEnd());
     EXPECT_NE(list.GetBegin(), list.GetEnd());
-}
-
-TEST(Iterable, ConstCurrentIsTheSameElement)
-{
-    FakeList list{7, 8};
-    const FakeList& reader = list;
     void* const handle = list.GetIteratorHandleBegin();
-
-    EXPECT_EQ(reader.GetCurrent(handle), list.GetCurrent(handle));
-    EXPECT_EQ(*reader.GetCurrent(handle), 7);
+    EXPECT_EQ(reader.GetCurrent(handle), list.GetPtr());
 }
 
-TEST(Iterable, ClearEmptiesIt)
-{
-    FakeList list{1, 2};
-
-    EXPECT_EQ(list.Clear(), 0);
-    EXPECT_EQ(list.GetCount(), 0u);
-}
-
-TEST(Iterable, ClearReportsWhatItCouldNotRemove)
+TEST(Iterable, ClearReportsWhetherItCouldRemoveEverything)
 {
     FakeList list{1, 2, 3};
     list.mSmallestCount = 1;
 
     EXPECT_EQ(list.Clear(), static_cast<int32>(0x80000008u));
+    list.mSmallestCount = 0;
+    EXPECT_EQ(list.Clear(), 0);
+    EXPECT_EQ(list.GetCount(), 0u);
 }
 
-TEST(Iterable, InsertItemReturnsWhatInsertReturns)
+TEST(Iterable, InsertItemAndAppendItemReturnWhatInsertReturns)
 {
     FakeList list{1, 2};
 
     EXPECT_EQ(list.InsertItem(1, 9), 3);
     EXPECT_EQ(list.Values(), (std::vector<int>{1, 9, 2}));
     EXPECT_EQ(list.AppendItem(7), 4);
+    EXPECT_EQ(list.InsertItem(5, 9), static_cast<int32>(0x80000003u));
     EXPECT_EQ(list.Values(), (std::vector<int>{1, 9, 2, 7}));
-}
-
-TEST(Iterable, InsertItemStopsAtARefusedInsert)
-{
-    FakeList list{1, 2};
-
-    EXPECT_EQ(list.InsertItem(3, 9), static_cast<int32>(0x80000003u));
-    EXPECT_EQ(list.Values(), (std::vector<int>{1, 2}));
 }
 
 TEST(Iterable, InsertItemTakesAnElementOfItself)
@@ -103,23 +77,16 @@ TEST(Iterable, InsertItemTakesAnElementOfItself)
     EXPECT_EQ(array.mValues, (std::vector<int>{3, 1, 2, 3}));
 }
 
-TEST(Iterable, RemoveItemHandsTheElementOut)
+TEST(Iterable, RemovalsHandTheElementOut)
 {
     FakeList list{1, 2, 3};
     int removed = 0;
 
     EXPECT_EQ(list.RemoveItem(1, removed), 2);
     EXPECT_EQ(removed, 2);
-    EXPECT_EQ(list.Values(), (std::vector<int>{1, 3}));
-}
-
-TEST(Iterable, RemoveLastRemovesTheLastIndex)
-{
-    FakeList list{1, 2, 3};
-    int removed = 0;
-
-    EXPECT_EQ(list.RemoveLast(removed), 2);
+    EXPECT_EQ(list.RemoveLast(removed), 1);
     EXPECT_EQ(removed, 3);
+    EXPECT_EQ(list.Values(), (std::vector<int>{1}));
 }
 
 TEST(Iterable, RemoveLastOfAnEmptyOneAsksForTheLargestIndex)
@@ -147,18 +114,6 @@ TEST(Iterable, AppendWritesFromTheFirstElementOn)
         EXPECT_EQ(*target.GetAt(1), 2);
         EXPECT_EQ(*target.GetAt(2), 0);
     }
-}
-
-TEST(Iterable, AppendMixesKindsOfContainers)
-{
-    FakeList list;
-    FakeArray array;
-
-    EXPECT_EQ(list.Append(FakeArray{1, 2, 3}), 3);
-    EXPECT_EQ(array.Append(list), 3);
-
-    EXPECT_EQ(list.Values(), (std::vector<int>{1, 2, 3}));
-    EXPECT_EQ(array.mValues, (std::vector<int>{1, 2, 3}));
 }
 
 TEST(Iterable, AppendOfNothingReturnsTheCount)
@@ -278,16 +233,6 @@ TEST(Iterable, SwapChecksBothIndices)
         EXPECT_EQ(list.Values(), row.after);
         EXPECT_EQ(array.mValues, row.after);
     }
-}
-
-TEST(Iterable, ResultCodesAreNegativeAndEqualTheirNumbers)
-{
-    FakeList list;
-
-    const int32 result = list.Swap(0, 0);
-
-    EXPECT_LT(result, 0);
-    EXPECT_EQ(result, int32(0x80000003));
 }
 
 TEST(Iterable, KeepsTheOrderOfItsSlots)
@@ -426,16 +371,6 @@ TEST(Array, OffsetsInAnEmptyOneAreNullWhateverTheHandle)
     EXPECT_EQ(array.OffsetIteratorHandle(nullptr, 3), nullptr);
     EXPECT_EQ(array.OffsetIteratorHandle(nullptr, INT_MIN), nullptr);
     EXPECT_EQ(array.OffsetIteratorHandle(&elsewhere, INT_MAX), nullptr);
-}
-
-TEST(Array, StaleHandlesAreClamped)
-{
-    FakeArray array{1, 2, 3, 4};
-    void* const third = array.GetPtr() + 3;
-    array.SetCount(2);
-
-    EXPECT_EQ(array.OffsetIteratorHandle(third, 0), array.GetIteratorHandleEnd());
-    EXPECT_EQ(array.OffsetIteratorHandle(third, -2), array.GetPtr() + 1);
 }
 
 } // namespace

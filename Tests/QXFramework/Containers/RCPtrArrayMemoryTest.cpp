@@ -75,40 +75,6 @@ TEST_F(RCPtrArrayMemory, TheSmallOneHoldsExactlyItsSlots)
     EXPECT_EQ(array.SetCount(4), kFailure);
 }
 
-TEST_F(RCPtrArrayMemory, ARefusalLosesNothing)
-{
-    Array array;
-    Fill(array, "ABC");
-    Array other;
-    Fill(other, "XY");
-    const RCPtr<Witness> item = MakeWitness('N');
-    const LimitedHeap heap(3 * kSlot);
-
-    EXPECT_EQ(array.SetCount(4), kFailure);
-    EXPECT_EQ(array.Insert(0, 1), kFailure);
-    EXPECT_EQ(array.Insert(3, 1), kFailure);
-    EXPECT_EQ(array.InsertItem(1, item), kFailure);
-    EXPECT_EQ(array.AppendItem(item), kFailure);
-    EXPECT_EQ(array.Append(other), kFailure);
-
-    EXPECT_EQ(NamesOf(array), "ABC");
-    EXPECT_EQ(item->GetReferenceCount(), 1);
-    EXPECT_EQ((*array.GetAt(0))->GetReferenceCount(), 1);
-}
-
-TEST_F(RCPtrArrayMemory, ABlockThatCannotBeMadeSmallerIsKept)
-{
-    Array array;
-    Fill(array, "ABCD");
-    const LimitedHeap heap(0);
-    RCPtr<Witness> removed;
-
-    EXPECT_EQ(array.RemoveItem(0, removed), 3);
-    EXPECT_EQ(array.Remove(0, 1), 2);
-
-    EXPECT_EQ(NamesOf(array), "CD");
-}
-
 TEST_F(RCPtrArrayMemory, NullSlotsAreClosedInOneStep)
 {
     Array array(1000);
@@ -144,58 +110,6 @@ TEST_F(RCPtrArrayMemory, ADestructorMovesNothing)
     }
 
     EXPECT_EQ(heap.CountRequests(), requests);
-}
-
-TEST_F(RCPtrArrayMemory, AConstructorThrowsWhenItsSlotsAreRefused)
-{
-    const LimitedHeap heap(4 * kSlot - 1);
-
-    EXPECT_THROW(Array(4), std::bad_alloc);
-    EXPECT_NO_THROW(Array(3));
-}
-
-TEST_F(RCPtrArrayMemory, ARefusedReserveLeavesAnEmptyArray)
-{
-    const FailingHeap heap(1);
-    QX::RCPtrArray<Witness, 256, 256> array;
-    EXPECT_EQ(array.GetCount(), 0u);
-
-    EXPECT_EQ(array.AppendItem(MakeWitness('A')), 0);
-
-    EXPECT_EQ(NamesOf(array), "A");
-}
-
-TEST_F(RCPtrArrayMemory, ARingThatCannotGrowThrowsWithNothingChanged)
-{
-    QX::RCPtrQueue<Witness, 1> queue(nullptr, 3);
-    const RCPtr<Witness> item = MakeWitness('C');
-    queue.Enqueue(MakeWitness('A'));
-    queue.Enqueue(MakeWitness('B'));
-    {
-        const FailingHeap heap(1);
-        EXPECT_THROW(queue.Enqueue(item), std::bad_alloc);
-    }
-
-    EXPECT_EQ(item->GetReferenceCount(), 1);
-    EXPECT_EQ(queue.GetQueuedObjectsCount(), 2u);
-    EXPECT_EQ(queue.Dequeue()->GetName(), 'A');
-    queue.Enqueue(item);
-    EXPECT_EQ(queue.Dequeue()->GetName(), 'B');
-    EXPECT_EQ(queue.Dequeue()->GetName(), 'C');
-}
-
-TEST_F(RCPtrArrayMemory, ARingWithoutSlotsThrowsWhenItsFirstOnesAreRefused)
-{
-    QX::RCPtrQueue<Witness, 1> queue(nullptr, 0);
-    const RCPtr<Witness> item = MakeWitness('A');
-    {
-        const LimitedHeap heap(kSlot);
-        EXPECT_THROW(queue.Enqueue(item), std::bad_alloc);
-    }
-
-    EXPECT_EQ(queue.GetQueuedObjectsCount(), 0u);
-    EXPECT_EQ(queue.Enqueue(MakeWitness('B')), 0);
-    EXPECT_EQ(queue.Dequeue()->GetName(), 'B');
 }
 
 TEST_F(RCPtrArrayMemory, ARingOf256SlotsIsOneBlock)

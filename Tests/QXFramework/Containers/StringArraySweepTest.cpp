@@ -5,7 +5,6 @@
 
 #include <QX/StringArray.h>
 
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -166,39 +165,6 @@ TEST(StringArraySweep, WhatLeavesOrLooksNeedsNoMemory)
                  texts.removed = *iterator.GetCurrentMoveNext();
              },
          .done = "a,b,c,d, > b"},
-    };
-
-    SweepRefusals<Texts>(operations);
-}
-
-// The library composes the text of its exception itself.
-TEST(StringArraySweep, AnIndexAfterTheEndThrowsOnlyWithoutMemory)
-{
-    const Operation operations[] = {
-        {.what = "GetAt",
-         .run =
-             [](Texts& texts) {
-                 try {
-                     texts.array.GetAt(4);
-                 } catch (const std::out_of_range&) {
-                     texts.removed = texts.text;
-                 }
-             },
-         .done = "a,b,c,d, > new",
-         .thrown = "a,b,c,d,",
-         .least = 1},
-        {.what = "RemoveItem",
-         .run =
-             [](Texts& texts) {
-                 try {
-                     texts.array.RemoveItem(4, texts.removed);
-                 } catch (const std::out_of_range&) {
-                     texts.removed = texts.text;
-                 }
-             },
-         .done = "a,b,c,d, > new",
-         .thrown = "a,b,c,d,",
-         .least = 1},
     };
 
     SweepRefusals<Texts>(operations);
