@@ -1,4 +1,4 @@
-// UTFBlocks.h - several characters at once, where they are well-formed and surely fit.
+// UTFBlocks.h - several characters at once, where they are well-formed and fit.
 //
 // TakeBlock converts well-formed text only: it takes some characters, or none and returns false. So
 // no mode and no order of tests can make a difference here; the conversion unit by unit judges what
@@ -139,7 +139,7 @@ template <class SourceT, class TargetT>
     return at.source != start;
 }
 
-/// Where a part of a word lies that is the index-th in memory.
+/// The shift of the part of a word that comes index-th in memory.
 constexpr int ShiftOfPart(int index, int bitsOfPart, int bitsOfWord)
 {
     return std::endian::native == std::endian::little ? index * bitsOfPart
@@ -265,8 +265,9 @@ template <class SourceT, class TargetT>
     target[1] = characters >> 16;
 }
 
-/// Computes what characters of one and two bytes end at eight bytes, given those and the bytes
-/// before each of them. For each two bytes: the one or two characters in a long, and how many.
+/// Computes the characters of one and two bytes that end at eight bytes; `before` has for each of
+/// these bytes the one before it. Two bytes end one or two characters: `characters` gets them as
+/// the halves of a long, `counts` their number.
 [[gnu::always_inline]] inline void EndShort(uint32* characters, uint32* counts, const Words& last,
                                             const Words& before)
 {
@@ -310,7 +311,7 @@ template <class TargetT>
     EndShort(characters + 4, counts + 4, reinterpret_cast<Words>(_mm_unpackhi_epi8(bytes, zero)),
              reinterpret_cast<Words>(_mm_unpackhi_epi8(before, zero)));
 
-    // Always two units: what is too much is overwritten by the next characters. The last two bytes
+    // Always two units: the next characters overwrite what is too much. The last two bytes
     // have none after them; their characters are written from both ends.
     TargetT* target = at.target;
     for (int i = 0; i < 7; ++i) {
@@ -417,7 +418,7 @@ template <class SourceT>
     const Longs lengthsOfTwo = reinterpret_cast<Longs>(isOneByte + 2);
     const Longs lengths = (lengthsOfTwo & 0xFFFF) + (lengthsOfTwo >> 16);
 
-    // Always four bytes: what is too much is overwritten by the next two characters. The last two
+    // Always four bytes: the next two characters overwrite what is too much. The last two
     // have none after them and are written from both ends.
     UTF8* target = at.target;
     for (int i = 0; i < 3; ++i) {

@@ -4,7 +4,8 @@
 // "memcpy" copies the bytes of the source, the limit that no conversion passes. Every
 // library's result is compared with the product's before its time is taken. GLib returns
 // blocks of its own, so its times include their allocation; ICU has no call between UTF-8 and
-// UTF-32, so its macros for one character stand in a loop. Every library is called, none inlined.
+// UTF-32, so its macros for one character are used in a loop. Every library is called, none
+// inlined.
 
 #include <QX/ConvertUTF.h>
 

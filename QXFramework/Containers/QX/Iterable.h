@@ -45,7 +45,7 @@ private:
     friend class IIterable<T>;
 
     IIterable<T>* mContainer;
-    void* mHandle; ///< the container's own notion of a position
+    void* mHandle; ///< a position; the container defines what it is
 };
 
 /// A sequence of T that is reached by index or walked through opaque handles.
@@ -60,7 +60,7 @@ public:
     /// Returns the number of elements.
     virtual uint32 GetCount() const = 0;
 
-    /// Returns the number of elements that no container exceeds.
+    /// Returns the largest number of elements that a container can have.
     virtual uint32 GetMaxCount() const { return 0x7FFFFFFF; }
 
     /// Returns an iterator at the first element; the const form returns the same one.
@@ -81,7 +81,7 @@ public:
     virtual T* GetAt(uint32 index);
 
     /// Returns the handle `offset` elements further on, at most the end and at least the beginning;
-    /// a handle that is no longer valid gives one of this container all the same.
+    /// a handle that is no longer valid gives a position of this container too.
     virtual void* OffsetIteratorHandle(void* const& handle, int offset) const = 0;
     /// Returns the handle of the first element, null in an empty array.
     virtual void* GetIteratorHandleBegin() const = 0;

@@ -16,7 +16,7 @@ template <class T, uint32 N>
 int32 RCPtrQueue<T, N>::Enqueue(const RCPtr<T>& item)
 {
     // Outside the lock: `item` may be a slot of this ring, and what the slot held, if the array
-    // was tampered with, is released after the lock.
+    // was changed directly, is released after unlocking.
     RCPtr<T> taken(item);
     const MutexLock lock(mMutex);
     Push(taken);

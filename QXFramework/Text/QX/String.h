@@ -144,8 +144,8 @@ public:
     /// Fails: kResultFailure for a text too long; `buffer` is unchanged.
     static int32 ConvertToCharType(RCPtr<LIBuffer>& buffer, const wchar_t* source, int count);
 
-    // The operators compare bytes. Like IsEqual, they end each text where GetText does and take a
-    // null pointer for an empty one.
+    // The operators compare bytes. Like IsEqual, they end the text of a string where GetText does
+    // and take a null pointer for an empty one; a std::string_view is compared to its end.
 
     friend bool operator==(const StringT& left, const StringT& right)
     {

@@ -2,8 +2,8 @@
 // share.
 //
 // A string holds a buffer that any number of strings may hold with it: copying costs one count.
-// Locking gives its owner a private field of a fixed capacity to write into, which nobody shares
-// until it is released:
+// Locking gives its owner a private field of a fixed capacity to write into, which no other
+// string shares until it is released:
 //
 //     String name("abc");
 //     String copy = name;         // one buffer, two holders

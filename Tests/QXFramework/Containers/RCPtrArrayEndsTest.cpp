@@ -71,7 +71,7 @@ TEST_F(RCPtrArrayEnds, NullSlotsStandUntilTheObjectBeforeThemHasGone)
     EXPECT_EQ(seen, "...B |");
 }
 
-TEST_F(RCPtrArrayEnds, ADyingArrayLeavesNoReferenceBehindWhateverTheyDo)
+TEST_F(RCPtrArrayEnds, ADyingArrayDropsWhatTheyInsertIntoItToo)
 {
     std::string journal;
     const RCPtr<Witness> late = MakeWitness('L', journal);

@@ -1,4 +1,5 @@
-// ConversionTableTest.cpp - what each conversion does with sound and unsound units, case by case.
+// ConversionTableTest.cpp - what each conversion does with well-formed and ill-formed units, case
+// by case.
 
 #include "QXFramework/Text/ConversionModel.h"
 
@@ -53,7 +54,7 @@ void ExpectAll(const std::vector<Case<SourceT, TargetT>>& cases)
     }
 }
 
-TEST(ConvertUTF16toUTF32, TreatsEachKindOfUnitAsStated)
+TEST(ConvertUTF16toUTF32, TreatsEachKindOfUnitAsDocumented)
 {
     using C = Case<UTF16, UTF32>;
     const auto both = Both<UTF16, UTF32>;
@@ -89,7 +90,7 @@ TEST(ConvertUTF16toUTF32, TreatsEachKindOfUnitAsStated)
     });
 }
 
-TEST(ConvertUTF16toUTF8, TreatsEachKindOfUnitAsStated)
+TEST(ConvertUTF16toUTF8, TreatsEachKindOfUnitAsDocumented)
 {
     using C = Case<UTF16, UTF8>;
     const auto both = Both<UTF16, UTF8>;
@@ -117,7 +118,7 @@ TEST(ConvertUTF16toUTF8, TreatsEachKindOfUnitAsStated)
     });
 }
 
-TEST(ConvertUTF32toUTF16, TreatsEachKindOfUnitAsStated)
+TEST(ConvertUTF32toUTF16, TreatsEachKindOfUnitAsDocumented)
 {
     using C = Case<UTF32, UTF16>;
     const auto both = Both<UTF32, UTF16>;
@@ -163,7 +164,7 @@ TEST(ConvertUTF32toUTF16, TreatsEachKindOfUnitAsStated)
     });
 }
 
-TEST(ConvertUTF32toUTF8, TreatsEachKindOfUnitAsStated)
+TEST(ConvertUTF32toUTF8, TreatsEachKindOfUnitAsDocumented)
 {
     using C = Case<UTF32, UTF8>;
     const auto both = Both<UTF32, UTF8>;
@@ -244,7 +245,7 @@ const BytesCase kBytesCases[] = {
     {"no target", {0x61}, 0, targetExhausted, 0, {}},
 };
 
-TEST(ConvertUTF8toUTF16, TreatsEachKindOfByteAsStatedInBothModes)
+TEST(ConvertUTF8toUTF16, TreatsEachKindOfByteAsDocumentedInBothModes)
 {
     for (const BytesCase& each : kBytesCases) {
         SCOPED_TRACE(each.what);
@@ -256,7 +257,7 @@ TEST(ConvertUTF8toUTF16, TreatsEachKindOfByteAsStatedInBothModes)
     }
 }
 
-TEST(ConvertUTF8toUTF32, TreatsEachKindOfByteAsStatedInBothModes)
+TEST(ConvertUTF8toUTF32, TreatsEachKindOfByteAsDocumentedInBothModes)
 {
     for (const BytesCase& each : kBytesCases) {
         SCOPED_TRACE(each.what);
@@ -294,11 +295,11 @@ TEST(IsLegalUTF8Sequence, ReadsNothingOfAnEmptySource)
 
 TEST(IsLegalUTF8Sequence, JudgesTheFirstSequenceAlone)
 {
-    const UTF8 soundFirst[] = {0xC3, 0xA9, 0x80};
-    const UTF8 unsoundFirst[] = {0x80, 0xC3, 0xA9};
+    const UTF8 wellFormedFirst[] = {0xC3, 0xA9, 0x80};
+    const UTF8 illFormedFirst[] = {0x80, 0xC3, 0xA9};
 
-    EXPECT_EQ(isLegalUTF8Sequence(soundFirst, soundFirst + 3), 1);
-    EXPECT_EQ(isLegalUTF8Sequence(unsoundFirst, unsoundFirst + 3), 0);
+    EXPECT_EQ(isLegalUTF8Sequence(wellFormedFirst, wellFormedFirst + 3), 1);
+    EXPECT_EQ(isLegalUTF8Sequence(illFormedFirst, illFormedFirst + 3), 0);
 }
 
 } // namespace
