@@ -89,8 +89,8 @@ String String::SplitToken(const StringT& delimiters)
         ++end;
     }
     StringT rest;
-    // Without a token there is no rest either, however many delimiters were skipped.
-    if (end != first && end < text.size()) {
+    // Without a token both are at the end of the text: there is no rest.
+    if (end < text.size()) {
         const std::string_view following = text.substr(end + 1);
         rest.SetText(following.data(), static_cast<uint32>(following.size()));
     }
