@@ -198,12 +198,10 @@ uint32 Pool::DeliverNotification(LNotificationDistributor& distributor, uint32 i
 void Pool::Serve(uint32 index, const RCPtr<LNotificationDistributor>& distributor,
                  const RCPtr<LNotification>& notification)
 {
-    Info& record = InfoAt(index);
-    // The client first: GCC 12 takes the test of a pointer made from a reference as a sign that the
-    // reference may be null.
-    const RCPtr<LNotificationClient> client(record.GetClient());
-    const RCPtr<Info> keptRecord(&record);
-    if (!notification || (record.IsLatestOnly() && !record.TakeLatest(notification))) {
+    // The record first: a client may run code of its own when it gets a holder, and leave.
+    const RCPtr<Info> record(mClients.GetPtr()[index]);
+    const RCPtr<LNotificationClient> client(record->GetClient());
+    if (!notification || (record->IsLatestOnly() && !record->TakeLatest(notification))) {
         return;
     }
     client->HandleNotification(distributor, notification);

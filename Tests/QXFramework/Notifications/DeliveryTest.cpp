@@ -316,6 +316,34 @@ TEST_F(Delivery, HoldsTheClientAndItsRecordDuringTheCall)
     EXPECT_EQ(clients[0]->GetReferenceCount(), holders - 1) << "it is no longer registered";
 }
 
+/// Runs an action once when it gets another holder.
+class LClientThatActsWhenHeld : public LTestClient
+{
+public:
+    using LTestClient::LTestClient;
+
+    int32 AddReference() override
+    {
+        if (const auto act = std::exchange(onAdd, nullptr)) {
+            act();
+        }
+        return LTestClient::AddReference();
+    }
+
+    std::function<void()> onAdd;
+};
+
+TEST_F(Delivery, HoldsTheRecordBeforeItsClient)
+{
+    const RCPtr<LClientThatActsWhenHeld> client(new LClientThatActsWhenHeld('x', journal));
+    distributor->RegisterNotificationClient(client, "A", 0);
+    client->onAdd = [this, &client] { distributor->UnregisterNotificationClient(client); };
+
+    EXPECT_EQ(Deliver(), "x") << "it left when the delivery to it had begun";
+
+    EXPECT_EQ(Deliver(), "");
+}
+
 TEST_F(Delivery, KeepsEverythingAliveThatAClientReleases)
 {
     RCPtr<LNotificationDistributor> held = LNotificationDistributor::Create();
