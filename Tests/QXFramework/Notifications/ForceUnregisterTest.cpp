@@ -29,17 +29,6 @@ protected:
         NotificationFixture::TearDown();
     }
 
-    /// Makes the client at `index` unregister those at `leaving` when it is asked.
-    void LetUnregister(std::size_t index, std::vector<std::size_t> leaving)
-    {
-        clients[index]->onForce = [this, leaving](const auto& by, const char* id) {
-            for (const std::size_t who : leaving) {
-                by->UnregisterNotificationClient(clients[who], id);
-            }
-            return kResultSuccess;
-        };
-    }
-
     LNotificationDistributor* distributor = nullptr;
     std::vector<RCPtr<LTestClient>> clients;
 };
@@ -83,23 +72,45 @@ TEST_F(ForceUnregister, AsksTheClientsOfTheLastPoolFirstAndNamesIt)
     EXPECT_EQ(names, "BAAAA");
 }
 
-TEST_F(ForceUnregister, AsksOnlyThoseThatAreStillThere)
+TEST_F(ForceUnregister, AsksOnceEachClientThatIsStillThereAndNoneThatComes)
 {
-    LetUnregister(3, {3, 0});
+    struct Row
+    {
+        const char* what;
+        std::size_t asked;
+        std::vector<std::size_t> leaving;
+        bool comesBack;
+        const char* journal;
+        const char* left; ///< n/k of the distributor; those that are asked and do nothing stay
+    };
+    const Row rows[] = {
+        {"the first asked removes itself and the last", 3, {3, 0}, false, "!d!c!b", "4/3"},
+        {"it removes the last only", 3, {0}, false, "!d!c!b", "5/4"},
+        {"it removes all", 3, {0, 1, 2, 3}, false, "!d", "1/0"},
+        {"one in the middle leaves and comes back", 1, {1}, true, "!d!c!b!a", "6/5"},
+    };
 
-    distributor->ForceAllRegisteredClientsToUnregister();
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        for (const auto& client : clients) {
+            distributor->RegisterNotificationClient(client, "A", 0);
+            client->Refuse();
+        }
+        clients[row.asked]->onForce = [this, &row](const auto& by, const char* id) {
+            for (const std::size_t who : row.leaving) {
+                by->UnregisterNotificationClient(clients[who], id);
+            }
+            return row.comesBack ? by->RegisterNotificationClient(clients[row.asked], id, 0) : 0;
+        };
 
-    EXPECT_EQ(journal, "!d!c!b");
-}
+        distributor->ForceAllRegisteredClientsToUnregister();
 
-TEST_F(ForceUnregister, AsksNoClientTwiceWhenOthersLeave)
-{
-    LetUnregister(3, {0});
-
-    distributor->ForceAllRegisteredClientsToUnregister();
-
-    EXPECT_EQ(journal, "!d!c!b");
-    EXPECT_TRUE(distributor->IsClientRegistered(clients[3]));
+        EXPECT_EQ(TakeJournal(), row.journal);
+        EXPECT_EQ(CountsOf(*distributor), row.left);
+        for (const auto& client : clients) {
+            distributor->UnregisterNotificationClient(client);
+        }
+    }
 }
 
 TEST_F(ForceUnregister, HoldsTheClientThatItAsks)
@@ -114,29 +125,6 @@ TEST_F(ForceUnregister, HoldsTheClientThatItAsks)
     distributor->ForceAllRegisteredClientsToUnregister();
 
     EXPECT_EQ(seen, holders + 1);
-}
-
-TEST_F(ForceUnregister, EndsWhenOneClientRemovesAll)
-{
-    LetUnregister(3, {0, 1, 2, 3});
-
-    distributor->ForceAllRegisteredClientsToUnregister();
-
-    EXPECT_EQ(journal, "!d");
-    EXPECT_EQ(CountsOf(*distributor), "1/0");
-}
-
-TEST_F(ForceUnregister, AsksAClientOnceThatRegistersAgain)
-{
-    clients[1]->onForce = [this](const auto& by, const char* id) {
-        by->UnregisterNotificationClient(clients[1], id);
-        return by->RegisterNotificationClient(clients[1], id, 0);
-    };
-
-    distributor->ForceAllRegisteredClientsToUnregister();
-
-    EXPECT_EQ(journal, "!d!c!b!a");
-    EXPECT_TRUE(distributor->IsClientRegistered(clients[1]));
 }
 
 TEST_F(ForceUnregister, LetsAnExceptionPassWhenItIsCalledDirectly)
@@ -164,7 +152,10 @@ TEST_F(ForceUnregister, HoldsTheDistributorUntilItsEnd)
 
 TEST_F(ForceUnregister, RunsInsideADeliveryAndTheOtherWayRound)
 {
-    LetUnregister(2, {2, 1});
+    clients[2]->onForce = [this](const auto& by, const char* id) {
+        by->UnregisterNotificationClient(clients[2], id);
+        return by->UnregisterNotificationClient(clients[1], id);
+    };
     clients[0]->onForce = [](const auto& by, const char*) {
         by->DeliverNotificationAllClients(Make());
         return kResultSuccess;

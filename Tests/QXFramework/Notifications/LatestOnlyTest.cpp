@@ -71,40 +71,6 @@ TEST_F(LatestOnly, ClientsReceiveTheNextOneAgain)
     EXPECT_EQ(journal, "ll");
 }
 
-TEST_F(LatestOnly, ClientsMayTakeTheFlagInTheirPoolDirectly)
-{
-    const char* const id = LNotification::GetNotificationID("A");
-    center->RegisterNotificationClient(latest, "A", 0);
-    center->RegisterNotificationClient(every, "A", 0);
-
-    EXPECT_EQ(center->GetNotificationClientPool(id)->AddClient(latest, kLatest), kResultSuccess);
-    Post();
-    const auto second = Post();
-    center->DeliverPendingNotifications(false);
-
-    EXPECT_EQ(journal, "eel");
-    EXPECT_EQ(received, std::vector<const LNotification*>{second.Get()});
-}
-
-TEST_F(LatestOnly, ClientsMayTakeTheFlagInPoolsThatHaveOutlivedTheirDistributor)
-{
-    RCPtr<LNotificationDistributor> distributor = LNotificationDistributor::Create();
-    std::vector<RCPtr<LNotificationDistributor::LNotificationClientPool>> pools;
-    for (const char* const name : {"A", "B"}) {
-        distributor->RegisterNotificationClient(every, name, 0);
-        pools.push_back(
-            distributor->GetNotificationClientPool(LNotification::GetNotificationID(name)));
-    }
-    distributor->UnregisterNotificationClient(every, "A");
-    distributor->UnregisterNotificationClient(every, "B");
-    distributor = nullptr;
-
-    for (const auto& pool : pools) {
-        EXPECT_EQ(pool->AddClient(latest, kLatest), kResultSuccess);
-        EXPECT_EQ(pool->GetDeliveryFlags(), kLatest);
-    }
-}
-
 TEST_F(LatestOnly, WorksForEachNameByItself)
 {
     center->RegisterNotificationClient(latest, "A", kLatest);
@@ -115,18 +81,6 @@ TEST_F(LatestOnly, WorksForEachNameByItself)
     center->DeliverPendingNotifications(false);
 
     EXPECT_EQ(received, (std::vector<const LNotification*>{first.Get(), second.Get()}));
-}
-
-TEST_F(LatestOnly, LeavesOtherNamesAlone)
-{
-    center->RegisterNotificationClient(latest, "A", kLatest);
-    center->RegisterNotificationClient(every, "B", 0);
-    Post("B");
-    Post("B");
-
-    center->DeliverPendingNotifications(false);
-
-    EXPECT_EQ(journal, "ee");
 }
 
 TEST_F(LatestOnly, ClientsAreNotReachedByDirectDeliveryToAll)
@@ -203,53 +157,6 @@ TEST_F(LatestOnly, ARefusedPostChangesNothing)
     EXPECT_EQ(received, std::vector<const LNotification*>{waiting.Get()});
 }
 
-TEST_F(LatestOnly, PostsSurviveAPayloadThatEmptiesThePoolWhenItIsReplaced)
-{
-    std::vector<RCPtr<LTestClient>> more;
-    for (const char name : {'1', '2', '3'}) {
-        more.push_back(MakeClient(name));
-        center->RegisterNotificationClient(more.back(), "A", kLatest);
-    }
-    {
-        // Only the last record is left as the holder of this one.
-        const auto old = LNotification::Create("A", MakePayload([this, &more] {
-                                                   for (const auto& client : more) {
-                                                       center->UnregisterNotificationClient(client);
-                                                   }
-                                               }));
-        center->PostForBroadcast(old);
-        center->FlushPendingNotifications();
-    }
-
-    const auto notification = Post();
-
-    EXPECT_EQ(LPayload::sLiveCount, 0);
-    EXPECT_TRUE(notification->IsPosted());
-    center->DeliverPendingNotifications(false);
-    EXPECT_EQ(journal, "");
-}
-
-TEST_F(LatestOnly, PostsSurviveAPayloadThatEmptiesThePoolFromItsTop)
-{
-    center->RegisterNotificationClient(every, "A", 0);
-    center->RegisterNotificationClient(latest, "A", kLatest);
-    {
-        const auto old = LNotification::Create("A", MakePayload([this] {
-                                                   center->UnregisterNotificationClient(latest);
-                                                   center->UnregisterNotificationClient(every);
-                                               }));
-        center->PostForBroadcast(old);
-        center->FlushPendingNotifications();
-    }
-
-    const auto notification = Post();
-
-    EXPECT_EQ(LPayload::sLiveCount, 0);
-    EXPECT_TRUE(notification->IsPosted());
-    center->DeliverPendingNotifications(false);
-    EXPECT_EQ(journal, "");
-}
-
 TEST_F(LatestOnly, APostIsCompleteWhenTheReplacedNotificationEnds)
 {
     center->RegisterNotificationClient(latest, "A", kLatest);
@@ -264,7 +171,7 @@ TEST_F(LatestOnly, APostIsCompleteWhenTheReplacedNotificationEnds)
 
     EXPECT_EQ(center->PostForBroadcast(notification), kResultSuccess);
 
-    EXPECT_EQ(LPayload::sLiveCount, 0);
+    EXPECT_EQ(Witness::GetLiveCount(), 0);
     EXPECT_EQ(received, std::vector<const LNotification*>{notification.Get()});
     EXPECT_FALSE(notification->IsPosted());
     EXPECT_EQ(notification->GetReferenceCount(), 1);
@@ -280,7 +187,7 @@ TEST_F(LatestOnly, APostSurvivesAPayloadThatShutsTheCenterDownAtItsEnd)
 
     EXPECT_EQ(center->PostForBroadcast(notification), kResultSuccess);
 
-    EXPECT_EQ(LPayload::sLiveCount, 0);
+    EXPECT_EQ(Witness::GetLiveCount(), 0);
     EXPECT_FALSE(notification->IsPosted()) << "flushed by the shutdown";
     EXPECT_EQ(center->PostForBroadcast(notification), kResultFailure);
 }

@@ -36,7 +36,7 @@ void NotificationFixture::TearDown()
     std::string().swap(journal);
 
     EXPECT_EQ(LTestClient::sLiveCount, 0);
-    EXPECT_EQ(LPayload::sLiveCount, 0);
+    EXPECT_EQ(Witness::GetLiveCount(), 0);
     EXPECT_EQ(LNotificationDistributor::GetDistributors().GetCount(), mListedCount);
     // A new name stays for the life of the process.
     if (LNotification::GetNotificationIDs().GetCount() == mNameCount && !HasFailure()) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Support/FailingHeap.h"
+#include "Support/Witness.h"
 
 #include <QX/Notification.h>
 #include <QX/NotificationCenter.h>
@@ -33,6 +34,7 @@ using QX::LNotificationQueue;
 using QX::LRefCountedObject;
 using QX::RCPtr;
 using QX::uint32;
+using TestSupport::Witness;
 
 /// Writes its name for each notification, and '!' and its name when it is asked to unregister.
 class LTestClient : public QX::LNotificationReceiver
@@ -91,32 +93,12 @@ private:
     std::string& mJournal;
 };
 
-/// A payload that runs an action at its end.
-class LPayload : public LRefCountedObject
-{
-public:
-    explicit LPayload(std::function<void()> onDestruction = nullptr)
-        : mOnDestruction(std::move(onDestruction))
-    {
-        ++sLiveCount;
-    }
-    ~LPayload() override
-    {
-        --sLiveCount;
-        if (mOnDestruction) {
-            mOnDestruction();
-        }
-    }
-
-    inline static int sLiveCount = 0;
-
-private:
-    const std::function<void()> mOnDestruction;
-};
-
+/// Makes a payload that runs an action at its end.
 inline RCPtr<LRefCountedObject> MakePayload(std::function<void()> onDestruction = nullptr)
 {
-    return RCPtr<LRefCountedObject>(new LPayload(std::move(onDestruction)));
+    const RCPtr<Witness> payload = TestSupport::MakeWitness('p');
+    payload->onDestruction = std::move(onDestruction);
+    return payload;
 }
 
 /// Ends every test by comparing the counts of all kept objects with their holders, and the number

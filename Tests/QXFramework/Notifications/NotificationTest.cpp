@@ -54,7 +54,7 @@ TEST_F(Notification, ReleasesItsPayloadAtItsEnd)
 
     notification = nullptr;
 
-    EXPECT_EQ(LPayload::sLiveCount, 0);
+    EXPECT_EQ(Witness::GetLiveCount(), 0);
 }
 
 TEST_F(Notification, TakesAnotherNameAndPayload)
@@ -66,7 +66,7 @@ TEST_F(Notification, TakesAnotherNameAndPayload)
 
     EXPECT_STREQ(notification->GetID(), "B");
     EXPECT_EQ(notification->GetData(), nullptr);
-    EXPECT_EQ(LPayload::sLiveCount, 0);
+    EXPECT_EQ(Witness::GetLiveCount(), 0);
 }
 
 TEST_F(Notification, KeepsItsNameWhenItIsOfferedNone)
@@ -97,23 +97,18 @@ TEST_F(Notification, RefusesChangesWhileItIsPosted)
     EXPECT_EQ(notification->SetData(nullptr), kResultSuccess);
 }
 
-TEST_F(Notification, CanBeMarkedAsPostedOnce)
+TEST_F(Notification, IsMarkedAsPostedOnceWhetherItHasOneHolderOrSeveral)
 {
-    const RCPtr<LNotification> notification = Make();
+    for (const int32 holders : {1, 2}) {
+        SCOPED_TRACE(holders);
+        const RCPtr<LNotification> notification = Make();
+        const RCPtr<LNotification> other = holders == 2 ? notification : nullptr;
 
-    EXPECT_TRUE(notification->TryMarkPosted());
-    EXPECT_FALSE(notification->TryMarkPosted());
-    EXPECT_TRUE(notification->IsPosted());
-}
-
-TEST_F(Notification, CanBeMarkedAsPostedOnceByItsSeveralHolders)
-{
-    const RCPtr<LNotification> notification = Make();
-    const RCPtr<LNotification> other = notification;
-
-    EXPECT_TRUE(notification->TryMarkPosted());
-    EXPECT_FALSE(other->TryMarkPosted());
-    EXPECT_TRUE(notification->IsPosted());
+        EXPECT_TRUE(notification->TryMarkPosted());
+        EXPECT_FALSE(notification->TryMarkPosted());
+        EXPECT_TRUE(notification->IsPosted());
+        EXPECT_EQ(notification->GetReferenceCount(), holders);
+    }
 }
 
 } // namespace

@@ -15,21 +15,11 @@ using TestSupport::SweptOperation;
 
 using Receiver = LNotificationQueue::LPostingReceiver;
 
-/// A payload that can be copied.
-class LCopiedPayload final : public LPayload
-{
-public:
-    RCPtr<LRefCountedObject> CreateCopy() const override
-    {
-        return RCPtr<LRefCountedObject>(new LCopiedPayload);
-    }
-};
-
 /// One notification, with reuse on or off.
 template <bool kIsReuseEnabled>
 struct Messages
 {
-    RCPtr<LRefCountedObject> payload = RCPtr<LRefCountedObject>(new LCopiedPayload);
+    RCPtr<LRefCountedObject> payload = MakePayload();
     RCPtr<LNotification> message;
     RCPtr<LNotification> made;
 

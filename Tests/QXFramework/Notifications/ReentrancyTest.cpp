@@ -240,60 +240,11 @@ TEST_F(Reentrancy, LeavesEveryCountRightAndNothingBehind)
                 scene.late = nullptr;
                 LNotification::SetNotificationReuseEnable(false);
                 ASSERT_EQ(LTestClient::sLiveCount, 0);
-                ASSERT_EQ(LPayload::sLiveCount, 0);
+                ASSERT_EQ(Witness::GetLiveCount(), 0);
                 ASSERT_EQ(LNotificationDistributor::GetDistributors().GetCount(), 0u);
                 TakeJournal();
             }
         }
-    }
-}
-
-TEST_F(Reentrancy, ServesWhatTheWalkOwes)
-{
-    struct Row
-    {
-        const char* what;
-        const char* journal;
-    };
-    // One pending notification for c and b; c acts. Each is called for it once, whatever else the
-    // operation makes happen. For the idle notification a is registered too.
-    const Row rows[] = {
-        {"posts", "cb"},
-        {"registers another", "cb"},
-        {"unregisters the first", "cb"},
-        {"unregisters the middle", "c"},
-        {"unregisters the last", "cb"},
-        {"unregisters all", "c"},
-        {"flushes", "cb"},
-        {"shuts down", "cb"},
-        {"delivers", "ccbab"},
-        {"delivers directly", "ccbb"},
-        {"asks all", "c!c!b!a!c!b"},
-        {"lets go", "cb!c!b!a!c!b"},
-    };
-
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.what);
-        const auto operation =
-            std::find_if(Operations().begin(), Operations().end(), [&row](const Operation& one) {
-                return std::string(one.what) == row.what;
-            });
-        ASSERT_NE(operation, Operations().end());
-        Scene scene;
-        Build(scene);
-        scene.center->UnregisterNotificationClient(scene.clients[0], "A");
-        scene.clients[2]->onHandle = [&](const auto&, const auto&) {
-            if (!std::exchange(scene.hasActed, true)) {
-                operation->run(scene);
-            }
-        };
-        scene.center->PostForBroadcast(Make());
-
-        scene.center->DeliverPendingNotifications(false);
-
-        EXPECT_EQ(TakeJournal(), row.journal);
-        Wind(scene);
-        TakeJournal();
     }
 }
 
