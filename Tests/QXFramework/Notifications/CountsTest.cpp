@@ -34,6 +34,13 @@ protected:
         distributor.RegisterNotificationClient(first, "A", 0);
         distributor.RegisterNotificationClient(second, "A", 0);
     }
+    /// Makes a center where both clients are registered.
+    RCPtr<LNotificationCenter> MakeCenter()
+    {
+        auto center = LNotificationCenter::Create("center");
+        RegisterBoth(*center);
+        return center;
+    }
     /// Whether all objects that the test has made since its start are gone.
     bool IsAllGone() const { return TestSupport::CountLiveBlocks() == liveBlocks; }
 
@@ -144,8 +151,7 @@ TEST_F(Counts, IncludeTheQueuesOwnReceiverOnly)
 
 TEST_F(Counts, FallOnceIfTheReceiverReleasesItsCenterFirst)
 {
-    RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
-    RegisterBoth(*held);
+    RCPtr<LNotificationCenter> held = MakeCenter();
 
     held->GetPostingReceiver()->ReleaseQueue();
     EXPECT_EQ(CountsOf(*held), "5/4");
@@ -166,8 +172,7 @@ TEST_F(Counts, FallToNothingWhenTheLastHolderOfACenterGoes)
     held = nullptr;
     EXPECT_TRUE(IsAllGone());
 
-    held = LNotificationCenter::Create("center");
-    RegisterBoth(*held);
+    held = MakeCenter();
     EXPECT_EQ(CountsOf(*held), "6/5");
     held = nullptr;
     EXPECT_EQ(TakeJournal(), "!b!a");
@@ -176,9 +181,8 @@ TEST_F(Counts, FallToNothingWhenTheLastHolderOfACenterGoes)
 
 TEST_F(Counts, KeepACenterWhoseClientsStay)
 {
-    RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
+    RCPtr<LNotificationCenter> held = MakeCenter();
     LNotificationCenter& center = *held;
-    RegisterBoth(center);
     first->Refuse();
     second->Refuse();
 
@@ -203,9 +207,8 @@ TEST_F(Counts, KeepACenterWhoseClientsStay)
 
 TEST_F(Counts, KeepACenterUntilItsClientsLeave)
 {
-    RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
+    RCPtr<LNotificationCenter> held = MakeCenter();
     LNotificationCenter& center = *held;
-    RegisterBoth(center);
     first->Refuse();
     second->Refuse();
     held = nullptr;
@@ -233,21 +236,14 @@ TEST_F(Counts, KeepACenterWhoseClientThrowsWhenItIsAsked)
         {"the last asked", true, false, "2/2"},
         {"both", true, true, "3/3"},
     };
+    const decltype(first->onForce) thrower = [](const auto&, const char*) -> int32 { throw 1; };
 
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
-        RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
+        RCPtr<LNotificationCenter> held = MakeCenter();
         LNotificationCenter& center = *held;
-        RegisterBoth(center);
-        const auto thrower = [](const auto&, const char*) -> int32 { throw 1; };
-        first->onForce = nullptr;
-        second->onForce = nullptr;
-        if (row.firstThrows) {
-            first->onForce = thrower;
-        }
-        if (row.secondThrows) {
-            second->onForce = thrower;
-        }
+        first->onForce = row.firstThrows ? thrower : nullptr;
+        second->onForce = row.secondThrows ? thrower : nullptr;
 
         held = nullptr;
         EXPECT_EQ(TakeJournal(), "!b!a");
@@ -329,9 +325,8 @@ TEST_F(Counts, AreRightWhenAClientShutsACenterDownDuringADelivery)
 
 TEST_F(Counts, FallToNothingWhenAClientShutsACenterDownWhenItIsAsked)
 {
-    RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
+    RCPtr<LNotificationCenter> held = MakeCenter();
     LNotificationCenter& center = *held;
-    RegisterBoth(center);
     second->onForce = [this, &center](const auto& by, const char* id) {
         center.ReleaseDistributor();
         return second->Leave(by, id);
@@ -343,10 +338,9 @@ TEST_F(Counts, FallToNothingWhenAClientShutsACenterDownWhenItIsAsked)
     EXPECT_TRUE(IsAllGone());
 }
 
-TEST_F(Counts, AreRightWhenACenterIsDismantledDirectly)
+TEST_F(Counts, FallWhenACenterIsDismantledDirectly)
 {
-    RCPtr<LNotificationCenter> held = LNotificationCenter::Create("center");
-    RegisterBoth(*held);
+    RCPtr<LNotificationCenter> held = MakeCenter();
 
     EXPECT_EQ(held->RemoveContainedReferences(), kResultSuccess);
     EXPECT_EQ(CountsOf(*held), "1/0");
@@ -407,8 +401,7 @@ TEST_F(Counts, AreOneForAllThePointersThatACenterIsHeldBy)
 
 TEST_F(Counts, AreReadWithoutDismantlingWhenAReferenceComesAndGoes)
 {
-    const RCPtr<LNotificationCenter> center = LNotificationCenter::Create("center");
-    RegisterBoth(*center);
+    const RCPtr<LNotificationCenter> center = MakeCenter();
 
     center->AddReference();
     center->RemoveReference();

@@ -218,22 +218,6 @@ TEST(DistributorSweep, AClientThatFindsNoMemoryEndsTheDeliveryAndTheNextOneIsWho
          .done = "4/3 listed 1 A:a B:o pool 0 handled 1",
          .thrown = "3/2 listed 1 A:a B: pool 0",
          .least = 4},
-        {.what = "of a pool, to one that registers another there",
-         .prepare =
-             [](Registrations& state) {
-                 state.pool->AddClient(state.client, 0);
-                 state.client->onHandle = [&state](const auto&, const auto&) {
-                     state.pool->AddClient(state.other, 0);
-                     ++state.handled;
-                 };
-             },
-         .run =
-             [](Registrations& state) {
-                 return state.pool->DeliverNotification(*state.distributor, state.message) == 0;
-             },
-         .done = "1/0 listed 0 A: B: pool 2 handled 1",
-         .thrown = "1/0 listed 0 A: B: pool 1",
-         .least = 2},
         {.what = "to one client of a pool",
          .prepare =
              [](Registrations& state) {

@@ -1,9 +1,9 @@
 // PlatformSweepTest.cpp - what calls the platform, with each of those calls refused in turn.
 //
-// The framework does not look at the answers: without a region, or without being inside of one, it
-// goes on unguarded, and a count that could not be changed is one off, for which nobody but the
-// count itself has a memory. So the results are as ever. The tests make up for the count, to see
-// that nothing else is lost.
+// The framework does not look at the answers. Without a region, or without having entered it, it
+// goes on unguarded. A contained count that could not be changed is wrong by one, and nothing else
+// remembers the change. So the results are the same as without a refusal, and the tests correct
+// that count, to see that nothing else is wrong.
 
 #include "NotificationFixture.h"
 

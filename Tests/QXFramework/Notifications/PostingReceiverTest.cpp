@@ -26,16 +26,23 @@ protected:
         NotificationFixture::SetUp();
         source = &KeepDistributor();
         target = &KeepCenter();
-        source->RegisterNotificationClient(target->GetPostingReceiver(), "A", 0);
+        receiver = target->GetPostingReceiver();
+        source->RegisterNotificationClient(receiver, "A", 0);
+    }
+    void TearDown() override
+    {
+        source->UnregisterNotificationClient(receiver);
+        receiver = nullptr;
+        NotificationFixture::TearDown();
     }
 
     LNotificationDistributor* source = nullptr;
     LNotificationCenter* target = nullptr;
+    RCPtr<LPostingReceiver> receiver;
 };
 
 TEST_F(PostingReceiver, PostsACopyOfWhatItReceives)
 {
-    const RCPtr<LPostingReceiver> receiver = target->GetPostingReceiver();
     const auto client = MakeClient('a');
     const RCPtr<LNotification> original = LNotification::Create("A", MakePayload());
     client->onHandle = [&original](const auto&, const auto& notification) {
@@ -51,7 +58,6 @@ TEST_F(PostingReceiver, PostsACopyOfWhatItReceives)
     EXPECT_FALSE(target->DeliverPendingNotifications(false));
 
     EXPECT_EQ(journal, "a");
-    source->UnregisterNotificationClient(receiver);
 }
 
 TEST_F(PostingReceiver, PostsARecycledCopyWhileReuseIsOn)
@@ -70,43 +76,33 @@ TEST_F(PostingReceiver, PostsARecycledCopyWhileReuseIsOn)
     target->DeliverPendingNotifications(false);
 
     EXPECT_EQ(journal, "a");
-    source->UnregisterNotificationClient(target->GetPostingReceiver());
 }
 
 TEST_F(PostingReceiver, RefusesToUnregister)
 {
-    const RCPtr<LPostingReceiver> receiver = target->GetPostingReceiver();
-
     EXPECT_EQ(receiver->ForceUnregisterNotification(RCPtr<LNotificationDistributor>(source),
                                                     LNotification::GetNotificationID("A")),
               kResultFailure);
     source->ForceAllRegisteredClientsToUnregister();
 
     EXPECT_TRUE(source->IsClientRegistered(receiver));
-    source->UnregisterNotificationClient(receiver);
 }
 
 TEST_F(PostingReceiver, IsInertAfterItsQueueWasShutDown)
 {
-    const RCPtr<LPostingReceiver> receiver = target->GetPostingReceiver();
-
     target->ReleaseDistributor();
 
     EXPECT_EQ(target->GetPostingReceiver(), nullptr);
     EXPECT_EQ(source->DeliverNotificationAllClients(Make()), kResultSuccess);
     EXPECT_FALSE(target->DeliverPendingNotifications(true));
     EXPECT_TRUE(source->IsClientRegistered(receiver));
-    source->UnregisterNotificationClient(receiver);
 }
 
 TEST_F(PostingReceiver, IgnoresANullNotification)
 {
-    const RCPtr<LPostingReceiver> receiver = target->GetPostingReceiver();
-
     receiver->HandleNotification(RCPtr<LNotificationDistributor>(source), nullptr);
 
     EXPECT_FALSE(target->FlushPendingNotifications());
-    source->UnregisterNotificationClient(receiver);
 }
 
 /// A payload that runs an action when it gets a holder.
@@ -126,7 +122,6 @@ public:
 
 TEST_F(PostingReceiver, HoldsNoQueueWhileItForwards)
 {
-    const RCPtr<LPostingReceiver> receiver = target->GetPostingReceiver();
     const RCPtr<LPayloadThatLooks> payload(new LPayloadThatLooks);
     const RCPtr<LNotification> original = LNotification::Create("A", payload);
     const std::string counts = CountsOf(*target);
@@ -137,7 +132,6 @@ TEST_F(PostingReceiver, HoldsNoQueueWhileItForwards)
 
     EXPECT_EQ(seen, counts);
     EXPECT_FALSE(target->FlushPendingNotifications());
-    source->UnregisterNotificationClient(receiver);
 }
 
 TEST_F(PostingReceiver, LeavesTheEndOfACenterToTheThreadThatDropsIt)
@@ -150,8 +144,8 @@ TEST_F(PostingReceiver, LeavesTheEndOfACenterToTheThreadThatDropsIt)
     };
     RCPtr<LNotificationCenter> ending = LNotificationCenter::Create("ending");
     ending->RegisterNotificationClient(client, "A", 0);
-    const RCPtr<LPostingReceiver> receiver = ending->GetPostingReceiver();
-    source->RegisterNotificationClient(receiver, "B", 0);
+    const RCPtr<LPostingReceiver> itsReceiver = ending->GetPostingReceiver();
+    source->RegisterNotificationClient(itsReceiver, "B", 0);
     const RCPtr<LPayloadThatLooks> payload(new LPayloadThatLooks);
     const RCPtr<LNotification> original = LNotification::Create("B", payload);
     std::binary_semaphore isForwarding(0);
@@ -170,13 +164,11 @@ TEST_F(PostingReceiver, LeavesTheEndOfACenterToTheThreadThatDropsIt)
 
     EXPECT_EQ(asked, std::this_thread::get_id());
     EXPECT_EQ(TakeJournal(), "");
-    source->UnregisterNotificationClient(receiver);
-    source->UnregisterNotificationClient(target->GetPostingReceiver());
+    source->UnregisterNotificationClient(itsReceiver);
 }
 
 TEST_F(PostingReceiver, KeepsOneNotificationPendingWhenItForwardsIntoItself)
 {
-    const RCPtr<LPostingReceiver> receiver = target->GetPostingReceiver();
     source->UnregisterNotificationClient(receiver);
     const auto client = MakeClient('a');
     target->RegisterNotificationClient(client, "A", 0);
@@ -195,7 +187,6 @@ TEST_F(PostingReceiver, KeepsOneNotificationPendingWhenItForwardsIntoItself)
 TEST_F(PostingReceiver, ForwardsBetweenTwoQueuesForEver)
 {
     auto& other = KeepCenter("other");
-    const RCPtr<LPostingReceiver> receiver = target->GetPostingReceiver();
     source->UnregisterNotificationClient(receiver);
     other.RegisterNotificationClient(receiver, "A", 0);
     target->RegisterNotificationClient(other.GetPostingReceiver(), "A", 0);

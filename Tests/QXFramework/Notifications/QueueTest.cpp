@@ -80,23 +80,6 @@ TEST_F(Queue, TakesTheCallersOwnReferenceOver)
     EXPECT_EQ(delivered, posted);
 }
 
-TEST_F(Queue, LeavesTheCallerTheReferenceThatItRefuses)
-{
-    LNotificationQueue& bare = Keep(LNotificationQueue::Create());
-    RCPtr<LNotification> notification = Make();
-
-    EXPECT_EQ(bare.PostForBroadcast(std::move(notification)), kResultFailure);
-    ASSERT_NE(notification, nullptr);
-    EXPECT_FALSE(notification->IsPosted());
-    notification->SetPosted(true);
-    EXPECT_EQ(queue->PostForBroadcast(std::move(notification)), kResultOutOfRange);
-    ASSERT_NE(notification, nullptr);
-    EXPECT_EQ(notification->GetReferenceCount(), 1);
-
-    notification = nullptr;
-    EXPECT_EQ(queue->PostForBroadcast(std::move(notification)), kResultOutOfRange);
-}
-
 TEST_F(Queue, EndsItsDeliveryWhenAClientFlushesAndPostsAgain)
 {
     PostThree();
@@ -169,18 +152,36 @@ TEST_F(Queue, KeepsWhatAPayloadPostsWhileItIsShutDownUntilTheNextDeliveryOrItsEn
 TEST_F(Queue, RefusesInTheOrderOfItsTests)
 {
     LNotificationQueue& bare = Keep(LNotificationQueue::Create());
-    const RCPtr<LNotification> fresh = Make();
-    const RCPtr<LNotification> posted = Make();
+    RCPtr<LNotification> none;
+    RCPtr<LNotification> fresh = Make();
+    RCPtr<LNotification> posted = Make();
     posted->SetPosted(true);
+    struct Row
+    {
+        const char* what;
+        LNotificationQueue& queue;
+        RCPtr<LNotification>& notification;
+        int32 result;
+    };
+    const Row rows[] = {
+        {"null", *queue, none, kResultOutOfRange},
+        {"posted already", *queue, posted, kResultOutOfRange},
+        {"null without a distributor", bare, none, kResultOutOfRange},
+        {"posted already, without a distributor", bare, posted, kResultOutOfRange},
+        {"without a distributor", bare, fresh, kResultFailure},
+    };
 
-    EXPECT_EQ(queue->PostForBroadcast(nullptr), kResultOutOfRange);
-    EXPECT_EQ(queue->PostForBroadcast(posted), kResultOutOfRange);
-    EXPECT_EQ(bare.PostForBroadcast(nullptr), kResultOutOfRange);
-    EXPECT_EQ(bare.PostForBroadcast(posted), kResultOutOfRange);
-    EXPECT_EQ(bare.PostForBroadcast(fresh), kResultFailure);
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        const LNotification* const object = row.notification.Get();
 
-    EXPECT_FALSE(fresh->IsPosted());
-    EXPECT_EQ(fresh->GetReferenceCount(), 1);
+        EXPECT_EQ(row.queue.PostForBroadcast(row.notification), row.result);
+        EXPECT_EQ(row.queue.PostForBroadcast(std::move(row.notification)), row.result);
+
+        EXPECT_EQ(row.notification.Get(), object) << "the caller keeps its reference";
+        EXPECT_FALSE(fresh->IsPosted());
+        EXPECT_EQ(fresh->GetReferenceCount(), 1);
+    }
 }
 
 TEST_F(Queue, DeliversInTheOrderOfPosting)

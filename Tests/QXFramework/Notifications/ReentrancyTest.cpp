@@ -10,7 +10,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <functional>
 #include <string>
 #include <utility>
@@ -68,8 +67,8 @@ protected:
         scene.late = MakeUnkeptClient('l');
     }
 
-    /// Gives the center a holder again, whatever has become of it, and ends it.
-    static void Wind(Scene& scene)
+    /// Checks the counts of a center that still has its holder, and ends it.
+    static void End(Scene& scene)
     {
         for (const auto& client : scene.clients) {
             client->onHandle = nullptr;
@@ -235,7 +234,7 @@ TEST_F(Reentrancy, LeavesEveryCountRightAndNothingBehind)
                 });
 
                 EXPECT_TRUE(scene.hasActed);
-                Wind(scene);
+                End(scene);
                 scene.clients.clear();
                 scene.late = nullptr;
                 LNotification::SetNotificationReuseEnable(false);
