@@ -9,9 +9,11 @@
 
 #include "FuzzCheck.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -45,6 +47,9 @@ struct Input
     }
 };
 
+/// Is told which client is served, and whether it is asked to unregister.
+using Served = std::function<void(std::size_t client, bool isForced)>;
+
 /// What the distributor should do, with lists of numbers.
 class Model
 {
@@ -55,8 +60,15 @@ public:
         uint32 flags;
     };
 
+    explicit Model(Served served)
+        : mServed(std::move(served))
+    {}
+
     int Register(std::size_t client, std::size_t name, uint32 flags)
     {
+        // Pools stand in the order of their first registration.
+        if (std::find(mPools.begin(), mPools.end(), name) == mPools.end())
+            mPools.push_back(name);
         for (Registration& one : mLists[name]) {
             if (one.client == client) {
                 one.flags = flags;
@@ -79,176 +91,99 @@ public:
         }
         return QX::kResultNothingDone;
     }
-    template <class Serve>
-    void Walk(std::size_t name, const Serve& serve)
+    int UnregisterAll(std::size_t client)
+    {
+        int removed = 0;
+        for (std::size_t name = 0; name < kNames; ++name)
+            removed += Unregister(client, name) == QX::kResultSuccess ? 1 : 0;
+        return removed;
+    }
+    void Force()
+    {
+        for (std::size_t pool = mPools.size(); pool > 0; --pool)
+            Walk(mPools[pool - 1], true);
+    }
+    void Deliver(std::size_t name) { Walk(name, false); }
+    const std::vector<Registration>& GetList(std::size_t name) const { return mLists[name]; }
+
+private:
+    void Walk(std::size_t name, bool isForced)
     {
         for (std::size_t next = mLists[name].size(); next > 0;) {
             std::size_t index = next - 1;
             mWalks[name].push_back(&index);
-            serve(mLists[name][index].client);
+            mServed(mLists[name][index].client, isForced);
             mWalks[name].pop_back();
             next = index;
         }
     }
-    const std::vector<Registration>& GetList(std::size_t name) const { return mLists[name]; }
 
-private:
+    const Served mServed;
+    std::vector<std::size_t> mPools;
     std::array<std::vector<Registration>, kNames> mLists;
     std::array<std::vector<std::size_t*>, kNames> mWalks;
 };
 
-class Run;
-
 class LFuzzClient : public QX::LNotificationReceiver
 {
 public:
-    LFuzzClient(Run& run, std::size_t number)
-        : mRun(run)
+    LFuzzClient(const Served& served, std::size_t number)
+        : mServed(served)
         , mNumber(number)
     {}
     void HandleNotification(const RCPtr<LNotificationDistributor>&,
-                            const QX::ConstRCPtr<LNotification>&) override;
+                            const QX::ConstRCPtr<LNotification>&) override
+    {
+        mServed(mNumber, false);
+    }
     QX::int32 ForceUnregisterNotification(const RCPtr<LNotificationDistributor>&,
-                                          const char*) override;
+                                          const char*) override
+    {
+        mServed(mNumber, true);
+        return QX::kResultSuccess;
+    }
 
 private:
-    Run& mRun;
+    const Served& mServed;
     const std::size_t mNumber;
 };
 
-/// One input, run on a distributor and on a model.
-class Run
+/// A distributor with the operations of the model.
+class Real
 {
 public:
-    explicit Run(Input input)
-        : mInput(input)
-        , mModelInput(input)
+    explicit Real(Served served)
+        : mServed(std::move(served))
     {
         for (std::size_t number = 0; number < kClients; ++number)
-            mClients[number] = RCPtr<LNotificationClient>(new LFuzzClient(*this, number));
+            mClients[number] = RCPtr<LNotificationClient>(new LFuzzClient(mServed, number));
     }
 
-    void Execute()
+    int Register(std::size_t client, std::size_t name, uint32 flags)
     {
-        // Each loop ends with the input; the model reads the same bytes in the same order.
-        while (StepModel()) {
-        }
-        while (Step()) {
-        }
-        FUZZ_CHECK(mJournal == mExpected);
-        CheckState();
-        for (const auto& client : mClients)
-            mDistributor->UnregisterNotificationClient(client);
-        FUZZ_CHECK(mDistributor->GetContainedReferenceCount() == 0);
-        FUZZ_CHECK(mDistributor->GetReferenceCount() == 1);
+        return mDistributor->RegisterNotificationClient(mClients[client], kNameTexts[name], flags);
     }
-
-    void Serve(std::size_t client, bool isForced)
+    int Unregister(std::size_t client, std::size_t name)
     {
-        mJournal += Letter(client, isForced);
-        if (mDepth < kMaxDepth) {
-            ++mDepth;
-            Step();
-            --mDepth;
-        }
+        return mDistributor->UnregisterNotificationClient(mClients[client], kNameTexts[name]);
     }
-
-private:
-    static char Letter(std::size_t client, bool isForced)
+    int UnregisterAll(std::size_t client)
     {
-        return static_cast<char>((isForced ? 'A' : 'a') + static_cast<int>(client));
+        return mDistributor->UnregisterNotificationClient(mClients[client]);
     }
-    void Note(std::string& journal, int result) const { journal += std::to_string(result); }
-
-    bool Step()
+    void Force() { mDistributor->ForceAllRegisteredClientsToUnregister(); }
+    void Deliver(std::size_t name)
     {
-        uint8_t operation = 0;
-        if (!mInput.Take(operation))
-            return false;
-        const std::size_t client = (operation >> 2) % kClients;
-        const std::size_t name = (operation >> 4) % kNames;
-        const uint32 flags = (operation >> 5) & 6u;
-        LNotificationDistributor& distributor = *mDistributor;
-        switch (operation & 3u) {
-        case 0:
-            Note(mJournal,
-                 distributor.RegisterNotificationClient(mClients[client], kNameTexts[name], flags));
-            break;
-        case 1:
-            Note(mJournal,
-                 distributor.UnregisterNotificationClient(mClients[client], kNameTexts[name]));
-            break;
-        case 2:
-            if ((operation & 0x80u) != 0) {
-                Note(mJournal, distributor.UnregisterNotificationClient(mClients[client]));
-                break;
-            }
-            distributor.ForceAllRegisteredClientsToUnregister();
-            break;
-        default:
-            distributor.DeliverNotificationAllClients(
-                LNotification::Create(kNameTexts[name], nullptr));
-        }
-        return true;
+        mDistributor->DeliverNotificationAllClients(
+            LNotification::Create(kNameTexts[name], nullptr));
     }
 
-    bool StepModel()
-    {
-        uint8_t operation = 0;
-        if (!mModelInput.Take(operation))
-            return false;
-        const std::size_t client = (operation >> 2) % kClients;
-        const std::size_t name = (operation >> 4) % kNames;
-        switch (operation & 3u) {
-        case 0:
-            NotePool(name);
-            Note(mExpected, mModel.Register(client, name, (operation >> 5) & 6u));
-            break;
-        case 1:
-            Note(mExpected, mModel.Unregister(client, name));
-            break;
-        case 2:
-            if ((operation & 0x80u) != 0) {
-                int removed = 0;
-                for (std::size_t one = 0; one < kNames; ++one)
-                    removed += mModel.Unregister(client, one) == QX::kResultSuccess ? 1 : 0;
-                Note(mExpected, removed);
-                break;
-            }
-            for (std::size_t pool = mPools.size(); pool > 0; --pool)
-                mModel.Walk(mPools[pool - 1],
-                            [this](std::size_t served) { ServeModel(served, true); });
-            break;
-        default:
-            mModel.Walk(name, [this](std::size_t served) { ServeModel(served, false); });
-        }
-        return true;
-    }
-
-    // Pools stand in the order of their first registration.
-    void NotePool(std::size_t name)
-    {
-        for (const std::size_t pool : mPools)
-            if (pool == name)
-                return;
-        mPools.push_back(name);
-    }
-
-    void ServeModel(std::size_t client, bool isForced)
-    {
-        mExpected += Letter(client, isForced);
-        if (mModelDepth < kMaxDepth) {
-            ++mModelDepth;
-            StepModel();
-            --mModelDepth;
-        }
-    }
-
-    void CheckState()
+    /// Checks flags and counts, and ends all registrations.
+    void CheckAgainst(const Model& model)
     {
         int registrations = 0;
         for (std::size_t name = 0; name < kNames; ++name) {
-            for (const auto& one : mModel.GetList(name)) {
+            for (const auto& one : model.GetList(name)) {
                 uint32 flags = 0;
                 FUZZ_CHECK(mDistributor->GetDeliveryFlags(mClients[one.client], kNameTexts[name],
                                                           flags) == QX::kResultSuccess);
@@ -256,41 +191,90 @@ private:
                 ++registrations;
             }
         }
-        const int contained = registrations + (registrations > 0 ? 1 : 0);
+        CheckCounts(registrations + (registrations > 0 ? 1 : 0));
+        for (std::size_t client = 0; client < kClients; ++client)
+            UnregisterAll(client);
+        CheckCounts(0);
+    }
+
+private:
+    void CheckCounts(int contained) const
+    {
         FUZZ_CHECK(mDistributor->GetContainedReferenceCount() == contained);
         FUZZ_CHECK(mDistributor->GetReferenceCount() == contained + 1);
     }
 
-    Input mInput;
-    Input mModelInput;
+    const Served mServed;
     RCPtr<LNotificationDistributor> mDistributor = LNotificationDistributor::Create();
     std::array<RCPtr<LNotificationClient>, kClients> mClients;
-    std::string mJournal;
-    int mDepth = 0;
-    Model mModel;
-    std::vector<std::size_t> mPools;
-    std::string mExpected;
-    int mModelDepth = 0;
 };
 
-void LFuzzClient::HandleNotification(const RCPtr<LNotificationDistributor>&,
-                                     const QX::ConstRCPtr<LNotification>&)
+/// Does the operations of an input on a Model or a Real, and writes down what comes of them.
+template <class Side>
+class Player
 {
-    mRun.Serve(mNumber, false);
-}
+public:
+    explicit Player(Input input)
+        : mInput(input)
+        , mSide([this](std::size_t client, bool isForced) { Serve(client, isForced); })
+    {
+        while (Step()) {
+        }
+    }
 
-QX::int32 LFuzzClient::ForceUnregisterNotification(const RCPtr<LNotificationDistributor>&,
-                                                   const char*)
-{
-    mRun.Serve(mNumber, true);
-    return QX::kResultSuccess;
-}
+    const std::string& GetJournal() const { return mJournal; }
+    Side& GetSide() { return mSide; }
+
+private:
+    bool Step()
+    {
+        uint8_t operation = 0;
+        if (!mInput.Take(operation))
+            return false;
+        const std::size_t client = (operation >> 2) % kClients;
+        const std::size_t name = (operation >> 4) % kNames;
+        switch (operation & 3u) {
+        case 0:
+            mJournal += std::to_string(mSide.Register(client, name, (operation >> 5) & 6u));
+            break;
+        case 1:
+            mJournal += std::to_string(mSide.Unregister(client, name));
+            break;
+        case 2:
+            if ((operation & 0x80u) != 0)
+                mJournal += std::to_string(mSide.UnregisterAll(client));
+            else
+                mSide.Force();
+            break;
+        default:
+            mSide.Deliver(name);
+        }
+        return true;
+    }
+
+    void Serve(std::size_t client, bool isForced)
+    {
+        mJournal += static_cast<char>((isForced ? 'A' : 'a') + static_cast<int>(client));
+        if (mDepth < kMaxDepth) {
+            ++mDepth;
+            Step();
+            --mDepth;
+        }
+    }
+
+    Input mInput;
+    std::string mJournal;
+    int mDepth = 0;
+    Side mSide; // uses the others
+};
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    Run run({data, size});
-    run.Execute();
+    Player<Model> model({data, size});
+    Player<Real> real({data, size});
+    FUZZ_CHECK(real.GetJournal() == model.GetJournal());
+    real.GetSide().CheckAgainst(model.GetSide());
     return 0;
 }

@@ -122,20 +122,6 @@ TEST_F(Counts, KeepAQueueThatIsDroppedWithoutBeingShutDown)
     EXPECT_TRUE(IsAllGone());
 }
 
-TEST_F(Counts, FallOnceIfTheReceiverReleasesItsQueueFirst)
-{
-    RCPtr<LNotificationQueue> held = LNotificationQueue::Create();
-
-    held->GetPostingReceiver()->ReleaseQueue();
-    EXPECT_EQ(CountsOf(*held), "1/0");
-
-    held->ReleaseDistributor();
-    EXPECT_EQ(CountsOf(*held), "1/0");
-
-    held = nullptr;
-    EXPECT_TRUE(IsAllGone());
-}
-
 TEST_F(Counts, IncludeTheQueuesOwnReceiverOnly)
 {
     RCPtr<LNotificationQueue> held = LNotificationQueue::Create();
@@ -309,35 +295,6 @@ TEST_F(Counts, AreRightWhenACenterIsShutDownDirectly)
     }
 }
 
-TEST_F(Counts, AreRightWhenAClientShutsACenterDownDuringADelivery)
-{
-    auto& center = KeepCenter();
-    RegisterBoth(center);
-    second->onHandle = [&center](const auto&, const auto&) { center.ReleaseDistributor(); };
-    center.PostForBroadcast(Make());
-    center.PostForBroadcast(Make());
-
-    EXPECT_FALSE(center.DeliverPendingNotifications(true));
-
-    EXPECT_EQ(TakeJournal(), "ba") << "the delivery in progress goes on, the next one is flushed";
-    EXPECT_EQ(CountsOf(center), "4/3");
-}
-
-TEST_F(Counts, FallToNothingWhenAClientShutsACenterDownWhenItIsAsked)
-{
-    RCPtr<LNotificationCenter> held = MakeCenter();
-    LNotificationCenter& center = *held;
-    second->onForce = [this, &center](const auto& by, const char* id) {
-        center.ReleaseDistributor();
-        return second->Leave(by, id);
-    };
-
-    held = nullptr;
-
-    EXPECT_EQ(TakeJournal(), "!b!a");
-    EXPECT_TRUE(IsAllGone());
-}
-
 TEST_F(Counts, FallWhenACenterIsDismantledDirectly)
 {
     RCPtr<LNotificationCenter> held = MakeCenter();
@@ -397,17 +354,6 @@ TEST_F(Counts, AreOneForAllThePointersThatACenterIsHeldBy)
     EXPECT_EQ(RCPtr<LNotificationCenter>::Downcast(object), center);
     EXPECT_EQ(RCPtr<LNotificationCenter>::Downcast(queue), center);
     EXPECT_EQ(RCPtr<LNotificationClient>::Downcast(object), nullptr);
-}
-
-TEST_F(Counts, AreReadWithoutDismantlingWhenAReferenceComesAndGoes)
-{
-    const RCPtr<LNotificationCenter> center = MakeCenter();
-
-    center->AddReference();
-    center->RemoveReference();
-
-    EXPECT_EQ(CountsOf(*center), "6/5");
-    EXPECT_EQ(journal, "");
 }
 
 } // namespace

@@ -50,14 +50,6 @@ protected:
     std::vector<RCPtr<LTestClient>> clients;
 };
 
-TEST_F(Delivery, ServesTheLastRegisteredFirst)
-{
-    Register(3);
-
-    EXPECT_EQ(distributor->DeliverNotificationAllClients(Make()), kResultSuccess);
-    EXPECT_EQ(journal, "cba");
-}
-
 TEST_F(Delivery, ServesTheClientsOfTheNameOnly)
 {
     distributor->RegisterNotificationClient(clients[0], "A", 0);

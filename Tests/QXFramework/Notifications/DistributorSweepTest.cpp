@@ -46,6 +46,20 @@ struct Registrations
     {
         return distributor->RegisterNotificationClient(registered, name, flags);
     }
+    void RegisterAll()
+    {
+        Register(client, "A");
+        Register(other, "A");
+        Register(client, "B");
+        pool->AddClient(client, 0);
+        pool->AddClient(other, 0);
+    }
+    bool Leave(const char* name)
+    {
+        return distributor->UnregisterNotificationClient(client, name) == 0;
+    }
+    bool Force() { return distributor->ForceAllRegisteredClientsToUnregister() == 0; }
+    bool Deliver() { return distributor->DeliverNotificationAllClients(message) == 0; }
 
     /// "n/k of the distributor, distributors listed, who gets A, who gets B, size of the pool".
     std::string Describe()
@@ -75,11 +89,6 @@ using Operation = SweptOperation<Registrations>;
 TEST(DistributorSweep, ARegistrationThatFindsNoMemoryIsNotMade)
 {
     const Operation operations[] = {
-        {.what = "Create",
-         .run = [](Registrations& state) { state.made = LNotificationDistributor::Create(); },
-         .done = "1/0 listed 0 A: B: pool 0 > x1",
-         .thrown = "1/0 listed 0 A: B: pool 0",
-         .least = 1},
         {.what = "the first of the distributor",
          .run = [](Registrations& state) { return state.Register(state.client, "A") == 0; },
          .done = "3/2 listed 1 A:a B: pool 0",
@@ -106,16 +115,6 @@ TEST(DistributorSweep, ARegistrationThatFindsNoMemoryIsNotMade)
          .prepare = [](Registrations& state) { state.Register(state.client, "A", 1); },
          .run = [](Registrations& state) { return state.Register(state.client, "A", 2) == 1; },
          .done = "3/2 listed 1 A:a B: pool 0"},
-        {.what = "a record",
-         .run = [](Registrations& state) { state.made = Info::Create(state.client, 0); },
-         .done = "1/0 listed 0 A: B: pool 0 > x1",
-         .thrown = "1/0 listed 0 A: B: pool 0",
-         .least = 1},
-        {.what = "a pool",
-         .run = [](Registrations& state) { state.made = Pool::Create(state.message->GetID()); },
-         .done = "1/0 listed 0 A: B: pool 0 > x1",
-         .thrown = "1/0 listed 0 A: B: pool 0",
-         .least = 1},
         {.what = "in a pool",
          .run = [](Registrations& state) { return state.pool->AddClient(state.client, 0) == 0; },
          .done = "1/0 listed 0 A: B: pool 1",
@@ -128,24 +127,14 @@ TEST(DistributorSweep, ARegistrationThatFindsNoMemoryIsNotMade)
 
 TEST(DistributorSweep, WhatTakesARegistrationBackNeedsNoMemory)
 {
-    static constexpr auto registerAll = [](Registrations& state) {
-        state.Register(state.client, "A");
-        state.Register(state.other, "A");
-        state.Register(state.client, "B");
-        state.pool->AddClient(state.client, 0);
-        state.pool->AddClient(state.other, 0);
-    };
     const Operation operations[] = {
         {.what = "from a name",
-         .prepare = registerAll,
-         .run =
-             [](Registrations& state) {
-                 return state.distributor->UnregisterNotificationClient(state.client, "A") == 0;
-             },
+         .prepare = [](Registrations& state) { state.RegisterAll(); },
+         .run = [](Registrations& state) { return state.Leave("A"); },
          .done = "4/3 listed 1 A:o B:a pool 2",
          .least = 1},
         {.what = "from all names",
-         .prepare = registerAll,
+         .prepare = [](Registrations& state) { state.RegisterAll(); },
          .run =
              [](Registrations& state) {
                  return state.distributor->UnregisterNotificationClient(state.client) == 2;
@@ -160,20 +149,17 @@ TEST(DistributorSweep, WhatTakesARegistrationBackNeedsNoMemory)
              },
          .done = "1/0 listed 0 A: B: pool 0"},
         {.what = "by force",
-         .prepare = registerAll,
-         .run =
-             [](Registrations& state) {
-                 return state.distributor->ForceAllRegisteredClientsToUnregister() == 0;
-             },
+         .prepare = [](Registrations& state) { state.RegisterAll(); },
+         .run = [](Registrations& state) { return state.Force(); },
          .done = "1/0 listed 0 A: B: pool 2",
          .least = 1},
         {.what = "from a pool",
-         .prepare = registerAll,
+         .prepare = [](Registrations& state) { state.RegisterAll(); },
          .run = [](Registrations& state) { return state.pool->RemoveClient(state.client) == 0; },
          .done = "5/4 listed 1 A:oa B:a pool 1",
          .least = 1},
         {.what = "questions",
-         .prepare = registerAll,
+         .prepare = [](Registrations& state) { state.RegisterAll(); },
          .run =
              [](Registrations& state) {
                  uint32 flags = 9;
@@ -197,10 +183,7 @@ TEST(DistributorSweep, AClientThatFindsNoMemoryEndsTheDeliveryAndTheNextOneIsWho
                  state.Register(state.client, "A");
                  state.Register(state.other, "A");
              },
-         .run =
-             [](Registrations& state) {
-                 return state.distributor->DeliverNotificationAllClients(state.message) == 0;
-             },
+         .run = [](Registrations& state) { return state.Deliver(); },
          .done = "4/3 listed 1 A:oa B: pool 0"},
         {.what = "to one that registers another",
          .prepare =
@@ -211,10 +194,7 @@ TEST(DistributorSweep, AClientThatFindsNoMemoryEndsTheDeliveryAndTheNextOneIsWho
                      ++state.handled;
                  };
              },
-         .run =
-             [](Registrations& state) {
-                 return state.distributor->DeliverNotificationAllClients(state.message) == 0;
-             },
+         .run = [](Registrations& state) { return state.Deliver(); },
          .done = "4/3 listed 1 A:a B:o pool 0 handled 1",
          .thrown = "3/2 listed 1 A:a B: pool 0",
          .least = 4},
@@ -234,20 +214,6 @@ TEST(DistributorSweep, AClientThatFindsNoMemoryEndsTheDeliveryAndTheNextOneIsWho
          .done = "1/0 listed 0 A: B: pool 2 handled 1",
          .thrown = "1/0 listed 0 A: B: pool 1",
          .least = 2},
-        {.what = "to one client",
-         .prepare =
-             [](Registrations& state) {
-                 state.client->onHandle = [&state](const auto&, const auto&) {
-                     state.made = LNotification::CreateInternal("A", nullptr);
-                 };
-             },
-         .run =
-             [](Registrations& state) {
-                 state.distributor->DeliverNotification(state.client, state.message);
-             },
-         .done = "1/0 listed 0 A: B: pool 0 > x1",
-         .thrown = "1/0 listed 0 A: B: pool 0",
-         .least = 1},
     };
 
     SweepRefusals<Registrations>(operations);
@@ -256,14 +222,6 @@ TEST(DistributorSweep, AClientThatFindsNoMemoryEndsTheDeliveryAndTheNextOneIsWho
 TEST(DistributorSweep, AFunctionClientThatFindsNoMemoryIsNotMade)
 {
     const Operation operations[] = {
-        {.what = "Create",
-         .run =
-             [](Registrations& state) {
-                 state.made = LFunctionReceiver::Create([](const auto&, const auto&) {});
-             },
-         .done = "1/0 listed 0 A: B: pool 0 > x1",
-         .thrown = "1/0 listed 0 A: B: pool 0",
-         .least = 1},
         {.what = "Create of a large function",
          .run =
              [](Registrations& state) {
@@ -283,10 +241,7 @@ TEST(DistributorSweep, AFunctionClientThatFindsNoMemoryIsNotMade)
                  const auto client = LFunctionReceiver::Create(nullptr);
                  state.distributor->RegisterNotificationClient(client, "A", 0);
              },
-         .run =
-             [](Registrations& state) {
-                 return state.distributor->ForceAllRegisteredClientsToUnregister() == 0;
-             },
+         .run = [](Registrations& state) { return state.Force(); },
          .done = "1/0 listed 0 A: B: pool 0"},
     };
 

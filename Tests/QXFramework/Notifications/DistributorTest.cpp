@@ -233,20 +233,5 @@ TEST_F(Distributor, LeavesAClientThatWasAddedToItsPoolDirectlyToThePool)
     EXPECT_EQ(CountsOf(distributor), "1/0") << "with no count left there is none to give back";
 }
 
-TEST_F(Distributor, HoldsItsClients)
-{
-    auto& distributor = KeepDistributor();
-    RCPtr<LTestClient> client = MakeUnkeptClient('a');
-    LTestClient& object = *client;
-    distributor.RegisterNotificationClient(client, "A", 0);
-    client = nullptr;
-
-    distributor.DeliverNotificationAllClients(Make());
-    EXPECT_EQ(journal, "a");
-
-    distributor.UnregisterNotificationClient(RCPtr<LNotificationClient>(&object), "A");
-    EXPECT_EQ(LTestClient::sLiveCount, 0);
-}
-
 } // namespace
 } // namespace NotificationTests

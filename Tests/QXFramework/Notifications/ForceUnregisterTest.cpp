@@ -41,18 +41,6 @@ TEST_F(ForceUnregister, AsksEachClientOnceFromTheLast)
     EXPECT_EQ(CountsOf(*distributor), "1/0");
 }
 
-TEST_F(ForceUnregister, RemovesNoClientByItself)
-{
-    for (const auto& client : clients) {
-        client->Refuse();
-    }
-
-    EXPECT_EQ(distributor->ForceAllRegisteredClientsToUnregister(), kResultSuccess);
-
-    EXPECT_EQ(journal, "!d!c!b!a");
-    EXPECT_EQ(CountsOf(*distributor), "6/5");
-}
-
 TEST_F(ForceUnregister, AsksTheClientsOfTheLastPoolFirstAndNamesIt)
 {
     distributor->RegisterNotificationClient(clients[0], "B", 0);

@@ -60,17 +60,6 @@ TEST_F(LatestOnly, ClientsReceiveTheSecondOfTwoAndOthersBoth)
     EXPECT_EQ(second->GetReferenceCount(), 1) << "the record no longer holds it";
 }
 
-TEST_F(LatestOnly, ClientsReceiveTheNextOneAgain)
-{
-    center->RegisterNotificationClient(latest, "A", kLatest);
-    Post();
-    center->DeliverPendingNotifications(false);
-    Post();
-    center->DeliverPendingNotifications(false);
-
-    EXPECT_EQ(journal, "ll");
-}
-
 TEST_F(LatestOnly, WorksForEachNameByItself)
 {
     center->RegisterNotificationClient(latest, "A", kLatest);
@@ -175,21 +164,6 @@ TEST_F(LatestOnly, APostIsCompleteWhenTheReplacedNotificationEnds)
     EXPECT_EQ(received, std::vector<const LNotification*>{notification.Get()});
     EXPECT_FALSE(notification->IsPosted());
     EXPECT_EQ(notification->GetReferenceCount(), 1);
-}
-
-TEST_F(LatestOnly, APostSurvivesAPayloadThatShutsTheCenterDownAtItsEnd)
-{
-    center->RegisterNotificationClient(latest, "A", kLatest);
-    center->PostForBroadcast(
-        LNotification::Create("A", MakePayload([this] { center->ReleaseDistributor(); })));
-    center->FlushPendingNotifications();
-    const auto notification = Make();
-
-    EXPECT_EQ(center->PostForBroadcast(notification), kResultSuccess);
-
-    EXPECT_EQ(Witness::GetLiveCount(), 0);
-    EXPECT_FALSE(notification->IsPosted()) << "flushed by the shutdown";
-    EXPECT_EQ(center->PostForBroadcast(notification), kResultFailure);
 }
 
 TEST_F(LatestOnly, APostTakesTheCallersOwnReferenceOver)

@@ -48,35 +48,18 @@ TEST_F(Notification, ReturnsHowManyHoldersAreLeft)
     EXPECT_EQ(notification->RemoveReference(), 1);
 }
 
-TEST_F(Notification, ReleasesItsPayloadAtItsEnd)
-{
-    RCPtr<LNotification> notification = LNotification::Create("A", MakePayload());
-
-    notification = nullptr;
-
-    EXPECT_EQ(Witness::GetLiveCount(), 0);
-}
-
 TEST_F(Notification, TakesAnotherNameAndPayload)
 {
     const RCPtr<LNotification> notification = LNotification::Create("A", MakePayload());
 
     EXPECT_EQ(notification->SetName("B"), kResultSuccess);
+    EXPECT_EQ(notification->SetName(""), kResultOutOfRange);
+    EXPECT_EQ(notification->SetName(nullptr), kResultOutOfRange);
     EXPECT_EQ(notification->SetData(nullptr), kResultSuccess);
 
     EXPECT_STREQ(notification->GetID(), "B");
     EXPECT_EQ(notification->GetData(), nullptr);
     EXPECT_EQ(Witness::GetLiveCount(), 0);
-}
-
-TEST_F(Notification, KeepsItsNameWhenItIsOfferedNone)
-{
-    const RCPtr<LNotification> notification = Make("A");
-
-    EXPECT_EQ(notification->SetName(""), kResultOutOfRange);
-    EXPECT_EQ(notification->SetName(nullptr), kResultOutOfRange);
-
-    EXPECT_STREQ(notification->GetID(), "A");
 }
 
 TEST_F(Notification, RefusesChangesWhileItIsPosted)

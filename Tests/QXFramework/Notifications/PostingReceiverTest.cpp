@@ -280,16 +280,5 @@ TEST_F(FunctionReceiver, MayUnregisterItselfFromItsFunction)
     EXPECT_EQ(held.use_count(), 1);
 }
 
-TEST_F(FunctionReceiver, LetsExceptionsPass)
-{
-    auto& center = KeepCenter();
-    const auto client = LFunctionReceiver::Create([](const auto&, const auto&) { throw 1; });
-    center.RegisterNotificationClient(client, "A", 0);
-
-    EXPECT_THROW(center.DeliverNotificationAllClients(Make()), int);
-
-    center.UnregisterNotificationClient(client);
-}
-
 } // namespace
 } // namespace NotificationTests

@@ -179,6 +179,9 @@ struct Queues
         }
     }
 
+    bool Post() { return queue->PostForBroadcast(message) == 0; }
+    void Forward() { distributor->RegisterNotificationClient(next->GetPostingReceiver(), "A", 0); }
+
     /// Whether the notification is posted, whether the next queue has something, what was handled
     /// and what a delivery makes of it.
     std::string Describe()
@@ -214,11 +217,11 @@ TEST(PostingSweep, APostThatFindsNoMemoryIsNotMade)
          .thrown = "free x1 handled , then ",
          .least = 1},
         {.what = "a post",
-         .run = [](Queues& state) { return state.queue->PostForBroadcast(state.message) == 0; },
+         .run = [](Queues& state) { return state.Post(); },
          .done = "posted x2 handled , then a"},
         {.what = "a post into a full ring",
          .prepare = [](Queues& state) { state.Fill(); },
-         .run = [](Queues& state) { return state.queue->PostForBroadcast(state.message) == 0; },
+         .run = [](Queues& state) { return state.Post(); },
          .done = "posted x2 handled , then a",
          .thrown = "free x1 handled , then ",
          .least = 1},
@@ -228,20 +231,20 @@ TEST(PostingSweep, APostThatFindsNoMemoryIsNotMade)
                  state.distributor->RegisterNotificationClient(state.client, "A", 1);
                  state.Fill();
              },
-         .run = [](Queues& state) { return state.queue->PostForBroadcast(state.message) == 0; },
+         .run = [](Queues& state) { return state.Post(); },
          .done = "posted x3 handled , then a",
          .thrown = "free x1 handled , then ",
          .least = 2},
         {.what = "a delivery",
-         .prepare = [](Queues& state) { state.queue->PostForBroadcast(state.message); },
+         .prepare = [](Queues& state) { state.Post(); },
          .run = [](Queues& state) { return !state.queue->DeliverPendingNotifications(true); },
          .done = "free x1 handled a, then "},
         {.what = "a flush",
-         .prepare = [](Queues& state) { state.queue->PostForBroadcast(state.message); },
+         .prepare = [](Queues& state) { state.Post(); },
          .run = [](Queues& state) { return !state.queue->FlushPendingNotifications(); },
          .done = "free x1 handled , then "},
         {.what = "a shutdown",
-         .prepare = [](Queues& state) { state.queue->PostForBroadcast(state.message); },
+         .prepare = [](Queues& state) { state.Post(); },
          .run = [](Queues& state) { state.queue->ReleaseDistributor(); },
          .done = "free x1 handled , then "},
         {.what = "SetDistributor",
@@ -259,11 +262,7 @@ TEST(PostingSweep, AReceiverThatFindsNoMemoryEndsTheDelivery)
 {
     const SweptOperation<Queues> operations[] = {
         {.what = "forward at once",
-         .prepare =
-             [](Queues& state) {
-                 state.distributor->RegisterNotificationClient(state.next->GetPostingReceiver(),
-                                                               "A", 0);
-             },
+         .prepare = [](Queues& state) { state.Forward(); },
          .run =
              [](Queues& state) {
                  return state.distributor->DeliverNotificationAllClients(state.message) == 0;
@@ -274,9 +273,8 @@ TEST(PostingSweep, AReceiverThatFindsNoMemoryEndsTheDelivery)
         {.what = "forward what was posted",
          .prepare =
              [](Queues& state) {
-                 state.distributor->RegisterNotificationClient(state.next->GetPostingReceiver(),
-                                                               "A", 0);
-                 state.queue->PostForBroadcast(state.message);
+                 state.Forward();
+                 state.Post();
              },
          .run = [](Queues& state) { return !state.queue->DeliverPendingNotifications(false); },
          .done = "free x1 handled a, then ",

@@ -80,36 +80,32 @@ TEST_F(Queue, TakesTheCallersOwnReferenceOver)
     EXPECT_EQ(delivered, posted);
 }
 
-TEST_F(Queue, EndsItsDeliveryWhenAClientFlushesAndPostsAgain)
+TEST_F(Queue, EndsItsDeliveryWhenItIsFlushedAndPostedToMeanwhile)
 {
-    PostThree();
-    client->onHandle = [this, first = true](const auto&, const auto&) mutable {
-        if (std::exchange(first, false)) {
-            queue->FlushPendingNotifications();
-            PostThree();
-        }
-    };
+    for (const bool isByPayload : {false, true}) {
+        SCOPED_TRACE(isByPayload ? "by the end of the payload" : "by the client");
+        bool isFlushed = false;
+        const auto flush = [&] {
+            if (!std::exchange(isFlushed, true)) {
+                queue->FlushPendingNotifications();
+                PostThree();
+            }
+        };
+        client->onHandle = [&](const auto&, const auto&) {
+            if (!isByPayload) {
+                flush();
+            }
+        };
+        queue->PostForBroadcast(
+            LNotification::Create("A", isByPayload ? MakePayload(flush) : nullptr));
+        PostThree();
 
-    EXPECT_TRUE(queue->DeliverPendingNotifications(false));
-    EXPECT_EQ(TakeJournal(), "a");
+        EXPECT_TRUE(queue->DeliverPendingNotifications(false));
+        EXPECT_EQ(TakeJournal(), "a");
 
-    EXPECT_FALSE(queue->DeliverPendingNotifications(false));
-    EXPECT_EQ(TakeJournal(), "aaa");
-}
-
-TEST_F(Queue, EndsItsDeliveryWhenThePayloadOfADeliveredNotificationFlushesAtItsEnd)
-{
-    queue->PostForBroadcast(LNotification::Create("A", MakePayload([this] {
-                                                      queue->FlushPendingNotifications();
-                                                      PostThree();
-                                                  })));
-    PostThree();
-
-    EXPECT_TRUE(queue->DeliverPendingNotifications(false));
-    EXPECT_EQ(TakeJournal(), "a");
-
-    EXPECT_FALSE(queue->DeliverPendingNotifications(false));
-    EXPECT_EQ(TakeJournal(), "aaa");
+        EXPECT_FALSE(queue->DeliverPendingNotifications(false));
+        EXPECT_EQ(TakeJournal(), "aaa");
+    }
 }
 
 TEST_F(Queue, RefusesAnUnshareableNotificationBeforeItCopiesIt)

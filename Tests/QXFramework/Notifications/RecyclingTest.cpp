@@ -189,19 +189,6 @@ TEST_F(Recycling, StaysOnIfThePayloadOfAParkedNotificationSwitchesItOn)
     EXPECT_EQ(second.Get(), third);
 }
 
-TEST_F(Recycling, LeavesLiveNotificationsAloneWhenItIsSwitchedOff)
-{
-    RCPtr<LNotification> live = LNotification::Create("B", MakePayload());
-    static_cast<void>(Park(1));
-
-    LNotification::SetNotificationReuseEnable(false);
-
-    EXPECT_STREQ(live->GetID(), "B");
-    EXPECT_EQ(live->GetReferenceCount(), 1);
-    live = nullptr;
-    EXPECT_EQ(Witness::GetLiveCount(), 0);
-}
-
 TEST_F(Recycling, FreesOneThatWasParkedWhileItWasPosted)
 {
     RCPtr<LNotification> posted = LNotification::Create("A", MakePayload());

@@ -119,7 +119,6 @@ const std::vector<Reentrancy::Operation>& Reentrancy::Operations()
              }
          }},
         {"flushes", [](Scene& scene) { scene.center->FlushPendingNotifications(); }},
-        {"shuts down", [](Scene& scene) { scene.center->ReleaseDistributor(); }},
         {"shuts down twice",
          [](Scene& scene) {
              scene.center->ReleaseDistributor();

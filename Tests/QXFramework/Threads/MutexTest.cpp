@@ -49,29 +49,22 @@ protected:
     }
 };
 
-TEST_F(MutexTest, OwnsOneRegion)
+TEST_F(MutexTest, OwnsOneRegionAndWaitsForItWithoutLimit)
 {
     {
-        const Mutex mutex;
+        Mutex mutex;
+        mutex.Lock();
+        mutex.Unlock();
 
         EXPECT_EQ(RegionProbe::sCreations, 1);
         EXPECT_EQ(RegionProbe::sDeletions, 0);
     }
 
-    EXPECT_EQ(RegionProbe::sCreations, 1);
-    EXPECT_EQ(RegionProbe::sDeletions, 1);
-}
-
-TEST_F(MutexTest, WaitsWithoutLimit)
-{
-    Mutex mutex;
-
-    mutex.Lock();
-    mutex.Unlock();
-
     EXPECT_EQ(RegionProbe::sLastTimeout, 0x7FFFFFFF);
     EXPECT_EQ(RegionProbe::sEntries, 1);
     EXPECT_EQ(RegionProbe::sExits, 1);
+    EXPECT_EQ(RegionProbe::sCreations, 1);
+    EXPECT_EQ(RegionProbe::sDeletions, 1);
 }
 
 TEST_F(MutexTest, IsFreeForOthersOnlyAfterAsManyExitsAsEntries)
