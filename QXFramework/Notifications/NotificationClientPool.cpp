@@ -1,4 +1,4 @@
-// NotificationClientPool.cpp - the clients of one name, and walks that survive their changes.
+// NotificationClientPool.cpp - the clients of one name, and walks over them while they change.
 
 #include "PostMutex.h"
 
@@ -126,7 +126,8 @@ int32 Pool::RemoveClient(const RCPtr<LNotificationClient>& client)
         return kResultNothingDone;
     }
     const uint32 index = static_cast<uint32>(found);
-    // Released last: it may be the client's last holder, and the client's destructor may come back.
+    // Released last: it may be the client's last holder, and the client's destructor may call this
+    // pool again.
     RCPtr<Info> removed;
     const MutexLock lock(gPostMutex);
     mClients.RemoveItem(index, removed);
@@ -193,8 +194,8 @@ uint32 Pool::DeliverNotification(LNotificationDistributor& distributor, uint32 i
     return walk.GetIndex();
 }
 
-// The caller's walk is at `index`, and is still there to be corrected when the references that are
-// dropped at the end run foreign code.
+// The caller's walk is at `index`. It is still running when the references are dropped at the end:
+// that may run code of the client's, which may change the pool.
 void Pool::Serve(uint32 index, const RCPtr<LNotificationDistributor>& distributor,
                  const RCPtr<LNotification>& notification)
 {

@@ -92,8 +92,8 @@ LNotificationDistributor::AddPool(const char* notificationID)
     return *pool;
 }
 
-// References come first and the contained count after them, and they go the other way round: seen
-// in between, the number of outside holders is never too small.
+// A reference is added before its contained count and removed after it: who looks in between never
+// sees too few outside holders.
 void LNotificationDistributor::AddRegistration()
 {
     AddContainedReference();

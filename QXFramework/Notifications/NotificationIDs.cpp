@@ -16,8 +16,8 @@ namespace {
 
 using Names = StringArrayT<char, unsigned short>;
 
-// What answers for known names, and the lock under which names are added. The lock is a leaf: it is
-// taken under the lock of the parked notifications at most, and nothing is taken under it.
+// Finds known names, and has the lock that is held while a name is added. That lock may be taken
+// inside the lock of the parked notifications, and no other lock is taken inside it.
 struct Lookup
 {
     explicit Lookup(Names& table);
@@ -54,7 +54,7 @@ Lookup::~Lookup()
     }
 }
 
-// After the end of the table no name is entered: an unknown one is answered with itself.
+// After the end of the table no name is entered: an unknown name is its own ID.
 const char* FindEnded(const char* name)
 {
     const uint32 count = gEndedNames != nullptr ? gEndedNames->GetCount() : 0;

@@ -13,9 +13,9 @@ RCPtr<LNotificationQueue> LNotificationQueue::Create()
     return RCPtr<LNotificationQueue>(new LNotificationQueue);
 }
 
-// The receiver's reference to this queue is taken while it has no holder yet. The count is one too
-// high meanwhile, so that neither a passing smart pointer nor an exception deletes what is not
-// built; if an exception leaves, it stays so, and the storage goes with the new-expression.
+// The receiver takes a reference to this queue, which has no holder yet. The count is one too high
+// meanwhile: otherwise a temporary smart pointer or an exception would delete a queue that is not
+// built. After an exception it stays too high, and the new-expression frees the storage.
 LNotificationQueue::LNotificationQueue()
     : mPendingNotifications(&sMutex, 256)
 {

@@ -6,7 +6,7 @@
 // thread. "Broadcast" calls SIZE clients with one ready notification. "Posters" lets SIZE threads
 // post while the measuring thread delivers; one iteration is one notification. Poco's queue has no
 // clients of its own, so its deliverer hands each notification to a NotificationCenter, as its
-// users do. A mutex around a deque of the notification's pointers is the limit of this shape.
+// users do. A deque of pointers under a mutex shows how fast such a queue can be.
 //
 // "KnownName" interns a name that is in the table of SIZE names, "NewName" one that is not; both
 // beside GLib's quarks. Neither table ever shrinks: "NewName" adds 20000 names to SIZE, and SIZE is

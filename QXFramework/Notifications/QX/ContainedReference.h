@@ -9,8 +9,8 @@ namespace QX {
 
 /// Remembers that a reference to an object, held by one of its own parts, is counted as contained.
 ///
-/// The count comes after the reference and goes before it, and goes once, whichever of several ways
-/// of dismantling the object comes first.
+/// The count is added after the reference and removed before it, and only once, whichever of the
+/// calls that dismantle the object comes first.
 class ContainedReference
 {
 public:
@@ -21,8 +21,8 @@ public:
         object.ModifyNumContainedReferences(1);
     }
 
-    /// Takes the count back. Nothing happens if it is not the reference of `holder` that is
-    /// counted, or no longer.
+    /// Removes the count of the reference of `holder`. Does nothing if that is not counted, or no
+    /// longer.
     void GiveBack(LRefCountedObject& object, const void* holder)
     {
         if (mHolder == holder && std::exchange(mHolder, nullptr) != nullptr) {
@@ -30,7 +30,7 @@ public:
         }
     }
 
-    /// Returns what is still counted, which the caller then gives back.
+    /// Hands the count over to the caller, who then gives it back.
     ContainedReference Take() noexcept { return std::exchange(*this, ContainedReference()); }
 
 private:

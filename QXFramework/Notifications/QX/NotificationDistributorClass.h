@@ -27,7 +27,7 @@ public:
     class LNotificationClientPool;
     class LNotificationRegisteredClientInfo;
 
-    /// Bits given per registration. Bits without a name here are stored and compared alike.
+    /// Bits given per registration. Those without a name here are stored and compared too.
     using DeliveryFlags = uint32;
     /// The client receives only the most recently posted notification of the name; older ones
     /// that wait in a queue are skipped for it. It receives what is posted through a queue, and
@@ -55,14 +55,13 @@ public:
     int32 RegisterNotificationClient(const RCPtr<LNotificationClient>& client, const char* name,
                                      DeliveryFlags flags);
 
-    /// Takes the registration back and releases the client. `name` is entered into the table of
-    /// names.
+    /// Removes the registration and releases the client. `name` is entered into the table of names.
     ///
     /// Returns kResultSuccess; kResultNothingDone if there was none. Fails: kResultOutOfRange for
     /// a null client or a null or empty name. Throws: std::bad_alloc for a new name.
     int32 UnregisterNotificationClient(const RCPtr<LNotificationClient>& client, const char* name);
 
-    /// Takes back every registration of `client` and returns how many there were.
+    /// Removes every registration of `client` and returns how many there were.
     ///
     /// Fails: kResultOutOfRange for a null client.
     int32 UnregisterNotificationClient(const RCPtr<LNotificationClient>& client);
@@ -93,7 +92,7 @@ public:
     int32 DeliverNotificationAllClients(const RCPtr<LNotification>& notification);
 
     /// As DeliverNotificationAllClients of `distributor`, for a caller that holds it and the
-    /// notification, neither of which is null, by pointers that no client has. For queues.
+    /// notification by pointers that no client can change. Neither may be null. For queues.
     static int32 DeliverHeld(const RCPtr<LNotificationDistributor>& distributor,
                              const RCPtr<LNotification>& notification);
 
@@ -133,7 +132,8 @@ private:
     static bool sIsListAlive;
     static const ListGuard sListGuard;
 
-    /// By creation; none ever leaves. It grows inside the post mutex, because posts look at it.
+    /// In order of creation; none ever leaves. It grows inside the post mutex, because posts look
+    /// at it.
     RCPtrArray<LNotificationClientPool, 1, 0> mClientPools;
     int32 mNumRegistrations = 0; ///< of all pools; each is a contained reference to this object
 };

@@ -99,10 +99,10 @@ private:
     RCPtr<LPostingReceiver> mPostingReceiver; ///< null after ReleaseDistributor
     RCPtr<LNotification> mIdleNotification;
     uint32 mUndelivered = 0; ///< how many the delivery in progress still takes; 0 after a flush
-    ContainedReference mContainedReceiver; ///< of the receiver made here; under sMutex
+    ContainedReference mContainedReceiver; ///< the receiver's to this queue; under sMutex
 
 protected:
-    /// Of a queue that is its own distributor; counted by the class that makes it so.
+    /// That of a queue that is its own distributor to itself; the derived class counts it.
     ContainedReference mContainedDistributor;
 };
 

@@ -71,7 +71,7 @@ public:
         return onForce ? onForce(distributor, id) : Leave(distributor, id);
     }
 
-    /// What a client does that is asked to unregister and has nothing else in mind.
+    /// Unregisters from the ID, as a client does that is asked to.
     int32 Leave(const Distributor& distributor, const char* id)
     {
         return distributor->UnregisterNotificationClient(RCPtr<LNotificationClient>(this), id);

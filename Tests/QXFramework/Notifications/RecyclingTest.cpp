@@ -212,8 +212,7 @@ TEST_F(Recycling, ReleasesAStalePayloadOutsideItsLock)
     RCPtr<LNotification> made;
     RCPtr<LNotification> posted = LNotification::Create(
         "A", MakePayload([&made] {
-            // Would wait for ever if this thread's lock were not its own to enter again; another
-            // thread's call shows that it is not held at all.
+            // This thread could enter its own lock again; another one would wait for ever.
             TestSupport::RunOnThreads(1, [&made](std::size_t) { made = Make("C"); });
         }));
     posted->SetPosted(true);

@@ -1,8 +1,7 @@
 // ReentrancyTest.cpp - every operation from inside every callback.
 //
 // For each pair a center with three clients is delivered to, asked, shut down or dropped while one
-// callback runs one operation. Whatever happens, the counts are right afterwards, no client is
-// served twice by one walk, and all objects end.
+// callback runs one operation. The counts are right afterwards, and all objects end.
 
 #include "NotificationFixture.h"
 
@@ -217,7 +216,7 @@ const std::vector<Reentrancy::Callback>& Reentrancy::Callbacks()
     return sCallbacks;
 }
 
-TEST_F(Reentrancy, LeavesEveryCountRightAndNothingBehind)
+TEST_F(Reentrancy, LeavesEveryCountRightAndNoObject)
 {
     for (const bool isReuseEnabled : {false, true}) {
         for (const Callback& callback : Callbacks()) {
