@@ -13,6 +13,8 @@ public:
     /// Returns the registration of `client`, which it holds. Throws: std::bad_alloc.
     static RCPtr<LNotificationRegisteredClientInfo> Create(const RCPtr<LNotificationClient>& client,
                                                            DeliveryFlags flags);
+    LNotificationRegisteredClientInfo(const LNotificationRegisteredClientInfo&) = delete;
+    LNotificationRegisteredClientInfo& operator=(const LNotificationRegisteredClientInfo&) = delete;
 
     const RCPtr<LNotificationClient>& GetClient() const noexcept { return mClient; }
     DeliveryFlags GetDeliveryFlags() const noexcept { return mDeliveryFlags; }

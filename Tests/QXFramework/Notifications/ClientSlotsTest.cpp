@@ -33,6 +33,14 @@ static_assert(!StaticallyReachable<LNotificationQueue::LPostingReceiver>);
 static_assert(!StaticallyReachable<Pool>);
 static_assert(!StaticallyReachable<Info>);
 
+// Pools and records are made by Create alone.
+template <class T>
+concept Copyable = requires(const T& object)
+{
+    new T(object);
+};
+static_assert(!Copyable<Pool> && !Copyable<Info>);
+
 static_assert(std::is_abstract_v<LNotificationClient>);
 static_assert(std::is_abstract_v<QX::LNotificationReceiver>);
 static_assert(std::is_base_of_v<LNotificationClient, QX::LNotificationReceiver>);
