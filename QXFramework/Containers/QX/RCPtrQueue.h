@@ -59,8 +59,6 @@ public:
     /// As Dequeue, into `item`, whose own reference is dropped after the removal; returns false
     /// with nothing changed if the queue is empty.
     bool TryDequeue(RCPtr<T>& item);
-    /// Also sets `count` to the number of objects that were queued up to then.
-    bool TryDequeue(RCPtr<T>& item, uint32& count);
 
     /// Returns whether all slots but the one that stays empty are taken; false without slots.
     bool IsFull();

@@ -45,14 +45,6 @@ RCPtr<T> RCPtrQueue<T, N>::Dequeue()
 template <class T, uint32 N>
 bool RCPtrQueue<T, N>::TryDequeue(RCPtr<T>& item)
 {
-    uint32 count = 0;
-    return TryDequeue(item, count);
-}
-
-template <class T, uint32 N>
-bool RCPtrQueue<T, N>::TryDequeue(RCPtr<T>& item, uint32& count)
-{
-    count = 0;
     if (!mHasSlots.load(std::memory_order_relaxed)) {
         return false;
     }
@@ -60,8 +52,7 @@ bool RCPtrQueue<T, N>::TryDequeue(RCPtr<T>& item, uint32& count)
     {
         const MutexLock lock(mMutex);
         KeepIndicesInside();
-        count = CountQueued();
-        if (count == 0) {
+        if (CountQueued() == 0) {
             return false;
         }
         RingSlot(mReadIndex).Swap(taken);

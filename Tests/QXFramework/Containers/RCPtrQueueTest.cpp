@@ -115,24 +115,19 @@ TEST_F(RCPtrQueueTest, DequeueOfAnEmptyOneThrowsAndChangesNothing)
     }
 }
 
-TEST_F(RCPtrQueueTest, TryDequeueTellsHowManyThereWere)
+TEST_F(RCPtrQueueTest, TryDequeueTakesTheOldestOrTellsThatThereIsNone)
 {
     Queue queue(nullptr, 4);
     Enqueue(queue, "AB");
     RCPtr<Witness> item;
-    uint32 count = 99;
 
-    EXPECT_TRUE(queue.TryDequeue(item, count));
-    EXPECT_EQ(count, 2u);
-    EXPECT_TRUE(queue.TryDequeue(item, count));
-    EXPECT_EQ(count, 1u);
-    EXPECT_FALSE(queue.TryDequeue(item, count));
-    EXPECT_EQ(count, 0u);
+    EXPECT_TRUE(queue.TryDequeue(item));
+    EXPECT_EQ(item->GetName(), 'A');
+    EXPECT_TRUE(queue.TryDequeue(item));
+    EXPECT_FALSE(queue.TryDequeue(item));
     EXPECT_EQ(item->GetName(), 'B');
     Queue withoutSlots(nullptr, 0);
-    count = 99;
-    EXPECT_FALSE(withoutSlots.TryDequeue(item, count));
-    EXPECT_EQ(count, 0u);
+    EXPECT_FALSE(withoutSlots.TryDequeue(item));
 }
 
 TEST_F(RCPtrQueueTest, EnqueueAndDequeueEnterTheMutexTwice)

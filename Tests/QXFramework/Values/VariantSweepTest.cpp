@@ -255,25 +255,29 @@ TEST(VariantSweep, ARecordThatFindsNoMemoryFailsOrThrows)
 {
     const Operation operations[] = {
         {.what = "in a new buffer",
-         .run = [](Values& values) { return values.value.Serialize(values.record, 2) == 16; },
+         .run =
+             [](Values& values) { return values.value.Serialize(values.record, 2) != 0x80000008u; },
          .done = "9: old (..............old.)",
          .failed = "9: old (none)",
          .thrown = "9: old",
          .least = 2},
         {.what = "in a buffer that grows",
          .prepare = [](Values& values) { values.record = BufferWith("xy"); },
-         .run = [](Values& values) { return values.value.Serialize(values.record, 2) == 16; },
+         .run =
+             [](Values& values) { return values.value.Serialize(values.record, 2) != 0x80000008u; },
          .done = "9: old (xy............old.)",
          .failed = "9: old (none)",
          .again = "9: old (..............old.)",
          .least = 1},
         {.what = "in a buffer that fits",
          .prepare = [](Values& values) { values.record = BufferWith("0123456789ABCDEF"); },
-         .run = [](Values& values) { return values.value.Serialize(values.record, 0) == 16; },
+         .run =
+             [](Values& values) { return values.value.Serialize(values.record, 0) != 0x80000008u; },
          .done = "9: old (............old.)"},
         {.what = "in its own buffer",
          .prepare = [](Values& values) { values.record = values.value.GetBuffer(); },
-         .run = [](Values& values) { return values.value.Serialize(values.record, 2) == 16; },
+         .run =
+             [](Values& values) { return values.value.Serialize(values.record, 2) != 0x80000008u; },
          .done = "9: old (ol............old.)",
          .failed = "9: old (old.)",
          .thrown = "9: old (old.)",
