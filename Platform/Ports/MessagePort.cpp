@@ -420,23 +420,13 @@ SInt32 CFMessagePortSendRequest(CFMessagePortRef remote, SInt32 msgid, CFDataRef
         return port.mConnection->Send(msgid, data, timeout, nullptr);
     }
     return Request(port, msgid, data, timeout, rcvTimeout,
-                   ModeText(replyMode, "CFMessagePortSendRequest"), returnData);
+                   Text(replyMode, "CFMessagePortSendRequest"), returnData);
 }
 
 CFRunLoopSourceRef CFMessagePortCreateRunLoopSource(CFAllocatorRef, CFMessagePortRef local, CFIndex)
 {
     auto& port = Standin::As<__CFMessagePort>(local, "CFMessagePortCreateRunLoopSource");
     return port.IsRemote() ? nullptr : port.CopySource();
-}
-
-Boolean CFMessagePortIsRemote(CFMessagePortRef ms)
-{
-    return Standin::As<__CFMessagePort>(ms, "CFMessagePortIsRemote").IsRemote();
-}
-
-Boolean CFMessagePortIsValid(CFMessagePortRef ms)
-{
-    return Standin::As<__CFMessagePort>(ms, "CFMessagePortIsValid").IsValid();
 }
 
 void CFMessagePortInvalidate(CFMessagePortRef ms)

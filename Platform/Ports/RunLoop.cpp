@@ -21,11 +21,7 @@ std::vector<__CFRunLoop*>& Loops()
     return *sLoops;
 }
 
-constexpr std::string_view kDefaultMode = "kCFRunLoopDefaultMode";
-constexpr std::string_view kCommonModes = "kCFRunLoopCommonModes";
-
-constinit __CFString gDefaultMode(kDefaultMode);
-constinit __CFString gCommonModes(kCommonModes);
+constinit __CFString gDefaultMode("kCFRunLoopDefaultMode");
 
 /// Owns the loop of a thread.
 struct ThreadLoop
@@ -65,7 +61,6 @@ constexpr Standin::Nanoseconds kSliceWithoutWakeUp = 10000000;
 } // namespace
 
 const CFStringRef kCFRunLoopDefaultMode = &gDefaultMode;
-const CFStringRef kCFRunLoopCommonModes = &gCommonModes;
 
 const Standin::Type __CFRunLoop::kType = {Standin::kRunLoopType, "CFRunLoop", &DestroyLoop};
 const Standin::Type __CFRunLoopSource::kType = {Standin::kRunLoopSourceType, "CFRunLoopSource",
@@ -113,20 +108,6 @@ void __CFRunLoop::Add(std::shared_ptr<Standin::LoopSource> source, std::string_v
         mChanges.fetch_add(1, std::memory_order_release);
     }
     WakeUp();
-}
-
-void __CFRunLoop::Remove(const Standin::LoopSource* source, std::string_view mode)
-{
-    std::shared_ptr<Standin::LoopSource> removed;
-    const std::lock_guard lock(gLoopsMutex);
-    const auto found = std::find_if(mEntries.begin(), mEntries.end(), [&](const Entry& entry) {
-        return entry.mSource.get() == source && entry.mMode == mode;
-    });
-    if (found != mEntries.end()) {
-        removed = std::move(found->mSource);
-        mEntries.erase(found);
-        mChanges.fetch_add(1, std::memory_order_release);
-    }
 }
 
 void __CFRunLoop::RemoveFromEveryMode(const Standin::LoopSource* source)
@@ -247,12 +228,6 @@ SInt32 __CFRunLoop::Run(std::string_view mode, CFTimeInterval seconds,
 
 namespace Standin {
 
-std::string_view ModeText(CFStringRef mode, const char* call)
-{
-    const std::string_view text = Text(mode, call);
-    return text == kCommonModes ? kDefaultMode : text;
-}
-
 void RemoveFromEveryLoop(const LoopSource* source)
 {
     const std::lock_guard lock(gLoopsMutex);
@@ -280,11 +255,6 @@ void RenewLoopsInChild()
 
 } // namespace Standin
 
-CFTypeID CFRunLoopGetTypeID(void)
-{
-    return Standin::kRunLoopType;
-}
-
 CFRunLoopRef CFRunLoopGetCurrent(void)
 {
     static thread_local ThreadLoop sLoop;
@@ -300,7 +270,7 @@ CFRunLoopRef CFRunLoopGetCurrent(void)
 SInt32 CFRunLoopRunInMode(CFStringRef mode, CFTimeInterval seconds,
                           Boolean returnAfterSourceHandled)
 {
-    return CFRunLoopGetCurrent()->Run(Standin::ModeText(mode, "CFRunLoopRunInMode"), seconds,
+    return CFRunLoopGetCurrent()->Run(Standin::Text(mode, "CFRunLoopRunInMode"), seconds,
                                       returnAfterSourceHandled != 0);
 }
 
@@ -313,12 +283,5 @@ void CFRunLoopAddSource(CFRunLoopRef rl, CFRunLoopSourceRef source, CFStringRef 
 {
     auto& added = Standin::As<__CFRunLoopSource>(source, "CFRunLoopAddSource");
     Standin::As<__CFRunLoop>(rl, "CFRunLoopAddSource")
-        .Add(added.mSource, Standin::ModeText(mode, "CFRunLoopAddSource"));
-}
-
-void CFRunLoopRemoveSource(CFRunLoopRef rl, CFRunLoopSourceRef source, CFStringRef mode)
-{
-    auto& removed = Standin::As<__CFRunLoopSource>(source, "CFRunLoopRemoveSource");
-    Standin::As<__CFRunLoop>(rl, "CFRunLoopRemoveSource")
-        .Remove(removed.mSource.get(), Standin::ModeText(mode, "CFRunLoopRemoveSource"));
+        .Add(added.mSource, Standin::Text(mode, "CFRunLoopAddSource"));
 }

@@ -47,7 +47,6 @@ struct __CFRunLoop : Standin::Object
     SInt32 Run(std::string_view mode, CFTimeInterval seconds, bool returnAfterSourceHandled,
                Standin::LoopSource* awaited = nullptr, const std::atomic<bool>* isOver = nullptr);
     void Add(std::shared_ptr<Standin::LoopSource> source, std::string_view mode);
-    void Remove(const Standin::LoopSource* source, std::string_view mode);
     void RemoveFromEveryMode(const Standin::LoopSource* source);
 
     /// Makes a waiting run look again. Threads: any; also from a signal handler.
@@ -92,9 +91,6 @@ struct __CFRunLoopSource : Standin::Object
 };
 
 namespace Standin {
-
-/// The text of a mode; the common modes are the default mode alone.
-std::string_view ModeText(CFStringRef mode, const char* call);
 
 /// Takes a source, of which the caller holds a reference, out of every loop of the process. A loop
 /// may still be performing it.

@@ -75,8 +75,6 @@ SInt32 CFMessagePortSendRequest(CFMessagePortRef remote, SInt32 msgid, CFDataRef
 CFRunLoopSourceRef CFMessagePortCreateRunLoopSource(CFAllocatorRef allocator,
                                                     CFMessagePortRef local, CFIndex order);
 
-Boolean CFMessagePortIsRemote(CFMessagePortRef ms);
-Boolean CFMessagePortIsValid(CFMessagePortRef ms);
 /// Ends the port's work for good. A local port keeps its name until its last reference goes.
 void CFMessagePortInvalidate(CFMessagePortRef ms);
 

@@ -19,10 +19,6 @@ enum
 CF_EXTERN_C_BEGIN
 
 extern const CFStringRef kCFRunLoopDefaultMode;
-/// Stands for the default mode where a source is added or removed.
-extern const CFStringRef kCFRunLoopCommonModes;
-
-CFTypeID CFRunLoopGetTypeID(void);
 
 /// The calling thread's loop, made on first use and gone with the thread; a Get call.
 CFRunLoopRef CFRunLoopGetCurrent(void);
@@ -39,7 +35,8 @@ SInt32 CFRunLoopRunInMode(CFStringRef mode, CFTimeInterval seconds,
 /// or the thread may end, and its loop with it, during the call.
 void CFRunLoopStop(CFRunLoopRef rl);
 
+/// Makes every run of the loop in `mode` wait for the source too. It leaves its loops when its port
+/// is invalidated.
 void CFRunLoopAddSource(CFRunLoopRef rl, CFRunLoopSourceRef source, CFStringRef mode);
-void CFRunLoopRemoveSource(CFRunLoopRef rl, CFRunLoopSourceRef source, CFStringRef mode);
 
 CF_EXTERN_C_END
