@@ -16,7 +16,7 @@
 #include <QX/Exception.h>
 
 #include <CoreAudio/AudioDriverPlugIn.h>
-#include <Standin/Standin.h>
+#include <Standin/LiveObjects.h>
 
 #include <algorithm>
 #include <array>

@@ -13,7 +13,7 @@
 #include "Tools/Monitor/StateTable.h"
 
 #include <CoreFoundation/CoreFoundation.h>
-#include <Standin/Standin.h>
+#include <Standin/LiveObjects.h>
 
 #include <algorithm>
 #include <bit>

@@ -2,7 +2,7 @@
 
 #include "Objects/Object.h"
 
-#include <Standin/Standin.h>
+#include <Standin/LiveObjects.h>
 
 #include <cstdint>
 
@@ -114,11 +114,6 @@ CFTypeRef CFRetain(CFTypeRef cf)
 void CFRelease(CFTypeRef cf)
 {
     Standin::AnyObject(cf, "CFRelease").Release("CFRelease");
-}
-
-CFIndex CFGetRetainCount(CFTypeRef cf)
-{
-    return Standin::AnyObject(cf, "CFGetRetainCount").GetCount();
 }
 
 SInt32 StandinGetLiveObjectCount(CFTypeID typeID)

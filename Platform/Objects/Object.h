@@ -61,7 +61,6 @@ public:
     Object& operator=(const Object&) = delete;
 
     const Type& GetType() const { return *mType; }
-    SInt32 GetCount() const { return mCount.load(std::memory_order_relaxed); }
 
     void Retain(const char* call);
     /// Adds a reference unless the last one is just being released.
@@ -69,6 +68,8 @@ public:
     void Release(const char* call);
 
 private:
+    SInt32 GetCount() const { return mCount.load(std::memory_order_relaxed); }
+
     const Type* mType;
     std::atomic<SInt32> mCount;
 };

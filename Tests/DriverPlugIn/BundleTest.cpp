@@ -8,7 +8,7 @@
 
 #include <QX/Exception.h>
 
-#include <Standin/Standin.h>
+#include <Standin/LiveObjects.h>
 
 #include <filesystem>
 #include <string>

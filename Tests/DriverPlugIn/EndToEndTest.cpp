@@ -11,7 +11,7 @@
 
 #include <gtest/gtest.h>
 
-#include <Standin/Standin.h>
+#include <Standin/LiveObjects.h>
 
 #include <chrono>
 #include <future>

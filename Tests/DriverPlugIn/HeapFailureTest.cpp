@@ -12,7 +12,7 @@
 
 #include <gtest/gtest.h>
 
-#include <Standin/Standin.h>
+#include <Standin/LiveObjects.h>
 
 #include <new>
 

@@ -2,7 +2,7 @@
 
 #include "DriverPlugIn/Support/PlugInFixture.h"
 
-#include <Standin/Standin.h>
+#include <Standin/LiveObjects.h>
 
 #include <cstring>
 

@@ -13,7 +13,7 @@
 
 #include <CoreAudio/AudioDriverPlugIn.h>
 
-#include <Standin/Standin.h>
+#include <Standin/LiveObjects.h>
 
 #include <array>
 #include <cstdio>

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
+#include <Standin/LiveObjects.h>
 #include <Standin/Standin.h>
 
 #include <gtest/gtest.h>

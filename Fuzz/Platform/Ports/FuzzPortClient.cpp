@@ -11,7 +11,7 @@
 #include "Ports/PortName.h"
 
 #include <CoreFoundation/CoreFoundation.h>
-#include <Standin/Standin.h>
+#include <Standin/LiveObjects.h>
 
 #include <cstring>
 #include <deque>

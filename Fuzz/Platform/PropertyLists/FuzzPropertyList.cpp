@@ -6,7 +6,7 @@
 #include "FuzzCheck.h"
 
 #include <CoreFoundation/CoreFoundation.h>
-#include <Standin/Standin.h>
+#include <Standin/LiveObjects.h>
 
 #include <cstddef>
 #include <cstdint>

@@ -46,7 +46,5 @@ CFTypeID CFGetTypeID(CFTypeRef cf);
 CFTypeRef CFRetain(CFTypeRef cf);
 /// Gives a reference back; the last one destroys the object.
 void CFRelease(CFTypeRef cf);
-/// The number of references; a constant object answers the largest CFIndex.
-CFIndex CFGetRetainCount(CFTypeRef cf);
 
 CF_EXTERN_C_END

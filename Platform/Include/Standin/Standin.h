@@ -1,4 +1,4 @@
-// Standin.h - what the stand-in offers beyond the platform's own calls, for tests and tools.
+// Standin.h - what the stand-in tells tools of message ports beyond the platform's own calls.
 //
 // The framework and the plug-in never include this header: their sources compile on the platform.
 // A tool that does asks `__has_include(<Standin/Standin.h>)` first.
@@ -7,12 +7,6 @@
 #include <CoreFoundation/CFMessagePort.h>
 
 CF_EXTERN_C_BEGIN
-
-/// The number of live objects of one type, such as CFDataGetTypeID(); constant objects do not
-/// count.
-SInt32 StandinGetLiveObjectCount(CFTypeID typeID);
-/// The number of live objects of all types but run loops, which come and go with their threads.
-SInt32 StandinGetTotalLiveObjectCount(void);
 
 /// The process that holds a message port's name for the calling user, or 0 if nobody does.
 SInt32 StandinGetPortHolder(CFStringRef name);
