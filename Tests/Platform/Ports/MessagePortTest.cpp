@@ -277,28 +277,75 @@ TEST_F(MessagePort, ASendWaitsForRoomAndThenSucceeds)
     CFRelease(port);
 }
 
+/// A local port in the calling thread's loop that keeps the IDs it gets and answers with them.
+class OwnPort
+{
+public:
+    explicit OwnPort(const std::string& name)
+    {
+        CFStringRef string = MakeString(name.c_str());
+        CFMessagePortContext context = {0, &mIDs, nullptr, nullptr, nullptr};
+        mPort = CFMessagePortCreateLocal(
+            nullptr, string,
+            [](CFMessagePortRef, SInt32 id, CFDataRef, void* info) {
+                static_cast<std::vector<SInt32>*>(info)->push_back(id);
+                return MakeData(std::to_string(id));
+            },
+            &context, nullptr);
+        CFRunLoopSourceRef source = CFMessagePortCreateRunLoopSource(nullptr, mPort, 0);
+        CFRunLoopAddSource(CFRunLoopGetCurrent(), source, kCFRunLoopDefaultMode);
+        CFRelease(source);
+        CFRelease(string);
+    }
+    OwnPort(const OwnPort&) = delete;
+    OwnPort& operator=(const OwnPort&) = delete;
+    ~OwnPort()
+    {
+        CFMessagePortInvalidate(mPort);
+        CFRelease(mPort);
+    }
+
+    const std::vector<SInt32>& GetIDs() const { return mIDs; }
+
+private:
+    CFMessagePortRef mPort = nullptr;
+    std::vector<SInt32> mIDs;
+};
+
 TEST_F(MessagePort, ServesItsOwnThreadDuringAReplyWait)
 {
-    CFStringRef name = MakeString(UniqueName("self").c_str());
-    CFMessagePortRef local = CFMessagePortCreateLocal(
-        nullptr, name,
-        [](CFMessagePortRef, SInt32 id, CFDataRef, void*) {
-            return MakeData(id == 9 ? "nine" : "other");
-        },
-        nullptr, nullptr);
-    CFRunLoopSourceRef source = CFMessagePortCreateRunLoopSource(nullptr, local, 0);
-    CFRunLoopAddSource(CFRunLoopGetCurrent(), source, kCFRunLoopDefaultMode);
-    CFMessagePortRef port = CFMessagePortCreateRemote(nullptr, name);
+    const std::string name = UniqueName("self");
+    const OwnPort own(name);
+    CFMessagePortRef port = Connect(name);
     std::string reply;
 
     EXPECT_EQ(SendRequest(port, 9, 10.0, &reply), 0);
-    EXPECT_EQ(reply, "nine");
+    EXPECT_EQ(reply, "9");
 
-    CFMessagePortInvalidate(local);
-    for (CFTypeRef object :
-         {CFTypeRef(port), CFTypeRef(source), CFTypeRef(local), CFTypeRef(name)}) {
-        CFRelease(object);
-    }
+    CFRelease(port);
+}
+
+// The server answers only once the waiting thread has served a port of its own.
+TEST_F(MessagePort, EverySourceOfTheModeFiresWhileAReplyIsAwaited)
+{
+    const std::string name = UniqueName("awaited");
+    const std::string ownName = UniqueName("awaited-own");
+    const OwnPort own(ownName);
+    ThreadServer server(name, [&](SInt32) {
+        CFMessagePortRef back = Connect(ownName);
+        std::string reply;
+        EXPECT_EQ(SendRequest(back, 1, 10.0, &reply), 0);
+        CFRelease(back);
+        return MakeData("after " + reply);
+    });
+    CFMessagePortRef port = Connect(name);
+    std::string reply;
+
+    EXPECT_EQ(SendRequest(port, 7, 30.0, &reply), 0);
+
+    EXPECT_EQ(reply, "after 1");
+    EXPECT_EQ(own.GetIDs(), std::vector<SInt32>{1});
+    CFRelease(port);
 }
 
 TEST_F(MessagePort, RequestsOfManyThreadsGetTheirOwnReplies)
