@@ -112,8 +112,9 @@ public:
         if (mIsRefused || !HostilePeer::Send(mSocket.Get(), packet)) {
             return;
         }
-        const bool isMessage = packet.isFrame && (packet.frame.mKind == FrameKind::kOneWay ||
-                                                  packet.frame.mKind == FrameKind::kRequest);
+        const bool isMessage =
+            packet.isFrame && packet.frame.mLength <= Standin::kLargestData &&
+            (packet.frame.mKind == FrameKind::kOneWay || packet.frame.mKind == FrameKind::kRequest);
         if (!isMessage) {
             mIsRefused = true;
             return;
@@ -169,6 +170,7 @@ private:
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     constexpr std::size_t kMostPackets = 24;
+    constexpr std::size_t kLargestUnsettled = 512;
     Server& server = GetServer();
     RunLoop();
     const SInt32 liveBefore = StandinGetTotalLiveObjectCount();
@@ -177,8 +179,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 
     Client client(server);
     for (std::size_t count = 0; count < kMostPackets && !input.IsEmpty(); ++count) {
-        client.Send(HostilePeer::TakePacket(input));
-        if ((choice & 1) != 0) {
+        const Packet packet = HostilePeer::TakePacket(input);
+        // The client reads no replies in between, and loses those that its socket has no room for.
+        const bool isLarge = packet.bytes.size() > kLargestUnsettled;
+        if (isLarge) {
+            client.Settle();
+        }
+        client.Send(packet);
+        if (isLarge || (choice & 1) != 0) {
             client.Settle();
         }
     }

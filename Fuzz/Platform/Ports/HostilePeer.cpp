@@ -9,8 +9,14 @@
 namespace HostilePeer {
 namespace {
 
-// More than an acknowledgement and a short reply.
-constexpr std::size_t kLargestPacket = 512;
+// A packet of this size byte is filled with zeros to about as much data as a message carries, or a
+// little more, so that a few bytes of input make it too large.
+constexpr std::size_t kNearlyFull = 0xFF;
+
+void Fill(std::vector<unsigned char>& data, FuzzInput& input)
+{
+    data.resize(Standin::kLargestData - 128 + input.TakeByte());
+}
 
 void Interpret(Packet& packet)
 {
@@ -29,9 +35,13 @@ Packet TakePacket(FuzzInput& input)
     const uint8_t shape = input.TakeByte();
     std::size_t size = input.TakeByte();
     Packet packet;
+    const bool isFilled = size == kNearlyFull;
     if ((shape & 1) != 0) {
         const uint8_t* const bytes = input.TakeBytes(size);
         packet.bytes.assign(bytes, bytes + size);
+        if (isFilled) {
+            Fill(packet.bytes, input);
+        }
         Interpret(packet);
         return packet;
     }
@@ -41,11 +51,15 @@ Packet TakePacket(FuzzInput& input)
     frame.mNumber = (shape & 4) != 0 ? input.TakeWord() : shape >> 6;
     frame.mMessageID = static_cast<SInt32>(input.TakeByte());
     const uint32_t lie = (shape & 8) != 0 ? input.TakeWord() : 0;
-    const uint8_t* const data = input.TakeBytes(size);
-    frame.mLength = static_cast<UInt32>(size) + lie;
+    const uint8_t* const bytes = input.TakeBytes(size);
+    std::vector<unsigned char> data(bytes, bytes + size);
+    if (isFilled) {
+        Fill(data, input);
+    }
+    frame.mLength = static_cast<UInt32>(data.size()) + lie;
     packet.bytes.resize(Standin::kHeaderSize);
     Standin::WriteHeader(frame, packet.bytes.data());
-    packet.bytes.insert(packet.bytes.end(), data, data + size);
+    packet.bytes.insert(packet.bytes.end(), data.begin(), data.end());
     Interpret(packet);
     return packet;
 }
@@ -58,9 +72,9 @@ bool Send(int socket, const Packet& packet)
 
 bool Receive(int socket, Packet& packet)
 {
-    packet.bytes.resize(kLargestPacket);
-    const ssize_t size = recv(socket, packet.bytes.data(), packet.bytes.size(), MSG_DONTWAIT);
-    packet.bytes.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+    static unsigned char sBytes[Standin::kHeaderSize + Standin::kLargestData];
+    const ssize_t size = recv(socket, sBytes, sizeof sBytes, MSG_DONTWAIT);
+    packet.bytes.assign(sBytes, sBytes + (size > 0 ? size : 0));
     Interpret(packet);
     return size > 0;
 }

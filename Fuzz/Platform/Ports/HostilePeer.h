@@ -22,7 +22,8 @@ struct Packet
 /// A name of a port that no other process uses.
 std::string MakeName(const char* purpose);
 
-/// Takes a packet off the input: arbitrary bytes, or a frame of arbitrary words.
+/// Takes a packet off the input: arbitrary bytes, or a frame of arbitrary words. It may have more
+/// data than a message can carry.
 Packet TakePacket(FuzzInput& input);
 
 /// Sends a packet; false if the other end is gone or reads nothing.
