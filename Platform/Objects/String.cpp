@@ -5,42 +5,45 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
-#include <mutex>
 
 namespace Standin {
 
 namespace {
 
-__CFString* MakeWithCount(std::string_view text, SInt32 count)
+/// Makes an object in one block with a copy of its text, which is its first argument; null when
+/// there is no memory.
+template <class T, class... Arguments>
+T* MakeWithText(std::string_view text, Arguments... others)
 {
-    void* memory = std::malloc(sizeof(__CFString) + text.size() + 1);
+    void* const memory = std::malloc(sizeof(T) + text.size() + 1);
     if (memory == nullptr) {
         return nullptr;
     }
-    auto* made = new (memory) __CFString(text.size(), count);
-    char* const bytes = reinterpret_cast<char*>(made + 1);
+    char* const bytes = static_cast<char*>(memory) + sizeof(T);
     std::memcpy(bytes, text.data(), text.size());
     bytes[text.size()] = '\0';
-    return made;
+    return new (memory) T(std::string_view(bytes, text.size()), others...);
 }
 
 /// Constant strings are found again by their text and live as long as the process.
 struct ConstantString
 {
-    __CFString* mString;
-    ConstantString* mNext;
-};
-std::atomic<ConstantString*> gConstants = nullptr;
-/// Held by whoever adds to the list; to look through it takes no lock.
-std::mutex gConstantsMutex;
+    explicit ConstantString(std::string_view text)
+        : mString(text)
+    {}
 
-__CFString* FindConstant(std::string_view text)
+    const __CFString mString;
+    const ConstantString* mNext = nullptr;
+};
+// The list only grows, and needs no lock, which a fork could leave locked in the child.
+std::atomic<const ConstantString*> gConstants{nullptr};
+
+CFStringRef FindConstant(const ConstantString* first, std::string_view text)
 {
-    const ConstantString* constant = gConstants.load(std::memory_order_acquire);
-    while (constant != nullptr && constant->mString->GetView() != text) {
-        constant = constant->mNext;
+    while (first != nullptr && first->mString.GetView() != text) {
+        first = first->mNext;
     }
-    return constant != nullptr ? constant->mString : nullptr;
+    return first != nullptr ? &first->mString : nullptr;
 }
 
 } // namespace
@@ -53,7 +56,7 @@ bool IsASCII(std::string_view text)
 
 CFStringRef MakeString(std::string_view text)
 {
-    __CFString* made = MakeWithCount(text, 1);
+    const CFStringRef made = MakeWithText<__CFString>(text, 1);
     if (made != nullptr) {
         CountBirth(kStringType);
     }
@@ -74,24 +77,27 @@ CFStringRef __CFStringMakeConstantString(const char* cStr)
 {
     using namespace Standin;
     const std::string_view text = cStr;
-    if (__CFString* const known = FindConstant(text)) {
+    const ConstantString* first = gConstants.load(std::memory_order_acquire);
+    if (const CFStringRef known = FindConstant(first, text)) {
         return known;
     }
     if (!IsASCII(text)) {
         Misuse("CFSTR", "the literal has a character of more than 7 bits");
     }
-    const std::lock_guard lock(gConstantsMutex);
-    if (__CFString* const known = FindConstant(text)) {
-        return known;
-    }
-    auto* const node = static_cast<ConstantString*>(std::malloc(sizeof(ConstantString)));
-    __CFString* const made = MakeWithCount(text, Object::kImmortal);
-    if (node == nullptr || made == nullptr) {
+    auto* const made = MakeWithText<ConstantString>(text);
+    if (made == nullptr) {
         Misuse("CFSTR", "there is no memory for a constant string");
     }
-    *node = {made, gConstants.load(std::memory_order_relaxed)};
-    gConstants.store(node, std::memory_order_release);
-    return made;
+    do {
+        // Another thread may have added the same one meanwhile.
+        if (const CFStringRef known = FindConstant(first, text)) {
+            std::free(made);
+            return known;
+        }
+        made->mNext = first;
+    } while (!gConstants.compare_exchange_weak(first, made, std::memory_order_release,
+                                               std::memory_order_acquire));
+    return &made->mString;
 }
 
 Boolean CFStringGetCString(CFStringRef theString, char* buffer, CFIndex bufferSize,

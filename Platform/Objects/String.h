@@ -11,17 +11,11 @@ struct __CFString : Standin::Object
 {
     static const Standin::Type kType;
 
-    /// A constant object over a literal.
-    constexpr explicit __CFString(std::string_view literal)
-        : Object(kType, kImmortal)
-        , mText(literal.data())
-        , mLength(literal.size())
-    {}
-    /// An object that is followed by its text, with a NUL, in the same block.
-    __CFString(std::size_t length, SInt32 count)
+    /// The text must live as long as the object, which is a constant one without a count.
+    constexpr explicit __CFString(std::string_view text, SInt32 count = kImmortal)
         : Object(kType, count)
-        , mText(reinterpret_cast<const char*>(this + 1))
-        , mLength(length)
+        , mText(text.data())
+        , mLength(text.size())
     {}
 
     std::string_view GetView() const { return {mText, mLength}; }

@@ -15,6 +15,7 @@
 #include <linux/futex.h>
 #include <mutex>
 #include <new>
+#include <pthread.h>
 #include <sys/single_threaded.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -45,8 +46,12 @@ enum State : int
     kDeleted = 3
 };
 
+// Guards the list of deleted regions, and is never left locked in a forked child.
 std::mutex gFreeMutex;
 Region* gFree = nullptr;
+
+[[maybe_unused]] const int gForkHandlers = pthread_atfork(
+    [] { gFreeMutex.lock(); }, [] { gFreeMutex.unlock(); }, [] { gFreeMutex.unlock(); });
 
 const void* ThisThread()
 {

@@ -8,8 +8,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <string>
 #include <string_view>
+#include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace Platform {
@@ -42,6 +45,34 @@ inline std::string TextOf(CFStringRef string)
 inline std::string UniqueName(const char* purpose)
 {
     return std::string("org.qxaudio.test.") + purpose + "." + std::to_string(getpid());
+}
+
+/// Calls `step` again and again on a thread while this process forks, and in each child once.
+/// Returns how many children ended well: all 100 unless one found a lock that the thread held.
+template <class Step>
+int CountChildrenThatAreFree(Step step)
+{
+    std::atomic<bool> isOver{false};
+    std::thread other([&] {
+        while (!isOver) {
+            step();
+        }
+    });
+    int ended = 0;
+    for (int round = 0; round < 100; ++round) {
+        const pid_t child = fork();
+        if (child == 0) {
+            alarm(5);
+            step();
+            _exit(0);
+        }
+        int status = -1;
+        waitpid(child, &status, 0);
+        ended += status == 0 ? 1 : 0;
+    }
+    isOver = true;
+    other.join();
+    return ended;
 }
 
 /// Fails a test after which more objects live than before.

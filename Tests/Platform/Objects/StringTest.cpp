@@ -16,6 +16,11 @@ TEST_F(String, EqualLiteralsAreOneConstantObject)
     EXPECT_EQ(Platform::TextOf(CFSTR("ParameterDataKey")), "ParameterDataKey");
 }
 
+TEST_F(String, AForkedChildMakesLiteralsWhateverOtherThreadsWereDoing)
+{
+    EXPECT_EQ(Platform::CountChildrenThatAreFree([] { CFSTR("made often"); }), 100);
+}
+
 TEST_F(String, FormatsText)
 {
     const char* const none = nullptr;

@@ -1,5 +1,7 @@
 // CriticalRegionTest.cpp - owners, entries and timeouts of critical regions.
 
+#include "Platform/PlatformTesting.h"
+
 #include <CoreServices/CoreServices.h>
 
 #include <gmock/gmock.h>
@@ -34,6 +36,17 @@ protected:
 
     MPCriticalRegionID mRegion = nullptr;
 };
+
+TEST_F(CriticalRegion, AForkedChildMakesRegionsWhateverOtherThreadsWereDoing)
+{
+    const int ended = Platform::CountChildrenThatAreFree([] {
+        MPCriticalRegionID region = nullptr;
+        MPCreateCriticalRegion(&region);
+        MPDeleteCriticalRegion(region);
+    });
+
+    EXPECT_EQ(ended, 100);
+}
 
 TEST_F(CriticalRegion, LetsItsOwnerInAgainAndNeedsAnExitForEachEntry)
 {
