@@ -16,7 +16,7 @@ std::string DescribePortHolder(CFStringRef name)
 {
     const int process = static_cast<int>(StandinGetPortHolder(name));
     if (process == 0) {
-        return "another process";
+        return "";
     }
     std::string program;
     std::ifstream file(FormatText("/proc/%d/comm", process));
@@ -54,7 +54,7 @@ namespace Tools {
 
 std::string DescribePortHolder(CFStringRef)
 {
-    return "another process";
+    return "";
 }
 
 std::string DescribePortFault()

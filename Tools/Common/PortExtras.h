@@ -8,8 +8,8 @@
 
 namespace Tools {
 
-/// Returns, for example, "process 4711 (qxmon)", or "another process" where the platform does not
-/// tell.
+/// Returns the process that holds the name, such as "process 4711 (qxmon)", or "" if the platform
+/// does not tell.
 std::string DescribePortHolder(CFStringRef name);
 
 /// Returns why this user can have no ports at all, or "" if nothing is known to be wrong.

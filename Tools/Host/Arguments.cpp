@@ -26,6 +26,7 @@ constexpr const char* kFooter =
     "  2  the command line or the script is wrong\n"
     "  3  the plug-in cannot be loaded, or lacks an entry point\n"
     "  4  the standard output cannot be written\n"
+    "  5  there is not enough memory\n"
     "\n"
     "Examples:\n"
     "  qxhost info                              what the plug-in says of its properties\n"

@@ -15,7 +15,8 @@ enum ExitCode : int
     kExitUnexpected = 1,
     kExitUsage = 2,
     kExitNotLoaded = 3,
-    kExitUnwritten = 4
+    kExitUnwritten = 4,
+    kExitNoMemory = 5
 };
 
 struct Arguments

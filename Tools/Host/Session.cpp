@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <exception>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -99,6 +100,8 @@ void Session::Run(const Step& step)
     if (step.action == Action::kGet || step.action == Action::kStreamGet) {
         result.data.resize(step.size);
     }
+    // What a lack of memory does to the plug-in is the plug-in's business.
+    const std::new_handler handler = std::set_new_handler(nullptr);
     const Clock::time_point start = Clock::now();
     try {
         result.status = Call(step, result);
@@ -107,6 +110,7 @@ void Session::Run(const Step& step)
         result.exception = exception.what();
         result.exception = result.exception.empty() ? "without a text" : result.exception;
     }
+    std::set_new_handler(handler);
     result.microseconds = std::chrono::duration<double, std::micro>(Clock::now() - start).count();
     TrimData(result);
     result.isAsExpected =

@@ -1,6 +1,7 @@
 // main.cpp - qxhost: loads a driver plug-in bundle and drives it as the audio HAL would.
 
 #include "Protocol/ServerProtocol.h"
+#include "Tools/Common/Memory.h"
 #include "Tools/Common/PortExtras.h"
 #include "Tools/Common/Terminal.h"
 #include "Tools/Host/Arguments.h"
@@ -65,6 +66,7 @@ int Drive(const Arguments& arguments, const PlugIn& plugIn)
 
 int main(int count, char** values)
 {
+    Tools::EndWithoutMemory("qxhost: there is not enough memory\n", kExitNoMemory);
     int exitCode = kExitAsExpected;
     const std::optional<Arguments> arguments = ReadArguments(count, values, exitCode);
     if (!arguments) {

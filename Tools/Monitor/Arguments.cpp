@@ -20,6 +20,7 @@ constexpr const char* kFooter =
     "  3  the port is held by another process, or cannot be made\n"
     "  4  the file to decode cannot be read\n"
     "  5  the standard output cannot be written\n"
+    "  6  there is not enough memory\n"
     "\n"
     "Examples:\n"
     "  qxmon                      show messages until Ctrl-C\n"

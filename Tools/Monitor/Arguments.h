@@ -14,7 +14,8 @@ enum ExitCode : int
     kExitUsage = 2,
     kExitPortTaken = 3,
     kExitUnreadable = 4,
-    kExitUnwritten = 5
+    kExitUnwritten = 5,
+    kExitNoMemory = 6
 };
 
 struct Arguments

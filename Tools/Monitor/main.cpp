@@ -2,6 +2,7 @@
 
 #include "Protocol/ServerProtocol.h"
 #include "Tools/Common/File.h"
+#include "Tools/Common/Memory.h"
 #include "Tools/Common/PortExtras.h"
 #include "Tools/Common/Terminal.h"
 #include "Tools/Monitor/Arguments.h"
@@ -15,6 +16,7 @@
 #include <cstdio>
 #include <limits>
 #include <string>
+#include <system_error>
 
 namespace {
 
@@ -53,6 +55,18 @@ void RunPort(ServerPort& port, const std::function<bool()>& wantsMore,
     port.Finish(wantsMore);
 }
 
+/// Why the port cannot be held.
+std::string DescribeFault()
+{
+    const std::string fault = Tools::DescribePortFault();
+    if (!fault.empty()) {
+        return fault;
+    }
+    const std::string holder = Tools::DescribePortHolder(CFSTR(kServerPortName));
+    return holder.empty() ? "another process holds it, or too few file descriptors are left"
+                          : holder + " holds it";
+}
+
 int Listen(const Arguments& arguments)
 {
     const std::unique_ptr<IReport> report = MakeReport(arguments);
@@ -72,11 +86,8 @@ int Listen(const Arguments& arguments)
         }
     });
     if (port == nullptr) {
-        const std::string fault = Tools::DescribePortFault();
-        const std::string reason =
-            fault.empty() ? Tools::DescribePortHolder(CFSTR(kServerPortName)) + " holds it" : fault;
         std::fprintf(stderr, "qxmon: cannot hold the port %s: %s\n", kServerPortName,
-                     reason.c_str());
+                     DescribeFault().c_str());
         return kExitPortTaken;
     }
     StopRunLoopOnSignals();
@@ -109,10 +120,16 @@ int Decode(const Arguments& arguments)
 
 int main(int count, char** values)
 {
+    Tools::EndWithoutMemory("qxmon: there is not enough memory\n", kExitNoMemory);
     int exitCode = kExitDone;
     const std::optional<Arguments> arguments = ReadArguments(count, values, exitCode);
     if (!arguments) {
         return exitCode;
     }
-    return arguments->decode ? Decode(*arguments) : Listen(*arguments);
+    try {
+        return arguments->decode ? Decode(*arguments) : Listen(*arguments);
+    } catch (const std::system_error&) {
+        std::fputs("qxmon: there is not enough memory for a thread\n", stderr);
+        return kExitNoMemory;
+    }
 }
