@@ -107,7 +107,7 @@ bool ChildProcess::ReadMore()
     if (count <= 0) {
         throw std::runtime_error("the process has written nothing for a minute");
     }
-    char block[4096];
+    char block[65536];
     const ssize_t size = read(mOutput, block, sizeof block);
     if (size > 0) {
         mBuffer.append(block, static_cast<std::size_t>(size));
