@@ -188,7 +188,7 @@ void XMLScanner::AppendReference(std::string& text)
                                                    codePoint, isHex ? 16 : 10);
         if (name.substr(0, 1) != "#" || error != std::errc() ||
             last != digits.data() + digits.size() || !IsXMLCharacter(codePoint)) {
-            throw XMLError{"a character reference is unknown: &" + std::string(name) + ";"};
+            throw XMLError{"a character reference is unknown"};
         }
     }
     AppendUtf8(text, codePoint);
