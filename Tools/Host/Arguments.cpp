@@ -3,6 +3,7 @@
 #include "Tools/Host/Arguments.h"
 
 #include "Tools/Common/File.h"
+#include "Tools/Common/Text.h"
 #include "Tools/Host/Script.h"
 #include "Tools/Host/Session.h"
 #include "Tools/Host/Status.h"
@@ -53,7 +54,7 @@ struct Options
 
 std::string FormatFailure(const CLI::App*, const CLI::Error& error)
 {
-    return std::string("qxhost: ") + error.what() + "\nqxhost --help tells more.\n";
+    return "qxhost: " + Tools::EscapeControls(error.what()) + "\nqxhost --help tells more.\n";
 }
 
 Property RequireProperty(const std::string& word)

@@ -14,8 +14,9 @@ using JSON = nlohmann::ordered_json;
 
 void Print(const JSON& object)
 {
-    // A path or the text of an exception need not be UTF-8.
-    Tools::PrintLine(object.dump(-1, ' ', false, JSON::error_handler_t::replace));
+    // A path or the text of an exception need not be UTF-8. What is not ASCII is escaped: it could
+    // be a control of the terminal.
+    Tools::PrintLine(object.dump(-1, ' ', true, JSON::error_handler_t::replace));
 }
 
 void AddProperty(JSON& object, const Step& step)

@@ -63,7 +63,7 @@ private:
 
 void TextReport::ShowPlugIn(const std::string& path)
 {
-    PrintLine("qxhost: plug-in " + path);
+    PrintLine("qxhost: plug-in " + Tools::EscapeControls(path));
 }
 
 void TextReport::ShowServer(const std::string& portName, bool isThere)

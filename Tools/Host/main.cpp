@@ -4,6 +4,7 @@
 #include "Tools/Common/Memory.h"
 #include "Tools/Common/PortExtras.h"
 #include "Tools/Common/Terminal.h"
+#include "Tools/Common/Text.h"
 #include "Tools/Host/Arguments.h"
 #include "Tools/Host/Report.h"
 
@@ -76,8 +77,8 @@ int main(int count, char** values)
     std::string error;
     const std::unique_ptr<PlugIn> plugIn = PlugIn::Load(path, error);
     if (plugIn == nullptr) {
-        std::fprintf(stderr, "qxhost: cannot load the plug-in %s: %s\n", path.c_str(),
-                     error.c_str());
+        std::fprintf(stderr, "qxhost: cannot load the plug-in %s: %s\n",
+                     Tools::EscapeControls(path).c_str(), Tools::EscapeControls(error).c_str());
         return kExitNotLoaded;
     }
     return Drive(*arguments, *plugIn);

@@ -2,6 +2,8 @@
 
 #include "Tools/Monitor/Arguments.h"
 
+#include "Tools/Common/Text.h"
+
 #include <CLI/CLI.hpp>
 
 namespace Monitor {
@@ -30,7 +32,7 @@ constexpr const char* kFooter =
 
 std::string FormatFailure(const CLI::App*, const CLI::Error& error)
 {
-    return std::string("qxmon: ") + error.what() + "\nqxmon --help tells more.\n";
+    return "qxmon: " + Tools::EscapeControls(error.what()) + "\nqxmon --help tells more.\n";
 }
 
 /// What is wrong with a count or a time of the command line, or "". A time that is not a number

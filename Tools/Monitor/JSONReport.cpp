@@ -26,8 +26,9 @@ void PrintHex(const char* name, const Bytes& bytes)
 
 std::string Write(const JSON& object)
 {
-    // A message's string need not be UTF-8.
-    return object.dump(-1, ' ', false, JSON::error_handler_t::replace);
+    // A message's string need not be UTF-8. What is not ASCII is escaped: it could be a control of
+    // the terminal.
+    return object.dump(-1, ' ', true, JSON::error_handler_t::replace);
 }
 
 void Print(const JSON& object)

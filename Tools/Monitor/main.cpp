@@ -5,6 +5,7 @@
 #include "Tools/Common/Memory.h"
 #include "Tools/Common/PortExtras.h"
 #include "Tools/Common/Terminal.h"
+#include "Tools/Common/Text.h"
 #include "Tools/Monitor/Arguments.h"
 #include "Tools/Monitor/Clock.h"
 #include "Tools/Monitor/MessageDecoder.h"
@@ -101,8 +102,8 @@ int Decode(const Arguments& arguments)
     std::string document;
     const std::string failure = Tools::ReadWholeFile(*arguments.decode, document);
     if (!failure.empty()) {
-        std::fprintf(stderr, "qxmon: cannot read %s: %s\n", arguments.decode->c_str(),
-                     failure.c_str());
+        std::fprintf(stderr, "qxmon: cannot read %s: %s\n",
+                     Tools::EscapeControls(*arguments.decode).c_str(), failure.c_str());
         return kExitUnreadable;
     }
     const std::unique_ptr<IReport> report = MakeReport(arguments);

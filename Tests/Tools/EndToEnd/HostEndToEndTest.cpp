@@ -104,6 +104,27 @@ TEST(Host, SendsWhatAScriptSetsToARealServer)
                   "4294967294 level 4294967295 -999.0 -999.0", "4294967294 state 0", "ClLM"}));
 }
 
+TEST(Host, ShowsNoControlCharacterOfAPathOrAnArgument)
+{
+    const struct
+    {
+        std::vector<std::string> arguments;
+        std::string errors;
+    } kCases[] = {
+        {{"--plugin", "/a\x1B[31m", "info"},
+         "qxhost: cannot load the plug-in /a\\x1B[31m: /a\\x1B[31m: cannot open shared object "
+         "file: "},
+        {{"run", "/a\x1B[31m"}, "qxhost: cannot read the script /a\\x1B[31m: "},
+        {{"--\x1B[31m", "info"}, "qxhost: The following argument was not expected: --\\x1B[31m\n"}};
+    for (const auto& entry : kCases) {
+        ChildProcess host(kHostProgram, entry.arguments);
+
+        EXPECT_NE(host.Wait(), 0);
+        EXPECT_EQ(host.GetErrors().substr(0, entry.errors.size()), entry.errors);
+        EXPECT_EQ(host.GetErrors().find('\x1B'), std::string::npos);
+    }
+}
+
 TEST(Host, SaysPlainlyThatNoServerRuns)
 {
     const HostRun run = RunHost({"run", "-"}, "open 258\n"

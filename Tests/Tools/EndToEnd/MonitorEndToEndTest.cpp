@@ -489,6 +489,23 @@ TEST(Monitor, ListsTheFieldsAsJSONWhenAskedForBytes)
                                          "meaning": "-251, state"})"));
 }
 
+TEST(Monitor, ShowsNoControlCharacterOfAPathOrADocument)
+{
+    const std::string document = "<plist><dict><key>\xC2\x9B"
+                                 "1m\x7F</key>";
+    ChildProcess text(kMonitorProgram, {"decode", "-"}, document);
+    ChildProcess json(kMonitorProgram, {"decode", "--json", "-"}, document);
+    ChildProcess unreadable(kMonitorProgram, {"decode", "/a\x1B[31m"});
+
+    EXPECT_EQ(text.ReadLines().at(1),
+              "       ! document offset 29: a value for the key \"\xC2\\x9B1m\\x7F\" is expected, "
+              "but the end is there");
+    EXPECT_NE(json.ReadLine()->find("\"\\u009b1m\\u007f\\\""), std::string::npos);
+    EXPECT_EQ(unreadable.Wait(), 4);
+    EXPECT_EQ(unreadable.GetErrors(),
+              "qxmon: cannot read /a\\x1B[31m: No such file or directory\n");
+}
+
 TEST(Monitor, SaysInItsExitCodeWhetherADocumentIsWellFormed)
 {
     ChildProcess malformed(kMonitorProgram, {"decode", "-"}, "<plist>");
