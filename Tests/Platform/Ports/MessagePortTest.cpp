@@ -472,7 +472,7 @@ TEST_F(MessagePort, InvalidatingAPortEndsItsReplyWaitWithTheUnnamedStatus)
         CFMessagePortRef signal = Connect(name);
         SendOneWay(signal, 1);
         CFRelease(signal);
-        return SendRequest(silent, 1, 0.5);
+        return SendRequest(silent, 1, 0.1);
     });
     arrived.get_future().wait();
     CFMessagePortInvalidate(silent);
