@@ -150,13 +150,12 @@ bool Connection::HasRoom() const
     return mSent - taken < kQueueLimit;
 }
 
-/// Lets the server run for a moment if there is no room; true if there is some then.
-bool Connection::HasRoomSoon() const
+/// Lets the server run for a moment if there is no room and the room could be seen without a packet.
+void Connection::YieldForRoom() const
 {
-    for (int yields = mTally ? 0 : kMostYields; yields < kMostYields && !HasRoom(); ++yields) {
+    for (int yields = 0; mTally && yields < kMostYields && !HasRoom(); ++yields) {
         sched_yield();
     }
-    return HasRoom();
 }
 
 void Connection::WaitFor(short events, Nanoseconds deadline) const
@@ -240,14 +239,18 @@ SInt32 Connection::Send(SInt32 messageID, CFDataRef data, Nanoseconds timeout, W
     }
     // The clock is first asked when there is something to wait for.
     Nanoseconds deadline = 0;
-    for (bool isLast = false;; isLast = Now() >= deadline) {
-        while (!HasRoomSoon() && !mIsBroken.load(std::memory_order_relaxed) && ReadOne()) {
+    for (bool isLast = timeout <= 0;; isLast = Now() >= deadline) {
+        if (!isLast) {
+            YieldForRoom();
+        }
+        while (!HasRoom() && !mIsBroken.load(std::memory_order_relaxed) && ReadOne()) {
         }
         if (mIsBroken.load(std::memory_order_relaxed)) {
             return kCFMessagePortTransportError;
         }
         short awaited = POLLIN;
-        if (HasRoom()) {
+        const bool hasRoom = HasRoom();
+        if (hasRoom) {
             switch (TrySend(frame, bytes)) {
             case SendResult::kSent:
                 if (waiter != nullptr) {
@@ -262,19 +265,20 @@ SInt32 Connection::Send(SInt32 messageID, CFDataRef data, Nanoseconds timeout, W
             case SendResult::kFull:
                 awaited = POLLOUT;
             }
-        } else if (mTally) {
+        }
+        if (isLast) {
+            return kCFMessagePortSendTimeout;
+        }
+        if (deadline == 0) {
+            deadline = Now() + timeout;
+        }
+        if (!hasRoom && mTally) {
             mTally.AskForAcknowledgement();
             if (HasRoom()) {
                 continue;
             }
         }
-        if (isLast) {
-            return kCFMessagePortSendTimeout;
-        }
         lock.unlock();
-        if (deadline == 0) {
-            deadline = Now() + timeout;
-        }
         WaitFor(awaited, deadline);
         lock.lock();
     }

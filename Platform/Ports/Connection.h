@@ -71,7 +71,7 @@ private:
     void DeliverReply(const Frame& frame, const unsigned char* data);
     SendResult TrySend(const Frame& frame, const void* data);
     bool HasRoom() const;
-    bool HasRoomSoon() const;
+    void YieldForRoom() const;
     void WaitFor(short events, Nanoseconds deadline) const;
 
     FileDescriptor mSocket;

@@ -3,6 +3,7 @@
 #include "Ports/MessagePort.h"
 
 #include "Objects/String.h"
+#include "Ports/PortFolder.h"
 #include "Ports/PortName.h"
 
 #include <Standin/Standin.h>

@@ -19,13 +19,6 @@ namespace Standin {
 /// The longest name of a port, in bytes.
 inline constexpr std::size_t kLongestName = 127;
 
-/// Opens the folder of all ports, which is made if it is not there: `qx-ports` in the first of
-/// $XDG_RUNTIME_DIR, /run/user/UID and the home's .cache that is a folder of this user's.
-///
-/// Fails: none, with the reason in `fault`, if there is none of these or `qx-ports` is a link,
-/// another user's or open to others.
-FileDescriptor OpenPortFolder(std::string& fault);
-
 /// Connects to the holder of a name, without waiting for it; none if nobody holds it.
 FileDescriptor ConnectToHolder(std::string_view name);
 

@@ -1,0 +1,17 @@
+// PortFolder.h - the folder of all ports of a user, which only this user can enter.
+#pragma once
+
+#include "Ports/FileDescriptor.h"
+
+#include <string>
+
+namespace Standin {
+
+/// Opens the folder of all ports, which is made if it is not there: `qx-ports` in the first of
+/// $XDG_RUNTIME_DIR, /run/user/UID and the home's .cache that is a folder of this user's.
+///
+/// Fails: none, with the reason in `fault`, if there is none of these or `qx-ports` is a link,
+/// another user's or open to others.
+FileDescriptor OpenPortFolder(std::string& fault);
+
+} // namespace Standin
