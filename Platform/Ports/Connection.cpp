@@ -150,7 +150,8 @@ bool Connection::HasRoom() const
     return mSent - taken < kQueueLimit;
 }
 
-/// Lets the server run for a moment if there is no room and the room could be seen without a packet.
+/// Lets the server run for a moment if there is no room and the room could be seen without a
+/// packet.
 void Connection::YieldForRoom() const
 {
     for (int yields = 0; mTally && yields < kMostYields && !HasRoom(); ++yields) {
