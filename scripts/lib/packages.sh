@@ -17,6 +17,7 @@ packages_of() {
     powerpc) echo "g++-powerpc-linux-gnu qemu-user" ;;
     mutation) echo "python3-clang-14 util-linux" ;;
     benchmark) echo "libbenchmark-dev libboost-dev libglib2.0-dev libicu-dev libplist-dev libpoco-dev pkg-config" ;;
+    docs) echo "graphviz fonts-dejavu-core" ;;
     checks) echo "clang-format git python3 python3-pyelftools" ;;
     *)
       echo "packages: there is no group \"$1\"" >&2
