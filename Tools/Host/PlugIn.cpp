@@ -2,6 +2,8 @@
 
 #include "Tools/Host/PlugIn.h"
 
+#include "Tools/Host/Image.h"
+
 #include <dlfcn.h>
 #include <filesystem>
 #include <system_error>
@@ -75,6 +77,10 @@ std::string FindEntryPoints(void* image, EntryPoints& points)
 std::unique_ptr<PlugIn> PlugIn::Load(const std::string& path, std::string& error)
 {
     const fs::path file = FindImage(path);
+    error = DescribeForeignImage(file.string());
+    if (!error.empty()) {
+        return nullptr;
+    }
     void* const image = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (image == nullptr) {
         const char* const reason = dlerror();

@@ -59,6 +59,21 @@ TEST(PlugIn, GivesTheReasonWhenThereIsNothingToLoad)
     fs::remove(text);
 }
 
+TEST(PlugIn, IsNamedByItsMachineIfThatIsAnotherOne)
+{
+    const fs::path file = fs::path(::testing::TempDir()) / "qxhost-test-foreign.so";
+    // The header of a file for 64-bit ARM, which no test runs on.
+    std::string header = "\177ELF\2\1\1";
+    header.resize(64);
+    header[18] = '\xB7';
+    std::ofstream(file, std::ios::binary) << header;
+    std::string error;
+
+    EXPECT_EQ(PlugIn::Load(file.string(), error), nullptr);
+    EXPECT_EQ(error.find("it is for 64-bit ARM, and this qxhost is for "), 0U) << error;
+    fs::remove(file);
+}
+
 TEST(PlugIn, IsLookedForBesideTheProgramFirst)
 {
     const fs::path path = Host::FindDefaultPlugIn();
