@@ -7,10 +7,12 @@
 #include "Tools/Common/Text.h"
 #include "Tools/Host/Arguments.h"
 #include "Tools/Host/Report.h"
+#include "Tools/Host/Validate/Command.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <cstdio>
+#include <string_view>
 
 namespace {
 
@@ -68,6 +70,9 @@ int Drive(const Arguments& arguments, const PlugIn& plugIn)
 int main(int count, char** values)
 {
     Tools::EndWithoutMemory("qxhost: there is not enough memory\n", kExitNoMemory);
+    if (count > 1 && std::string_view(values[1]) == "validate") {
+        return Validate::RunCommand(count - 1, values + 1);
+    }
     int exitCode = kExitAsExpected;
     const std::optional<Arguments> arguments = ReadArguments(count, values, exitCode);
     if (!arguments) {

@@ -1,0 +1,15 @@
+// Nearest.h - what somebody who mistyped a word may have meant.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace Tools {
+
+/// Returns the word that is written most like `word`, or "" if none is much like it.
+std::string FindNearest(const std::string& word, const std::vector<std::string>& words);
+
+/// "did you mean level? ", or "" if no word is much like it.
+std::string SuggestNearest(const std::string& word, const std::vector<std::string>& words);
+
+} // namespace Tools
