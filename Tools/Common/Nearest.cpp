@@ -1,27 +1,38 @@
-// Nearest.cpp - the distance of words: how many letters to add, to leave out or to change.
+// Nearest.cpp - the distance of words, by a table of the distances of their beginnings.
 
 #include "Tools/Common/Nearest.h"
 
 #include <algorithm>
-#include <numeric>
+#include <string_view>
 
 namespace Tools {
 namespace {
 
-std::size_t MeasureDistance(const std::string& one, const std::string& other)
+/// How many letters of one word are to be added, left out, changed or swapped with the next to get
+/// the other.
+std::size_t MeasureDistance(std::string_view one, std::string_view other)
 {
-    std::vector<std::size_t> row(other.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t line = 1; line <= one.size(); ++line) {
-        std::size_t diagonal = row[0];
-        row[0] = line;
-        for (std::size_t column = 1; column <= other.size(); ++column) {
-            const std::size_t changed = diagonal + (one[line - 1] == other[column - 1] ? 0 : 1);
-            diagonal = row[column];
-            row[column] = std::min({changed, row[column] + 1, row[column - 1] + 1});
+    const std::size_t width = other.size() + 1;
+    std::vector<std::size_t> table((one.size() + 1) * width);
+    const auto at = [&](std::size_t line, std::size_t column) -> std::size_t& {
+        return table.at(line * width + column);
+    };
+    for (std::size_t line = 0; line <= one.size(); ++line) {
+        for (std::size_t column = 0; column < width; ++column) {
+            if (line == 0 || column == 0) {
+                at(line, column) = line + column;
+                continue;
+            }
+            const bool isEqual = one[line - 1] == other[column - 1];
+            at(line, column) = std::min({at(line - 1, column) + 1, at(line, column - 1) + 1,
+                                         at(line - 1, column - 1) + (isEqual ? 0 : 1)});
+            if (line > 1 && column > 1 && one[line - 1] == other[column - 2] &&
+                one[line - 2] == other[column - 1]) {
+                at(line, column) = std::min(at(line, column), at(line - 2, column - 2) + 1);
+            }
         }
     }
-    return row.back();
+    return table.back();
 }
 
 } // namespace

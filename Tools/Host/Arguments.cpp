@@ -3,12 +3,16 @@
 #include "Tools/Host/Arguments.h"
 
 #include "Tools/Common/File.h"
+#include "Tools/Common/Nearest.h"
 #include "Tools/Common/Text.h"
+#include "Tools/Host/NumberCheck.h"
 #include "Tools/Host/Script.h"
 #include "Tools/Host/Session.h"
 #include "Tools/Host/Status.h"
 
 #include <CLI/CLI.hpp>
+
+#include <algorithm>
 
 namespace Host {
 namespace {
@@ -23,28 +27,62 @@ constexpr const char* kFooter =
     "\n"
     "Exit codes:\n"
     "  0  every call answered as expected\n"
-    "  1  a call answered otherwise, or threw an exception\n"
+    "  1  a call answered otherwise, threw an exception, or wrote beyond its room\n"
     "  2  the command line or the script is wrong\n"
     "  3  the plug-in cannot be loaded, or lacks an entry point\n"
     "  4  the standard output cannot be written\n"
     "  5  there is not enough memory\n"
+    "  130, 143  stopped by SIGINT or SIGTERM; open devices were closed first\n"
     "\n"
     "Examples:\n"
     "  qxhost info                              what the plug-in says of its properties\n"
     "  qxhost set enable on                     switch direct monitoring on, device 258\n"
     "  qxhost set level 1.0 0.5 --channel 2     gains of input channel 2\n"
     "  qxhost set state 1 --device 7 --device 8 two devices\n"
-    "  qxhost run session.qxs                   a script, one statement a line\n";
+    "  qxhost run session.qxs                   a script, one statement a line\n"
+    "  qxhost validate                          every rule that the plug-in has to keep\n";
 
 /// What the options say, before steps are made of it.
 struct Options
 {
     std::vector<std::string> devices;
-    std::optional<UInt32> channel;
+    std::optional<std::string> channel;
     std::optional<std::string> expected;
     bool isOutput = false;
     std::vector<std::string> words; ///< of the subcommand
 };
+
+struct Command
+{
+    const char* name;
+    const char* description;
+    bool makesCalls; ///< by itself; a script says what to call
+    const char* words;
+    const char* wordsDescription;
+    bool needsWords;
+};
+
+constexpr Command kCommands[] = {
+    {"info", "Ask for a property's size and whether it can be set", true, "PROPERTY",
+     "enable, level, state or a code (default: all)", false},
+    {"get", "Read a property", true, "PROPERTY", "enable, level, state or a code (default: all)",
+     false},
+    {"set", "Set a property: enable N, state N, level GAIN GAIN", true, "PROPERTY VALUE",
+     "The property and its value", true},
+    {"stream", "Call the three stream entry points", true, "PROPERTY",
+     "enable, level, state or a code (default: enable)", false},
+    {"run", "Run a script", false, "SCRIPT", "The script; - reads the standard input", true},
+};
+constexpr const char* kCommandList = "info, get, set, stream, run and validate";
+
+std::vector<std::string> GetCommandNames()
+{
+    std::vector<std::string> names = {"validate"};
+    for (const Command& command : kCommands) {
+        names.emplace_back(command.name);
+    }
+    return names;
+}
 
 /// Throws: CLI::ValidationError with that text.
 [[noreturn]] void Refuse(const std::string& text)
@@ -61,13 +99,18 @@ Property RequireProperty(const std::string& word)
 {
     const std::optional<Property> property = FindProperty(word);
     if (!property) {
-        Refuse("\"" + word + "\" is not a property: enable, level, state or a four-character code");
+        Refuse("\"" + word + "\" is not a property; " +
+               Tools::SuggestNearest(word, GetPropertyNames()) +
+               "there are enable, level, state and four-character codes");
     }
     return *property;
 }
 
 void LoadScript(const Options& options, Arguments& arguments)
 {
+    if (options.words.size() > 1) {
+        Refuse("run takes one script");
+    }
     const std::string& name = options.words.front();
     std::string text;
     const std::string failure = Tools::ReadWholeFile(name, text);
@@ -77,6 +120,9 @@ void LoadScript(const Options& options, Arguments& arguments)
     Script script = ParseScript(text);
     if (!script.error.empty()) {
         Refuse(name + ":" + std::to_string(script.errorLine) + ": " + script.error);
+    }
+    if (script.steps.empty()) {
+        Refuse("the script " + name + " says nothing: it has no statement");
     }
     arguments.repeated = std::move(script.steps);
 }
@@ -106,6 +152,9 @@ StepMaker::StepMaker(const Options& options, Arguments& arguments)
         const std::optional<UInt32> device = ParseWord(word);
         if (!device) {
             Refuse("\"" + word + "\" is not a device ID");
+        }
+        if (std::ranges::find(mDevices, *device) != mDevices.end()) {
+            Refuse("device " + word + " is there twice");
         }
         mDevices.push_back(*device);
     }
@@ -143,7 +192,13 @@ void StepMaker::AddSet(const std::vector<std::string>& words)
 
 void StepMaker::AddForDevices(Step step)
 {
-    step.channel = mOptions.channel.value_or(step.channel);
+    if (mOptions.channel) {
+        const std::optional<UInt32> channel = ParseWord(*mOptions.channel);
+        if (!channel) {
+            Refuse("\"" + *mOptions.channel + "\" is not a channel");
+        }
+        step.channel = *channel;
+    }
     step.isInput = mOptions.isOutput ? 0 : 1;
     if (mOptions.expected) {
         const std::optional<SInt32> status = ParseStatus(*mOptions.expected);
@@ -159,10 +214,22 @@ void StepMaker::AddForDevices(Step step)
     }
 }
 
-void AddOptions(CLI::App& app, Options& options, Arguments& arguments)
+/// The options that every command has.
+void AddCommonOptions(CLI::App& app, Arguments& arguments)
 {
     app.add_option("--plugin", arguments.plugIn, "The bundle (default: the one beside qxhost)")
         ->type_name("PATH");
+    app.add_option("--repeat", arguments.repeat, "Repeat the call, or the script, this often")
+        ->type_name("N")
+        ->check(MakeNumberCheck(1, 1000000000));
+    app.add_flag("--json", arguments.isJSON, "Print one JSON object a line and nothing else");
+    app.add_flag("--quiet", arguments.isQuiet,
+                 "Show only calls that answer otherwise than expected");
+}
+
+/// The options of the commands that make calls by themselves.
+void AddCallOptions(CLI::App& app, Options& options)
+{
     app.add_option("--device", options.devices,
                    "Device ID (default: 258); may be given more than once")
         ->type_name("ID")
@@ -174,12 +241,50 @@ void AddOptions(CLI::App& app, Options& options, Arguments& arguments)
     app.add_option("--expect", options.expected,
                    "The status to expect: ok, a number, a four-character code, or any")
         ->type_name("STATUS");
-    app.add_option("--repeat", arguments.repeat, "Repeat the call, or the script, this often")
-        ->type_name("N")
-        ->check(CLI::PositiveNumber);
-    app.add_flag("--json", arguments.isJSON, "Print one JSON object a line and nothing else");
-    app.add_flag("--quiet", arguments.isQuiet,
-                 "Show only calls that answer otherwise than expected");
+}
+
+CLI::Option* AddCommand(CLI::App& app, const Command& command, Options& options,
+                        Arguments& arguments)
+{
+    CLI::App* const added = app.add_subcommand(command.name, command.description);
+    added->allow_extras();
+    AddCommonOptions(*added, arguments);
+    if (command.makesCalls) {
+        AddCallOptions(*added, options);
+    }
+    return added->add_option(command.words, options.words, command.wordsDescription);
+}
+
+/// Refuses words and options that no command has, and options that have no effect.
+void RefuseExtras(const CLI::App& app)
+{
+    static const std::vector<std::string> kOptions = {
+        "--plugin", "--device", "--channel", "--output", "--expect",
+        "--repeat", "--json",   "--quiet",   "--help",   "--version"};
+    const bool isRun = app.got_subcommand("run");
+    for (const char* const name : {"--device", "--channel", "--output", "--expect"}) {
+        if (isRun && app.count(name) > 0) {
+            Refuse(std::string(name) + " has no effect on run: the script says it");
+        }
+    }
+    for (const std::string& word : app.remaining(true)) {
+        if (word.starts_with("-")) {
+            const std::string name = word.substr(0, word.find('='));
+            if (isRun && std::ranges::find(kOptions, name) != kOptions.end()) {
+                Refuse(name + " has no effect on run: the script says it");
+            }
+            Refuse("there is no option " + word + "; " + Tools::SuggestNearest(name, kOptions) +
+                   "see --help");
+        }
+        if (app.get_subcommands().empty()) {
+            Refuse("there is no command \"" + word + "\"; " +
+                   Tools::SuggestNearest(word, GetCommandNames()) + "there are " + kCommandList);
+        }
+        Refuse("\"" + word + "\" is unexpected");
+    }
+    if (app.get_subcommands().empty()) {
+        Refuse(std::string("a command is needed: ") + kCommandList);
+    }
 }
 
 void MakeSteps(const CLI::App& app, const Options& options, Arguments& arguments)
@@ -213,24 +318,22 @@ std::optional<Arguments> ReadArguments(int count, const char* const* values, int
     CLI::App app(kDescription, "qxhost");
     app.footer(kFooter);
     app.failure_message(FormatFailure);
-    app.fallthrough();
-    app.require_subcommand(1);
-    AddOptions(app, options, arguments);
-    app.add_subcommand("info", "Ask for a property's size and whether it can be set")
-        ->add_option("PROPERTY", options.words, "enable, level, state or a code (default: all)");
-    app.add_subcommand("get", "Read a property")
-        ->add_option("PROPERTY", options.words, "enable, level, state or a code (default: all)");
-    app.add_subcommand("set", "Set a property: enable N, state N, level GAIN GAIN")
-        ->add_option("PROPERTY VALUE", options.words, "The property and its value")
-        ->required();
-    app.add_subcommand("stream", "Call the three stream entry points")
-        ->add_option("PROPERTY", options.words, "enable, level, state or a code (default: enable)");
-    app.add_subcommand("run", "Run a script")
-        ->add_option("SCRIPT", options.words, "The script; - reads the standard input")
-        ->required()
-        ->expected(1);
+    app.allow_extras();
+    app.set_version_flag("--version", "qxhost " QX_VERSION);
+    AddCommonOptions(app, arguments);
+    AddCallOptions(app, options);
+    for (const Command& command : kCommands) {
+        CLI::Option* const words = AddCommand(app, command, options, arguments);
+        words->required(command.needsWords);
+    }
+    // Runs by itself, if it is the first word; here for the list of commands.
+    app.add_subcommand("validate", "Try a bundle against every rule; validate --help tells more");
     try {
         app.parse(count, values);
+        RefuseExtras(app);
+        if (app.got_subcommand("validate")) {
+            Refuse("validate has to be the first word");
+        }
         MakeSteps(app, options, arguments);
     } catch (const CLI::ParseError& error) {
         exitCode = app.exit(error) == 0 ? kExitAsExpected : kExitUsage;

@@ -2,6 +2,7 @@
 
 #include "Tools/Host/Script.h"
 
+#include "Tools/Common/Nearest.h"
 #include "Tools/Host/Status.h"
 
 #include <charconv>
@@ -82,8 +83,10 @@ std::string Parser::ParseLine(const Words& words)
     if (verb == "expect") {
         return ParseExpect(words);
     }
-    return "unknown statement \"" + verb +
-           "\"; there are open, close, set, get, info, stream, sleep and expect";
+    return "unknown statement \"" + verb + "\"; " +
+           Tools::SuggestNearest(
+               verb, {"open", "close", "set", "get", "info", "stream", "sleep", "expect"}) +
+           "there are open, close, set, get, info, stream, sleep and expect";
 }
 
 std::string Parser::ParseDevice(Action action, const Words& words)
@@ -111,7 +114,9 @@ std::string Parser::ParseCall(Action action, std::size_t first, const Words& wor
     }
     const std::optional<Property> property = FindProperty(words[first]);
     if (!property) {
-        return "\"" + words[first] + "\" is not a property";
+        const std::string hint = Tools::FindNearest(words[first], GetPropertyNames());
+        return "\"" + words[first] + "\" is not a property" +
+               (hint.empty() ? "" : "; did you mean " + hint + "?");
     }
     Step step = MakeStep(action, *property);
     Words values;

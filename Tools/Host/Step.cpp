@@ -3,6 +3,7 @@
 #include "Tools/Host/Step.h"
 
 #include "Protocol/ServerProtocol.h"
+#include "Tools/Common/Nearest.h"
 #include "Tools/Host/Status.h"
 
 #include <CoreAudio/AudioDriverPlugIn.h>
@@ -43,12 +44,25 @@ std::optional<Float32> ParseGain(const std::string& word)
 
 } // namespace
 
+std::vector<std::string> GetPropertyNames()
+{
+    std::vector<std::string> names;
+    for (const Property& property : kProperties) {
+        names.emplace_back(property.name);
+    }
+    return names;
+}
+
 std::optional<Property> FindProperty(std::string_view text)
 {
     for (const Property& property : kProperties) {
         if (text == property.name) {
             return property;
         }
+    }
+    const bool isQuoted = text.starts_with('\'');
+    if (!isQuoted && !Tools::FindNearest(std::string(text), GetPropertyNames()).empty()) {
+        return std::nullopt;
     }
     std::optional<UInt32> selector = ParseFourCharCode(text);
     if (!selector && text.starts_with("0x")) {

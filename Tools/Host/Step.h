@@ -47,8 +47,12 @@ struct Property
     const char* name; ///< "" for a property that has none
 };
 
+/// "enable", "level", "state".
+std::vector<std::string> GetPropertyNames();
+
 /// Finds a property by its name (enable, level, state), four-character code or hexadecimal
-/// selector. A property that is not of direct monitoring is taken as one word.
+/// selector. A property that is not of direct monitoring is taken as one word. A name with a letter
+/// wrong is none, though it may have four characters; in single quotes it is a code.
 std::optional<Property> FindProperty(std::string_view text);
 Property GetProperty(UInt32 selector);
 

@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <csignal>
 
 namespace {
 
@@ -115,7 +116,7 @@ TEST(Host, ShowsNoControlCharacterOfAPathOrAnArgument)
          "qxhost: cannot load the plug-in /a\\x1B[31m: /a\\x1B[31m: cannot open shared object "
          "file: "},
         {{"run", "/a\x1B[31m"}, "qxhost: cannot read the script /a\\x1B[31m: "},
-        {{"--\x1B[31m", "info"}, "qxhost: The following argument was not expected: --\\x1B[31m\n"}};
+        {{"--\x1B[31m", "info"}, "qxhost: there is no option --\\x1B[31m; see --help\n"}};
     for (const auto& entry : kCases) {
         ChildProcess host(kHostProgram, entry.arguments);
 
@@ -232,6 +233,73 @@ TEST(Host, ShowsOnlyWhatDiffersWhenQuiet)
     EXPECT_EQ(differing.calls[0]["status"], kUnsupported);
     EXPECT_EQ(differing.calls[0]["asExpected"], false);
     EXPECT_EQ(differing.exitCode, 1);
+}
+
+/// The first line of what a command line that is refused says; "" if it ends in another way.
+std::string GetRefusal(const std::vector<std::string>& arguments, const std::string& input = "")
+{
+    ChildProcess host(kHostProgram, arguments, input);
+    host.ReadLines();
+    const bool isRefused = host.Wait() == 2;
+    return isRefused ? host.GetErrors().substr(0, host.GetErrors().find('\n')) : "";
+}
+
+TEST(Host, TellsWhichWordIsWrongAndTheNearestRightOne)
+{
+    const std::string commands = "there are info, get, set, stream, run and validate";
+    EXPECT_EQ(GetRefusal({"inof"}),
+              "qxhost: there is no command \"inof\"; did you mean info? " + commands);
+    EXPECT_EQ(GetRefusal({"teleport"}), "qxhost: there is no command \"teleport\"; " + commands);
+    EXPECT_EQ(GetRefusal({}),
+              "qxhost: a command is needed: info, get, set, stream, run and validate");
+    EXPECT_EQ(GetRefusal({"get", "--devcie", "7"}),
+              "qxhost: there is no option --devcie; did you mean --device? see --help");
+    EXPECT_EQ(GetRefusal({"set", "leve", "1"}),
+              "qxhost: \"leve\" is not a property; did you mean level? there are enable, level, "
+              "state and four-character codes");
+    EXPECT_EQ(GetRefusal({"run", "-"}, "opne 258\n"),
+              "qxhost: -:1: unknown statement \"opne\"; did you mean open? there are open, close, "
+              "set, get, info, stream, sleep and expect");
+    EXPECT_EQ(GetRefusal({"run", "-"}, "set stat 1\n"),
+              "qxhost: -:1: \"stat\" is not a property; did you mean state?");
+}
+
+TEST(Host, RefusesWhatCannotBeMeant)
+{
+    EXPECT_EQ(GetRefusal({"run", "-"}, "# nothing\n"),
+              "qxhost: the script - says nothing: it has no statement");
+    EXPECT_EQ(GetRefusal({"info", "--repeat", "0"}),
+              "qxhost: --repeat: \"0\" is not a whole number from 1 to 1000000000");
+    EXPECT_EQ(GetRefusal({"info", "--repeat", "often"}),
+              "qxhost: --repeat: \"often\" is not a whole number from 1 to 1000000000");
+    EXPECT_EQ(GetRefusal({"info", "--channel", "x"}), "qxhost: \"x\" is not a channel");
+    EXPECT_EQ(GetRefusal({"info", "--device", "7", "--device", "0x7"}),
+              "qxhost: device 0x7 is there twice");
+    EXPECT_EQ(GetRefusal({"run", "-", "--device", "7"}),
+              "qxhost: --device has no effect on run: the script says it");
+    EXPECT_EQ(GetRefusal({"--expect", "ok", "run", "-"}),
+              "qxhost: --expect has no effect on run: the script says it");
+}
+
+TEST(Host, TellsItsVersion)
+{
+    ChildProcess host(kHostProgram, {"--version"});
+
+    EXPECT_EQ(host.ReadLine(), "qxhost " QX_VERSION);
+    EXPECT_EQ(host.Wait(), 0);
+}
+
+TEST(Host, ShowsTheOptionsOfACommandInItsHelp)
+{
+    ChildProcess host(kHostProgram, {"set", "--help"});
+    const std::vector<std::string> lines = host.ReadLines();
+
+    for (const char* const option : {"--plugin", "--device", "--channel", "--output", "--expect",
+                                     "--repeat", "--json", "--quiet"}) {
+        EXPECT_TRUE(std::ranges::any_of(lines, [&](const std::string& line) {
+            return line.starts_with(std::string("  ") + option);
+        })) << option;
+    }
 }
 
 TEST(Host, TakesNegativeNumbersAndOptionsAnywhere)

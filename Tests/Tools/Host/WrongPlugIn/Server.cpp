@@ -83,9 +83,11 @@ double Convert(Float32 gain)
 SInt32 SendSimple(Device& device, SInt32 id)
 {
     const double patience = HasFault("server-slow-state") ? 2.0 : 0.001;
-    return FindServer(device) ? CFMessagePortSendRequest(device.port, id, nullptr, 1.0, patience,
-                                                         kCFRunLoopDefaultMode, nullptr)
-                              : kCFMessagePortIsInvalid;
+    if (!FindServer(device)) {
+        return kCFMessagePortIsInvalid;
+    }
+    return CFMessagePortSendRequest(device.port, id, nullptr, 1.0, patience, kCFRunLoopDefaultMode,
+                                    nullptr);
 }
 
 SInt32 SendWord(Device& device, UInt32 parameter, UInt32 word)
@@ -135,7 +137,7 @@ SInt32 SendLevel(Device& device, UInt32 channel, const void* gains)
     if (!FindServer(device)) {
         const bool isSecond = device.hasMissedServer;
         device.hasMissedServer = true;
-        return isSecond && HasFault("server-absent-level") ? kCFMessagePortIsInvalid : 0;
+        return isSecond && HasFault("server-absent-level") ? SInt32{kCFMessagePortIsInvalid} : 0;
     }
     device.equalLevels = values[0] == device.lastLevel ? device.equalLevels + 1 : 1;
     device.lastLevel = values[0];
