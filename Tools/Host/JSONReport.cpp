@@ -36,6 +36,10 @@ void AddProperty(JSON& object, const Step& step)
 class JSONReport final : public IReport
 {
 public:
+    explicit JSONReport(bool isOwn)
+        : mIsOwn(isOwn)
+    {}
+
     void ShowPlugIn(const std::string& path) override
     {
         Print({{"event", "plugin"}, {"path", path}});
@@ -57,6 +61,9 @@ public:
                {"longestMicroseconds", totals.longest},
                {"totalMicroseconds", totals.sum}});
     }
+
+private:
+    const bool mIsOwn;
 };
 
 void JSONReport::ShowCall(std::size_t number, const Step& step, const CallResult& result)
@@ -71,7 +78,7 @@ void JSONReport::ShowCall(std::size_t number, const Step& step, const CallResult
     if (result.exception.empty()) {
         object["status"] = result.status;
         object["code"] = Tools::FormatFourCharCode(static_cast<UInt32>(result.status));
-        object["explanation"] = ExplainStatus(result.status);
+        object["explanation"] = ExplainFor(result.status, mIsOwn);
     } else {
         object["exception"] = result.exception;
     }
@@ -82,6 +89,9 @@ void JSONReport::ShowCall(std::size_t number, const Step& step, const CallResult
     if (!result.data.empty()) {
         object["outData"] = Tools::FormatHex(result.data.data(), result.data.size());
     }
+    if (result.overrun > 0) {
+        object["overrun"] = result.overrun;
+    }
     object["expected"] = step.isAnyExpected ? JSON() : JSON(step.expected);
     object["asExpected"] = result.isAsExpected;
     object["microseconds"] = result.microseconds;
@@ -90,9 +100,9 @@ void JSONReport::ShowCall(std::size_t number, const Step& step, const CallResult
 
 } // namespace
 
-std::unique_ptr<IReport> MakeJSONReport()
+std::unique_ptr<IReport> MakeJSONReport(bool isOwn)
 {
-    return std::make_unique<JSONReport>();
+    return std::make_unique<JSONReport>(isOwn);
 }
 
 } // namespace Host

@@ -106,6 +106,11 @@ PlugIn::~PlugIn()
     dlclose(mImage);
 }
 
+bool IsOwnPlugIn(const std::string& path)
+{
+    return fs::path(path).stem() == fs::path(kBundleName).stem();
+}
+
 std::string FindDefaultPlugIn()
 {
     const fs::path folder = GetProgramPath().parent_path();

@@ -44,6 +44,9 @@ private:
     EntryPoints mEntryPoints{};
 };
 
+/// Tells by a bundle's name whether it is the direct-monitor plug-in.
+bool IsOwnPlugIn(const std::string& path);
+
 /// Returns the bundle beside this program, or in ../lib seen from there; if there is
 /// none, the path where it is looked for first.
 std::string FindDefaultPlugIn();

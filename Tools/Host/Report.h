@@ -31,11 +31,15 @@ public:
     virtual void ShowTotals(const Totals& totals) = 0;
 };
 
-/// Text for a person.
-std::unique_ptr<IReport> MakeTextReport(bool isColoured);
+/// Text for a person. What is said for the direct-monitor plug-in alone is left out unless the
+/// plug-in `isOwn`.
+std::unique_ptr<IReport> MakeTextReport(bool isColoured, bool isOwn);
 
 /// One JSON object a line.
-std::unique_ptr<IReport> MakeJSONReport();
+std::unique_ptr<IReport> MakeJSONReport(bool isOwn);
+
+/// What a status means, with the advice for the direct-monitor plug-in if it `isOwn`.
+std::string ExplainFor(SInt32 status, bool isOwn);
 
 /// "258, channel 0, input, 'DGme' enable, 4 bytes: 1"; what an action has no use for is left out.
 std::string DescribeArguments(const Step& step, const CallResult& result);

@@ -2,10 +2,14 @@
 
 #include "Tools/Host/Session.h"
 
+#include "Tools/Host/Interruption.h"
+
+#include <CoreFoundation/CoreFoundation.h>
+
 #include <chrono>
+#include <ctime>
 #include <exception>
 #include <new>
-#include <thread>
 #include <utility>
 
 namespace Host {
@@ -40,6 +44,45 @@ auto* GetAddress(Bytes& bytes)
 {
     static unsigned char sNothing = 0;
     return bytes.empty() ? static_cast<decltype(bytes.data())>(&sNothing) : bytes.data();
+}
+
+/// What lies after the room of a get, so that it is seen when that is overrun.
+constexpr std::size_t kGuardSize = 64;
+constexpr unsigned char kGuard = 0xA5;
+
+void AddGuard(CallResult& result)
+{
+    result.data.resize(result.data.size() + kGuardSize, kGuard);
+}
+
+/// Takes the guard away and notes how far it was written.
+void TakeGuard(CallResult& result)
+{
+    const std::size_t room = result.data.size() - kGuardSize;
+    for (std::size_t index = room; index < result.data.size(); ++index) {
+        result.overrun = result.data[index] != kGuard ? index + 1 - room : result.overrun;
+    }
+    result.data.resize(room);
+}
+
+void Pause(double seconds)
+{
+    using Seconds = std::chrono::duration<double>;
+    const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(Seconds(seconds));
+    for (auto left = end - Clock::now(); left.count() > 0; left = end - Clock::now()) {
+        if (GetInterruption() != 0) {
+            return;
+        }
+        // A loop that has nothing to wait for ends at once; a signal ends the sleep.
+        if (CFRunLoopRunInMode(kCFRunLoopDefaultMode, Seconds(left).count(), false) ==
+            kCFRunLoopRunFinished) {
+            const auto whole = std::chrono::duration_cast<std::chrono::seconds>(left);
+            const timespec time = {static_cast<std::time_t>(whole.count()),
+                                   static_cast<decltype(timespec::tv_nsec)>(
+                                       std::chrono::nanoseconds(left - whole).count())};
+            nanosleep(&time, nullptr);
+        }
+    }
 }
 
 /// Keeps what the call has stored, or nothing if it failed.
@@ -88,7 +131,7 @@ Session::Session(const EntryPoints& entryPoints, Observer observer)
 void Session::Run(const Step& step)
 {
     if (step.action == Action::kSleep) {
-        std::this_thread::sleep_for(std::chrono::duration<double>(step.seconds));
+        Pause(step.seconds);
         return;
     }
     CallResult result;
@@ -99,6 +142,7 @@ void Session::Run(const Step& step)
     }
     if (step.action == Action::kGet || step.action == Action::kStreamGet) {
         result.data.resize(step.size);
+        AddGuard(result);
     }
     // What a lack of memory does to the plug-in is the plug-in's business.
     const std::new_handler handler = std::set_new_handler(nullptr);
@@ -112,10 +156,35 @@ void Session::Run(const Step& step)
     }
     std::set_new_handler(handler);
     result.microseconds = std::chrono::duration<double, std::micro>(Clock::now() - start).count();
+    if (!result.data.empty()) {
+        TakeGuard(result);
+    }
     TrimData(result);
-    result.isAsExpected =
-        result.exception.empty() && (step.isAnyExpected || result.status == step.expected);
+    result.isAsExpected = result.exception.empty() && result.overrun == 0 &&
+                          (step.isAnyExpected || result.status == step.expected);
+    if (result.exception.empty() && result.status == kAudioHardwareNoError) {
+        NoteOpenDevices(step.action, result.device);
+    }
     mObserver(step, result);
+}
+
+void Session::NoteOpenDevices(Action action, UInt32 device)
+{
+    if (action == Action::kOpen) {
+        mOpenDevices.push_back(device);
+    } else if (action == Action::kClose) {
+        std::erase(mOpenDevices, device);
+    }
+}
+
+void Session::CloseAll()
+{
+    for (const std::vector<UInt32> devices = mOpenDevices; const UInt32 device : devices) {
+        Step step;
+        step.action = Action::kClose;
+        step.device = device;
+        Run(step);
+    }
 }
 
 SInt32 Session::Call(const Step& step, CallResult& result)

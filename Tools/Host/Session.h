@@ -18,6 +18,7 @@ struct CallResult
     UInt32 size = 0;                 ///< what the call stored as the size, for info and get
     Boolean isWritable = 0;          ///< for info
     std::vector<unsigned char> data; ///< what a successful get stored
+    std::size_t overrun = 0;         ///< bytes that a get wrote after the end of its room
     bool isAsExpected = false;
 };
 
@@ -32,16 +33,22 @@ public:
     /// The entry points must outlive the session; the observer is told of each call.
     Session(const EntryPoints& entryPoints, Observer observer);
 
-    /// Makes one call, or pauses.
+    /// Makes one call, or pauses. During a pause the thread's run loop runs, as in a real host: a
+    /// port's end is noticed.
     void Run(const Step& step);
 
+    /// Closes the devices that are still open, in the order of their opening.
+    void CloseAll();
+
 private:
+    void NoteOpenDevices(Action action, UInt32 device);
     SInt32 Call(const Step& step, CallResult& result);
     SInt32 CallStream(const Step& step, CallResult& result);
 
     const EntryPoints& mEntryPoints;
     const Observer mObserver;
     UInt32 mCurrentDevice = kDefaultDevice;
+    std::vector<UInt32> mOpenDevices;
 };
 
 /// The name of the entry point that an action calls.

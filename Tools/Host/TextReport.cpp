@@ -43,8 +43,9 @@ std::string FormatSelector(UInt32 selector)
 class TextReport final : public IReport
 {
 public:
-    explicit TextReport(bool isColoured)
+    TextReport(bool isColoured, bool isOwn)
         : mIsColoured(isColoured)
+        , mIsOwn(isOwn)
     {}
 
     void ShowPlugIn(const std::string& path) override;
@@ -59,6 +60,7 @@ private:
     }
 
     const bool mIsColoured;
+    const bool mIsOwn;
 };
 
 void TextReport::ShowPlugIn(const std::string& path)
@@ -74,6 +76,9 @@ void TextReport::ShowServer(const std::string& portName, bool isThere)
     }
     PrintLine("qxhost: " + Paint("no server is running", Colour::kBad) +
               ": no process holds the port " + portName);
+    if (!mIsOwn) {
+        return;
+    }
     PrintLine(
         "        Enable and state will answer -3. A level will answer 0, but no server gets it.");
     PrintLine("        Start qxmon in another terminal to have one.");
@@ -85,13 +90,17 @@ void TextReport::ShowCall(std::size_t number, const Step& step, const CallResult
                          DescribeArguments(step, result).c_str()));
     const std::string output = DescribeOutput(step, result);
     std::string line = result.exception.empty()
-                           ? FormatStatus(result.status) + "  " + ExplainStatus(result.status)
+                           ? FormatStatus(result.status) + "  " + ExplainFor(result.status, mIsOwn)
                            : "threw an exception: " + Tools::EscapeControls(result.exception);
     line += output.empty() ? "" : "; " + output;
     line = Paint(line, result.isAsExpected ? Colour::kGood : Colour::kBad);
     line += "  " + Paint("[" + FormatDuration(result.microseconds) + "]", Colour::kFaint);
     PrintLine("       -> " + line);
-    if (!result.isAsExpected) {
+    if (result.overrun > 0) {
+        PrintLine(Paint(
+            FormatText("       !! it wrote %zu bytes after the end of its room", result.overrun),
+            Colour::kBad));
+    } else if (!result.isAsExpected) {
         PrintLine(Paint("       !! expected " +
                             (step.isAnyExpected ? "a status" : FormatStatus(step.expected)),
                         Colour::kBad));
@@ -154,9 +163,15 @@ std::string DescribeOutput(const Step& step, const CallResult& result)
     return {};
 }
 
-std::unique_ptr<IReport> MakeTextReport(bool isColoured)
+std::string ExplainFor(SInt32 status, bool isOwn)
 {
-    return std::make_unique<TextReport>(isColoured);
+    const std::string text = ExplainStatus(status);
+    return isOwn ? text : text.substr(0, text.find(':'));
+}
+
+std::unique_ptr<IReport> MakeTextReport(bool isColoured, bool isOwn)
+{
+    return std::make_unique<TextReport>(isColoured, isOwn);
 }
 
 } // namespace Host

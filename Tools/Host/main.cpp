@@ -6,13 +6,16 @@
 #include "Tools/Common/Terminal.h"
 #include "Tools/Common/Text.h"
 #include "Tools/Host/Arguments.h"
+#include "Tools/Host/Interruption.h"
 #include "Tools/Host/Report.h"
 #include "Tools/Host/Validate/Command.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <chrono>
 #include <cstdio>
 #include <string_view>
+#include <unistd.h>
 
 namespace {
 
@@ -31,36 +34,103 @@ bool IsServerThere()
 void RunAll(Session& session, const std::vector<Step>& steps)
 {
     for (const Step& step : steps) {
+        if (GetInterruption() != 0) {
+            return;
+        }
         session.Run(step);
+    }
+}
+
+void RunAll(Session& session, const Arguments& arguments)
+{
+    RunAll(session, arguments.opening);
+    for (std::size_t turn = 0; turn < arguments.repeat && GetInterruption() == 0; ++turn) {
+        RunAll(session, arguments.repeated);
+    }
+    if (GetInterruption() != 0) {
+        session.CloseAll();
+    } else {
+        RunAll(session, arguments.closing);
+    }
+}
+
+/// A line on a terminal that counts calls, where they are not shown one by one.
+class Progress
+{
+public:
+    explicit Progress(const Arguments& arguments)
+        : mIsShown(isatty(STDERR_FILENO) == 1 && (arguments.isQuiet || isatty(STDOUT_FILENO) != 1))
+    {}
+    ~Progress() { Erase(); }
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    void Show(const Totals& totals)
+    {
+        constexpr std::chrono::milliseconds kPeriod(250);
+        const Clock::time_point now = Clock::now();
+        if (mIsShown && now - mLast >= kPeriod) {
+            mLast = now;
+            std::fprintf(stderr, "\r\033[K%zu calls, %zu not as expected", totals.calls,
+                         totals.unexpected);
+        }
+    }
+    void Erase() const
+    {
+        if (mIsShown) {
+            std::fputs("\r\033[K", stderr);
+        }
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    const bool mIsShown;
+    Clock::time_point mLast = Clock::now();
+};
+
+void ShowStart(IReport& report, const std::string& path)
+{
+    report.ShowPlugIn(path);
+    const bool isServerThere = IsServerThere();
+    report.ShowServer(kServerPortName, isServerThere);
+    if (const std::string fault = Tools::DescribePortFault(); !isServerThere && !fault.empty()) {
+        std::fprintf(stderr, "qxhost: no server can be reached: %s\n", fault.c_str());
     }
 }
 
 int Drive(const Arguments& arguments, const PlugIn& plugIn)
 {
+    const bool isOwn = IsOwnPlugIn(plugIn.GetPath());
     const std::unique_ptr<IReport> report =
-        arguments.isJSON ? MakeJSONReport() : MakeTextReport(Tools::WantsColours());
-    report->ShowPlugIn(plugIn.GetPath());
-    const bool isServerThere = IsServerThere();
-    report->ShowServer(kServerPortName, isServerThere);
-    if (const std::string fault = Tools::DescribePortFault(); !isServerThere && !fault.empty()) {
-        std::fprintf(stderr, "qxhost: no server can be reached: %s\n", fault.c_str());
+        arguments.isJSON ? MakeJSONReport(isOwn) : MakeTextReport(Tools::WantsColours(), isOwn);
+    // A program that reads the output gets the frame of it all the same.
+    const bool showsFrame = !arguments.isQuiet || arguments.isJSON;
+    if (showsFrame) {
+        ShowStart(*report, plugIn.GetPath());
     }
+    NoteInterruptions();
     Totals totals;
+    Progress progress(arguments);
     Session session(plugIn.GetEntryPoints(), [&](const Step& step, const CallResult& result) {
         totals.Take(result);
         if (!arguments.isQuiet || !result.isAsExpected) {
+            progress.Erase();
             report->ShowCall(totals.calls, step, result);
         }
+        progress.Show(totals);
     });
-    RunAll(session, arguments.opening);
-    for (std::size_t turn = 0; turn < arguments.repeat; ++turn) {
-        RunAll(session, arguments.repeated);
+    RunAll(session, arguments);
+    progress.Erase();
+    if (showsFrame || totals.unexpected > 0 || GetInterruption() != 0) {
+        report->ShowTotals(totals);
     }
-    RunAll(session, arguments.closing);
-    report->ShowTotals(totals);
     if (!Tools::IsOutputWritten()) {
         std::fputs("qxhost: the standard output could not be written\n", stderr);
         return kExitUnwritten;
+    }
+    if (GetInterruption() != 0) {
+        return 128 + GetInterruption();
     }
     return totals.unexpected > 0 ? kExitUnexpected : kExitAsExpected;
 }

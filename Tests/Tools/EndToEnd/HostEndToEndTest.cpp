@@ -235,6 +235,14 @@ TEST(Host, ShowsOnlyWhatDiffersWhenQuiet)
     EXPECT_EQ(differing.exitCode, 1);
 }
 
+TEST(Host, PrintsNothingWhenQuietAndAllIsAsExpected)
+{
+    ChildProcess host(kHostProgram, {"get", "--quiet"});
+
+    EXPECT_EQ(host.ReadLines(), std::vector<std::string>{});
+    EXPECT_EQ(host.Wait(), 0);
+}
+
 /// The first line of what a command line that is refused says; "" if it ends in another way.
 std::string GetRefusal(const std::vector<std::string>& arguments, const std::string& input = "")
 {
@@ -300,6 +308,57 @@ TEST(Host, ShowsTheOptionsOfACommandInItsHelp)
             return line.starts_with(std::string("  ") + option);
         })) << option;
     }
+}
+
+TEST(Host, NoticesAGetThatWritesBeyondItsRoom)
+{
+    ChildProcess host(
+        kHostProgram,
+        {"--plugin", std::string(QX_WRONG_BUNDLES) + "/get-size-state.so", "--json", "run", "-"},
+        "open 258\nget state size=3\nexpect any\nclose\n");
+    std::vector<JSON> calls;
+    for (const std::string& line : host.ReadLines()) {
+        calls.push_back(JSON::parse(line));
+    }
+
+    EXPECT_EQ(host.Wait(), 1);
+    ASSERT_EQ(calls.size(), 6U);
+    EXPECT_EQ(calls[3]["overrun"], 1);
+    EXPECT_EQ(calls[3]["asExpected"], false);
+}
+
+TEST(Host, GivesNoAdviceOnThisProductForAnothersBundle)
+{
+    ChildProcess host(kHostProgram, {"--plugin", QX_ANSWERING_PLUGIN, "info", "enable", "--device",
+                                     std::to_string(kUnspecified)});
+    const std::vector<std::string> lines = host.ReadLines();
+
+    ASSERT_GT(lines.size(), 4U);
+    EXPECT_TRUE(lines[2].starts_with("    1  AudioDriverPlugInOpen")) << lines[2];
+    EXPECT_TRUE(lines[3].starts_with("       -> 2003329396 'what'  unspecified error  ["))
+        << lines[3];
+}
+
+TEST(Host, ClosesDevicesAndSumsUpWhenItIsInterrupted)
+{
+    ChildProcess host(kHostProgram, {"--json", "run", "-"},
+                      "open 7\nopen 8\nclose 7\nopen 9\nsleep 3600\n");
+    for (int line = 0; line < 6; ++line) {
+        host.ReadLine();
+    }
+
+    host.Signal(SIGINT);
+
+    std::vector<JSON> rest;
+    for (const std::string& line : host.ReadLines()) {
+        rest.push_back(JSON::parse(line));
+    }
+    EXPECT_EQ(host.Wait(), 130);
+    ASSERT_EQ(rest.size(), 3U);
+    EXPECT_EQ(rest[0]["entryPoint"], "AudioDriverPlugInClose");
+    EXPECT_EQ(rest[0]["device"], 8);
+    EXPECT_EQ(rest[1]["device"], 9);
+    EXPECT_EQ(rest[2]["calls"], 6);
 }
 
 TEST(Host, TakesNegativeNumbersAndOptionsAnywhere)
