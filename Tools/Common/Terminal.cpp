@@ -7,6 +7,38 @@
 #include <unistd.h>
 
 namespace Tools {
+namespace {
+
+std::FILE* gOutput = nullptr;
+std::FILE* gErrors = nullptr;
+
+std::FILE* GetOutput()
+{
+    return gOutput != nullptr ? gOutput : stdout;
+}
+
+} // namespace
+
+void SetOutput(std::FILE* output, std::FILE* errors)
+{
+    gOutput = output;
+    gErrors = errors;
+}
+
+std::FILE* GetErrors()
+{
+    return gErrors != nullptr ? gErrors : stderr;
+}
+
+bool IsOutputTerminal()
+{
+    return isatty(fileno(GetOutput())) == 1;
+}
+
+bool IsErrorTerminal()
+{
+    return isatty(fileno(GetErrors())) == 1;
+}
 
 bool WantsColours()
 {
@@ -16,7 +48,7 @@ bool WantsColours()
     }
     const char* const terminal = std::getenv("TERM");
     const bool isDumb = terminal == nullptr || std::string_view(terminal) == "dumb";
-    return !isDumb && isatty(STDOUT_FILENO) == 1;
+    return !isDumb && IsOutputTerminal();
 }
 
 std::string Paint(std::string_view text, Colour colour, bool isColoured)
@@ -30,19 +62,19 @@ std::string Paint(std::string_view text, Colour colour, bool isColoured)
 
 void Print(std::string_view text)
 {
-    std::fwrite(text.data(), 1, text.size(), stdout);
+    std::fwrite(text.data(), 1, text.size(), GetOutput());
 }
 
 void PrintLine(std::string_view line)
 {
     Print(line);
-    std::fputc('\n', stdout);
-    std::fflush(stdout);
+    std::fputc('\n', GetOutput());
+    std::fflush(GetOutput());
 }
 
 bool IsOutputWritten()
 {
-    return std::ferror(stdout) == 0;
+    return std::ferror(GetOutput()) == 0;
 }
 
 } // namespace Tools

@@ -1,6 +1,7 @@
 // Terminal.h - colours where a person reads, plain text where a program does.
 #pragma once
 
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -20,6 +21,17 @@ bool WantsColours();
 
 /// Wraps `text` in a colour, or returns it unchanged if `isColoured` is false.
 std::string Paint(std::string_view text, Colour colour, bool isColoured);
+
+/// Gives the tool other streams than the standard ones, which something else in the process writes
+/// to. All that is said here of the standard output holds for `output` from then on.
+void SetOutput(std::FILE* output, std::FILE* errors);
+
+/// The standard error, or what has been given in its place.
+std::FILE* GetErrors();
+
+/// Tells whether the stream in place of the standard output is a terminal.
+bool IsOutputTerminal();
+bool IsErrorTerminal();
 
 /// Writes a part of a line to the standard output, which may keep it until the line ends.
 void Print(std::string_view text);

@@ -101,4 +101,18 @@ std::string EscapeControls(const std::string& text)
     return escaped;
 }
 
+std::string QuoteForShell(const std::string& word)
+{
+    constexpr const char* kPlain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"
+                                   "/._-+=:@%,";
+    if (!word.empty() && word.find_first_not_of(kPlain) == std::string::npos) {
+        return word;
+    }
+    std::string quoted = "'";
+    for (const char character : word) {
+        quoted += character == '\'' ? "'\\''" : std::string(1, character);
+    }
+    return quoted + "'";
+}
+
 } // namespace Tools

@@ -25,6 +25,9 @@ std::string FormatNumber(double number);
 /// numbers of their bytes: it is then one line, and no terminal does anything but show it.
 std::string EscapeControls(const std::string& text);
 
+/// Returns a word of a command line as a shell takes it: in quotes if that is needed.
+std::string QuoteForShell(const std::string& word);
+
 /// Returns `text`, or the first characters of a long one and "...". Nothing of UTF-8 is cut apart.
 std::string Shorten(std::string_view text);
 

@@ -32,6 +32,8 @@ constexpr const char* kFooter =
     "  3  the plug-in cannot be loaded, or lacks an entry point\n"
     "  4  the standard output cannot be written\n"
     "  5  there is not enough memory\n"
+    "  6  the plug-in crashed    7  a call did not return in time\n"
+    "  8  the plug-in ended the process\n"
     "  130, 143  stopped by SIGINT or SIGTERM; open devices were closed first\n"
     "\n"
     "Examples:\n"
@@ -222,6 +224,12 @@ void AddCommonOptions(CLI::App& app, Arguments& arguments)
     app.add_option("--repeat", arguments.repeat, "Repeat the call, or the script, this often")
         ->type_name("N")
         ->check(MakeNumberCheck(1, 1000000000));
+    app.add_flag("--in-process", arguments.isInProcess,
+                 "Load the plug-in into qxhost itself, for a debugger");
+    app.add_option("--time-limit", arguments.callSeconds,
+                   "The longest that a call may take (default: 60)")
+        ->type_name("SECONDS")
+        ->check(MakeSecondsCheck(0.1, 86400));
     app.add_flag("--json", arguments.isJSON, "Print one JSON object a line and nothing else");
     app.add_flag("--quiet", arguments.isQuiet,
                  "Show only calls that answer otherwise than expected");
@@ -259,8 +267,8 @@ CLI::Option* AddCommand(CLI::App& app, const Command& command, Options& options,
 void RefuseExtras(const CLI::App& app)
 {
     static const std::vector<std::string> kOptions = {
-        "--plugin", "--device", "--channel", "--output", "--expect",
-        "--repeat", "--json",   "--quiet",   "--help",   "--version"};
+        "--in-process", "--time-limit", "--plugin", "--device", "--channel", "--output",
+        "--expect",     "--repeat",     "--json",   "--quiet",  "--help",    "--version"};
     const bool isRun = app.got_subcommand("run");
     for (const char* const name : {"--device", "--channel", "--output", "--expect"}) {
         if (isRun && app.count(name) > 0) {

@@ -16,7 +16,10 @@ enum ExitCode : int
     kExitUsage = 2,
     kExitNotLoaded = 3,
     kExitUnwritten = 4,
-    kExitNoMemory = 5
+    kExitNoMemory = 5,
+    kExitCrashed = 6,
+    kExitHung = 7,
+    kExitEnded = 8 ///< the plug-in ended the process
 };
 
 struct Arguments
@@ -28,6 +31,8 @@ struct Arguments
     std::vector<Step> repeated;
     std::vector<Step> closing; ///< once, last
     std::size_t repeat = 1;
+    bool isInProcess = false;
+    double callSeconds = 60; ///< the longest that a call may take
 };
 
 /// Reads the command line, and the script if it names one. Returns nothing, with the exit code to

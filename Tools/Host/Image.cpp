@@ -66,7 +66,9 @@ std::string DescribeForeignImage(const std::string& path)
     }
     const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(header[index]); };
     const bool isBigEndian = byte(5) == 2;
-    const unsigned number = isBigEndian ? byte(18) << 8U | byte(19) : byte(19) << 8U | byte(18);
+    const unsigned first = byte(18);
+    const unsigned second = byte(19);
+    const unsigned number = isBigEndian ? first << 8U | second : second << 8U | first;
     const Machine machine = {number, byte(4) == 2, isBigEndian};
     if (kOwnNumber == 0 || machine == kOwn) {
         return "";

@@ -62,6 +62,17 @@ public:
                {"totalMicroseconds", totals.sum}});
     }
 
+    void ShowEnd(const std::string& how, const ChildEnd& end, const std::string& gdb) override
+    {
+        Print({{"event", "end"},
+               {"text", how},
+               {"call", end.call},
+               {"inCall", end.isInCall},
+               {"signal", end.signal},
+               {"exitCode", end.exitCode},
+               {"debug", gdb}});
+    }
+
 private:
     const bool mIsOwn;
 };

@@ -1,6 +1,7 @@
 // Report.h - what the host tells its user of the plug-in, the server and each call.
 #pragma once
 
+#include "Tools/Host/Isolation.h"
 #include "Tools/Host/Session.h"
 
 #include <memory>
@@ -29,6 +30,10 @@ public:
     virtual void ShowServer(const std::string& portName, bool isThere) = 0;
     virtual void ShowCall(std::size_t number, const Step& step, const CallResult& result) = 0;
     virtual void ShowTotals(const Totals& totals) = 0;
+
+    /// The plug-in has ended the process; `how` says in which way, `gdb` is the command that shows
+    /// it in a debugger.
+    virtual void ShowEnd(const std::string& how, const ChildEnd& end, const std::string& gdb) = 0;
 };
 
 /// Text for a person. What is said for the direct-monitor plug-in alone is left out unless the

@@ -123,9 +123,10 @@ const char* GetEntryPointName(Action action)
     return "";
 }
 
-Session::Session(const EntryPoints& entryPoints, Observer observer)
+Session::Session(const EntryPoints& entryPoints, Observer observer, Announcer announcer)
     : mEntryPoints(entryPoints)
     , mObserver(std::move(observer))
+    , mAnnouncer(std::move(announcer))
 {}
 
 void Session::Run(const Step& step)
@@ -143,6 +144,9 @@ void Session::Run(const Step& step)
     if (step.action == Action::kGet || step.action == Action::kStreamGet) {
         result.data.resize(step.size);
         AddGuard(result);
+    }
+    if (mAnnouncer) {
+        mAnnouncer(step, result.device);
     }
     // What a lack of memory does to the plug-in is the plug-in's business.
     const std::new_handler handler = std::set_new_handler(nullptr);

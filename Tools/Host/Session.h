@@ -30,8 +30,11 @@ public:
     static constexpr UInt32 kDefaultDevice = 258;
     using Observer = std::function<void(const Step& step, const CallResult& result)>;
 
+    /// Is told of each call before it is made.
+    using Announcer = std::function<void(const Step& step, UInt32 device)>;
+
     /// The entry points must outlive the session; the observer is told of each call.
-    Session(const EntryPoints& entryPoints, Observer observer);
+    Session(const EntryPoints& entryPoints, Observer observer, Announcer announcer = {});
 
     /// Makes one call, or pauses. During a pause the thread's run loop runs, as in a real host: a
     /// port's end is noticed.
@@ -47,6 +50,7 @@ private:
 
     const EntryPoints& mEntryPoints;
     const Observer mObserver;
+    const Announcer mAnnouncer;
     UInt32 mCurrentDevice = kDefaultDevice;
     std::vector<UInt32> mOpenDevices;
 };

@@ -52,6 +52,7 @@ public:
     void ShowServer(const std::string& portName, bool isThere) override;
     void ShowCall(std::size_t number, const Step& step, const CallResult& result) override;
     void ShowTotals(const Totals& totals) override;
+    void ShowEnd(const std::string& how, const ChildEnd& end, const std::string& gdb) override;
 
 private:
     std::string Paint(const std::string& text, Colour colour) const
@@ -115,6 +116,16 @@ void TextReport::ShowTotals(const Totals& totals)
                    totals.calls, totals.calls - totals.unexpected, totals.unexpected,
                    FormatDuration(totals.shortest).c_str(), FormatDuration(mean).c_str(),
                    FormatDuration(totals.longest).c_str()));
+}
+
+void TextReport::ShowEnd(const std::string& how, const ChildEnd& end, const std::string& gdb)
+{
+    PrintLine("qxhost: " + Paint(how, Colour::kBad));
+    if (!end.call.empty()) {
+        PrintLine((end.isInCall ? "        in the call:    " : "        after the call: ") +
+                  end.call);
+    }
+    PrintLine("        to debug:       " + gdb);
 }
 
 } // namespace

@@ -13,9 +13,10 @@
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <string_view>
-#include <unistd.h>
 
 namespace {
 
@@ -71,14 +72,14 @@ public:
         const Clock::time_point now = Clock::now();
         if (mIsShown && now - mLast >= kPeriod) {
             mLast = now;
-            std::fprintf(stderr, "\r\033[K%zu calls, %zu not as expected", totals.calls,
+            std::fprintf(Tools::GetErrors(), "\r\033[K%zu calls, %zu not as expected", totals.calls,
                          totals.unexpected);
         }
     }
     void Erase() const
     {
         if (mIsShown) {
-            std::fputs("\r\033[K", stderr);
+            std::fputs("\r\033[K", Tools::GetErrors());
         }
     }
 
@@ -95,11 +96,11 @@ void ShowStart(IReport& report, const std::string& path)
     const bool isServerThere = IsServerThere();
     report.ShowServer(kServerPortName, isServerThere);
     if (const std::string fault = Tools::DescribePortFault(); !isServerThere && !fault.empty()) {
-        std::fprintf(stderr, "qxhost: no server can be reached: %s\n", fault.c_str());
+        std::fprintf(Tools::GetErrors(), "qxhost: no server can be reached: %s\n", fault.c_str());
     }
 }
 
-int Drive(const Arguments& arguments, const PlugIn& plugIn)
+int Drive(const Arguments& arguments, const PlugIn& plugIn, CallNote& note)
 {
     const bool isOwn = IsOwnPlugIn(plugIn.GetPath());
     const std::unique_ptr<IReport> report =
@@ -112,27 +113,92 @@ int Drive(const Arguments& arguments, const PlugIn& plugIn)
     NoteInterruptions();
     Totals totals;
     Progress progress(arguments);
-    Session session(plugIn.GetEntryPoints(), [&](const Step& step, const CallResult& result) {
+    const auto announce = [&](const Step& step, UInt32 device) {
+        CallResult none;
+        none.device = device;
+        note.Begin(std::string(GetEntryPointName(step.action)) + "(" +
+                   DescribeArguments(step, none) + ")");
+    };
+    const auto observe = [&](const Step& step, const CallResult& result) {
+        note.End();
         totals.Take(result);
         if (!arguments.isQuiet || !result.isAsExpected) {
             progress.Erase();
             report->ShowCall(totals.calls, step, result);
         }
         progress.Show(totals);
-    });
+    };
+    Session session(plugIn.GetEntryPoints(), observe, announce);
     RunAll(session, arguments);
     progress.Erase();
     if (showsFrame || totals.unexpected > 0 || GetInterruption() != 0) {
         report->ShowTotals(totals);
     }
     if (!Tools::IsOutputWritten()) {
-        std::fputs("qxhost: the standard output could not be written\n", stderr);
+        std::fputs("qxhost: the standard output could not be written\n", Tools::GetErrors());
         return kExitUnwritten;
     }
     if (GetInterruption() != 0) {
         return 128 + GetInterruption();
     }
     return totals.unexpected > 0 ? kExitUnexpected : kExitAsExpected;
+}
+
+int LoadAndDrive(const Arguments& arguments, const std::string& path, CallNote& note)
+{
+    std::string error;
+    note.Begin("loading " + path);
+    const std::unique_ptr<PlugIn> plugIn = PlugIn::Load(path, error);
+    note.End();
+    if (plugIn == nullptr) {
+        std::fprintf(Tools::GetErrors(), "qxhost: cannot load the plug-in %s: %s\n",
+                     Tools::EscapeControls(path).c_str(), Tools::EscapeControls(error).c_str());
+        return kExitNotLoaded;
+    }
+    return Drive(arguments, *plugIn, note);
+}
+
+/// The command line with a debugger before it.
+std::string MakeDebugCommand(int count, const char* const* values)
+{
+    std::string command = "gdb --args " + Tools::QuoteForShell(values[0]);
+    for (int index = 1; index < count; ++index) {
+        command += " " + Tools::QuoteForShell(values[index]);
+    }
+    return command + " --in-process";
+}
+
+/// Tells of an end that the plug-in has caused. Returns the exit code.
+int ShowEnd(const Arguments& arguments, const ChildEnd& end, const std::string& gdb)
+{
+    std::string how;
+    int exitCode = end.exitCode;
+    switch (end.kind) {
+    case ChildEnd::Kind::kReturned:
+        return end.exitCode;
+    case ChildEnd::Kind::kCrashed:
+        if (end.signal == SIGINT || end.signal == SIGTERM) {
+            how = "stopped while the plug-in did not return";
+            exitCode = 128 + end.signal;
+            break;
+        }
+        how = Tools::FormatText("the plug-in crashed: signal %d, %s", end.signal,
+                                strsignal(end.signal));
+        exitCode = kExitCrashed;
+        break;
+    case ChildEnd::Kind::kHung:
+        how = Tools::FormatText("the call did not return within %g s", arguments.callSeconds);
+        exitCode = kExitHung;
+        break;
+    case ChildEnd::Kind::kExited:
+        how =
+            Tools::FormatText("the plug-in ended the process with the exit code %d", end.exitCode);
+        exitCode = kExitEnded;
+        break;
+    }
+    (arguments.isJSON ? MakeJSONReport(true) : MakeTextReport(Tools::WantsColours(), true))
+        ->ShowEnd(how, end, gdb);
+    return exitCode;
 }
 
 } // namespace
@@ -149,12 +215,8 @@ int main(int count, char** values)
         return exitCode;
     }
     const std::string path = arguments->plugIn.empty() ? FindDefaultPlugIn() : arguments->plugIn;
-    std::string error;
-    const std::unique_ptr<PlugIn> plugIn = PlugIn::Load(path, error);
-    if (plugIn == nullptr) {
-        std::fprintf(stderr, "qxhost: cannot load the plug-in %s: %s\n",
-                     Tools::EscapeControls(path).c_str(), Tools::EscapeControls(error).c_str());
-        return kExitNotLoaded;
-    }
-    return Drive(*arguments, *plugIn);
+    const auto body = [&](CallNote& note) { return LoadAndDrive(*arguments, path, note); };
+    const ChildEnd end =
+        arguments->isInProcess ? RunInProcess(body) : RunInChild(arguments->callSeconds, body);
+    return ShowEnd(*arguments, end, MakeDebugCommand(count, values));
 }

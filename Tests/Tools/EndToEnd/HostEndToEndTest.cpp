@@ -361,6 +361,75 @@ TEST(Host, ClosesDevicesAndSumsUpWhenItIsInterrupted)
     EXPECT_EQ(rest[2]["calls"], 6);
 }
 
+std::string GetWrongBundle(const std::string& check)
+{
+    return std::string(QX_WRONG_BUNDLES) + "/" + check + ".so";
+}
+
+/// The last object that the host prints for a script with a wrong bundle, and its exit code.
+std::pair<JSON, int> RunWrongBundle(const std::string& check, const std::string& script)
+{
+    ChildProcess host(
+        kHostProgram,
+        {"--plugin", GetWrongBundle(check), "--time-limit", "1", "--json", "run", "-"}, script);
+    const std::vector<std::string> lines = host.ReadLines();
+    const int exitCode = host.Wait();
+    return {lines.empty() ? JSON() : JSON::parse(lines.back()), exitCode};
+}
+
+TEST(Host, NamesTheCallInWhichThePlugInEndsItsProcess)
+{
+    ChildProcess monitor(kMonitorProgram, {"--json"});
+    monitor.ReadLine();
+
+    const auto [crash, crashCode] =
+        RunWrongBundle("set-largest-positive-state", "open 7\nset state 0x7FFFFFFF\n");
+    const auto [hang, hangCode] =
+        RunWrongBundle("gain-infinite-level", "open 7\nset level inf 1\n");
+    const auto [exit, exitCode] = RunWrongBundle("gain-huge-level", "open 7\nset level 1e38 1\n");
+
+    EXPECT_EQ(crashCode, 6);
+    EXPECT_EQ(crash["event"], "end");
+    EXPECT_EQ(crash["text"], "the plug-in crashed: signal 11, Segmentation fault");
+    EXPECT_EQ(crash["call"], "AudioDriverPlugInDeviceSetProperty(device 7, channel 0, input, "
+                             "'DGdm' state, 4 bytes: 0x7FFFFFFF)");
+    EXPECT_EQ(hangCode, 7);
+    EXPECT_EQ(hang["text"], "the call did not return within 1 s");
+    EXPECT_EQ(hang["call"], "AudioDriverPlugInDeviceSetProperty(device 7, channel 1, input, "
+                            "'DGml' level, 8 bytes: inf 1)");
+    EXPECT_EQ(exitCode, 8);
+    EXPECT_EQ(exit["text"], "the plug-in ended the process with the exit code 0");
+    EXPECT_EQ(exit["inCall"], true);
+    EXPECT_EQ(exit["debug"], "gdb --args " + std::string(kHostProgram) + " --plugin " +
+                                 GetWrongBundle("gain-huge-level") +
+                                 " --time-limit 1 --json run - --in-process");
+}
+
+TEST(Host, ShowsWhatThePlugInPrintsApartFromItsOwnOutput)
+{
+    ChildProcess host(kHostProgram,
+                      {"--plugin", GetWrongBundle("prints-nothing"), "--json", "info", "enable"});
+
+    const std::vector<std::string> lines = host.ReadLines();
+
+    EXPECT_EQ(host.Wait(), 0);
+    EXPECT_EQ(lines.size(), 6U);
+    EXPECT_EQ(JSON::parse(lines.back())["event"], "summary");
+    EXPECT_EQ(host.GetErrors(), "plug-in: device opened\n");
+}
+
+TEST(Host, LoadsThePlugInIntoItselfForADebugger)
+{
+    ChildProcess host(kHostProgram, {"--plugin", GetWrongBundle("prints-nothing"), "--in-process",
+                                     "info", "enable"});
+
+    const std::vector<std::string> lines = host.ReadLines();
+
+    EXPECT_EQ(host.Wait(), 0);
+    EXPECT_TRUE(std::ranges::find(lines, "device opened") != lines.end());
+    EXPECT_EQ(host.GetErrors(), "");
+}
+
 TEST(Host, TakesNegativeNumbersAndOptionsAnywhere)
 {
     const HostRun run = RunHost({"--expect", "-3", "set", "enable", "-1", "--channel", "0"});

@@ -72,7 +72,9 @@ TEST(Validate, NamesTheLastCallAndTheCommandThatRepeatsIt)
     ChildProcess host(kHostProgram, {"validate", bundle, "--only", "info-null-enable",
                                      "--recordings", folder / "kept"});
 
-    const Lines lines = host.ReadLines();
+    Lines lines = host.ReadLines();
+    // An emulator says of itself that its program has crashed.
+    std::erase_if(lines, [](const std::string& line) { return Contains(line, "printed    qemu"); });
 
     EXPECT_EQ(host.Wait(), 1);
     ASSERT_EQ(lines.size(), 8U);

@@ -21,21 +21,6 @@ namespace {
 
 using Tools::FormatText;
 
-/// A word of a command line as a shell takes it.
-std::string QuoteForShell(const std::string& word)
-{
-    constexpr const char* kPlain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"
-                                   "/._-+=:@%,";
-    if (!word.empty() && word.find_first_not_of(kPlain) == std::string::npos) {
-        return word;
-    }
-    std::string quoted = "'";
-    for (const char character : word) {
-        quoted += character == '\'' ? "'\\''" : std::string(1, character);
-    }
-    return quoted + "'";
-}
-
 /// Passes on what happens to every report, and leaves recordings.
 class Presenter final : public IObserver
 {
@@ -93,9 +78,9 @@ Advice Presenter::Advise(const CheckResult& result)
     const Plan& plan = mArguments.plan;
     Advice advice;
     advice.repeat =
-        "qxhost validate " + QuoteForShell(plan.bundle) + " --only " + result.check->name;
+        "qxhost validate " + Tools::QuoteForShell(plan.bundle) + " --only " + result.check->name;
     if (!plan.profile.file.empty()) {
-        advice.repeat += " --profile " + QuoteForShell(plan.profile.file);
+        advice.repeat += " --profile " + Tools::QuoteForShell(plan.profile.file);
     }
     // A bundle that cannot be loaded has made no calls.
     if (result.outcome.journal->GetCount() > 0) {

@@ -21,7 +21,8 @@ struct Slot
     std::atomic<bool> isTaken;
     std::atomic<std::uintptr_t> begin; ///< of the bytes; 0 while the slot is filled in
     std::size_t size;
-    std::size_t reach; ///< how far its pages go in both directions
+    std::uintptr_t whole; ///< the first guard
+    std::uintptr_t end;   ///< where the last one ends
     const char* name;
 };
 
@@ -75,7 +76,8 @@ LentBuffer::LentBuffer(const char* name, const void* bytes, std::size_t size, Ac
     if (mSlot >= 0) {
         Slot& slot = gSlots[mSlot];
         slot.size = size;
-        slot.reach = mInnerSize + page;
+        slot.whole = reinterpret_cast<std::uintptr_t>(mWhole);
+        slot.end = slot.whole + mInnerSize + 2 * page;
         slot.name = mName;
         slot.begin = reinterpret_cast<std::uintptr_t>(mBytes);
     }
@@ -110,7 +112,7 @@ void LentBuffer::DescribeAddress(const void* address, char* text, std::size_t si
     for (const Slot& slot : gSlots) {
         const std::uintptr_t begin = slot.begin;
         const std::uintptr_t end = begin + slot.size;
-        if (begin == 0 || place + slot.reach < begin || place > end + slot.reach) {
+        if (begin == 0 || place < slot.whole || place >= slot.end) {
             continue;
         }
         if (place >= end) {

@@ -37,6 +37,8 @@ Device gDevices[kMostDevices];
 AudioDriverPlugInDevicePropertyChangedProc gCallback;
 int gOpens;
 std::atomic<int> gSets;
+/// Seen from outside, or the compiler would leave the allocation out.
+void* volatile gLost;
 
 int GetThread()
 {
@@ -282,7 +284,7 @@ EXPORTED OSStatus AudioDriverPlugInDeviceSetProperty(AudioDeviceID id, const Aud
             SendSimple(*device, kOpenDirectMonitorMessage);
         }
         if (HasFault("rounds-of-refusals")) {
-            std::memset(std::malloc(4096), 1, 4096);
+            gLost = std::malloc(4096);
         }
         return refusal;
     }
