@@ -1,6 +1,6 @@
 // WrongBundlesTest.cpp - bundles that break one rule each fail the check of that rule and no other.
 
-#include "Tests/Support/Sanitizers.h"
+#include "Tests/Support/BuildKind.h"
 #include "Tests/Tools/EndToEnd/Validation.h"
 
 #include <gtest/gtest.h>
@@ -44,9 +44,8 @@ TEST_P(WrongBundle, FailsExactlyTheCheckThatNamesItsFault)
     const bool isHang = std::string_view(row.finding).find("did not end") != std::string::npos;
     Names arguments = {GetWrongBundle(row.check), "--jobs", "4", "--rounds", "10", "--time-limit",
                        isHang ? "8" : "60"};
-    // All checks take long where the plug-in runs slowly; those of one kind are told apart there.
-    if (std::string_view(QX_EMULATOR) != "" || QX_HAS_ADDRESS_SANITIZER ||
-        QX_HAS_THREAD_SANITIZER) {
+    // All checks of every bundle would take long; those of one kind are told apart all the same.
+    if (kIsSlow) {
         arguments.insert(arguments.end(), {"--only", row.tag});
     }
 
