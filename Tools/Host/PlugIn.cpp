@@ -106,6 +106,11 @@ PlugIn::~PlugIn()
     dlclose(mImage);
 }
 
+std::string FindImagePath(const std::string& bundle)
+{
+    return FindImage(bundle).string();
+}
+
 bool IsOwnPlugIn(const std::string& path)
 {
     return fs::path(path).stem() == fs::path(kBundleName).stem();

@@ -44,6 +44,9 @@ private:
     EntryPoints mEntryPoints{};
 };
 
+/// Returns the file that is loaded for a bundle.
+std::string FindImagePath(const std::string& bundle);
+
 /// Tells by a bundle's name whether it is the direct-monitor plug-in.
 bool IsOwnPlugIn(const std::string& path);
 

@@ -65,6 +65,21 @@ TEST(Validate, PassesTheBundleBesideTheHost)
     EXPECT_EQ(host.GetErrors(), "");
 }
 
+TEST(Validate, TakesABundleThatIsAFolder)
+{
+    namespace fs = std::filesystem;
+    const TemporaryFolder folder;
+    const fs::path bundle = folder / "Right.bundle";
+    fs::create_directories(bundle / "Contents" / "MacOS");
+    fs::copy_file(GetWrongBundle("none"), bundle / "Contents" / "MacOS" / "Right");
+
+    const Validation validation =
+        Validate({bundle.string(), "--only", "own-functions", "--only", "opens-no-files"}, folder);
+
+    EXPECT_EQ(validation.GetFailed(), Lines{});
+    EXPECT_EQ(validation.verdict["passed"], 2);
+}
+
 TEST(Validate, NamesTheLastCallAndTheCommandThatRepeatsIt)
 {
     const TemporaryFolder folder;

@@ -161,7 +161,7 @@ void UseAll(Bench& bench)
 void OpensNoFiles(Bench& bench)
 {
     namespace fs = std::filesystem;
-    const OpenedFiles opened(bench.GetBundle());
+    const OpenedFiles opened(Host::FindImagePath(bench.GetBundle()));
     UseAll(bench);
     bench.Require(opened.GetFirst().empty(), "a file was opened: " + opened.GetFirst());
     // The working folder is the check's own, and was empty but for the folder of the ports.

@@ -24,7 +24,7 @@ namespace {
 std::atomic<bool> gIsWatching;
 std::atomic<bool> gHasFirst;
 char gFirst[512];
-char gBundle[512];
+char gImage[512];
 
 /// Tells whether code of the platform itself is at an address.
 bool IsOfPlatform(const void* code)
@@ -38,7 +38,7 @@ bool IsOfPlatform(const void* code)
 
 void Note(const char* path, const void* code)
 {
-    if (gIsWatching && std::strcmp(path, gBundle) != 0 && !IsOfPlatform(code) &&
+    if (gIsWatching && std::strcmp(path, gImage) != 0 && !IsOfPlatform(code) &&
         !gHasFirst.exchange(true)) {
         std::strncpy(gFirst, path, sizeof gFirst - 1);
     }
@@ -97,11 +97,11 @@ QX_REPLACE_FOPEN(fopen64)
 
 namespace Validate {
 
-OpenedFiles::OpenedFiles(const std::string& bundle)
+OpenedFiles::OpenedFiles(const std::string& image)
 {
     gHasFirst = false;
     gFirst[0] = '\0';
-    std::strncpy(gBundle, bundle.c_str(), sizeof gBundle - 1);
+    std::strncpy(gImage, image.c_str(), sizeof gImage - 1);
     gIsWatching = true;
 }
 

@@ -10,11 +10,11 @@ namespace Validate {
 
 /// Watches from its construction to its end. One at a time.
 ///
-/// The bundle's own file does not count: the host itself looks at it before it loads it.
+/// The bundle's own file, `image`, does not count: the host itself looks at it before it loads it.
 class OpenedFiles
 {
 public:
-    explicit OpenedFiles(const std::string& bundle);
+    explicit OpenedFiles(const std::string& image);
     ~OpenedFiles();
     OpenedFiles(const OpenedFiles&) = delete;
     OpenedFiles& operator=(const OpenedFiles&) = delete;

@@ -78,8 +78,11 @@ void AddAnswer(JSON& object, const Event& call)
         return;
     }
     object["status"] = call.status;
-    if (call.action == Action::kInfo || call.action == Action::kStreamInfo) {
+    const bool isInfo = call.action == Action::kInfo || call.action == Action::kStreamInfo;
+    if (isInfo || call.action == Action::kGet || call.action == Action::kStreamGet) {
         object["outSize"] = call.outSize;
+    }
+    if (isInfo) {
         object["outWritable"] = call.outWritable;
     }
     object["microseconds"] = static_cast<double>(call.duration) / 1000;
