@@ -75,11 +75,23 @@ constexpr Command kCommands[] = {
      "enable, level, state or a code (default: enable)", false},
     {"run", "Run a script", false, "SCRIPT", "The script; - reads the standard input", true},
 };
-constexpr const char* kCommandList = "info, get, set, stream, run and validate";
+constexpr const char* kCommandList =
+    "info, get, set, stream, run, validate, record, replay and diff";
+
+/// Commands that read their own words, if they are the first one; here for the list of commands.
+constexpr std::pair<const char*, const char*> kOwnCommands[] = {
+    {"validate", "Try a bundle against every rule; validate --help tells more"},
+    {"record", "Write the calls of a script, and their messages, to a file"},
+    {"replay", "Make the calls of such a file again, or send its messages"},
+    {"diff", "Tell where two such files differ"},
+};
 
 std::vector<std::string> GetCommandNames()
 {
-    std::vector<std::string> names = {"validate"};
+    std::vector<std::string> names;
+    for (const auto& [name, description] : kOwnCommands) {
+        names.emplace_back(name);
+    }
     for (const Command& command : kCommands) {
         names.emplace_back(command.name);
     }
@@ -334,13 +346,16 @@ std::optional<Arguments> ReadArguments(int count, const char* const* values, int
         CLI::Option* const words = AddCommand(app, command, options, arguments);
         words->required(command.needsWords);
     }
-    // Runs by itself, if it is the first word; here for the list of commands.
-    app.add_subcommand("validate", "Try a bundle against every rule; validate --help tells more");
+    for (const auto& [name, description] : kOwnCommands) {
+        app.add_subcommand(name, description);
+    }
     try {
         app.parse(count, values);
         RefuseExtras(app);
-        if (app.got_subcommand("validate")) {
-            Refuse("validate has to be the first word");
+        for (const auto& [name, description] : kOwnCommands) {
+            if (app.got_subcommand(name)) {
+                Refuse(std::string(name) + " has to be the first word");
+            }
         }
         MakeSteps(app, options, arguments);
     } catch (const CLI::ParseError& error) {

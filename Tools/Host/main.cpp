@@ -7,6 +7,7 @@
 #include "Tools/Common/Text.h"
 #include "Tools/Host/Arguments.h"
 #include "Tools/Host/Interruption.h"
+#include "Tools/Host/Record/Command.h"
 #include "Tools/Host/Report.h"
 #include "Tools/Host/Validate/Command.h"
 
@@ -206,6 +207,9 @@ int ShowEnd(const Arguments& arguments, const ChildEnd& end, const std::string& 
 int main(int count, char** values)
 {
     Tools::EndWithoutMemory("qxhost: there is not enough memory\n", kExitNoMemory);
+    if (count > 1 && Record::IsCommand(values[1])) {
+        return Record::RunCommand(count - 1, values + 1);
+    }
     if (count > 1 && std::string_view(values[1]) == "validate") {
         return Validate::RunCommand(count - 1, values + 1);
     }

@@ -254,12 +254,13 @@ std::string GetRefusal(const std::vector<std::string>& arguments, const std::str
 
 TEST(Host, TellsWhichWordIsWrongAndTheNearestRightOne)
 {
-    const std::string commands = "there are info, get, set, stream, run and validate";
+    const std::string commands =
+        "there are info, get, set, stream, run, validate, record, replay and diff";
     EXPECT_EQ(GetRefusal({"inof"}),
               "qxhost: there is no command \"inof\"; did you mean info? " + commands);
     EXPECT_EQ(GetRefusal({"teleport"}), "qxhost: there is no command \"teleport\"; " + commands);
-    EXPECT_EQ(GetRefusal({}),
-              "qxhost: a command is needed: info, get, set, stream, run and validate");
+    EXPECT_EQ(GetRefusal({}), "qxhost: a command is needed: info, get, set, stream, run, validate, "
+                              "record, replay and diff");
     EXPECT_EQ(GetRefusal({"get", "--devcie", "7"}),
               "qxhost: there is no option --devcie; did you mean --device? see --help");
     EXPECT_EQ(GetRefusal({"set", "leve", "1"}),

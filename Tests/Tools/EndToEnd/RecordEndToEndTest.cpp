@@ -1,0 +1,150 @@
+// RecordEndToEndTest.cpp - qxhost record, replay and diff as processes.
+
+#include "Tests/Tools/EndToEnd/Validation.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+namespace {
+
+using ToolsTests::ChildProcess;
+using ToolsTests::GetWrongBundle;
+using ToolsTests::kHostProgram;
+using ToolsTests::kMonitorProgram;
+using ToolsTests::TemporaryFolder;
+using JSON = nlohmann::json;
+using Lines = std::vector<std::string>;
+
+constexpr const char* kScript = "open 7\n"
+                                "set enable on\n"
+                                "set state 0\n"
+                                "get enable\n"
+                                "close\n";
+
+/// How a run ended, and the last line that it has written.
+struct Ending
+{
+    int exitCode;
+    std::string text;
+};
+
+Ending RunHost(const Lines& arguments, const std::string& input = "")
+{
+    ChildProcess host(kHostProgram, arguments, input);
+    const Lines lines = host.ReadLines();
+    const int exitCode = host.Wait();
+    const std::string errors = host.GetErrors();
+    return {exitCode, lines.empty() ? errors.substr(0, errors.find('\n')) : lines.back()};
+}
+
+/// A file with the calls of kScript to a bundle that is right.
+class Recording : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        const Ending run =
+            RunHost({"record", mFile, "-", "--plugin", GetWrongBundle("none")}, kScript);
+        ASSERT_EQ(run.exitCode, 0) << run.text;
+        ASSERT_EQ(run.text, "qxhost: recorded 5 calls and 3 messages");
+    }
+
+    const TemporaryFolder mFolder;
+    const std::string mFile = mFolder / "calls.jsonl";
+};
+
+TEST_F(Recording, HasEachCallBeforeTheMessagesThatItSent)
+{
+    std::ifstream stream(mFile);
+    Lines events;
+    for (std::string line; std::getline(stream, line);) {
+        const JSON object = JSON::parse(line);
+        events.push_back(
+            object.value("code", object.value("entryPoint", object.value("event", ""))));
+    }
+
+    EXPECT_EQ(events,
+              (Lines{"recording", "AudioDriverPlugInOpen", "AudioDriverPlugInDeviceSetProperty",
+                     "SLLM", "AudioDriverPlugInDeviceSetProperty", "SLLM", "ClLM",
+                     "AudioDriverPlugInDeviceGetProperty", "AudioDriverPlugInClose"}));
+}
+
+TEST_F(Recording, IsPlayedAgainWithoutADifference)
+{
+    const Ending run = RunHost({"replay", mFile, "--against", GetWrongBundle("none")});
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.text, "qxhost: no difference in 5 calls and 3 messages");
+}
+
+TEST_F(Recording, TellsTheFirstDifferenceOfAnotherBundle)
+{
+    const Ending order = RunHost({"replay", mFile, "--against", GetWrongBundle("only-sets-send")});
+    const Ending crash = RunHost({"replay", mFile, "--against", GetWrongBundle("loads")});
+
+    EXPECT_EQ(order.exitCode, 1);
+    EXPECT_EQ(order.text, "qxhost: there are 3 and 4 messages");
+    EXPECT_EQ(crash.exitCode, 3);
+}
+
+TEST_F(Recording, IsComparedFieldByField)
+{
+    std::ifstream input(mFile);
+    std::ofstream output(mFolder / "other.jsonl");
+    for (std::string line; std::getline(input, line);) {
+        JSON object = JSON::parse(line);
+        if (object["number"] == 3) {
+            object["data"].get_ref<std::string&>()[1] = 'D';
+        }
+        output << object << "\n";
+    }
+    output.close();
+
+    const Ending same = RunHost({"diff", mFile, mFile});
+    const Ending other = RunHost({"diff", mFile, mFolder / "other.jsonl"});
+
+    EXPECT_EQ(same.exitCode, 0);
+    EXPECT_EQ(other.exitCode, 1);
+    EXPECT_EQ(other.text, "qxhost: message 1: byte 0 is 3C and 3D");
+}
+
+TEST_F(Recording, SendsItsMessagesToAServer)
+{
+    ChildProcess monitor(kMonitorProgram, {"--json", "--count", "3"});
+    monitor.ReadLine();
+
+    const Ending run = RunHost({"replay", mFile, "--against", "server"});
+
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.text, "qxhost: 3 messages, 0 refused");
+    Lines codes;
+    while (const std::optional<std::string> line = monitor.ReadLine()) {
+        const JSON object = JSON::parse(*line);
+        if (object["event"] == "message") {
+            codes.push_back(object["code"].get<std::string>());
+            EXPECT_EQ(object["wellFormed"], true);
+        }
+    }
+    EXPECT_EQ(codes, (Lines{"SLLM", "SLLM", "ClLM"}));
+}
+
+TEST_F(Recording, IsRefusedWithTheLineThatIsWrong)
+{
+    const std::string wrong = mFolder / "wrong.jsonl";
+    const auto refuse = [&](const std::string& text) {
+        std::ofstream(wrong) << text;
+        const Ending run = RunHost({"diff", wrong, mFile});
+        const std::string start = "qxhost diff: " + wrong + " is no recording: ";
+        return run.exitCode == 2 ? run.text.substr(std::min(run.text.size(), start.size())) : "";
+    };
+
+    EXPECT_EQ(refuse(""), "it has no calls and no messages");
+    EXPECT_EQ(refuse("open 7\n"), "line 1 is no JSON");
+    EXPECT_EQ(refuse("{\"schemaVersion\": 2, \"event\": \"call\"}\n"),
+              "line 1: its schemaVersion is not 1");
+    EXPECT_EQ(refuse("{\"schemaVersion\": 1, \"event\": \"call\", \"entryPoint\": \"Open\"}\n"),
+              "line 1: there is no entry point \"Open\"");
+}
+
+} // namespace

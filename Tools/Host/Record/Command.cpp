@@ -1,0 +1,392 @@
+// Command.cpp - recordings: made from a script, played again, compared.
+
+#include "Tools/Host/Record/Command.h"
+
+#include "Protocol/ServerProtocol.h"
+#include "Tools/Common/File.h"
+#include "Tools/Common/Terminal.h"
+#include "Tools/Common/Text.h"
+#include "Tools/Host/Arguments.h"
+#include "Tools/Host/NumberCheck.h"
+#include "Tools/Host/PlugIn.h"
+#include "Tools/Host/Record/Difference.h"
+#include "Tools/Host/Script.h"
+#include "Tools/Host/Session.h"
+#include "Tools/Host/Status.h"
+#include "Tools/Host/Validate/CheckProcess.h"
+#include "Tools/Host/Validate/Recording.h"
+
+#include <CLI/CLI.hpp>
+#include <CoreFoundation/CoreFoundation.h>
+
+#include <algorithm>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <system_error>
+
+namespace Record {
+namespace {
+
+using Host::Action;
+using Tools::FormatText;
+using Validate::Event;
+using Validate::Request;
+
+constexpr const char* kFooter =
+    "A recording has one JSON object a line: each call with its arguments and its answer, and "
+    "each\n"
+    "message with its time, its sender and its bytes. Docs/Tools.md describes it.\n"
+    "\n"
+    "Exit codes:\n"
+    "  0  recorded; played again or compared without a difference\n"
+    "  1  a difference, a message that was refused, or the plug-in ended its process\n"
+    "  2  the command line, the script or a recording is wrong\n"
+    "  3  the plug-in cannot be loaded\n"
+    "  4  the recording cannot be written, or no process can be started\n";
+
+struct Options
+{
+    std::vector<std::string> files;
+    std::string plugIn;
+    std::string against;
+    double timeLimit = 60;
+};
+
+/// Throws: CLI::ValidationError with that text.
+[[noreturn]] void Refuse(const std::string& text)
+{
+    throw CLI::ValidationError(text);
+}
+
+std::string ReadText(const std::string& file)
+{
+    std::string text;
+    const std::string failure = Tools::ReadWholeFile(file, text);
+    if (!failure.empty()) {
+        Refuse("cannot read " + file + ": " + failure);
+    }
+    return text;
+}
+
+Events LoadEvents(const std::string& file)
+{
+    Events events;
+    const std::string failure = ReadEvents(ReadText(file), events);
+    if (!failure.empty()) {
+        Refuse(file + " is no recording: " + failure);
+    }
+    return events;
+}
+
+/// The calls of a script; what it expects and its pauses are left out.
+Events LoadScript(const std::string& file)
+{
+    const Host::Script script = Host::ParseScript(ReadText(file));
+    if (!script.error.empty()) {
+        Refuse(file + ":" + std::to_string(script.errorLine) + ": " + script.error);
+    }
+    Events events;
+    UInt32 device = Host::Session::kDefaultDevice;
+    for (const Host::Step& step : script.steps) {
+        device = step.action == Action::kOpen ? step.device.value_or(device) : device;
+        if (step.action == Action::kSleep) {
+            continue;
+        }
+        if (step.data.size() > Event::kMostData) {
+            Refuse(FormatText("a recording takes %zu bytes of a set at most", Event::kMostData));
+        }
+        Event event = {};
+        event.action = step.action;
+        event.device = step.device.value_or(device);
+        event.channel = step.channel;
+        event.isInput = step.isInput;
+        event.selector = step.property;
+        event.size = step.size;
+        event.dataSize = static_cast<UInt32>(step.data.size());
+        std::copy(step.data.begin(), step.data.end(), event.data);
+        events.push_back(event);
+    }
+    if (events.empty()) {
+        Refuse("the script " + file + " makes no call");
+    }
+    return events;
+}
+
+Request MakeRequest(const Event& call)
+{
+    Request request;
+    request.device = call.device;
+    request.channel = call.channel;
+    request.isInput = call.isInput;
+    request.selector = call.selector;
+    request.hasSize = !call.isSizeNull;
+    request.hasWritable = !call.isWritableNull;
+    request.hasData = !call.isDataNull;
+    request.size = call.size;
+    const bool isGet = call.action == Action::kGet || call.action == Action::kStreamGet;
+    request.data = isGet ? Validate::Bytes(std::min(call.size, Host::kLargestSize))
+                         : Validate::Bytes(call.data, call.data + call.dataSize);
+    return request;
+}
+
+void Make(Validate::Caller& plugIn, const Event& call)
+{
+    switch (call.action) {
+    case Action::kOpen:
+        plugIn.Open(call.device);
+        break;
+    case Action::kClose:
+        plugIn.Close(call.device);
+        break;
+    case Action::kInfo:
+        plugIn.Info(MakeRequest(call));
+        break;
+    case Action::kGet:
+        plugIn.Get(MakeRequest(call));
+        break;
+    case Action::kSet:
+        plugIn.Set(MakeRequest(call));
+        break;
+    case Action::kStreamInfo:
+        plugIn.StreamInfo(MakeRequest(call));
+        break;
+    case Action::kStreamGet:
+        plugIn.StreamGet(MakeRequest(call));
+        break;
+    case Action::kStreamSet:
+        plugIn.StreamSet(MakeRequest(call));
+        break;
+    case Action::kSleep:
+        break;
+    }
+}
+
+/// Makes the calls in a process of their own, with a server that takes every message.
+Validate::Outcome Play(const Events& calls, const Options& options, std::string& bundle)
+{
+    Validate::Check check;
+    check.name = "calls";
+    check.run = [&](Validate::Bench& bench) {
+        bench.StartServer();
+        Validate::Caller& plugIn = bench.Load();
+        for (const Event& call : calls) {
+            Make(plugIn, call);
+            // The messages of a call stand after it, and before the next.
+            bench.TakeMessages();
+        }
+    };
+    Validate::Plan plan;
+    plan.profile = Validate::MakeBuiltInProfile();
+    plan.timeLimit = options.timeLimit;
+    std::error_code error;
+    plan.bundle = std::filesystem::absolute(
+                      options.plugIn.empty() ? Host::FindDefaultPlugIn() : options.plugIn, error)
+                      .lexically_normal()
+                      .string();
+    bundle = plan.bundle;
+    Validate::CheckProcess process(check, plan);
+    std::optional<Validate::Outcome> outcome;
+    while (!(outcome = process.Poll())) {
+        constexpr timespec kPause = {0, 1'000'000};
+        nanosleep(&kPause, nullptr);
+    }
+    return *outcome;
+}
+
+Events TakeEvents(const Validate::Journal& journal)
+{
+    Events events;
+    for (UInt32 index = journal.GetFirst(); index < journal.GetCount(); ++index) {
+        events.push_back(journal.Get(index));
+    }
+    return events;
+}
+
+/// What is printed is no fault here.
+bool HasFailed(const Validate::Outcome& outcome)
+{
+    return !outcome.finding.empty() && !outcome.isNoise;
+}
+
+int ShowFailure(const Validate::Outcome& outcome)
+{
+    std::fprintf(stderr, "qxhost: %s\n", Tools::EscapeControls(outcome.finding).c_str());
+    if (!outcome.lastCall.empty()) {
+        std::fprintf(stderr, "        last call: %s\n", outcome.lastCall.c_str());
+    }
+    return outcome.isNotLoaded ? Host::kExitNotLoaded : Host::kExitUnexpected;
+}
+
+std::string CountEvents(const Events& events)
+{
+    return FormatText("%zu calls and %zu messages", SelectEvents(events, false).size(),
+                      SelectEvents(events, true).size());
+}
+
+int RunRecord(const Options& options)
+{
+    const std::string& file = options.files.front();
+    const Events calls = LoadScript(options.files.back());
+    std::string bundle;
+    const Validate::Outcome outcome = Play(calls, options, bundle);
+    if (!outcome.isNotLoaded) {
+        const std::string failure = Validate::WriteRecording(
+            file, {bundle, "", HasFailed(outcome) ? outcome.finding : ""}, *outcome.journal);
+        if (!failure.empty()) {
+            std::fprintf(stderr, "qxhost: cannot write %s: %s\n",
+                         Tools::EscapeControls(file).c_str(), failure.c_str());
+            return Host::kExitUnwritten;
+        }
+    }
+    if (HasFailed(outcome)) {
+        return ShowFailure(outcome);
+    }
+    Tools::PrintLine("qxhost: recorded " + CountEvents(TakeEvents(*outcome.journal)));
+    return Host::kExitAsExpected;
+}
+
+int ShowDifference(const std::string& difference, const Events& events)
+{
+    Tools::PrintLine(difference.empty() ? "qxhost: no difference in " + CountEvents(events)
+                                        : "qxhost: " + difference);
+    return difference.empty() ? Host::kExitAsExpected : Host::kExitUnexpected;
+}
+
+/// Sends the messages of a recording to whoever holds the port.
+int SendMessages(const Events& messages)
+{
+    const CFMessagePortRef port = CFMessagePortCreateRemote(nullptr, CFSTR(kServerPortName));
+    if (port == nullptr) {
+        Refuse("no server holds the port");
+    }
+    std::size_t refused = 0;
+    for (const Event& message : messages) {
+        const CFDataRef data =
+            CFDataCreate(nullptr, message.data, static_cast<CFIndex>(message.dataSize));
+        const SInt32 status =
+            CFMessagePortSendRequest(port, message.id, message.dataSize > 0 ? data : nullptr,
+                                     kSendTimeoutSeconds, 0, nullptr, nullptr);
+        CFRelease(data);
+        refused += status != 0 ? 1 : 0;
+        Tools::PrintLine(Host::FormatStatus(message.id) + ": " + Host::FormatStatus(status));
+    }
+    CFRelease(port);
+    Tools::PrintLine(FormatText("qxhost: %zu messages, %zu refused", messages.size(), refused));
+    return refused == 0 ? Host::kExitAsExpected : Host::kExitUnexpected;
+}
+
+int RunReplay(Options options)
+{
+    const Events recorded = LoadEvents(options.files.front());
+    const Events messages = SelectEvents(recorded, true);
+    if (options.against == "server") {
+        for (const Event& message : messages) {
+            if (message.dataSize > Event::kMostData) {
+                Refuse("a message of the recording is cut: it cannot be sent again");
+            }
+        }
+        return SendMessages(messages);
+    }
+    options.plugIn = options.against;
+    std::string bundle;
+    const Validate::Outcome outcome = Play(SelectEvents(recorded, false), options, bundle);
+    const Events played = TakeEvents(*outcome.journal);
+    const std::string difference = FindDifference(recorded, played);
+    if (outcome.isNotLoaded || (HasFailed(outcome) && difference.empty())) {
+        return ShowFailure(outcome);
+    }
+    return ShowDifference(difference, played);
+}
+
+int RunDiff(const Options& options)
+{
+    const Events first = LoadEvents(options.files.front());
+    return ShowDifference(FindDifference(first, LoadEvents(options.files.back())), first);
+}
+
+std::string FormatFailure(const CLI::App* app, const CLI::Error& error)
+{
+    return app->get_name() + ": " + Tools::EscapeControls(error.what()) + "\n" + app->get_name() +
+           " --help tells more.\n";
+}
+
+struct Command
+{
+    const char* name;
+    const char* description;
+    const char* words;
+    int files;
+    int (*run)(Options options);
+};
+
+constexpr Command kCommands[] = {
+    {"record",
+     "Runs a script with a server of its own, and writes each call and message to a file.",
+     "FILE SCRIPT", 2, [](Options options) { return RunRecord(options); }},
+    {"replay",
+     "Makes the calls of a recording again, and tells the first answer or message that differs;\n"
+     "or sends its messages again.",
+     "FILE", 1, RunReplay},
+    {"diff", "Tells the first call or message in which two recordings differ.", "FILE FILE", 2,
+     [](Options options) { return RunDiff(options); }},
+};
+
+void AddOptions(CLI::App& app, const Command& command, Options& options)
+{
+    app.add_option(command.words, options.files, "")->required()->expected(command.files);
+    if (command.run == RunReplay) {
+        app.add_option("--against", options.against,
+                       "A bundle (default: the one beside qxhost), or the word server: whoever "
+                       "holds the port gets the messages")
+            ->type_name("BUNDLE|server");
+    } else if (command.files == 2 && std::strcmp(command.name, "record") == 0) {
+        app.add_option("--plugin", options.plugIn, "The bundle (default: the one beside qxhost)")
+            ->type_name("PATH");
+    }
+    if (std::strcmp(command.name, "diff") != 0) {
+        app.add_option("--time-limit", options.timeLimit,
+                       "The longest that all calls may take (default: 60)")
+            ->type_name("SECONDS")
+            ->check(Host::MakeSecondsCheck(0.1, 86400));
+    }
+}
+
+int Run(const Command& command, int count, const char* const* values)
+{
+    Options options;
+    CLI::App app(command.description, std::string("qxhost ") + command.name);
+    app.footer(kFooter);
+    app.failure_message(FormatFailure);
+    AddOptions(app, command, options);
+    try {
+        app.parse(count, values);
+        const int exitCode = command.run(options);
+        return Tools::IsOutputWritten() ? exitCode : Host::kExitUnwritten;
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? Host::kExitAsExpected : Host::kExitUsage;
+    } catch (const std::runtime_error& error) {
+        std::fprintf(stderr, "qxhost: %s\n", error.what());
+        return Host::kExitUnwritten;
+    }
+}
+
+} // namespace
+
+bool IsCommand(const char* word)
+{
+    return std::ranges::any_of(
+        kCommands, [&](const Command& command) { return std::strcmp(command.name, word) == 0; });
+}
+
+int RunCommand(int count, const char* const* values)
+{
+    for (const Command& command : kCommands) {
+        if (std::strcmp(command.name, values[0]) == 0) {
+            return Run(command, count, values);
+        }
+    }
+    return Host::kExitUsage;
+}
+
+} // namespace Record
