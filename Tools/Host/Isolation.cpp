@@ -20,6 +20,9 @@
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#ifdef __linux__
+#include <sys/prctl.h>
+#endif
 
 namespace Host {
 namespace {
@@ -266,6 +269,9 @@ ChildEnd RunInChild(double callSeconds, const std::function<int(CallNote&)>& bod
     std::fflush(nullptr);
     gChild = fork();
     if (gChild == 0) {
+#ifdef __linux__
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+#endif
         close(output[0]);
         close(errors[0]);
         for (const int fault : {SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL}) {

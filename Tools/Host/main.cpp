@@ -178,6 +178,10 @@ int ShowEnd(const Arguments& arguments, const ChildEnd& end, const std::string& 
     case ChildEnd::Kind::kReturned:
         return end.exitCode;
     case ChildEnd::Kind::kCrashed:
+        if (end.signal == SIGPIPE && !end.isInCall) {
+            // The reader of the output has gone: this process ends as the child did.
+            std::raise(SIGPIPE);
+        }
         if (end.signal == SIGINT || end.signal == SIGTERM) {
             how = "stopped while the plug-in did not return";
             exitCode = 128 + end.signal;

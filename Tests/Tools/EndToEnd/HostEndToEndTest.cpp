@@ -419,6 +419,19 @@ TEST(Host, ShowsWhatThePlugInPrintsApartFromItsOwnOutput)
     EXPECT_EQ(host.GetErrors(), "plug-in: device opened\n");
 }
 
+TEST(Host, EndsInSilenceWhenTheReaderOfItsOutputGoes)
+{
+    for (const char* const command : {"info --repeat 10000", "validate --only registry"}) {
+        const std::string line =
+            std::string(QX_EMULATOR) + " \"$0\" " + command + " | head -n 1; echo over";
+        ChildProcess shell("sh", {"-c", line, kHostProgram});
+
+        EXPECT_EQ(shell.ReadLines().size(), 2U) << command;
+        EXPECT_EQ(shell.Wait(), 0);
+        EXPECT_EQ(shell.GetErrors(), "");
+    }
+}
+
 TEST(Host, LoadsThePlugInIntoItselfForADebugger)
 {
     ChildProcess host(kHostProgram, {"--plugin", GetWrongBundle("prints-nothing"), "--in-process",

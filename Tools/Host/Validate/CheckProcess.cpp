@@ -18,6 +18,9 @@
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
+#ifdef __linux__
+#include <sys/prctl.h>
+#endif
 
 namespace Validate {
 namespace {
@@ -123,6 +126,10 @@ void CheckProcess::Run(const Plan& plan) const
     setsid();
     std::signal(SIGINT, SIG_DFL);
     std::signal(SIGTERM, SIG_DFL);
+    std::signal(SIGPIPE, SIG_DFL);
+#ifdef __linux__
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+#endif
     // What a lack of memory does to the plug-in is the plug-in's business.
     std::set_new_handler(nullptr);
     const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);

@@ -2,6 +2,8 @@
 
 #include "Tools/Host/Validate/Run.h"
 
+#include "Tools/Common/Terminal.h"
+
 #include <algorithm>
 #include <csignal>
 #include <ctime>
@@ -58,7 +60,7 @@ std::vector<CheckResult> Runner::Run()
     }
     mIsOver.resize(mResults.size());
     while (mStarted < mResults.size() || !mRunning.empty()) {
-        mIsStopped = mIsStopped || gStopSignal != 0;
+        mIsStopped = mIsStopped || gStopSignal != 0 || !Tools::IsOutputWritten();
         if (mIsStopped) {
             mRunning.clear();
             break;
@@ -143,6 +145,8 @@ std::vector<CheckResult> RunChecks(const Plan& plan, IObserver& observer)
 {
     std::signal(SIGINT, Stop);
     std::signal(SIGTERM, Stop);
+    // A reader that has gone is noticed when a line cannot be written.
+    std::signal(SIGPIPE, SIG_IGN);
     return Runner(plan, observer).Run();
 }
 
