@@ -276,7 +276,7 @@ int SendMessages(const Events& messages)
     return refused == 0 ? Host::kExitAsExpected : Host::kExitUnexpected;
 }
 
-int RunReplay(Options options)
+int RunReplay(const Options& options)
 {
     const Events recorded = LoadEvents(options.files.front());
     const Events messages = SelectEvents(recorded, true);
@@ -288,9 +288,10 @@ int RunReplay(Options options)
         }
         return SendMessages(messages);
     }
-    options.plugIn = options.against;
+    Options playing = options;
+    playing.plugIn = options.against;
     std::string bundle;
-    const Validate::Outcome outcome = Play(SelectEvents(recorded, false), options, bundle);
+    const Validate::Outcome outcome = Play(SelectEvents(recorded, false), playing, bundle);
     const Events played = TakeEvents(*outcome.journal);
     const std::string difference = FindDifference(recorded, played);
     if (outcome.isNotLoaded || (HasFailed(outcome) && difference.empty())) {
@@ -317,19 +318,19 @@ struct Command
     const char* description;
     const char* words;
     int files;
-    int (*run)(Options options);
+    int (*run)(const Options& options);
 };
 
 constexpr Command kCommands[] = {
     {"record",
      "Runs a script with a server of its own, and writes each call and message to a file.",
-     "FILE SCRIPT", 2, [](Options options) { return RunRecord(options); }},
+     "FILE SCRIPT", 2, RunRecord},
     {"replay",
      "Makes the calls of a recording again, and tells the first answer or message that differs;\n"
      "or sends its messages again.",
      "FILE", 1, RunReplay},
     {"diff", "Tells the first call or message in which two recordings differ.", "FILE FILE", 2,
-     [](Options options) { return RunDiff(options); }},
+     RunDiff},
 };
 
 void AddOptions(CLI::App& app, const Command& command, Options& options)

@@ -60,7 +60,7 @@ std::string Presenter::Record(const CheckResult& result)
     const std::filesystem::path folder = mArguments.recordings;
     std::error_code error;
     std::filesystem::create_directories(folder, error);
-    const std::string file = (folder / (result.check->name + ".jsonl")).string();
+    std::string file = (folder / (result.check->name + ".jsonl")).string();
     const std::string failure =
         WriteRecording(file, {mArguments.plan.bundle, result.check->name, result.outcome.finding},
                        *result.outcome.journal);

@@ -154,7 +154,8 @@ std::string DescribeIDs(const std::vector<Message>& messages)
 {
     std::string text;
     for (const Message& message : messages) {
-        text += (text.empty() ? "" : ", ") + DescribeID(message.id);
+        text += text.empty() ? "" : ", ";
+        text += DescribeID(message.id);
     }
     return text.empty() ? "none" : Tools::Shorten(text);
 }
@@ -193,7 +194,7 @@ std::string CompareMessages(const Profile& profile, const std::vector<Message>& 
             difference = FormatText("it carries %zu bytes instead of none", message.data.size());
         }
         if (!difference.empty()) {
-            return place + DescribeID(message.id) + ": " + difference;
+            return place + DescribeID(message.id).append(": ").append(difference);
         }
     }
     if (messages.size() != expected.size()) {
