@@ -5,6 +5,7 @@
 #include "Protocol/ServerProtocol.h"
 
 #include <cstdint>
+#include <cstring>
 #include <limits>
 
 namespace {
@@ -37,9 +38,13 @@ UInt32 DeviceMessageSerializer::CreateSetParamMessage(UInt32 parameterID, const 
     if (buffer->GetPtr<unsigned char>(messageSize - 1) == nullptr) {
         return kFailure;
     }
-    *buffer->GetPtr<UInt32>(kMessageLengthOffset) = messageSize;
-    *buffer->GetPtr<UInt32>(kMessageReservedOffset) = 0;
-    *buffer->GetPtr<UInt32>(kMessageParameterOffset) = parameterID;
-    return QX::Variant::Serialize(value, buffer->GetPtr<unsigned char>(kMessageValueOffset),
+    auto* const message = static_cast<unsigned char*>(buffer->GetRawPtr());
+    const auto storeHostWord = [message](UInt32 offset, UInt32 word) {
+        std::memcpy(message + offset, &word, sizeof word);
+    };
+    storeHostWord(kMessageLengthOffset, messageSize);
+    storeHostWord(kMessageReservedOffset, 0);
+    storeHostWord(kMessageParameterOffset, parameterID);
+    return QX::Variant::Serialize(value, message + kMessageValueOffset,
                                   dataSize + kSerializedValueHeaderSize);
 }

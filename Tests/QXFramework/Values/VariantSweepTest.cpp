@@ -269,6 +269,14 @@ TEST(VariantSweep, ARecordThatFindsNoMemoryFailsOrThrows)
          .failed = "9: old (none)",
          .again = "9: old (..............old.)",
          .least = 1},
+        {.what = "in a buffer that grows, after a gap",
+         .prepare = [](Values& values) { values.record = BufferWith("xy"); },
+         .run =
+             [](Values& values) { return values.value.Serialize(values.record, 4) != 0x80000008u; },
+         .done = "9: old (xy..............old.)",
+         .failed = "9: old (none)",
+         .again = "9: old (................old.)",
+         .least = 1},
         {.what = "in a buffer that fits",
          .prepare = [](Values& values) { values.record = BufferWith("0123456789ABCDEF"); },
          .run =
