@@ -1,4 +1,4 @@
-// Nearest.h - what somebody who mistyped a word may have meant.
+// Nearest.h - what a user who mistyped a word may have meant.
 #pragma once
 
 #include <string>

@@ -275,7 +275,7 @@ ChildEnd RunInChild(double callSeconds, const std::function<int(CallNote&)>& bod
         close(output[0]);
         close(errors[0]);
         for (const int fault : {SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL}) {
-            // A crash is the parent's to tell of, whoever wanted to handle it.
+            // The parent tells of a crash, so that no handler may take it.
             std::signal(fault, SIG_DFL);
         }
         DivertStreams(output[1], errors[1]);

@@ -253,7 +253,7 @@ int ShowDifference(const std::string& difference, const Events& events)
     return difference.empty() ? Host::kExitAsExpected : Host::kExitUnexpected;
 }
 
-/// Sends the messages of a recording to whoever holds the port.
+/// Sends the messages of a recording to the process that holds the port.
 int SendMessages(const Events& messages)
 {
     const CFMessagePortRef port = CFMessagePortCreateRemote(nullptr, CFSTR(kServerPortName));
