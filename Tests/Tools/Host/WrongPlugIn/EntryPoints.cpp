@@ -20,11 +20,6 @@
 
 #define EXPORTED extern "C" __attribute__((visibility("default")))
 
-bool HasFault(const char* check)
-{
-    return std::strcmp(gFault, check) == 0;
-}
-
 namespace {
 
 constexpr OSStatus kWhat = kAudioHardwareUnspecifiedError;

@@ -1,5 +1,29 @@
-// Fault.cpp - the one source that differs from bundle to bundle.
+// Fault.cpp - which fault a bundle has: the one that its file is named after.
 
 #include "Tests/Tools/Host/WrongPlugIn/Fault.h"
 
-const char* const gFault = QX_FAULT;
+#include <dlfcn.h>
+
+#include <string>
+
+namespace {
+
+std::string NameOfThisFile()
+{
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<void*>(&HasFault), &info) == 0) {
+        return {};
+    }
+    const std::string path = info.dli_fname;
+    const std::string file = path.substr(path.rfind('/') + 1);
+    return file.substr(0, file.rfind('.'));
+}
+
+} // namespace
+
+bool HasFault(const char* check)
+{
+    // Some faults are asked for while the bundle is loaded, before its static objects are made.
+    static const std::string name = NameOfThisFile();
+    return name == check;
+}
