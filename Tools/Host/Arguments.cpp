@@ -58,22 +58,22 @@ struct Command
 {
     const char* name;
     const char* description;
-    bool makesCalls; ///< by itself; a script says what to call
     const char* words;
     const char* wordsDescription;
     bool needsWords;
+    bool makesCalls; ///< by itself; a script says what to call
 };
 
 constexpr Command kCommands[] = {
-    {"info", "Ask for a property's size and whether it can be set", true, "PROPERTY",
-     "enable, level, state or a code (default: all)", false},
-    {"get", "Read a property", true, "PROPERTY", "enable, level, state or a code (default: all)",
-     false},
-    {"set", "Set a property: enable N, state N, level GAIN GAIN", true, "PROPERTY VALUE",
-     "The property and its value", true},
-    {"stream", "Call the three stream entry points", true, "PROPERTY",
-     "enable, level, state or a code (default: enable)", false},
-    {"run", "Run a script", false, "SCRIPT", "The script; - reads the standard input", true},
+    {"info", "Ask for a property's size and whether it can be set", "PROPERTY",
+     "enable, level, state or a code (default: all)", false, true},
+    {"get", "Read a property", "PROPERTY", "enable, level, state or a code (default: all)", false,
+     true},
+    {"set", "Set a property: enable N, state N, level GAIN GAIN", "PROPERTY VALUE",
+     "The property and its value", true, true},
+    {"stream", "Call the three stream entry points", "PROPERTY",
+     "enable, level, state or a code (default: enable)", false, true},
+    {"run", "Run a script", "SCRIPT", "The script; - reads the standard input", true, false},
 };
 constexpr const char* kCommandList =
     "info, get, set, stream, run, validate, record, replay and diff";

@@ -173,7 +173,7 @@ std::string MakeDebugCommand(int count, const char* const* values)
 int ShowEnd(const Arguments& arguments, const ChildEnd& end, const std::string& gdb)
 {
     std::string how;
-    int exitCode = end.exitCode;
+    int exitCode = kExitAsExpected;
     switch (end.kind) {
     case ChildEnd::Kind::kReturned:
         return end.exitCode;

@@ -59,7 +59,7 @@ void RunPort(ServerPort& port, const std::function<bool()>& wantsMore,
 /// Why the port cannot be held.
 std::string DescribeFault()
 {
-    const std::string fault = Tools::DescribePortFault();
+    std::string fault = Tools::DescribePortFault();
     if (!fault.empty()) {
         return fault;
     }
