@@ -22,12 +22,16 @@ set_target_properties(TestHeaders PROPERTIES QX_IS_CHECK ON)
 target_precompile_headers(TestHeaders PRIVATE
   <gtest/gtest.h> <algorithm> <functional> <map> <random> <string> <thread> <vector>)
 
-# qx_add_tests(NAME SOURCES... LIBRARIES... [WRAP symbols...])
+# qx_add_tests(NAME [ONE_THREAD] SOURCES... LIBRARIES... [WRAP symbols...])
 #
 # Builds the test program NAME and registers each of its tests with ctest. WRAP lists functions
-# whose calls the program replaces by its own __wrap_ versions.
+# whose calls the program replaces by its own __wrap_ versions. ONE_THREAD: the program never has a
+# second thread, so that the thread sanitizer's build leaves it out.
 function(qx_add_tests name)
-  cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES;WRAP;PROPERTIES" ${ARGN})
+  cmake_parse_arguments(arg "ONE_THREAD" "" "SOURCES;LIBRARIES;WRAP;PROPERTIES" ${ARGN})
+  if(arg_ONE_THREAD AND QX_SANITIZE STREQUAL "thread")
+    return()
+  endif()
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} qx_options GTest::gmock GTest::gtest_main)
   set_target_properties(${name} PROPERTIES QX_IS_CHECK ON)
