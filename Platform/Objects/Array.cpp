@@ -8,8 +8,8 @@ constinit const Standin::Type __CFArray::kType = {Standin::kArrayType, "CFArray"
 __CFArray::__CFArray(CFIndex capacity)
     : Object(kType)
 {
-    // With a hint, the first values have their memory or the array is not made: to append has no
-    // way to fail.
+    // Allocates memory for the first values now, because appending cannot report that there is
+    // none.
     mValues.reserve(capacity > 0 ? 4 : 0);
 }
 

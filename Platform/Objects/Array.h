@@ -14,7 +14,7 @@ struct __CFArray : Standin::Object
     /// Throws: std::bad_alloc.
     explicit __CFArray(CFIndex capacity);
 
-    /// The value at an index. Stops the program, naming `call`, if there is none.
+    /// Returns the value at an index. Stops the program, with the name of `call`, if there is none.
     const void* GetAt(CFIndex index, const char* call) const;
 
     std::vector<const void*> mValues;

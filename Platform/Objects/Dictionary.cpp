@@ -13,8 +13,7 @@ __CFDictionary::__CFDictionary(Contents contents, CFIndex capacity)
     : Object(kType)
     , mContents(contents)
 {
-    // With a hint, the first entries have their memory or the dictionary is not made: to add has
-    // no way to fail.
+    // Allocates memory for the first entries now, because adding cannot report that there is none.
     mEntries.reserve(capacity > 0 ? 4 : 0);
 }
 

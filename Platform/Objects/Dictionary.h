@@ -1,6 +1,6 @@
 // Dictionary.h - the object that a CFMutableDictionaryRef points to.
 //
-// Entries keep the order of insertion and are searched from the first on: dictionaries are small.
+// Entries keep the order of insertion and are searched one by one: dictionaries are small.
 #pragma once
 
 #include "Objects/Object.h"
@@ -22,10 +22,10 @@ struct __CFDictionary : Standin::Object
 
     enum Contents
     {
-        /// Any pointers; two keys are the same if they are one pointer.
+        /// Any pointers; keys are compared by address.
         kPointers,
-        /// Objects that the dictionary releases at its end; the keys are strings, and the same if
-        /// their texts are equal.
+        /// Objects that the dictionary releases at its end; keys are strings, compared by their
+        /// text.
         kObjects
     };
 
@@ -34,7 +34,8 @@ struct __CFDictionary : Standin::Object
     ~__CFDictionary();
 
     Entry* Find(const void* key);
-    /// Adds an entry of kObjects or replaces the value of a present key, and takes both references.
+    /// Adds an entry to a dictionary of kObjects, or replaces the value if the key is present.
+    /// Takes over both references.
     ///
     /// Throws: std::bad_alloc, with nothing changed.
     void Set(Standin::Held<CFStringRef> key, Standin::Held<CFTypeRef> value);

@@ -1,4 +1,4 @@
-// Misuse.h - the end of a program that breaks a call's contract.
+// Misuse.h - ends a program that breaks the rules of a call.
 #pragma once
 
 namespace Standin {

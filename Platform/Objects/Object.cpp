@@ -1,4 +1,4 @@
-// Object.cpp - reference counts, the ledger of live objects, and the calls that take any object.
+// Object.cpp - reference counts, the number of live objects, and the calls that take any object.
 
 #include "Objects/Object.h"
 
@@ -14,8 +14,8 @@ namespace {
 
 std::atomic<SInt32> gLiveObjects[kTypeCount];
 
-// The memory of the last destroyed objects is kept for a while, so that a reference given back
-// once too often meets a header marked as dead, and not the memory of another object.
+// The memory of the last destroyed objects is kept for a while. One release too many then finds a
+// header that is marked as dead, and not the memory of another object.
 constexpr std::uint32_t kGraveyardSize = 64;
 std::atomic<Object*> gGraveyard[kGraveyardSize];
 std::atomic<std::uint32_t> gNextGrave;
@@ -85,7 +85,7 @@ Object& AnyObject(CFTypeRef reference, const char* call)
 void WrongObject(CFTypeRef reference, const char* call, const char* wanted)
 {
     const Object& object = AnyObject(reference, call);
-    // The two names make one sentence only in this order: "... is a CFData, not a " "CFString".
+    // Makes "the object is a CFData, not a "; Misuse writes `wanted` after it.
     const char* const found = object.GetType().mName;
     char text[64] = "the object is a ";
     std::size_t length = sizeof("the object is a ") - 1;

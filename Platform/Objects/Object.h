@@ -1,8 +1,8 @@
 // Object.h - the counted header that every Core Foundation object begins with.
 //
-// An object is a struct derived from Object alone, so that its address is its header's address and
-// a CFTypeRef can be read as either. It has no virtual functions: constant objects, such as
-// kCFRunLoopDefaultMode, are then constant-initialised and outlive every static destructor.
+// An object is a struct that derives from Object alone, so its address is also its header's
+// address, and a CFTypeRef can be cast to either. It has no virtual functions, so the compiler can
+// initialise constant objects such as kCFRunLoopDefaultMode, and nothing destroys them.
 //
 //     struct __CFNumber : Standin::Object { ... };
 //     CFNumberRef seven = Standin::Make<__CFNumber>(7); // null when there is no memory
@@ -21,7 +21,7 @@ namespace Standin {
 
 class Object;
 
-/// What the calls that ask for a type identifier return.
+/// The type identifiers that CFGetTypeID, CFDataGetTypeID and others return.
 enum TypeID : CFTypeID
 {
     kNoType = 0,
@@ -63,7 +63,7 @@ public:
     const Type& GetType() const { return *mType; }
 
     void Retain(const char* call);
-    /// Adds a reference unless the last one is just being released.
+    /// Adds a reference and returns true, unless the last one has been released.
     bool TryRetain();
     void Release(const char* call);
 
@@ -74,7 +74,7 @@ private:
     std::atomic<SInt32> mCount;
 };
 
-/// Enters a new object into the ledger of live objects.
+/// Counts a new object among the live ones.
 void CountBirth(TypeID id);
 
 /// Makes an object, followed by `extraBytes` in the same block; null when there is no memory.
@@ -107,12 +107,13 @@ void Destroy(Object* object)
     static_cast<T*>(object)->~T();
 }
 
-/// The header of `reference`, an object of any type. Stops the program if it is null or destroyed.
+/// Returns the header of `reference`, an object of any type. Stops the program if it is null or
+/// destroyed.
 Object& AnyObject(CFTypeRef reference, const char* call);
 
 [[noreturn]] void WrongObject(CFTypeRef reference, const char* call, const char* wanted);
 
-/// `reference` as an object of the type T. Stops the program if it is none.
+/// Returns `reference` as an object of the type T. Stops the program if it has another type.
 template <class T>
 T& As(CFTypeRef reference, const char* call)
 {
@@ -123,7 +124,7 @@ T& As(CFTypeRef reference, const char* call)
     return static_cast<T&>(*object);
 }
 
-/// Holds one reference and gives it back at the end of the scope.
+/// Holds one reference and releases it at the end of the scope.
 template <class Reference>
 class Held
 {
@@ -153,7 +154,7 @@ private:
     Reference mReference;
 };
 
-/// Adds a reference and returns the object, of its own type.
+/// Adds a reference and returns the object, with its own type.
 template <class Reference>
 Reference Retained(Reference reference)
 {

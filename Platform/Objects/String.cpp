@@ -25,7 +25,7 @@ T* MakeWithText(std::string_view text, Arguments... others)
     return new (memory) T(std::string_view(bytes, text.size()), others...);
 }
 
-/// Constant strings are found again by their text and live as long as the process.
+/// A constant string: found again by its text, and never destroyed.
 struct ConstantString
 {
     explicit ConstantString(std::string_view text)
@@ -35,7 +35,7 @@ struct ConstantString
     const __CFString mString;
     const ConstantString* mNext = nullptr;
 };
-// The list only grows, and needs no lock, which a fork could leave locked in the child.
+// The list only grows. It has no lock: a fork could leave a lock locked in the child.
 std::atomic<const ConstantString*> gConstants{nullptr};
 
 CFStringRef FindConstant(const ConstantString* first, std::string_view text)

@@ -29,10 +29,10 @@ namespace Standin {
 /// Copies well-formed UTF-8; null when there is no memory.
 CFStringRef MakeString(std::string_view text);
 
-/// True if every byte has 7 bits.
+/// True if every byte is below 128.
 bool IsASCII(std::string_view text);
 
-/// The text of a string. Stops the program if the object is none.
+/// Returns the text of a string. Stops the program if the object is no string.
 std::string_view Text(CFStringRef string, const char* call);
 
 } // namespace Standin

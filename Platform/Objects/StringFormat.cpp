@@ -9,7 +9,7 @@ namespace Standin {
 
 namespace {
 
-/// Wraps the list, so that it can be handed on by reference on every target.
+/// A va_list in a struct: it can then be passed by reference on every target.
 struct Arguments
 {
     va_list mList;

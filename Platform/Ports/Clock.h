@@ -18,12 +18,12 @@ inline Nanoseconds Now()
     return static_cast<Nanoseconds>(now.tv_sec) * 1000000000 + now.tv_nsec;
 }
 
-/// About 30 years: who waits as long waits for ever.
+/// About 30 years. A wait of this length or more never ends.
 inline constexpr CFTimeInterval kForeverSeconds = 1e9;
 inline constexpr Nanoseconds kNever = std::numeric_limits<Nanoseconds>::max();
 
-/// The time `seconds` from `now`; a negative or undefined number counts as 0, and nothing counts
-/// as more than kForeverSeconds.
+/// The time `seconds` after `now`. A negative number or NaN counts as 0, and a number above
+/// kForeverSeconds as kForeverSeconds.
 inline Nanoseconds DeadlineAfter(CFTimeInterval seconds, Nanoseconds now)
 {
     if (!(seconds > 0)) {

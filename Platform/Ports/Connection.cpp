@@ -40,7 +40,7 @@ constexpr std::string_view kDefaultMode = "kCFRunLoopDefaultMode";
 
 } // namespace
 
-/// Lets a loop notice that the server's end is gone. Reads nothing.
+/// Lets a loop notice that the server is gone. Reads nothing.
 class Connection::EndSource : public LoopSource
 {
 public:
@@ -86,7 +86,7 @@ Connection::~Connection()
 
 std::shared_ptr<Connection> Connection::Open(std::string_view name)
 {
-    // Declared before the lock: a connection that ends here takes the lock itself.
+    // Declared before the lock: the destructor of a connection takes the lock too.
     std::shared_ptr<Connection> known;
     std::shared_ptr<Connection> made;
     Registry& registry = GetRegistry();
@@ -127,7 +127,7 @@ void Connection::WatchFromThisThread()
 
 bool Connection::NoticeEnd()
 {
-    // The last reply may still be unread; only after it is the end seen for certain.
+    // Replies may still be unread. Only after the last one is it certain that the server is gone.
     if (ReadArrived()) {
         return false;
     }
@@ -150,7 +150,7 @@ bool Connection::HasRoom() const
     return mSent - taken < kQueueLimit;
 }
 
-/// Lets the server run for a moment if there is no room and the room could be seen without a
+/// Lets the server run for a moment if there is no room. Only a tally shows new room without a
 /// packet.
 void Connection::YieldForRoom() const
 {
@@ -173,7 +173,7 @@ void Connection::DeliverReply(const Frame& frame, const unsigned char* data)
     const auto found = std::find_if(mWaiters.begin(), mWaiters.end(), [&](const Waiter* waiter) {
         return waiter->mConversation == frame.mNumber;
     });
-    // A reply that nobody waits for any more came too late.
+    // No one waits for this reply any more: it came too late.
     if (found == mWaiters.end()) {
         return;
     }
@@ -183,7 +183,7 @@ void Connection::DeliverReply(const Frame& frame, const unsigned char* data)
     mWaiters.erase(found);
     waiter.mIsDone.store(true, std::memory_order_release);
     waiter.mIsOver.store(true, std::memory_order_release);
-    // The waiting thread cannot leave before it has taken this connection's mutex once more.
+    // The waiter still exists: its thread takes this connection's mutex before it destroys it.
     if (waiter.mLoop != CFRunLoopGetCurrent()) {
         waiter.mLoop->WakeUp();
     }
@@ -205,7 +205,7 @@ bool Connection::ReadOne()
     if (frame.mKind == FrameKind::kAcknowledgement) {
         mTaken = frame.mNumber;
     } else if (frame.mKind == FrameKind::kReply && frame.mLength <= mBuffer.size()) {
-        // No client waits for a reply that does not fit.
+        // A reply that does not fit is dropped.
         DeliverReply(frame, mBuffer.data());
     }
     return true;
@@ -232,13 +232,13 @@ SInt32 Connection::Send(SInt32 messageID, CFDataRef data, Nanoseconds timeout, W
     }
     std::unique_lock lock(mMutex);
     if (waiter != nullptr) {
-        // Whatever needs memory comes before the message is on its way.
+        // Allocates everything before the message is sent.
         mBuffer.resize(kLargestData);
         mWaiters.reserve(mWaiters.size() + 1);
         frame.mKind = FrameKind::kRequest;
         frame.mNumber = waiter->mConversation = ++mLastConversation;
     }
-    // The clock is first asked when there is something to wait for.
+    // The clock is read only if the send has to wait.
     Nanoseconds deadline = 0;
     for (bool isLast = timeout <= 0;; isLast = Now() >= deadline) {
         if (!isLast) {
@@ -289,7 +289,7 @@ SendResult Connection::TrySend(const Frame& frame, const void* data)
 {
     SendResult result = SendFrame(mSocket.Get(), frame, data, mFile.Get());
     if (result == SendResult::kRefused && mFile) {
-        // The system carries no more files. The server acknowledges with packets then.
+        // The system does not pass the file. The server then acknowledges with packets.
         mFile.Close();
         mTally = Tally();
         result = SendFrame(mSocket.Get(), frame, data);

@@ -1,8 +1,9 @@
 // Connection.h - the sending end: what all remote ports of one name in a process share.
 //
 // The ports of a process share their way to the server, so that messages of different devices
-// arrive in the order in which they were sent. The sender counts what the server has not yet taken
-// and stops at kQueueLimit. What has been taken stands in the tally, or in acknowledgements.
+// arrive in the order in which they were sent. The sender counts the messages that the server has
+// not yet taken, and waits when they are kQueueLimit. The server tells how many it has taken
+// through the tally or in acknowledgements.
 #pragma once
 
 #include "Ports/Clock.h"
@@ -36,30 +37,30 @@ public:
         Held<CFDataRef> mReply;
     };
 
-    /// Finds or makes the connection to the holder of a name; null if no process holds it. Of
-    /// threads that ask at once all get the same one.
+    /// Finds or makes the connection to the holder of a name; null if no process holds it. Threads
+    /// that ask at the same time get the same one.
     static std::shared_ptr<Connection> Open(std::string_view name);
 
     explicit Connection(FileDescriptor socket);
     ~Connection();
 
-    /// Sends one message, waiting for room at most as long as `timeout` says. With a waiter, the
-    /// message is a request and the waiter is entered for its reply. Returns a message-port status.
+    /// Sends one message; waits for room for at most `timeout`. With a waiter, the message is a
+    /// request, and the waiter gets its reply. Returns a message-port status.
     SInt32 Send(SInt32 messageID, CFDataRef data, Nanoseconds timeout, Waiter* waiter);
     void Forget(const Waiter& waiter);
 
-    /// Reads what the server has sent. Returns false once the server's end is gone.
+    /// Reads what the server has sent. Returns false once the server is gone.
     bool ReadArrived();
 
-    /// Makes the calling thread's loop notice the server's end.
+    /// Makes the calling thread's loop notice when the server is gone.
     void WatchFromThisThread();
-    /// Makes the ports of this connection invalid if the server's end is gone; true if it is.
+    /// Makes the ports of this connection invalid if the server is gone; true if it is.
     bool NoticeEnd();
     bool IsEndNoticed() const { return mIsEndNoticed.load(std::memory_order_acquire); }
     bool IsAlive() const;
     int GetSocket() const { return mSocket.Get(); }
 
-    /// Cuts a forked child off from its parent's connections.
+    /// For a fork: the connections are locked during it, and the child closes its copies.
     static void LockAll();
     static void UnlockAll();
     static void CloseAllInChild();
@@ -75,7 +76,7 @@ private:
     void WaitFor(short events, Nanoseconds deadline) const;
 
     FileDescriptor mSocket;
-    /// Set once the server's end is known to be gone, noticed or not.
+    /// Set once the server is known to be gone. The ports become invalid only with mIsEndNoticed.
     std::atomic<bool> mIsBroken{false};
     std::atomic<bool> mIsEndNoticed{false};
     std::shared_ptr<EndSource> mEndSource;
@@ -83,9 +84,9 @@ private:
     /// Guards everything below.
     std::mutex mMutex;
     UInt32 mSent = 0;
-    /// As the last acknowledgement says.
+    /// The number in the last acknowledgement.
     UInt32 mTaken = 0;
-    /// The tally's file, until the first message has taken it along.
+    /// The tally's file, until it has been sent with the first message.
     FileDescriptor mFile;
     Tally mTally;
     UInt32 mLastConversation = 0;

@@ -100,7 +100,7 @@ ReceiveResult ReceiveFrame(int socket, Frame& frame, void* data, std::size_t roo
     msghdr packet{};
     packet.msg_iov = parts;
     packet.msg_iovlen = 2;
-    // Room for one file: the system closes any more.
+    // Room for one file: the system closes all others.
     alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int))];
     if (file != nullptr) {
         packet.msg_control = control;
@@ -108,8 +108,8 @@ ReceiveResult ReceiveFrame(int socket, Frame& frame, void* data, std::size_t roo
     }
     ssize_t size = -1;
     do {
-        // An end that is gone with packets unread leaves an error in front of its last ones, which
-        // the first look takes away.
+        // If the other end has closed with packets unread, the first call gives ECONNRESET, and the
+        // next calls give the packets that it had sent.
         size = recvmsg(socket, &packet, MSG_DONTWAIT | MSG_TRUNC | MSG_CMSG_CLOEXEC);
     } while (size < 0 && (errno == EINTR || errno == ECONNRESET));
     if (size < 0 && errno == EAGAIN) {

@@ -42,10 +42,10 @@ struct Frame
 inline constexpr std::size_t kHeaderSize = 20;
 /// The most data that a message or a reply carries: with its header it fits a socket's buffer.
 inline constexpr std::size_t kLargestData = 131072;
-/// The messages of one process that a server has not taken yet.
+/// How many messages of one process may wait for the server to take them.
 inline constexpr UInt32 kQueueLimit = 5;
 
-/// Lays a header out in kHeaderSize bytes.
+/// Writes a header of kHeaderSize bytes.
 void WriteHeader(const Frame& frame, unsigned char* bytes);
 
 /// Reads the header of a packet of `size` bytes; false if the packet is no frame.
@@ -70,13 +70,13 @@ enum class ReceiveResult
     kReceived,
     /// No packet is there.
     kNothing,
-    /// The other end is gone, or has sent what is no frame.
+    /// The other end is gone, or has sent an invalid frame.
     kClosed
 };
 
-/// Receives one packet without waiting. Of its data as much is stored as there is room for; the
-/// frame tells how much there was. A file that comes with it is handed over, or refused if `file`
-/// is null.
+/// Receives one packet without waiting. Stores at most `room` bytes of its data; the length in the
+/// frame is the whole one. A file that comes with the packet is stored in `file`, or dropped if
+/// `file` is null.
 ReceiveResult ReceiveFrame(int socket, Frame& frame, void* data, std::size_t room,
                            FileDescriptor* file = nullptr);
 

@@ -13,9 +13,9 @@ namespace Standin {
 
 namespace {
 
-// What Take deals with before it gives the loop a chance to look at its other sources.
+// How many events Take handles before it lets the loop look at its other sources.
 constexpr int kMostSteps = 64;
-// The messages that a client may send before the port looks for others, if there is no other yet.
+// How many messages of the only client are taken before the port looks for other clients.
 constexpr UInt32 kLoneTurn = 64;
 // How long a port without a free descriptor waits before it looks for one again.
 constexpr long kPauseNanoseconds = 20000000;
@@ -60,9 +60,9 @@ bool LocalPort::Take(Message& message)
             return HandOver(message);
         }
     }
-    // A port that refuses senders comes to its end, however many there are to deal with.
+    // A port that refuses senders handles all that is there: nothing new can be sent.
     for (int step = 0; step < kMostSteps || mIsRefusing; ++step) {
-        // One event at a time: the kernel then hands the ready clients out in turn.
+        // One event at a time: the kernel then returns the ready clients in turn.
         epoll_event event{};
         if (epoll_wait(mReadiness.Get(), &event, 1, 0) <= 0) {
             return false;
@@ -90,7 +90,7 @@ bool LocalPort::HasMore()
 
 void LocalPort::Accept()
 {
-    // What needs memory comes first: a client that has been accepted may have been answered.
+    // Allocates first: a client that cannot be stored must not be accepted.
     std::shared_ptr<Client> client;
     try {
         client = std::make_shared<Client>();
@@ -118,8 +118,8 @@ void LocalPort::Accept()
     mClients.push_back(std::move(client));
 }
 
-/// Leaves the clients that come where they are until a descriptor or memory is free. Without this a
-/// client that cannot be accepted would keep the loop busy.
+/// Accepts no client for a moment, because no descriptor or memory is free. A client that cannot be
+/// accepted would otherwise keep the loop busy.
 void LocalPort::Pause()
 {
     Watch(EPOLL_CTL_DEL, mName.GetSocket(), nullptr);
@@ -140,7 +140,7 @@ void LocalPort::Resume()
 
 void LocalPort::Drop(const Client& client)
 {
-    // A forked child that has not yet closed its copy would keep the socket in the watch.
+    // A forked child that has not yet closed its copy would keep the socket in the epoll set.
     Watch(EPOLL_CTL_DEL, client.mSocket.Get(), nullptr);
     if (mCurrent == &client) {
         mLeft = 0;

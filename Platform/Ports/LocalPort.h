@@ -1,9 +1,10 @@
 // LocalPort.h - the receiving end: a name, and the clients that are connected to it.
 //
-// A client's packet is taken off its socket only when its turn comes; until that moment it lies in
-// the kernel, in memory that is charged to its sender. What one client does therefore costs another
-// nothing but its turn. There are as many clients as the process has descriptors; when those are
-// used up, the next ones wait in the listening socket, and so do the messages that they send.
+// A client's packet is read from its socket only when the client's turn comes. Until then it stays
+// in the kernel, in memory that counts as the sender's. So a client can make others wait for its
+// turn, but can take nothing else from them. There are as many clients as the process has
+// descriptors; when those are used up, the next ones wait in the listening socket, and so do the
+// messages that they send.
 #pragma once
 
 #include "Objects/Object.h"
@@ -23,7 +24,7 @@ namespace Standin {
 class LocalPort
 {
 public:
-    /// One end of a connection, until the client or the port is gone.
+    /// The server's end of a connection, until the client or the port is gone.
     struct Client : std::enable_shared_from_this<Client>
     {
         FileDescriptor mSocket;
@@ -31,7 +32,7 @@ public:
         UInt32 mTaken = 0;
     };
 
-    /// One message, and whom to answer.
+    /// One message, and the client that gets the reply.
     struct Message
     {
         Frame mFrame{};
@@ -39,25 +40,26 @@ public:
         std::shared_ptr<Client> mClient;
     };
 
-    /// Takes a name; null if it is held or descriptors or memory are lacking.
+    /// Takes a name; null if it is held already, or there are no more descriptors or memory.
     static std::unique_ptr<LocalPort> Listen(std::string_view name);
 
-    /// Takes the next message; false if none is there, or no memory for it: it then stays and is
-    /// the next one. Clients that come, go or send what is no frame are dealt with on the way.
+    /// Takes the next message. Returns false if there is none, or no memory for it: it then stays
+    /// the next one. Also accepts new clients, and drops those that are gone or send an invalid
+    /// frame.
     bool Take(Message& message);
     /// Sends a reply if its client is still there and has room for it; null stands for no bytes.
     void Reply(const Message& message, CFDataRef reply);
 
-    /// Ready when Take has something to do.
+    /// A descriptor that is ready when Take has something to do.
     int GetReadiness() const { return mReadiness.Get(); }
-    /// True if a message is there for certain: no need to wait.
+    /// True if a message is certainly there, so that no wait is needed.
     bool HasMore();
-    /// Lets no client send any more; what has been sent can still be taken.
+    /// Makes every later send fail. What has been sent can still be taken.
     void RefuseSenders();
     /// Closes the inherited descriptors of a forked child.
     void CloseInChild();
 
-    /// Held over a fork.
+    /// Locked during a fork.
     std::mutex& GetMutex() { return mMutex; }
 
 private:
@@ -74,7 +76,7 @@ private:
     std::mutex mMutex;
     HeldName mName;
     FileDescriptor mReadiness;
-    /// Rings when it is time to look for a free descriptor again.
+    /// A timer, ready when it is time to look for a free descriptor again.
     FileDescriptor mAlarm;
     bool mIsPaused = false;
     bool mIsRefusing = false;
@@ -82,7 +84,7 @@ private:
     /// The client whose turn it is, and the messages that it may send before the others' turn.
     Client* mCurrent = nullptr;
     UInt32 mLeft = 0;
-    /// The packet that was received last. Its message is handed over unless its client is null.
+    /// The packet that was received last, and its client: null once HandOver has made the message.
     Frame mFrame{};
     std::shared_ptr<Client> mSender;
     std::vector<unsigned char> mBuffer;

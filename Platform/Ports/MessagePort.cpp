@@ -21,7 +21,7 @@ namespace {
 /// The valid local ports with a name, and every port that a forked child must close.
 struct Ports
 {
-    /// Guards the source of each port and the port of each source too.
+    /// Also guards the source of each port and the port of each source.
     std::mutex mMutex;
     std::map<std::string, __CFMessagePort*, std::less<>> mByName;
     std::vector<__CFMessagePort*> mLocal;
@@ -36,7 +36,7 @@ Ports& GetPorts()
 
 } // namespace
 
-/// Calls a port back when a message is there, and keeps it alive as long as it can.
+/// Calls a port's callback when a message is there. Keeps the port alive until it is invalidated.
 class LocalPortSource : public LoopSource
 {
 public:
@@ -74,7 +74,7 @@ public:
         return port.Get()->HandleOne();
     }
 
-    /// Lets the port go: the caller releases it.
+    /// Gives the reference to the port to the caller, who releases it.
     CFMessagePortRef Detach()
     {
         const std::lock_guard lock(GetPorts().mMutex);
@@ -84,13 +84,14 @@ public:
 
 private:
     CFMessagePortRef mPort;
-    /// The port's, as long as it is held.
+    /// The receiver of mPort; null when mPort is.
     LocalPort* mReceiver;
 };
 
 namespace {
 
-// Nothing of the ports is left locked in a child by a thread that the child does not have.
+// Locks everything of the ports during a fork. Another thread could hold a lock otherwise, and no
+// thread of the child would unlock it.
 void LockForFork()
 {
     GetPorts().mMutex.lock();
@@ -115,8 +116,8 @@ void UnlockInParent()
     GetPorts().mMutex.unlock();
 }
 
-// A child has none of its parent's ports, or the parent's end would not be noticed and the
-// parent's messages would go astray.
+// A child closes its copies of its parent's ports. With them open, no one would notice that the
+// parent is gone, and the child could take the parent's messages.
 void CloseInChild()
 {
     for (__CFMessagePort* port : GetPorts().mLocal) {
@@ -131,7 +132,7 @@ void CloseInChild()
 [[maybe_unused]] const int gForkHandlers =
     pthread_atfork(&LockForFork, &UnlockInParent, &CloseInChild);
 
-/// Floors a send timeout to milliseconds, as the platform does.
+/// Rounds a send timeout down to milliseconds, as the platform does.
 Nanoseconds SendTimeout(CFTimeInterval seconds)
 {
     constexpr CFTimeInterval kTenDays = 864000;
@@ -142,8 +143,8 @@ Nanoseconds SendTimeout(CFTimeInterval seconds)
     return milliseconds * 1000000;
 }
 
-/// A wait for a reply: reads the connection in the thread's loop, and takes the waiter out of the
-/// connection however the wait ends.
+/// A wait for a reply: reads the connection in the thread's loop. Its destructor takes the waiter
+/// out of the connection.
 class ReplyWait : public LoopSource
 {
 public:
@@ -193,11 +194,11 @@ private:
     Connection::Waiter mWaiter;
 };
 
-// Not among the platform's names, but returned by it.
+// The platform returns this status but has no name for it.
 constexpr SInt32 kBecameInvalid = -5;
 
-/// Sends a message and waits for its reply. Without memory for the one it is not handed over;
-/// without memory for the other no reply comes in time.
+/// Sends a message and waits for its reply. Without memory to send, the status is a transport
+/// error; without memory to wait, it is a receive timeout.
 SInt32 Request(__CFMessagePort& port, SInt32 messageID, CFDataRef data, Nanoseconds sendTimeout,
                CFTimeInterval receiveTimeout, std::string_view mode, CFDataRef* returnData)
 {
@@ -293,7 +294,7 @@ void __CFMessagePort::Invalidate()
 
 CFRunLoopSourceRef __CFMessagePort::CopySource()
 {
-    // Not released before the lock: the end of a source takes it.
+    // Released only after the lock: the destructor of a source takes it too.
     std::shared_ptr<Standin::LocalPortSource> made;
     try {
         made = std::make_shared<Standin::LocalPortSource>(this);
@@ -360,7 +361,7 @@ CFMessagePortRef CFMessagePortCreateLocal(CFAllocatorRef, CFStringRef name,
             return nullptr;
         }
     }
-    // Not released before the lock: the end of a port takes it.
+    // Released only after the lock: the destructor of a port takes it too.
     Held<CFMessagePortRef> made;
     try {
         made = Held<CFMessagePortRef>(
@@ -375,7 +376,7 @@ CFMessagePortRef CFMessagePortCreateLocal(CFAllocatorRef, CFStringRef name,
     } catch (const std::bad_alloc&) {
         lock.unlock();
         if (made.Get() != nullptr) {
-            // The info has not been retained.
+            // The destructor must not release the info: it has not been retained.
             made.Get()->mContext = CFMessagePortContext();
         }
         return nullptr;

@@ -1,4 +1,4 @@
-// MessagePort.h - the object behind CFMessagePortRef.
+// MessagePort.h - the object that a CFMessagePortRef points to.
 #pragma once
 
 #include "Objects/Object.h"
@@ -28,13 +28,13 @@ struct __CFMessagePort : Standin::Object
     CFRunLoopSourceRef CopySource();
     /// Takes one message and calls the callout; false if there is none.
     bool HandleOne();
-    /// Makes a local port invalid in a forked child, without a call of the context's.
+    /// Makes a local port invalid in a forked child. Does not call the context's release.
     void CloseInChild();
 
-    /// A remote port's way to its server, else null.
+    /// The connection of a remote port; null for a local one.
     const std::shared_ptr<Standin::Connection> mConnection;
 
-    /// A local port's name and receiving end; none if it was made without a name.
+    /// The name and the receiving end of a local port; empty and null if it has no name.
     const std::string mName;
     const std::unique_ptr<Standin::LocalPort> mReceiver;
     const CFMessagePortCallBack mCallout = nullptr;

@@ -17,7 +17,7 @@ bool IsOwnFolder(const std::string& path)
     return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == geteuid();
 }
 
-/// The folder to make the folder of all ports in; empty if there is none.
+/// The folder that `qx-ports` goes into; empty if there is none.
 std::string FindBase()
 {
     const char* const session = std::getenv("XDG_RUNTIME_DIR");

@@ -30,7 +30,8 @@ std::string FileOf(std::string_view name)
     return file;
 }
 
-/// The address of a socket in a folder that is open. The folder's own path could be too long.
+/// The address of the socket in an open folder. It does not use the folder's path, which could be
+/// too long for it.
 sockaddr_un AddressIn(const FileDescriptor& folder)
 {
     sockaddr_un address{};
@@ -81,7 +82,7 @@ bool HeldName::Lock(std::string_view name)
             mFolder ? openat(mFolder.Get(), "lock", O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600)
                     : -1);
         if (!mLock) {
-            // A holder that gives the name back takes the folder away.
+            // The holder has just given the name back and removed the folder: try again.
             if (mFolder && errno == ENOENT) {
                 continue;
             }
@@ -90,7 +91,7 @@ bool HeldName::Lock(std::string_view name)
         if (flock(mLock.Get(), LOCK_EX | LOCK_NB) != 0 || fstat(mLock.Get(), &info) != 0) {
             return false;
         }
-        // As above, when it has taken the file away that was opened here.
+        // Also try again if the holder has removed the lock file that was opened here.
     } while (info.st_nlink == 0);
     mFile = file;
     return true;
@@ -115,7 +116,7 @@ HeldName::~HeldName()
     unlinkat(mFolder.Get(), "lock", 0);
     const FileDescriptor all(openat(mFolder.Get(), "..", kFolderFlags));
     unlinkat(all.Get(), mFile.c_str(), AT_REMOVEDIR);
-    // A child of this process that has not yet closed what it has inherited would keep the lock.
+    // A forked child that has not yet closed its copy of the file would keep the lock.
     flock(mLock.Get(), LOCK_UN);
 }
 

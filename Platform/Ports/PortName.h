@@ -3,10 +3,10 @@
 // All ports of a user are in one folder that only this user can enter, so the system keeps every
 // other user out. A name is a folder in it, with two files:
 //
-//   lock     locked by the holder of the name as long as it holds it, whatever it is doing
+//   lock     locked by the holder of the name for as long as it holds the name
 //   socket   where the holder listens; the socket of a dead holder is replaced
 //
-// Both go when the name is given back.
+// Both are removed when the holder gives the name back.
 #pragma once
 
 #include "Ports/FileDescriptor.h"
@@ -19,7 +19,7 @@ namespace Standin {
 /// The longest name of a port, in bytes.
 inline constexpr std::size_t kLongestName = 127;
 
-/// Connects to the holder of a name, without waiting for it; none if nobody holds it.
+/// Connects to the holder of a name, without waiting; returns no descriptor if no one holds it.
 FileDescriptor ConnectToHolder(std::string_view name);
 
 /// A name that this process holds, or none.
@@ -32,12 +32,12 @@ public:
     /// Gives the name back.
     ~HeldName();
 
-    /// Takes a name; false if it is held already, or for want of a folder or descriptors.
+    /// Takes a name; false if it is held already, or there is no folder or no free descriptor.
     bool Take(std::string_view name);
 
     /// The listening socket, or -1.
     int GetSocket() const { return mSocket.Get(); }
-    /// Lets go of the name in a forked child, whose parent goes on holding it.
+    /// Forgets the name in a forked child. The parent still holds it.
     void CloseInChild();
 
 private:

@@ -12,8 +12,8 @@
 
 namespace {
 
-// Guards the list of loops and the entries of each. One mutex for all: a source that ends must
-// leave every loop in one step, and nobody holds it for longer than a look at a list.
+// Guards the list of loops and the entries of each. One mutex for all, so that a source leaves
+// every loop in one step. It is held only for a look at a list.
 std::mutex gLoopsMutex;
 std::vector<__CFRunLoop*>& Loops()
 {
@@ -46,7 +46,7 @@ void DestroyLoop(Standin::Object* object)
         const std::lock_guard lock(gLoopsMutex);
         std::erase(Loops(), loop);
     }
-    // The sources go after the lock: their ends may look for loops themselves.
+    // The sources are destroyed without the lock: their destructors may take it.
     loop->~__CFRunLoop();
 }
 
@@ -78,7 +78,7 @@ void __CFRunLoop::WakeUp()
 {
     const std::uint64_t one = 1;
     const int saved = errno;
-    // A full counter is as good as one more: the loop is about to look.
+    // If the counter is full, the write fails, and the loop wakes up all the same.
     [[maybe_unused]] const ssize_t written = write(mWakeUp.Get(), &one, sizeof one);
     errno = saved;
 }
@@ -130,7 +130,7 @@ __CFRunLoop::Sources __CFRunLoop::SourcesOf(std::string_view mode) const
     return sources;
 }
 
-/// Waits until a source is ready, the loop is woken or the time is over; true if a source is.
+/// Waits until a source is ready, the loop is woken or the time is over; true if a source is ready.
 bool __CFRunLoop::Wait(const Sources& sources, std::vector<pollfd>& entries, SInt64 left)
 {
     entries.clear();
@@ -154,7 +154,7 @@ bool __CFRunLoop::Wait(const Sources& sources, std::vector<pollfd>& entries, SIn
     if (!mWakeUp) {
         left = std::min(left, kSliceWithoutWakeUp);
     }
-    // A timer that never rings would have to be set and taken back at each wait.
+    // Without a deadline there is no timeout: the kernel would set and cancel a timer at each wait.
     const timespec timeout = Standin::ToTimespec(left);
     const int ready = ppoll(entries.data(), static_cast<nfds_t>(entries.size()),
                             left < Standin::kNever ? &timeout : nullptr, nullptr);
@@ -168,8 +168,8 @@ bool __CFRunLoop::Wait(const Sources& sources, std::vector<pollfd>& entries, SIn
     return ready > 1 || entries.back().revents == 0;
 }
 
-/// Performs the ready sources, beginning with the one whose turn it is, until one says handled or
-/// the loop's sources are no longer those that `seen` stands for.
+/// Performs the ready sources, beginning with the one whose turn it is. Stops after one that counts
+/// as handled, or when the loop's sources have changed since the count of changes was `seen`.
 bool __CFRunLoop::PerformReady(const Sources& sources, const std::vector<pollfd>& entries,
                                UInt32 seen)
 {
@@ -200,7 +200,7 @@ SInt32 __CFRunLoop::Run(std::string_view mode, CFTimeInterval seconds,
             seen = changes;
             sources = SourcesOf(mode);
             if (awaited != nullptr) {
-                // Its owner is the caller.
+                // This pointer owns nothing: the caller owns the source.
                 sources.emplace_back(std::shared_ptr<void>(), awaited);
             }
         }

@@ -1,4 +1,4 @@
-// RunLoop.h - the object behind CFRunLoopRef, and what a loop waits for.
+// RunLoop.h - the object that a CFRunLoopRef points to, and what a loop waits for.
 #pragma once
 
 #include "Objects/Object.h"
@@ -26,7 +26,7 @@ public:
 
     /// The descriptor and its events; a descriptor of -1 is never ready.
     virtual pollfd GetPollEntry() const = 0;
-    /// True if it is ready for certain, so that the loop need not ask the system.
+    /// True if it is certainly ready, so that the loop need not ask the system.
     virtual bool HasMore() { return false; }
     /// Does one piece of work, on the thread of the loop and under no lock. Returns true if that
     /// counts as a handled source.
@@ -41,15 +41,15 @@ struct __CFRunLoop : Standin::Object
 
     __CFRunLoop();
 
-    /// Runs as CFRunLoopRunInMode. With a source that the caller alone waits for, and that is in no
-    /// mode, it also ends, as after a handled source, once `isOver` is true, which another thread
-    /// says before it wakes the loop.
+    /// Runs like CFRunLoopRunInMode. `awaited` is one more source for this run only. The run also
+    /// ends, as after a handled source, once `isOver` is true: another thread sets it and then
+    /// wakes the loop.
     SInt32 Run(std::string_view mode, CFTimeInterval seconds, bool returnAfterSourceHandled,
                Standin::LoopSource* awaited = nullptr, const std::atomic<bool>* isOver = nullptr);
     void Add(std::shared_ptr<Standin::LoopSource> source, std::string_view mode);
     void RemoveFromEveryMode(const Standin::LoopSource* source);
 
-    /// Makes a waiting run look again. Threads: any; also from a signal handler.
+    /// Makes a waiting run look at its sources again. Threads: any; also from a signal handler.
     void WakeUp();
     void Stop();
     /// Gives the loop of a forked child a wake-up descriptor of its own.
@@ -74,7 +74,8 @@ private:
     std::atomic<UInt32> mChanges{0};
     Standin::FileDescriptor mWakeUp;
     std::atomic<bool> mStopped{false};
-    /// Where the search for a ready source begins, so that none starves; the loop's thread's alone.
+    /// Where the search for a ready source begins, so that each gets its turn. Only the loop's
+    /// thread uses it.
     std::size_t mTurn = 0;
 };
 
@@ -92,11 +93,11 @@ struct __CFRunLoopSource : Standin::Object
 
 namespace Standin {
 
-/// Takes a source, of which the caller holds a reference, out of every loop of the process. A loop
-/// may still be performing it.
+/// Removes a source from every loop of the process. A loop may still be performing it. Requires
+/// that the caller holds a reference to the source.
 void RemoveFromEveryLoop(const LoopSource* source);
 
-/// The three stages of a fork: the loops are locked over it, and the child gets its own wake-ups.
+/// For a fork: the loops are locked during it, and the child gets wake-up descriptors of its own.
 void LockLoops();
 void UnlockLoops();
 void RenewLoopsInChild();

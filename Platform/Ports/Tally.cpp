@@ -46,7 +46,8 @@ Tally Tally::Map(const FileDescriptor& file)
 {
     struct stat info = {};
     const int seals = fcntl(file.Get(), F_GET_SEALS);
-    // Memory beyond the end of a file that has become shorter cannot be looked at.
+    // Reading memory beyond the end of the file would kill the process, so the client must not be
+    // able to make the file shorter.
     if (seals < 0 || (seals & F_SEAL_SHRINK) == 0 || fstat(file.Get(), &info) != 0 ||
         info.st_size < static_cast<off_t>(kSize)) {
         return Tally();

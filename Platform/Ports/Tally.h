@@ -1,9 +1,9 @@
-// Tally.h - what the two ends of a connection count in memory that they share.
+// Tally.h - the counts of the two ends of a connection, in memory that they share.
 //
 // The client makes the memory and sends its file along with the first message. From then on the
 // client sees how much the server has taken, and the server how much has been sent, without a
-// packet and without a call of the system. A server that has not got the file, because it had no
-// descriptor left, acknowledges each message with a packet instead.
+// packet and without a system call. A server that has not received the file, because it had no free
+// descriptor, acknowledges each message with a packet instead.
 #pragma once
 
 #include "Ports/FileDescriptor.h"
@@ -41,16 +41,16 @@ public:
     UInt32 GetSent() const { return be32toh(mWords->mSent.load(std::memory_order_relaxed)); }
     void SetSent(UInt32 sent) { mWords->mSent.store(htobe32(sent), std::memory_order_relaxed); }
 
-    // Sequentially consistent: of a client that asks and then looks at what is taken, and a server
-    // that counts and then looks whether it is asked, at least one sees what the other has done.
+    // Sequentially consistent. The client asks and then looks at the count; the server counts and
+    // then looks whether it is asked. So at least one of them sees what the other has done.
 
     /// The messages that the server has taken, modulo 2^32.
     UInt32 GetTaken() const { return be32toh(mWords->mTaken.load()); }
     void SetTaken(UInt32 taken) { mWords->mTaken.store(htobe32(taken)); }
-    /// Asks the server for an acknowledgement of the next message that it takes. The client looks
-    /// at what is taken once more afterwards, or it could miss one.
+    /// Asks the server for an acknowledgement of the next message that it takes. After this the
+    /// client must look at GetTaken once more, or it could miss a message.
     void AskForAcknowledgement() { mWords->mIsAsked.store(1); }
-    /// True, once, if the client has asked.
+    /// True once after each time that the client has asked.
     bool IsAcknowledgementAskedFor()
     {
         return mWords->mIsAsked.load() != 0 && mWords->mIsAsked.exchange(0) != 0;

@@ -8,8 +8,8 @@
 
 namespace Standin {
 
-/// Appends `bytes` in lines that each begin with `indent` tabs and end with a line feed. A line
-/// ends when it holds 76 characters less 8 for each tab, up to 8 of them.
+/// Appends `bytes` in lines that each begin with `indent` tabs and end with a line feed. A line has
+/// 76 characters, less 8 for each tab; only the first 8 tabs count.
 void AppendBase64Lines(std::string& text, std::string_view bytes, CFIndex indent);
 
 /// Appends the bytes of `text`, in which white space has no meaning; false if another character

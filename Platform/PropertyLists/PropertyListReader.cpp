@@ -44,7 +44,7 @@ private:
     XMLScanner mScanner;
 };
 
-/// A made object, or the exception for a lack of memory.
+/// Returns the object, or throws std::bad_alloc for null.
 Value Checked(CFTypeRef made)
 {
     if (made == nullptr) {

@@ -21,7 +21,7 @@ constexpr std::string_view kProlog = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>
                                      "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
                                      "<plist version=\"1.0\">\n";
 
-// A list that contains itself ends here.
+// A dictionary that contains itself is refused at this depth.
 constexpr CFIndex kDeepest = 512;
 
 class Writer
@@ -34,7 +34,7 @@ public:
         mText = kProlog;
     }
 
-    /// Appends one object at an indent; false if it is of no type that the writer knows.
+    /// Appends one object at an indent; false if the writer does not support its type.
     bool Append(CFTypeRef reference, CFIndex indent);
 
     CFDataRef Finish()
@@ -116,8 +116,8 @@ bool Writer::AppendDictionary(const __CFDictionary& dictionary, CFIndex indent)
     const auto keyOf = [](const __CFDictionary::Entry* entry) {
         return static_cast<const __CFString*>(entry->mKey)->GetView();
     };
-    // Two keys of plain pointers may have one text: they keep the order of insertion, in which the
-    // entries lie in memory.
+    // Two keys may be different strings with equal texts. They keep the order of insertion, which
+    // is also their order in memory.
     std::sort(entries.begin(), entries.end(), [&](const auto* left, const auto* right) {
         const int order = keyOf(left).compare(keyOf(right));
         return order != 0 ? order < 0 : left < right;

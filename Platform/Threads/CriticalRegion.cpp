@@ -1,10 +1,10 @@
 // CriticalRegion.cpp - the critical regions of Multiprocessing Services.
 //
-// A region is a word that is 0 when free, 1 when owned and 2 when owned and perhaps waited for, as
-// a futex needs it: entering and leaving a free region takes one atomic operation each and no
-// system call. In a process of one thread they take none, as in the C library's own locks: what it
-// stores is there for the threads that it starts. Deleted regions go to a list for reuse and never
-// back to the heap, so that the use of a stale handle gives an error code.
+// The state of a region is a futex word: free, owned, or owned and perhaps waited for. Entering and
+// leaving a free region takes one atomic operation each and no system call. In a process with one
+// thread, plain loads and stores are enough, as in the C library's own locks: threads that it
+// starts later see what it has stored. A deleted region is kept for reuse and never freed, so that
+// a call with an old handle gives an error code.
 
 #include <CoreServices/Multiprocessing.h>
 
@@ -23,13 +23,13 @@
 struct OpaqueMPCriticalRegionID
 {
     std::atomic<int> mState{0};
-    /// The address of the owner's thread mark, or null; only the owner ever finds its own.
+    /// The owner's ThisThread(), or null. Only the owner itself can find its own value here.
     std::atomic<const void*> mOwner{nullptr};
-    /// Entries of the owner that have not been left; the owner's alone.
+    /// How many exits the owner still owes. Only the owner uses it.
     UInt32 mEntries = 0;
-    /// 0 while the region does not exist; grows at each creation and deletion.
+    /// Odd while the region exists; grows by 1 at each creation and deletion.
     std::atomic<UInt32> mLife{0};
-    /// Threads between the test of the region's life and their end of waiting.
+    /// The number of threads that wait to enter.
     std::atomic<UInt32> mWaiting{0};
     OpaqueMPCriticalRegionID* mNextFree = nullptr;
 };
@@ -55,7 +55,7 @@ Region* gFree = nullptr;
 
 const void* ThisThread()
 {
-    // In the block that each thread starts with, so that no call is needed to find it.
+    // With this model the address is found without a call.
     [[gnu::tls_model("initial-exec")]] static thread_local char sMark;
     return &sMark;
 }
@@ -131,8 +131,8 @@ void Relax()
 #endif
 }
 
-/// Tries for a while to take the region, awake: most are left again sooner than a thread falls
-/// asleep and is woken.
+/// Tries for a while to take the region without sleeping: most regions are free again sooner than a
+/// thread can fall asleep and wake.
 bool TakeAwake(Region& region)
 {
     constexpr int kTurns = 100;
@@ -154,7 +154,8 @@ OSStatus WaitForEntry(Region& region, Duration timeout)
         return noErr;
     }
     for (;;) {
-        // A thread that takes the region here cannot know that no other waits: it stores contended.
+        // A thread that takes the region here cannot know whether others wait: it stores
+        // kContended.
         int state = region.mState.load(std::memory_order_relaxed);
         while (state != kDeleted &&
                !region.mState.compare_exchange_weak(state, kContended, std::memory_order_acquire,
@@ -174,8 +175,8 @@ OSStatus WaitForEntry(Region& region, Duration timeout)
     }
 }
 
-/// As WaitForEntry, counted among those that wait. Kept apart from the way into a free region,
-/// which then saves no registers.
+/// Like WaitForEntry, but counted in mWaiting. Not inlined, so that entering a free region saves no
+/// registers.
 [[gnu::noinline]] OSStatus EnterContended(Region& region, Duration timeout)
 {
     region.mWaiting.fetch_add(1, std::memory_order_relaxed);
@@ -194,7 +195,7 @@ OSStatus MPCreateCriticalRegion(MPCriticalRegionID* criticalRegion)
     Region* region = nullptr;
     {
         const std::lock_guard lock(gFreeMutex);
-        // A region whose waiters have not yet all noticed its end is not used again.
+        // A region is not reused before all of its waiters have noticed that it was deleted.
         Region** link = &gFree;
         while (*link != nullptr && (*link)->mWaiting.load(std::memory_order_acquire) != 0) {
             link = &(*link)->mNextFree;

@@ -1,5 +1,5 @@
 // AudioDriverPlugIn.h - the routines that the audio hardware layer finds by name in a driver's
-// plug-in bundle, and the record that it hands to the first of them.
+// plug-in bundle, and the record that it passes to AudioDriverPlugInOpen.
 #pragma once
 
 #include <CoreAudio/AudioHardware.h>

@@ -1,7 +1,6 @@
 // CFArray.h - mutable arrays of pointers.
 //
-// An array neither retains, releases nor looks at its values, which may be any pointers, null
-// included.
+// An array does not retain, release or read its values. A value may be any pointer, also null.
 //
 //     CFMutableArrayRef records = CFArrayCreateMutable(nullptr, 1, nullptr);
 //     CFArrayAppendValue(records, record);
@@ -13,7 +12,7 @@
 typedef const struct __CFArray* CFArrayRef;
 typedef struct __CFArray* CFMutableArrayRef;
 
-/// Not defined here: arrays take no callbacks but null.
+/// Not defined here: calls take a null pointer only.
 typedef struct CFArrayCallBacks CFArrayCallBacks;
 
 CF_EXTERN_C_BEGIN

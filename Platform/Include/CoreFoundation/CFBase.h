@@ -1,14 +1,15 @@
-// CFBase.h - the basic types of Core Foundation and the calls that every object answers.
+// CFBase.h - the basic types of Core Foundation, and the calls that take any object.
 //
-// Create and Copy calls give the caller a reference of its own; Get calls lend one.
+// The result of a Create or Copy call is a reference that the caller must release. The result of a
+// Get call is not.
 //
 //     CFDataRef data = CFDataCreate(nullptr, bytes, 28); // one reference, the caller's
 //     CFRetain(data);                                    // two
 //     CFRelease(data);                                   // one
 //     CFRelease(data);                                   // none: the object is gone
 //
-// A null object, one reference too many given back, or an object of another type than the call
-// expects is a mistake of the caller and stops the program with a message on standard error.
+// A call with a null object, an object that is gone or an object of the wrong type stops the
+// program with a message on standard error.
 #pragma once
 
 #include <CoreServices/MacTypes.h>
@@ -34,17 +35,17 @@ typedef const void* CFTypeRef;
 typedef CFTypeRef CFPropertyListRef;
 
 typedef const struct __CFString* CFStringRef;
-/// Null in every call: memory comes from the heap of the C library.
+/// Null in every call: memory always comes from the heap of the C library.
 typedef const struct __CFAllocator* CFAllocatorRef;
 
 CF_EXTERN_C_BEGIN
 
-/// The type of an object, which the call of the type's own name also returns.
+/// Returns the type of an object: the number that CFDataGetTypeID returns for data, for example.
 CFTypeID CFGetTypeID(CFTypeRef cf);
 
 /// Adds a reference and returns the object.
 CFTypeRef CFRetain(CFTypeRef cf);
-/// Gives a reference back; the last one destroys the object.
+/// Removes a reference. Without any reference left, the object is destroyed.
 void CFRelease(CFTypeRef cf);
 
 CF_EXTERN_C_END

@@ -15,7 +15,7 @@ CFTypeID CFDataGetTypeID(void);
 CFDataRef CFDataCreate(CFAllocatorRef allocator, const UInt8* bytes, CFIndex length);
 
 CFIndex CFDataGetLength(CFDataRef theData);
-/// The bytes, valid as long as the object.
+/// Returns the bytes, which live as long as the object.
 const UInt8* CFDataGetBytePtr(CFDataRef theData);
 
 CF_EXTERN_C_END

@@ -1,7 +1,7 @@
-// CFDate.h - differences of time.
+// CFDate.h - time spans.
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
 
-/// Seconds.
+/// A time span in seconds.
 typedef double CFTimeInterval;

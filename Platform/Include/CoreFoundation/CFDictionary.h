@@ -1,8 +1,8 @@
 // CFDictionary.h - mutable dictionaries from pointers to pointers.
 //
-// Two keys of a dictionary are the same only if they are the same pointer, and neither keys nor
-// values are retained: the dictionary's maker keeps both alive. A dictionary that was read from a
-// document is another thing: its keys are strings, compared by their text, and it owns its entries.
+// Keys are compared by address. Neither keys nor values are retained: the caller must keep both
+// alive. Unlike these, a dictionary that was read from a document compares its keys, which are
+// strings, by their text, and it owns its entries.
 #pragma once
 
 #include <CoreFoundation/CFBase.h>
@@ -10,7 +10,7 @@
 typedef const struct __CFDictionary* CFDictionaryRef;
 typedef struct __CFDictionary* CFMutableDictionaryRef;
 
-/// Not defined here: dictionaries take no callbacks but null.
+/// Not defined here: calls take null pointers only.
 typedef struct CFDictionaryKeyCallBacks CFDictionaryKeyCallBacks;
 typedef struct CFDictionaryValueCallBacks CFDictionaryValueCallBacks;
 
@@ -26,7 +26,7 @@ CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef allocator, CFInd
                                                  const CFDictionaryKeyCallBacks* keyCallBacks,
                                                  const CFDictionaryValueCallBacks* valueCallBacks);
 
-/// The value of `key`, or null if there is none. It lives as long as the entry.
+/// Returns the value of `key`, or null if there is none. Adds no reference.
 const void* CFDictionaryGetValue(CFDictionaryRef theDict, const void* key);
 
 /// Adds an entry; does nothing if the key is present.

@@ -5,7 +5,7 @@
 
 typedef const struct __CFNumber* CFNumberRef;
 
-/// A signed integer of 32 bits is the one type here.
+/// The only type here: a signed integer of 32 bits.
 typedef enum
 {
     kCFNumberSInt32Type = 3
@@ -20,8 +20,8 @@ CFTypeID CFNumberGetTypeID(void);
 /// Fails: null when there is no memory.
 CFNumberRef CFNumberCreate(CFAllocatorRef allocator, CFNumberType theType, const void* valuePtr);
 
-/// Stores the number's low 32 bits at `valuePtr`, at any alignment, and returns true if nothing was
-/// lost. Only a number that was read from a document can be larger.
+/// Stores the number's low 32 bits at `valuePtr`, at any alignment, and returns true if the number
+/// fits. Only a number that was read from a document can have more bits.
 Boolean CFNumberGetValue(CFNumberRef number, CFNumberType theType, void* valuePtr);
 
 CF_EXTERN_C_END

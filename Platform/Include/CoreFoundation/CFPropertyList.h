@@ -25,8 +25,8 @@ CFDataRef CFPropertyListCreateXMLData(CFAllocatorRef allocator, CFPropertyListRe
 /// to read. `mutabilityOption` is not used: what was read does not change.
 ///
 /// Fails: null when the bytes are no document, or the document has an element of another type or
-/// is nested more than 128 deep; `*errorString`, unless the pointer is null, is then a string that
-/// tells what is wrong and in which line, to be released by the caller. On success it is null.
+/// more than 128 levels. A message with the line of the error is then stored in `*errorString`,
+/// unless that pointer is null; the caller releases it. On success the message is null.
 CFPropertyListRef CFPropertyListCreateFromXMLData(CFAllocatorRef allocator, CFDataRef xmlData,
                                                   CFOptionFlags mutabilityOption,
                                                   CFStringRef* errorString);

@@ -20,23 +20,25 @@ CF_EXTERN_C_BEGIN
 
 extern const CFStringRef kCFRunLoopDefaultMode;
 
-/// The calling thread's loop, made on first use and gone with the thread; a Get call.
+/// Returns the calling thread's loop, which is made on first use and ends with the thread. Adds no
+/// reference.
 CFRunLoopRef CFRunLoopGetCurrent(void);
 
 /// Runs the calling thread's loop in one mode for at most `seconds` (0 or less: one poll) and
 /// returns why it ended: nothing to wait for, stopped, timed out, or, with
-/// `returnAfterSourceHandled`, a source was handled. Runs nest.
+/// `returnAfterSourceHandled`, a source was handled. Runs may be nested.
 SInt32 CFRunLoopRunInMode(CFStringRef mode, CFTimeInterval seconds,
                           Boolean returnAfterSourceHandled);
 
-/// Ends the innermost run of the loop, or the next one if none is on.
+/// Ends the innermost run of the loop, or the next one if the loop is not running.
 ///
-/// Threads: any; also from a signal handler. Another thread than the loop's retains the loop first,
-/// or the thread may end, and its loop with it, during the call.
+/// Threads: any, and here, unlike on the Mac, also from a signal handler. Another thread than the
+/// loop's must retain the loop first: the loop's thread may end during the call, and its loop with
+/// it.
 void CFRunLoopStop(CFRunLoopRef rl);
 
-/// Makes every run of the loop in `mode` wait for the source too. It leaves its loops when its port
-/// is invalidated.
+/// Makes every run of the loop in `mode` wait for the source too. It is removed from its loops when
+/// its port is invalidated.
 void CFRunLoopAddSource(CFRunLoopRef rl, CFRunLoopSourceRef source, CFStringRef mode);
 
 CF_EXTERN_C_END

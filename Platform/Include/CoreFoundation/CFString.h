@@ -14,22 +14,21 @@ enum
 
 CF_EXTERN_C_BEGIN
 
-/// Makes or finds the constant object of a literal; use CFSTR.
+/// Returns the constant object of a literal. CFSTR calls it.
 CFStringRef __CFStringMakeConstantString(const char* cStr);
 
 /// A constant string object from a literal of 7-bit characters. It is never destroyed; retaining
 /// and releasing it are harmless. Equal literals give the same object.
 #define CFSTR(cStr) __CFStringMakeConstantString("" cStr "")
 
-/// Makes a string from a format, in which %s stands for an argument, a NUL-terminated string of
-/// 7-bit characters (a null pointer gives "(null)"), and %% for a percent sign. `formatOptions` is
-/// not used.
+/// Makes a string from a format. In it, %% stands for a percent sign and %s for an argument: a
+/// NUL-terminated string of 7-bit characters. A null pointer gives "(null)". `formatOptions` is not
+/// used.
 ///
-///     CFStringCreateWithFormat(nullptr, nullptr, CFSTR("%s is %s"), "this", "that"); // this is
-///     that
+///     CFStringCreateWithFormat(nullptr, nullptr, CFSTR("%s: %s%%"), "gain", "50"); // gain: 50%
 ///
 /// Fails: null when there is no memory, the format has anything else after a percent sign, or an
-/// argument has a byte of more than 7 bits.
+/// argument has a byte above 127.
 CFStringRef CFStringCreateWithFormat(CFAllocatorRef alloc, CFDictionaryRef formatOptions,
                                      CFStringRef format, ...);
 

@@ -1,7 +1,7 @@
 // DriverSynchronization.h - the atomic operations of CoreServices.
 //
-// Every operation is sequentially consistent. Increment and decrement are inline here because they
-// are the cost of copying a smart pointer; the platform calls them through its own fast path.
+// Every operation is sequentially consistent. Increment and decrement are inline, because every
+// copy of a smart pointer calls them.
 #pragma once
 
 #include <CoreServices/MacTypes.h>
@@ -23,8 +23,8 @@ static inline SInt32 DecrementAtomic(SInt32* address)
 extern "C" {
 #endif
 
-/// Stores `newValue` at `address` if the word there is `oldValue`. One attempt that never fails
-/// spuriously; returns true exactly when it stored.
+/// Stores `newValue` at `address` if the word there is `oldValue`. Returns true if it stored. One
+/// attempt is enough: it fails only if the word differs.
 Boolean CompareAndSwap(UInt32 oldValue, UInt32 newValue, UInt32* address);
 
 #ifdef __cplusplus

@@ -1,7 +1,7 @@
 // MacTypes.h - the platform's basic types, with the platform's widths on every target.
 //
-// UInt32 and SInt32 are the long types where long has 32 bits, which is what the platform's own
-// header says, and the int types on LP64, so that they have 32 bits everywhere.
+// UInt32 and SInt32 have 32 bits everywhere: they are long where long has 32 bits, as in the
+// platform's own header, and int elsewhere.
 #pragma once
 
 typedef unsigned char UInt8;

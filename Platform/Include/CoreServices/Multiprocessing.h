@@ -20,7 +20,8 @@ extern "C" {
 
 /// Makes a free region.
 ///
-/// Fails: kMPInsufficientResourcesErr, and stores kInvalidID.
+/// Fails: kMPInsufficientResourcesErr without memory, and stores kInvalidID; kMPInvalidIDErr for a
+/// null pointer.
 OSStatus MPCreateCriticalRegion(MPCriticalRegionID* criticalRegion);
 /// Ends a region; threads that wait for it get kMPDeletedErr.
 ///

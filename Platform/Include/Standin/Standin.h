@@ -1,23 +1,22 @@
-// Standin.h - what the stand-in tells tools of message ports beyond the platform's own calls.
+// Standin.h - calls about message ports that the platform does not have, for the tools.
 //
-// The framework and the plug-in never include this header: their sources compile on the platform.
-// A tool that does asks `__has_include(<Standin/Standin.h>)` first.
+// The framework and the plug-in never include this header: the Mac does not have it. A tool asks
+// `__has_include(<Standin/Standin.h>)` before it includes it.
 #pragma once
 
 #include <CoreFoundation/CFMessagePort.h>
 
 CF_EXTERN_C_BEGIN
 
-/// The process that holds a message port's name for the calling user, or 0 if nobody does.
+/// Returns the ID of the process that holds a port's name for the calling user, or 0 if none does.
 SInt32 StandinGetPortHolder(CFStringRef name);
 
-/// Why this user can have no ports at all, to be released by the caller: the folder of all ports
-/// cannot be made, or is one that others could enter. Null if nothing is wrong with it.
+/// Returns why this user cannot have ports: the folder of all ports cannot be made, or others could
+/// enter it. Null if nothing is wrong with it. The caller releases the string.
 CFStringRef StandinCopyPortFault(void);
 
-/// Refuses every later send to a local port: it answers -4. What was sent before can still be
-/// received; once a poll of the run loop handles nothing, all of it has been. The port keeps its
-/// name.
+/// Makes every later send to a local port fail with -4. Messages that were sent before can still be
+/// received; all have been once a poll of the run loop handles nothing. The port keeps its name.
 void StandinRefuseSenders(CFMessagePortRef local);
 
 CF_EXTERN_C_END
