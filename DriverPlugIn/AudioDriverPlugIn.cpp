@@ -5,7 +5,7 @@
 // open.
 //
 // Nothing here takes a lock: the HAL does not overlap Open and Close with other calls. Nothing here
-// catches either: an exception thrown while a property is set leaves the entry point.
+// catches exceptions: one that is thrown while a property is set leaves the entry point.
 
 #include "DriverPlugIn/DirectMonitor.h"
 #include "DriverPlugIn/PlugInInfo.h"
@@ -52,7 +52,7 @@ static int RemovePlugInInfoElementByID(UInt32 deviceID)
             continue;
         }
         CFArrayRemoveValueAtIndex(gHostInfoArray, index);
-        // The record's port is not released: the reference stays with the process.
+        // The record's port is not released: its reference is kept until the process exits.
         std::free(info);
         if (count == 1) {
             CFRelease(gHostInfoArray);
@@ -179,7 +179,8 @@ QX_API OSStatus AudioDriverPlugInDeviceGetProperty(AudioDeviceID inDevice, UInt3
     }
 }
 
-// Unlike a get, a set on a channel that the property does not have is an unsupported operation.
+// Unlike a get, a set on a channel that the property does not have returns
+// kAudioHardwareUnsupportedOperationError.
 QX_API OSStatus AudioDriverPlugInDeviceSetProperty(
     AudioDeviceID inDevice, const AudioTimeStamp* /*inWhen*/, UInt32 inChannel, Boolean isInput,
     AudioDevicePropertyID inPropertyID, UInt32 inPropertyDataSize, const void* inPropertyData)

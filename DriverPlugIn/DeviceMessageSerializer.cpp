@@ -1,4 +1,4 @@
-// DeviceMessageSerializer.cpp - laying out a set-parameter message.
+// DeviceMessageSerializer.cpp - writes a set-parameter message.
 
 #include "DriverPlugIn/DeviceMessageSerializer.h"
 
@@ -12,8 +12,8 @@ namespace {
 
 constexpr UInt32 kFailure = static_cast<UInt32>(QX::kResultFailure);
 
-// Resizing the buffer frees the value's data in that case. A buffer without a block holds no
-// address.
+// Returns whether the data lies in the buffer's block: resizing the buffer would then free it.
+// Nothing lies in a buffer without a block.
 bool LiesInside(const void* data, QX::LIBuffer& buffer)
 {
     const auto start = reinterpret_cast<std::uintptr_t>(buffer.GetRawPtr());
@@ -34,7 +34,7 @@ UInt32 DeviceMessageSerializer::CreateSetParamMessage(UInt32 parameterID, const 
     }
     const UInt32 messageSize = dataSize + kMessageOverhead;
     buffer->SetSizeBytes(messageSize);
-    // Without memory, and in a buffer that does not grow, the last byte is not there.
+    // The last byte is missing if there is no memory or the buffer cannot grow.
     if (buffer->GetPtr<unsigned char>(messageSize - 1) == nullptr) {
         return kFailure;
     }

@@ -14,7 +14,7 @@
 #include <QX/RCPtr.h>
 #include <QX/Variant.h>
 
-/// The home of one static operation; no object of it is made.
+/// Has one static operation; no object of it is made.
 class DeviceMessageSerializer
 {
 public:
@@ -25,9 +25,9 @@ public:
     ///
     /// Fails: QX::kResultFailure, as an unsigned number. For a null `buffer`, for a message that
     /// does not fit 32 bits and for a value whose data lies inside the buffer, nothing changes.
-    /// Without memory, the buffer has no block; a buffer that stays too small is not written. A
-    /// value that cannot be serialized leaves the three header words written and the value bytes
-    /// not initialised.
+    /// Without memory, the buffer has no block afterwards. A buffer that stays too small is not
+    /// written to. A value that cannot be serialized leaves the three header words written and the
+    /// value bytes not initialised.
     static UInt32 CreateSetParamMessage(UInt32 parameterID, const QX::Variant& value,
                                         const QX::RCPtr<QX::LIBuffer>& buffer);
 };

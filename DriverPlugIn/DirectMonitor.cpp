@@ -1,4 +1,4 @@
-// DirectMonitor.cpp - from property values to the server's parameters.
+// DirectMonitor.cpp - turns property values into the server's parameters.
 
 #include "DriverPlugIn/DirectMonitor.h"
 
@@ -28,7 +28,7 @@ SInt32 SendInteger(_PlugInInfo* info, UInt32 parameterID, UInt32 integer)
     return SendMessageToServer(info, parameterID, value);
 }
 
-// A NaN fails the comparison, so it is sent as a NaN.
+// A NaN is not below or equal to 0, so it is sent as a NaN.
 double GainToDecibels(Float32 gain)
 {
     if (gain <= 0.0F) {

@@ -1,11 +1,11 @@
 // DirectMonitor.h - what a get or a set of the three direct-monitor properties does.
 //
-// The interface can route its inputs to its outputs in hardware. The server controls that. A set
-// operation translates a property's value into messages to the server and returns the status of the
-// set-parameter message. A get operation refuses, since nothing is kept here.
+// The interface can route its inputs to its outputs in hardware; the server controls that. A set
+// operation turns a property's value into messages to the server and returns the status of the
+// set-parameter message. A get operation fails: the plug-in keeps no values.
 //
-// Without a server, enable and state return kCFMessagePortIsInvalid. Unlike them, a level that
-// finds no server counts as done.
+// Without a server, enable and state return kCFMessagePortIsInvalid. Unlike them, a level counts as
+// done and returns 0.
 //
 // Throws: what sending throws; a level also std::bad_alloc.
 #pragma once

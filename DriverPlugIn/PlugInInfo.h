@@ -13,14 +13,15 @@
 /// A plain record, allocated with malloc by Open and freed by Close.
 struct _PlugInInfo
 {
-    AudioDeviceID mDeviceID; ///< first: SendMessageToServer passes the record as its address
+    /// Must be the first field: SendMessageToServer passes the record's address as this field's.
+    AudioDeviceID mDeviceID;
     // Stored as the HAL gave them; the plug-in reads none of the next four.
     io_object_t mIOAudioDevice;
     io_object_t mIOAudioEngine;
     AudioDriverPlugInDevicePropertyChangedProc mDevicePropertyChangedProc;
     AudioDriverPlugInStreamPropertyChangedProc mStreamPropertyChangedProc;
-    /// Null until MessagePortValid first finds the server; then kept, and not released with the
-    /// record: the reference stays with the process.
+    /// Null until MessagePortValid finds the server. It is not released with the record: its
+    /// reference is kept until the process exits.
     CFMessagePortRef mMessagePort;
 };
 

@@ -31,8 +31,8 @@ CFDataRef CreateData(QX::LIBuffer& buffer)
     return CFDataCreate(nullptr, bytes, static_cast<CFIndex>(buffer.GetSizeBytes()));
 }
 
-// Another thread's failed look-up may have taken the port away since MessagePortValid found it, and
-// the platform ends a process that sends to null.
+// Since MessagePortValid found the port, the failed look-up of another thread may have stored null
+// over it, and the platform ends a process that sends to null.
 SInt32 Send(const _PlugInInfo& info, SInt32 messageID, CFDataRef data, CFStringRef replyMode)
 {
     const CFMessagePortRef port = GetPort(info);
@@ -80,8 +80,8 @@ SInt32 SendSimpleMessageToServer(_PlugInInfo* info, SInt32 messageID)
     return Send(*info, messageID, nullptr, kCFRunLoopDefaultMode);
 }
 
-// The platform's references are bare and not held by an object that releases them: unlike the
-// buffer they stay when an exception passes, and the counts that callers see depend on it.
+// No object holds the references to the platform's objects and releases them. So after an exception
+// they are kept, unlike the buffer's, and callers can see that in the objects' counts.
 SInt32 SendMessageToServer(_PlugInInfo* info, UInt32 parameterID, QX::Variant& value)
 {
     if (MessagePortValid(info) == 0) {
@@ -102,9 +102,9 @@ SInt32 SendMessageToServer(_PlugInInfo* info, UInt32 parameterID, QX::Variant& v
     CFDictionaryAddValue(dictionary, gDeviceIDKey, number);
 
     auto buffer = QX::LByteBuffer::Create(0, 0, true);
-    // The result is not needed: without bytes no data is made below, and any other message is sent.
-    // The value's bytes are not initialised if it cannot be serialized; the plug-in's own always
-    // can.
+    // The result is not needed. Without memory, CreateData returns null below. A value that cannot
+    // be serialized would be sent with bytes that are not initialised, but the plug-in's own values
+    // always can.
     DeviceMessageSerializer::CreateSetParamMessage(parameterID, value, buffer);
 
     SInt32 status = kCFMessagePortIsInvalid;

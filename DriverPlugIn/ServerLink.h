@@ -17,7 +17,7 @@
 
 /// Returns 1 if the record has a port, which is opened now if it has none, and 0 otherwise.
 ///
-/// A port that the record already has is not looked at again.
+/// A port that the record already has is not checked again.
 ///
 /// Throws: what the platform throws.
 /// Threads: any. If two threads look for the server of one record at once, each stores what it has

@@ -34,8 +34,8 @@ constexpr UInt32 MakeFourCharCode(const char (&text)[5])
 }
 
 // -------------------------------------------------------------------------------------------------
-// Section 1: properties, between a client and the plug-in. They are on the input side and can be
-// set and not read.
+// Section 1: properties, between a client and the plug-in. They are on the input side. They can be
+// set but not read.
 // -------------------------------------------------------------------------------------------------
 
 /// One UInt32 on the master channel.
@@ -58,14 +58,15 @@ inline constexpr UInt32 kDirectMonitorStateSize = 4;
 // Section 2: messages, between the plug-in and the server.
 // -------------------------------------------------------------------------------------------------
 
-// The port. Macros, because format and constant strings of the platform are made from literals.
+// The port. Macros, because the platform makes formats and constant strings from literals.
 
 #define kServerPortNameFormat QX_VENDOR_PREFIX ".device.%s"
 #define kServerPortGUID "{D4625471-DE74-400f-93D2-5E71BB706A64}"
-/// The format with the GUID in it: the name that the server registers. One for all devices.
+/// The format with the GUID in it: the name that the server registers, the same for all devices.
 #define kServerPortName QX_VENDOR_PREFIX ".device." kServerPortGUID
 
-/// Returns whether a prefix is legal in a port name and unchanged by the format.
+/// Returns whether a prefix may be part of a port name and has no character that the format
+/// changes.
 constexpr bool IsVendorPrefix(std::string_view prefix)
 {
     for (const char character : prefix) {
@@ -80,15 +81,16 @@ constexpr bool IsVendorPrefix(std::string_view prefix)
 }
 
 static_assert(IsVendorPrefix(QX_VENDOR_PREFIX), "letters, digits, dots and hyphens only");
-static_assert(sizeof(kServerPortName) - 1 <= 100, "longer names do not fit every transport");
+static_assert(sizeof(kServerPortName) - 1 <= 100,
+              "the vendor prefix is too long: a port name has at most 100 bytes");
 
 // The message IDs.
 
-/// Sent before the parameter message of a non-zero state; no data; a reply is waited for.
+/// Sent before the parameter message of a non-zero state; no data; the sender waits for a reply.
 inline constexpr SInt32 kOpenDirectMonitorMessage = static_cast<SInt32>(MakeFourCharCode("OpLM"));
-/// Sent after the parameter message of state 0; no data; a reply is waited for.
+/// Sent after the parameter message of state 0; no data; the sender waits for a reply.
 inline constexpr SInt32 kCloseDirectMonitorMessage = static_cast<SInt32>(MakeFourCharCode("ClLM"));
-/// Carries one parameter as an XML property list; no reply is waited for.
+/// Carries one parameter as an XML property list; the sender waits for no reply.
 inline constexpr SInt32 kSetParameterMessage = static_cast<SInt32>(MakeFourCharCode("SLLM"));
 
 static_assert(kOpenDirectMonitorMessage == 0x4F704C4D);
