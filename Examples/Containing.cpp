@@ -1,4 +1,4 @@
-// Containing.cpp - an object whose own part points back at it, and that ends all the same.
+// Containing.cpp - an object and its own part hold each other, and both are destroyed.
 
 #include <QX/QX.h>
 #include <iostream>

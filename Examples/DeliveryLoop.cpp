@@ -19,7 +19,7 @@ using QX::RCPtr;
 
 constexpr const char* kLevelChanged = "level.changed";
 
-/// What a poster tells: a payload is any counted object.
+/// What a poster sends. A payload may be any counted object.
 class LLevel : public QX::LRefCountedObject
 {
 public:
@@ -105,11 +105,11 @@ void PostLevels(DeliveryLoop& loop, std::size_t source)
 
 int main()
 {
-    // Reuse saves an allocation for each notification, if not always time.
+    // Reuse saves an allocation for each notification. It does not always save time.
     LNotification::SetNotificationReuseEnable(true);
     const RCPtr<LNotificationCenter> center = LNotificationCenter::Create("levels");
 
-    // Clients register before others post, on what becomes the delivering thread.
+    // Clients register before any thread posts, on the thread that will deliver.
     int count = 0;
     std::array<int, 2> last = {-1, -1};
     const auto meter = QX::LFunctionReceiver::Create([&](const auto&, const auto& notification) {
@@ -124,7 +124,7 @@ int main()
     std::thread stopper([&loop] {
         std::thread left([&loop] { PostLevels(loop, 0); });
         std::thread right([&loop] { PostLevels(loop, 1); });
-        // First the posters end, then the loop: it still delivers all that they have posted.
+        // The loop ends after the posters, so it delivers all that they have posted.
         left.join();
         right.join();
         loop.Stop();
@@ -132,7 +132,8 @@ int main()
     loop.Run();
     stopper.join();
 
-    // The clients leave on the delivering thread. The center's last holder could leave it to them.
+    // The client unregisters on the delivering thread. Without this call, the center would ask it
+    // to do so when the center's last holder lets go.
     center->UnregisterNotificationClient(meter);
     LNotification::SetNotificationReuseEnable(false);
 

@@ -1,8 +1,8 @@
 // LevelServer.cpp - a whole server: it holds the port and prints what a plug-in sends to it.
 //
-// With Protocol/ServerProtocol.h, which draws every message, it is all that a server needs. It
-// makes the platform's own calls, so the same file is a server on the Mac. A session looks like
-// this:
+// This file and Protocol/ServerProtocol.h, which describes every message, are all that a server
+// needs. It makes the platform's own calls, so the same file is a server on the Mac. A session
+// looks like this:
 //
 //     open
 //     device 258, parameter -251: 1
@@ -27,7 +27,7 @@ void End(int)
     gIsEnding = 1;
 }
 
-/// Reads what the sender wrote in its own byte order. It runs on this machine, so it is ours.
+/// Reads a value in the sender's byte order. The sender runs on this machine, so it is ours.
 template <class T>
 T ReadAt(const UInt8* bytes, UInt32 offset)
 {
@@ -36,7 +36,7 @@ T ReadAt(const UInt8* bytes, UInt32 offset)
     return value;
 }
 
-/// Prints one set-parameter message. Returns false if its lengths are not those of one.
+/// Prints one set-parameter message. Returns false if its lengths are wrong.
 bool PrintParameter(unsigned device, const UInt8* message, UInt32 size)
 {
     if (size < kMessageOverhead || ReadAt<UInt32>(message, kMessageLengthOffset) != size) {
@@ -103,7 +103,7 @@ void PrintDocument(CFDataRef document)
     CFRelease(list);
 }
 
-/// Takes one message. The sender of 'OpLM' and 'ClLM' waits for a reply: null sends an empty one.
+/// Handles one message. The sender of 'OpLM' and 'ClLM' waits for a reply: null sends an empty one.
 CFDataRef Receive(CFMessagePortRef, SInt32 id, CFDataRef data, void*)
 {
     if (id == kOpenDirectMonitorMessage) {
