@@ -1,4 +1,4 @@
-# QXTesting.cmake - GoogleTest, and one function that turns sources into discovered tests.
+# QXTesting.cmake - GoogleTest, and one function that makes tests from sources.
 #
 # GoogleTest is built from Debian's sources with the compiler of the build, so that sanitizers and
 # the powerpc target see the same library as the tests.
@@ -26,7 +26,7 @@ target_precompile_headers(TestHeaders PRIVATE
 #
 # Builds the test program NAME and registers each of its tests with ctest. WRAP lists functions
 # whose calls the program replaces by its own __wrap_ versions. ONE_THREAD: the program never has a
-# second thread, so that the thread sanitizer's build leaves it out.
+# second thread, so the build with the thread sanitizer leaves it out.
 function(qx_add_tests name)
   cmake_parse_arguments(arg "ONE_THREAD" "" "SOURCES;LIBRARIES;WRAP;PROPERTIES" ${ARGN})
   if(arg_ONE_THREAD AND QX_SANITIZE STREQUAL "thread")
@@ -37,10 +37,10 @@ function(qx_add_tests name)
   set_target_properties(${name} PROPERTIES QX_IS_CHECK ON)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/Tests)
   if(arg_WRAP)
-    # Shared libraries that the program links may call what is wrapped.
+    # Shared libraries that the program links may call the wrapped functions.
     set_target_properties(${name} PROPERTIES CXX_VISIBILITY_PRESET default)
   else()
-    # Headers that were compiled for one visibility do not serve the other.
+    # Headers that are compiled for one visibility cannot be used with the other.
     target_precompile_headers(${name} REUSE_FROM TestHeaders)
   endif()
   foreach(symbol IN LISTS arg_WRAP)

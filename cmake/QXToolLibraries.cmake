@@ -1,8 +1,7 @@
 # QXToolLibraries.cmake - the header-only libraries of the tools: CLI11 and nlohmann-json.
 #
-# Debian installs both for the build machine only. A folder of links makes them reachable for every
-# target; /usr/include itself must not be on a cross compiler's path, since it holds the wrong C
-# library.
+# Debian installs both for the build machine only. A folder of links makes them visible to every
+# target. A cross compiler must not search /usr/include itself, because it has the wrong C library.
 
 find_path(QX_CLI11_INCLUDE CLI/CLI.hpp PATHS /usr/include /usr/local/include
   NO_CMAKE_FIND_ROOT_PATH)

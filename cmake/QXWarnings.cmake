@@ -8,7 +8,7 @@ target_compile_options(qx_options INTERFACE
   -Wall -Wextra -Wpedantic -Werror
   -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Woverloaded-virtual
   -Wcast-align -Wformat=2 -Wimplicit-fallthrough -Wundef -Wunused
-  # Not for checks: GCC 12 finds null pointers in the library code that it inlines into them.
+  # Not for tests: GCC 12 finds null pointers in the library code that it inlines into them.
   $<$<NOT:$<BOOL:$<TARGET_PROPERTY:QX_IS_CHECK>>>:-Wnull-dereference>
   # The level conversion and the variant's rounding are defined operation by operation; a fused
   # multiply-add would change their last bit.
@@ -18,7 +18,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     -Wduplicated-cond -Wlogical-op
     # GCC 12 takes "text" + std::to_string(n) for a copy between overlapping strings.
     -Wno-restrict
-    # And for one beyond its end, where the library's headers were compiled once for all tests.
+    # And for a copy beyond its end, with the precompiled headers of the tests.
     $<$<BOOL:$<TARGET_PROPERTY:QX_IS_CHECK>>:-Wno-array-bounds>
     $<$<BOOL:$<TARGET_PROPERTY:QX_IS_CHECK>>:-Wno-stringop-overflow>
     $<$<BOOL:$<TARGET_PROPERTY:QX_IS_CHECK>>:-Wno-stringop-overread>)
@@ -29,6 +29,6 @@ if(QX_SANITIZE)
   target_link_options(qx_options INTERFACE -fsanitize=${QX_SANITIZE})
 endif()
 if(QX_BUILD_FUZZERS)
-  # Coverage of the product's own code is what guides a fuzzer.
+  # The coverage of the product's code guides a fuzzer.
   target_compile_options(qx_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()

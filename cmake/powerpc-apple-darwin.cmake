@@ -15,5 +15,5 @@ set(CMAKE_OSX_SYSROOT ${QX_MAC_SDK})
 set(CMAKE_OSX_ARCHITECTURES ppc)
 set(CMAKE_OSX_DEPLOYMENT_TARGET 10.4)
 
-# The process that loads the bundle may bring another C++ library of its own.
+# The process that loads the bundle may use another C++ library.
 set(CMAKE_MODULE_LINKER_FLAGS_INIT "-static-libgcc -static-libstdc++")

@@ -3,8 +3,8 @@
 #     source "$(dirname "$0")/lib/packages.sh"
 #     ensure_packages build tools
 #
-# As root, or with sudo that asks for nothing, missing packages are installed. Otherwise the
-# script ends with the one line that a person has to run.
+# As root, or if sudo needs no password, missing packages are installed. Otherwise the script ends
+# and prints the command that the user must run.
 
 # The packages of one group.
 packages_of() {
@@ -26,7 +26,7 @@ packages_of() {
   esac
 }
 
-# ensure_packages GROUP...: installs what is missing, or ends the script and says what to install.
+# ensure_packages GROUP...: installs what is missing, or ends the script and prints what to install.
 ensure_packages() {
   local group package names missing=()
   for group in "$@"; do

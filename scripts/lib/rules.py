@@ -1,11 +1,11 @@
-"""Rules that excuse what a check finds: indented lines under the reason that they share."""
+"""Rules for what a check may find: indented lines under the reason that they share."""
 
 import re
 import sys
 
 
 def matches(pattern, text):
-    """Tells whether the whole text is the pattern, in which each * stands for anything."""
+    """Returns whether the whole text matches the pattern, in which each * stands for any text."""
     return re.fullmatch(re.escape(pattern).replace(r"\*", ".*"), text) is not None
 
 
@@ -23,7 +23,7 @@ class Rule:
 
 
 def read_rules(path, form):
-    """Returns the rules of a file; `form` is what matches a line and names its parts."""
+    """Returns the rules of a file; `form` is a regular expression with a name for each part."""
     rules, reason = [], ""
     for line in path.read_text().splitlines():
         if line.startswith(" "):

@@ -1,9 +1,9 @@
 // Mutants.h - what the instrumented sources of a mutation run call.
 //
-// Each change that scripts/mutate knows has a number, and its place in the source asks On(number)
-// whether it is the one that QX_MUTANT names. The answer is no while a constant is evaluated: the
-// compiler's own constants never change. Places that were asked are marked in the file that
-// QX_MUTANTS_REACHED names, also by the processes that a test starts.
+// Each mutant has a number, and its place in the source calls On(number), which returns whether it
+// is the one that QX_MUTANT names. It returns false while the compiler evaluates a constant: such
+// constants never change. Each call marks the mutant as reached in the file that QX_MUTANTS_REACHED
+// names, also in processes that a test starts.
 #pragma once
 
 #include <cstddef>
@@ -19,8 +19,9 @@ namespace QXMutants {
 
 inline constexpr std::size_t kMostMutants = 65536;
 
-// Each program, and each library that it loads, has its own copies. Constants initialise them, and
-// Start allocates nothing: the first question may come from an initialiser or a failing heap.
+// Each program, and each library that it loads, has its own copies. The compiler initialises them,
+// and Start allocates nothing: the first call may come from a static object's constructor or a
+// failing heap.
 inline unsigned char gUnrecorded[kMostMutants];
 inline unsigned char* gReached = nullptr;
 inline int gMutant = 0;
@@ -71,7 +72,7 @@ constexpr T Next(int number, T value)
     }
 }
 
-/// The answer turned round; a vector's answer is one of each of its units.
+/// The opposite answer; for a vector, the opposite of each of its units.
 template <class T>
 constexpr T Turned(int number, const T& answer)
 {
@@ -88,7 +89,7 @@ constexpr T Other(int number, T value, std::type_identity_t<T> other)
     return On(number) ? other : value;
 }
 
-// Of an unsigned word too, so that adding it takes away.
+// Also for an unsigned word, so that adding the result subtracts it.
 template <class T>
 constexpr auto Negative(int number, T value)
 {
@@ -125,7 +126,7 @@ constexpr T& Down(int number, T& value)
     return On(number) ? ++value : --value;
 }
 
-// Two mutants: one moves the border, one turns the answer round.
+// Two mutants: one moves the limit by one, one gives the opposite answer.
 template <class Operator, class Moved, class T, class U>
 constexpr bool Compare(int border, int turned, const T& left, const U& right)
 {

@@ -1,8 +1,8 @@
-# sites.py - finds what a mutation run can change in the sources, and writes them so that it can.
+# sites.py - finds the places that a mutation run can change, and writes the instrumented sources.
 #
-# A mutant is a number, and each has its place: an expression that is wrapped, or a statement that a
-# question precedes. All of them stand in the sources at once and in one build (see Mutants.h), so
-# that lines keep their numbers and a run takes no compiler.
+# A mutant has a number and a place: an expression that is wrapped in a call, or a statement after a
+# test of the number. All mutants are in the sources, and in one build, at the same time (see
+# Mutants.h). Lines keep their numbers, and a run needs no compiler.
 
 import bisect
 import collections
@@ -30,7 +30,7 @@ LOOPS = {Kind.FOR_STMT, Kind.WHILE_STMT, Kind.DO_STMT, Kind.CXX_FOR_RANGE_STMT}
 JUMPS = {Kind.BREAK_STMT, Kind.CONTINUE_STMT}
 CASTS = {Kind.CXX_STATIC_CAST_EXPR, Kind.CXX_REINTERPRET_CAST_EXPR, Kind.CXX_CONST_CAST_EXPR,
          Kind.CXX_DYNAMIC_CAST_EXPR}
-# Nothing in these is evaluated while the program runs.
+# What is in these is not evaluated while the program runs.
 UNEVALUATED = {Kind.CXX_UNARY_EXPR, Kind.CXX_TYPEID_EXPR, Kind.STATIC_ASSERT, Kind.TYPE_REF,
                Kind.TEMPLATE_REF, Kind.PARM_DECL, Kind.TEMPLATE_TYPE_PARAMETER,
                Kind.TEMPLATE_NON_TYPE_PARAMETER, Kind.TYPE_ALIAS_DECL, Kind.TYPEDEF_DECL}
@@ -202,7 +202,7 @@ class Finder:
             for child in children:
                 if child.kind.is_expression():
                     self.visit(child)
-        # Nothing but a throw can end a body that has an answer to return, or that never returns.
+        # Only a throw can end a body that must return a value, or that never returns.
         last = list(body.get_children())[-1:] if body else []
         self.ends = {self.extent(c) for c in last if result != TypeKind.VOID or
                      self.core(c).kind == Kind.CXX_THROW_EXPR}
@@ -265,7 +265,7 @@ class Finder:
                 self.add(self.extent(statement), "left out", "if (QXMutants::On(@)) ; else ", "")
 
     def last_jumps(self, body):
-        """The break that ends a switch; behind it there is nothing to fall into."""
+        """The break that ends a switch: no case comes after it."""
         last = list(body.get_children())[-1:]
         while last and last[0].kind in (Kind.CASE_STMT, Kind.DEFAULT_STMT, Kind.COMPOUND_STMT):
             last = list(last[0].get_children())[-1:]
@@ -300,7 +300,7 @@ class Finder:
         before = self.text_of(cursor)[: max(0, cursor.location.offset - self.extent(cursor)[0])]
         if re.search(r"\bconstexpr\b", before):
             return
-        # What stands before the name, and the size of an array, belong to the type.
+        # What is before the name, and the size of an array, belong to the type.
         if cursor.type.get_canonical().kind in ARRAYS:
             children = [c for c in children if c.kind == Kind.INIT_LIST_EXPR]
         for child in children:
@@ -330,7 +330,7 @@ class Finder:
     # Expressions.
 
     def core(self, cursor):
-        """What is left without parentheses and what the compiler adds."""
+        """The expression without parentheses and without what the compiler adds."""
         while cursor.kind in (Kind.UNEXPOSED_EXPR, Kind.PAREN_EXPR):
             children = list(cursor.get_children())
             if len(children) != 1:
@@ -343,7 +343,7 @@ class Finder:
                 CONSTANT.fullmatch(self.text_of(core)) is not None)
 
     def is_decided(self, core):
-        """Tells whether the expression has mutants of its own that turn its answer round."""
+        """Returns whether the expression has mutants of its own that give the opposite answer."""
         if core.kind == Kind.CXX_BOOL_LITERAL_EXPR:
             return True
         if core.kind == Kind.UNARY_OPERATOR and self.text_of(core).startswith("!"):
