@@ -1,5 +1,5 @@
-// PlatformTesting.h - what the tests of the platform share: objects from C++ values and back, and
-// a fixture that checks the ledger of live objects.
+// PlatformTesting.h - what the tests of the platform share: objects from C++ values and back, and a
+// fixture that checks the number of live objects.
 #pragma once
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -47,8 +47,8 @@ inline std::string UniqueName(const char* purpose)
     return std::string("org.qxaudio.test.") + purpose + "." + std::to_string(getpid());
 }
 
-/// Calls `step` again and again on a thread while this process forks, and in each child once.
-/// Returns how many children ended well: all 100 unless one found a lock that the thread held.
+/// Calls `step` again and again on a thread while this process forks 100 times, and once in each
+/// child. Returns how many children ended well: a child that finds a lock of the thread hangs.
 template <class Step>
 int CountChildrenThatAreFree(Step step)
 {
@@ -75,7 +75,7 @@ int CountChildrenThatAreFree(Step step)
     return ended;
 }
 
-/// Fails a test after which more objects live than before.
+/// Fails a test if the number of live objects is not the same after it as before.
 class LedgerTest : public testing::Test
 {
 protected:

@@ -1,4 +1,5 @@
-// BuildKind.h - what a test is built for: a sanitizer, a count of lines, an emulated machine.
+// BuildKind.h - how a test is built: with a sanitizer, with counters for coverage, for an emulated
+// machine.
 #pragma once
 
 #ifndef __has_feature
@@ -17,8 +18,8 @@
 #define QX_HAS_THREAD_SANITIZER 0
 #endif
 
-// Whether the programs run several times slower than plain ones: a test that proves more with more
-// rounds then does fewer. QX_COUNTS_COVERAGE comes from the preset coverage.
+// True if the programs run several times slower than usual: tests with many rounds then do fewer.
+// The preset coverage defines QX_COUNTS_COVERAGE.
 #if QX_HAS_ADDRESS_SANITIZER || QX_HAS_THREAD_SANITIZER || defined(QX_COUNTS_COVERAGE) ||          \
     defined(__powerpc__)
 inline constexpr bool kIsSlow = true;

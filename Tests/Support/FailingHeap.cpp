@@ -32,7 +32,7 @@ struct Watch
     int firstRefused;
     int lastRefused;
     std::size_t largest;
-    char journal[256]; ///< a fixed field: the journal must not ask the heap that it watches
+    char journal[256]; ///< an array: the journal must not use the heap that it watches
 };
 
 thread_local Watch sWatch;
@@ -117,8 +117,8 @@ void __wrap_free(void* block)
     __real_free(block);
 }
 
-// The C++ library's own operators would ask the heap from inside a shared library, unseen. All are
-// here, since a sanitizer has its own for each that is not.
+// The C++ library's own operators call the heap from inside a shared library, where the calls are
+// not seen. All operators are defined here, because a sanitizer replaces each that is not.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {
     return std::malloc(size != 0 ? size : 1);

@@ -1,4 +1,4 @@
-// FailingHeap.h - makes the process heap refuse memory, and counts what it was asked.
+// FailingHeap.h - makes the process heap refuse memory, and counts the requests.
 //
 //     {
 //         const FailingHeap heap(2);    // refuses the second request
@@ -6,8 +6,8 @@
 //         heap.GetJournal();            // "malloc 16, realloc 32"
 //     }
 //
-// A test program that links FailingHeap has its calls of malloc, calloc, realloc, free and operator
-// new replaced; each `new` is one request to malloc. Calls from shared libraries are not seen.
+// In a test program that links FailingHeap, malloc, calloc, realloc, free and operator new are
+// replaced; each `new` is one request to malloc. Calls from shared libraries are not seen.
 #pragma once
 
 #include <cstddef>
@@ -15,9 +15,9 @@
 
 namespace TestSupport {
 
-/// Counts the requests of the thread that makes it, and refuses the one number `refused`, counted
-/// from 1 (0 refuses none). Releases, to which a reallocation to 0 bytes belongs, are not counted.
-/// One at a time on each thread.
+/// Counts the requests of the thread that makes this object, and refuses request number `refused`,
+/// counted from 1 (0 refuses none). Releases are not counted, and neither are reallocations to 0
+/// bytes. A thread may have only one such object at a time.
 class FailingHeap
 {
 public:
@@ -34,17 +34,17 @@ public:
     /// Returns how many requests were made.
     int CountRequests() const;
 
-    /// Tells whether a request was refused.
+    /// Returns whether a request was refused.
     bool HasRefused() const;
 
 protected:
     static constexpr std::size_t kAnySize = static_cast<std::size_t>(-1);
 
-    /// Refuses the requests number `first` to `last`, and all of more than `largest` bytes.
+    /// Refuses requests number `first` to `last`, and all requests of more than `largest` bytes.
     FailingHeap(int first, int last, std::size_t largest);
 };
 
-/// Refuses the request number `refused` and all after it.
+/// Refuses request number `refused` and all after it.
 class ExhaustedHeap : public FailingHeap
 {
 public:
@@ -60,7 +60,7 @@ public:
     {}
 };
 
-/// Returns how many blocks of the whole process are alive, made while a FailingHeap lived or not.
+/// Returns how many blocks of the whole process are alive, also those made without a FailingHeap.
 long CountLiveBlocks();
 
 } // namespace TestSupport

@@ -40,7 +40,7 @@ OSStatus __wrap_MPCreateCriticalRegion(MPCriticalRegionID* region)
     return status;
 }
 
-// What was entered is left, and what was made is deleted, whatever the answer says.
+// A refused exit still leaves the region, and a refused deletion still deletes it.
 OSStatus __wrap_MPDeleteCriticalRegion(MPCriticalRegionID region)
 {
     ++RegionProbe::sDeletions;

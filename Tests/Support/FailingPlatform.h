@@ -1,14 +1,14 @@
-// FailingPlatform.h - makes the framework's calls of the platform fail at a chosen one.
+// FailingPlatform.h - makes one chosen call of the framework to the platform fail.
 //
-// A test program that links FailingPlatform has its calls of CompareAndSwap and of the four
-// functions of critical regions replaced.
+// In a test program that links FailingPlatform, CompareAndSwap and the four functions of critical
+// regions are replaced.
 #pragma once
 
 namespace TestSupport {
 
-/// Refuses the call number `call` of the thread that makes it, counted from 1 (0 refuses none): a
-/// region is not made, not entered, and not what the platform says of its exit or its end; a swap
-/// does not take place. One at a time on each thread.
+/// Refuses call number `call` of the thread that makes this object, counted from 1 (0 refuses
+/// none). A refused region is not made or not entered; an exit or a deletion takes place but
+/// returns an error; a swap does not take place. A thread may have only one such object at a time.
 class FailingPlatform
 {
 public:
@@ -17,7 +17,7 @@ public:
     FailingPlatform(const FailingPlatform&) = delete;
     FailingPlatform& operator=(const FailingPlatform&) = delete;
 
-    /// Tells whether the call to be refused has come.
+    /// Returns whether the call to be refused was made.
     bool HasRefused() const;
 
     /// Returns what the refused swap would have added to a count; 0 if another call was refused.

@@ -1,9 +1,10 @@
-// FailureSweep.h - runs operations while the heap refuses one of their requests after the other.
+// FailureSweep.h - runs operations again and again, each time with another request for memory
+// refused.
 //
-// A row of a table is an operation: how the state that it works on is prepared, the operation, and
-// what a user sees of the state afterwards, as text. The operation runs with its first request for
-// memory refused, then with its second, and so on until it runs through without a refusal; then the
-// same with all requests behind it refused as well. Each run starts with a new state.
+// A row of a table is an operation: how its state is prepared, the operation, and what a user sees
+// of the state afterwards, as text. The operation runs with its first request for memory refused,
+// then with its second, and so on until a run has no refusal. Then the same again, with all later
+// requests refused too. Each run starts with a new state.
 //
 //     struct Names
 //     {
@@ -16,11 +17,11 @@
 //     };
 //     SweepRefusals<Names>(kOperations);
 //
-// After each run the answer has to be one that the row allows and the state has to be what the row
-// says for it; then the same operation runs again with all the memory that it wants; and when the
-// state has gone no block is left that was not there before.
+// After each run, the row must allow the answer, and the state must be the row's state for it. Then
+// the same operation runs again without refusals. When the state has been destroyed, no new block
+// may be left.
 //
-// A test program that uses it links FailureSweep.
+// A test program that uses this header links FailureSweep.
 #pragma once
 
 #include "Support/FailingHeap.h"
@@ -35,8 +36,8 @@
 
 namespace TestSupport {
 
-/// A function of the state that returns false if the operation has answered that it failed, or one
-/// that returns nothing, of an operation that has no such answer.
+/// The operation as a function of the state. It returns false if the operation returned a failure,
+/// or nothing if the operation never returns one.
 template <class State>
 class SweptCall
 {
@@ -70,27 +71,28 @@ struct SweptOperation
 {
     const char* what;
     void (*prepare)(State& state) = nullptr;
-    /// What it does beside the operation under test must need no memory.
+    /// Apart from the operation under test it must need no memory.
     SweptCall<State> run;
-    /// The state when the operation has done its work, which it may do in spite of a refusal.
+    /// The state after a success, which is possible also after a refusal.
     const char* done;
-    /// The state when the operation has answered that it failed; null if it never does.
+    /// The state after the operation returned a failure; null if it never does.
     const char* failed = nullptr;
-    /// The state when std::bad_alloc has left the operation; null if it never does.
+    /// The state after the operation threw std::bad_alloc; null if it never does.
     const char* thrown = nullptr;
-    /// The state when the operation has run again behind a failure; null if it is that of `done`.
+    /// The state after the operation has run again after a failure; null if it is the same as
+    /// `done`.
     const char* again = nullptr;
-    /// As `thrown`, when all further requests are refused too; null if that makes no difference.
+    /// Like `thrown`, with all later requests refused too; null if it is the same.
     const char* exhausted = nullptr;
-    /// How many requests there are at least: fewer would mean that nothing was put to the test.
+    /// The least number of requests: with fewer, the row would test nothing.
     int least = 0;
 };
 
-/// The text of an exception that an operation throws as its answer, kept without any memory.
+/// Keeps the text of an exception that an operation throws as its answer. Needs no heap.
 class CaughtText
 {
 public:
-    /// Makes the call, which throws an Error. Whatever else it throws passes.
+    /// Makes the call, which throws an Error. Other exceptions are not caught.
     template <class Error, class Call>
     void Catch(const Call& call)
     {
@@ -108,7 +110,7 @@ private:
     char mText[160] = "";
 };
 
-/// What an operation has answered.
+/// How an operation ended.
 enum class SweepAnswer
 {
     kDone,
@@ -148,8 +150,8 @@ void CheckAnswer(const SweptOperation<State>& operation, State& state, SweepAnsw
         << "when it had run again";
 }
 
-/// Runs the operation with its request number `refused` refused and returns whether there was such
-/// a request.
+/// Runs the operation with request number `refused` refused, and returns whether there was such a
+/// request.
 template <class Failing, class State>
 bool RunWithRefusal(const SweptOperation<State>& operation, int refused)
 {
@@ -170,7 +172,7 @@ bool RunWithRefusal(const SweptOperation<State>& operation, int refused)
         EXPECT_TRUE(hasRefused || answer == SweepAnswer::kDone) << "with nothing refused";
         CheckAnswer(operation, state, answer);
     }
-    // What GoogleTest keeps of a failure is memory as well.
+    // GoogleTest allocates memory for each failure.
     if (!testing::Test::HasFailure()) {
         EXPECT_EQ(CountLiveBlocks() - blocks, 0) << "blocks are left";
     }
@@ -194,14 +196,14 @@ int RefuseEach(SweptOperation<State> operation)
     return refused - 1;
 }
 
-/// Each Failing is the FailingHeap or a class like it, which refuses in another way or other calls.
+/// Each Failing is FailingHeap, or a class with the same operations that refuses other requests.
 template <class State, class... Failing>
 void SweepWith(std::span<const SweptOperation<State>> operations)
 {
     for (const SweptOperation<State>& operation : operations) {
         SCOPED_TRACE(operation.what);
         {
-            // What the first call of a kind keeps for the life of the process is no leak.
+            // The first run may allocate what stays for the life of the process: that is no leak.
             State state;
             if (operation.prepare != nullptr) {
                 operation.prepare(state);

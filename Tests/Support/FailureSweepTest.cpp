@@ -1,4 +1,4 @@
-// FailureSweepTest.cpp - what a sweep has to notice, in operations that do what they must not.
+// FailureSweepTest.cpp - a sweep reports operations that do what they must not.
 
 #include "Support/FailureSweep.h"
 
@@ -48,7 +48,7 @@ struct Blocks
 
 using Operation = SweptOperation<Blocks>;
 
-void* gLost = nullptr; ///< for the sweep a leak
+void* gLost = nullptr; ///< the sweep sees a leak
 
 // Returns what the sweep of one operation has reported, one line for each failure.
 std::string ReportsOf(const Operation& operation)
@@ -116,7 +116,7 @@ TEST(FailureSweep, NoticesWhatIsWrong)
           .done = "done",
           .failed = "none"},
          "Which is: \"done\""},
-        {"a failure is not told",
+        {"a failure is not returned",
          {.what = "",
           .run =
               [](Blocks& blocks) {
@@ -127,7 +127,7 @@ TEST(FailureSweep, NoticesWhatIsWrong)
           .done = "done",
           .failed = "none"},
          "Which is: \"none\""},
-        {"a failure is told where none may be",
+        {"a failure is returned where none may be",
          {.what = "", .run = [](Blocks& blocks) { return blocks.AskForFirst(); }, .done = "none"},
          "failed"},
         {"an exception comes where none may be",
@@ -141,7 +141,7 @@ TEST(FailureSweep, NoticesWhatIsWrong)
           .done = "none",
           .failed = "none"},
          "threw"},
-        {"nothing works behind a failure",
+        {"nothing works after a failure",
          {.what = "",
           .run =
               [](Blocks& blocks) {

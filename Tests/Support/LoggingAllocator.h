@@ -22,7 +22,7 @@
 
 namespace TestSupport {
 
-/// What a reallocation to 0 bytes gives; both kinds of heap exist.
+/// What a reallocation to 0 bytes does; heaps of both kinds exist.
 enum class EmptyRealloc
 {
     kFreesAndGivesNull,
@@ -119,7 +119,7 @@ private:
     void Forget(void* block)
     {
         if (mBlocks.erase(block) != 1) {
-            std::abort(); // a double free, or somebody else's block
+            std::abort(); // a double free, or a block of another heap
         }
         std::free(block);
     }
@@ -136,7 +136,7 @@ private:
     EmptyRealloc mEmptyRealloc = EmptyRealloc::kFreesAndGivesNull;
 };
 
-/// The allocator argument for buffers under test.
+/// The allocator for buffers under test.
 inline QX::IAllocator* GetLoggingAllocator()
 {
     return &LoggingAllocator::Instance();

@@ -1,5 +1,5 @@
 // PrivatePorts.cpp - gives a test program, and every program that it starts, message ports of its
-// own: it meets neither another test nor a server that somebody runs. Nothing calls it.
+// own. They are not those of other tests or of a server that runs already. Nothing calls it.
 
 #include <cstdlib>
 #include <filesystem>
@@ -23,7 +23,7 @@ public:
     PrivatePorts& operator=(const PrivatePorts&) = delete;
     ~PrivatePorts()
     {
-        // Not a child that has ended in the way of its parent.
+        // Not in a forked child that ends with exit.
         if (getpid() == mOwner) {
             std::error_code ignored;
             std::filesystem::remove_all(mPath, ignored);

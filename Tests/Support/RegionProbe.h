@@ -15,7 +15,7 @@ struct RegionProbe
     inline static std::atomic<int> sExits = 0;
     inline static std::atomic<Duration> sLastTimeout = 0;
     inline static std::atomic<MPCriticalRegionID> sLastRegion = nullptr;
-    /// How many regions the calling thread is inside of.
+    /// How many regions the calling thread has entered and not left.
     inline static thread_local int sDepth = 0;
 
     static void Reset()

@@ -1,4 +1,4 @@
-// StringTestSupport.h - what the tests of strings share: units, heap blocks, and odd buffers.
+// StringTestSupport.h - what the tests of strings share: units, heap blocks, and buffers that fail.
 #pragma once
 
 #include <QX/String.h>
@@ -76,7 +76,7 @@ inline RCPtr<LIBuffer> BufferWith(std::string_view bytes)
     return buffer;
 }
 
-/// What a HookedBuffer does instead of what a buffer does.
+/// How a HookedBuffer fails.
 struct BufferFaults
 {
     bool refusesGrowth = false;      ///< a larger size finds no memory
@@ -86,7 +86,7 @@ struct BufferFaults
     bool copiesRefuseGrowth = false; ///< what CreateCopy gives finds no memory for a larger size
 };
 
-/// A counted byte buffer that can fail as one on an exhausted heap does.
+/// A counted byte buffer that can fail as if the heap were exhausted.
 class HookedBuffer : public LIBuffer
 {
 public:

@@ -1,7 +1,7 @@
-// VirtualSlots.h - the position of a virtual operation in its class's table.
+// VirtualSlots.h - the position of a virtual operation in its class's table of virtual operations.
 //
-// A destructor takes two slots and has no member pointer: a test derives a class that appends one
-// operation and looks where that one came to lie.
+// A destructor takes two slots and has no member pointer. To find its slots, a test derives a class
+// that appends one operation, and asks for the slot of that one.
 #pragma once
 
 #include <cstddef>

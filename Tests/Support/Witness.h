@@ -1,4 +1,4 @@
-// Witness.h - a counted object that writes down what is done to it, for tests of order.
+// Witness.h - a counted object that writes down what is done with it, for tests of order.
 //
 //     std::string journal;
 //     QX::RCPtr<Witness> held(new Witness('a', journal));
@@ -67,7 +67,8 @@ public:
     /// Returns how many witnesses of the whole process are alive.
     static int GetLiveCount() { return sLiveCount; }
 
-    /// What a test wants to happen at these two moments.
+    /// What a test does when the contained references are removed and when the witness is
+    /// destroyed.
     std::function<QX::int32()> onDismantling;
     std::function<void()> onDestruction;
     /// A reference for the test's own chains and cycles.

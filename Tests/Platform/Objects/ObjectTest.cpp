@@ -1,4 +1,5 @@
-// ObjectTest.cpp - reference counts, the ledger, and the end of programs that miscount.
+// ObjectTest.cpp - reference counts, the number of live objects, and the end of programs that
+// miscount.
 
 #include "Platform/PlatformTesting.h"
 

@@ -18,7 +18,7 @@ using namespace Platform;
 using MessagePortFaults = LedgerTest;
 using Clock = std::chrono::steady_clock;
 
-/// The number of the next descriptor that a process gets.
+/// The number of the next descriptor that a process will get.
 rlim_t FindNextDescriptor(pid_t process)
 {
     rlim_t next = 0;
@@ -99,7 +99,7 @@ TEST_F(MessagePortFaults, AnEndedServerRaisesNoSignal)
         signal(SIGPIPE, SIG_DFL);
         CFMessagePortRef port = Connect(name);
         SendRequest(port, 1);
-        // The server is this process's sibling: only its silence tells when it is gone.
+        // The server is no child of this process, so only a failing send shows that it is gone.
         kill(server.GetProcess(), SIGKILL);
         while (SendOneWay(port, 2) == kCFMessagePortSuccess) {
         }
@@ -138,8 +138,7 @@ TEST_F(MessagePortFaults, SignalsDoNotCutAWaitShort)
     CFRelease(port);
 }
 
-/// Sends one message from each of many processes and returns when all have been answered 0 and
-/// have ended.
+/// Sends one message from each of many processes, one after the other. Each must get the status 0.
 void SendFromProcesses(const std::string& name, int processes)
 {
     for (int process = 0; process < processes; ++process) {

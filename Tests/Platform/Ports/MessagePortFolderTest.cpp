@@ -18,7 +18,7 @@ namespace {
 using namespace Platform;
 namespace fs = std::filesystem;
 
-/// Has a folder that ports are looked for in, and no other that could be taken instead.
+/// Sets XDG_RUNTIME_DIR to a folder of the test, so that no other folder is used.
 class MessagePortFolder : public LedgerTest
 {
 protected:
@@ -211,7 +211,7 @@ TEST_F(MessagePortFolder, TheNameOfADeadHolderIsTakenAtOnce)
     EXPECT_TRUE(fs::is_empty(GetFolder()));
 }
 
-TEST_F(MessagePortFolder, OfServersThatStartTogetherOneGetsTheName)
+TEST_F(MessagePortFolder, OnlyOneOfTheServersThatStartTogetherGetsTheName)
 {
     constexpr int kServers = 8;
     int start[2];
@@ -248,7 +248,7 @@ TEST_F(MessagePortFolder, OfServersThatStartTogetherOneGetsTheName)
     close(results[1]);
 }
 
-// Giving a name back and taking it must not let two have it, or leave it to none.
+// While names are given back and taken, two must never hold one, and one must always get it.
 TEST_F(MessagePortFolder, ANameThatManyTakeAndGiveBackHasOneHolderAtATime)
 {
     const fs::path witness = mBase / "witness";

@@ -10,8 +10,8 @@
 #include <new>
 #include <vector>
 
-// The platform's objects are here and in the library that other libraries are linked with. The
-// address sanitizer takes that for a mistake.
+// The platform's object files are in this program and in the shared library that other libraries
+// need. The address sanitizer would report that.
 extern "C" const char* __asan_default_options();
 extern "C" const char* __asan_default_options()
 {
@@ -22,7 +22,7 @@ namespace {
 
 using TestSupport::FailingHeap;
 
-/// The IDs of what has arrived; with room, so that entering one asks for no memory.
+/// The IDs of the messages that have arrived. It has room, so that adding one needs no memory.
 std::vector<SInt32> gArrived;
 
 CFDataRef Enter(CFMessagePortRef, SInt32 messageID, CFDataRef, void*)
@@ -57,7 +57,7 @@ TEST(MessagePortHeap, AServerWithoutMemoryForAClientOrAMessageTakesItLater)
     for (bool hasRefused = true; hasRefused; refusals += hasRefused ? 1 : 0) {
         SCOPED_TRACE(refusals);
         gArrived.clear();
-        // A new connection each time: the last one's server end is gone with it.
+        // A new connection each time: the last one has ended with its port.
         const Owned<CFMessagePortRef> remote(
             CFMessagePortCreateRemote(nullptr, CFSTR("port.heap")));
         ASSERT_NE(remote, nullptr);
@@ -72,11 +72,11 @@ TEST(MessagePortHeap, AServerWithoutMemoryForAClientOrAMessageTakesItLater)
             try {
                 TakeAll();
             } catch (const std::bad_alloc&) {
-                // The loop's own lists.
+                // The loop had no memory for its own lists.
             }
             hasRefused = heap.HasRefused();
         }
-        // A server that has no room for a client looks for some every 20 ms.
+        // A server that has no memory for a client tries again after 20 ms.
         for (int look = 0; look < 100 && gArrived.size() < 4; ++look) {
             CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0.1, true);
         }

@@ -1,4 +1,5 @@
-// MessagePortHostileTest.cpp - clients that do not keep to the frames, the window or the limits.
+// MessagePortHostileTest.cpp - clients that do not respect the frames, the five messages or the
+// limits.
 
 #include "Platform/Ports/PortServer.h"
 #include "Ports/Frame.h"
@@ -13,7 +14,7 @@ namespace {
 using namespace Platform;
 using MessagePortHostile = LedgerTest;
 
-/// A socket that is connected to a port by hand.
+/// A socket that is connected to a port without the port's own code.
 class RawClient
 {
 public:
@@ -160,7 +161,7 @@ TEST_F(MessagePortHostile, AClientThatNeverReadsItsRepliesBlocksNobody)
     server.ExpectService();
 }
 
-// A tally that the client could make shorter would end the server with a signal.
+// If the client could make its tally shorter, reading it would end the server with a signal.
 TEST_F(MessagePortHostile, AFileThatIsNoTallyIsNotLookedAt)
 {
     HostileServer server("file");

@@ -1,5 +1,5 @@
-// MessagePortProcessTest.cpp - message ports between two processes, and what the end, a stop or a
-// restart of the server looks like.
+// MessagePortProcessTest.cpp - message ports between two processes, and what a client sees when the
+// server ends, is stopped or starts again.
 
 #include "Platform/Ports/OtherUser.h"
 #include "Platform/Ports/PortServer.h"
@@ -96,8 +96,8 @@ TEST_F(MessagePortProcess, AnEndThatIsNoticedFirstGivesAnInvalidPortAtOnce)
     CFRelease(port);
 }
 
-// The wait runs the thread's run loop, and with it a port of the thread's own: its callback ends
-// the server when the request is surely on its way.
+// The wait runs the thread's run loop, and with it a port of the thread's own. That port's callback
+// ends the server after the request has certainly been sent.
 TEST_F(MessagePortProcess, AServerThatEndsDuringAReplyWaitMakesThePortInvalid)
 {
     const std::string name = UniqueName("during");
@@ -268,7 +268,7 @@ TEST_F(MessagePortProcess, AForkedChildDoesNotHoldItsParentsName)
     }
 
     CFRelease(local);
-    // The child closes what it inherits before fork returns in it, which may be after this line.
+    // The child closes its copies before fork returns in it. That may be later than this line.
     while (StandinGetPortHolder(string) != 0) {
         std::this_thread::yield();
     }
@@ -317,7 +317,7 @@ TEST_F(MessagePortProcess, ThreadsThatAskAtOnceShareOneConnection)
     }
 }
 
-// Whatever another thread is in the middle of, a child has none of it locked.
+// A child finds no lock locked, whatever another thread was doing during the fork.
 TEST_F(MessagePortProcess, ForksWhileThreadsConnectAndSendHaveNothingLocked)
 {
     const std::string name = UniqueName("forks");
@@ -375,7 +375,7 @@ TEST_F(MessagePortProcess, ALocalPortIsInvalidInAForkedChildAndNeverReady)
 
     const pid_t child = fork();
     if (child == 0) {
-        // These take the numbers of what was closed.
+        // These get the numbers of the closed descriptors.
         for (int file = 0; file < 20; ++file) {
             open("/dev/null", O_RDONLY);
         }

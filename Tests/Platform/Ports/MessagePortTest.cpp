@@ -19,7 +19,7 @@ CFDataRef Ignore(CFMessagePortRef, SInt32, CFDataRef, void*)
     return nullptr;
 }
 
-/// A local port that nobody reads.
+/// A local port whose messages are not read.
 class Unread
 {
 public:
@@ -119,7 +119,7 @@ TEST_F(MessagePort, NullDataArrivesAsEmptyData)
 
     EXPECT_EQ(CFMessagePortSendRequest(port, 5, nullptr, 10.0, 0.0, nullptr, nullptr), 0);
 
-    // The server's thread would have died of a null object.
+    // A null object would have ended the program in the server's thread.
     EXPECT_EQ(server.WaitFor(1), (std::vector<Received>{{5, ""}}));
     CFRelease(port);
 }
@@ -325,7 +325,7 @@ TEST_F(MessagePort, ServesItsOwnThreadDuringAReplyWait)
     CFRelease(port);
 }
 
-// The server answers only once the waiting thread has served a port of its own.
+// The server replies only after the waiting thread has handled a message of its own port.
 TEST_F(MessagePort, EverySourceOfTheModeFiresWhileAReplyIsAwaited)
 {
     const std::string name = UniqueName("awaited");

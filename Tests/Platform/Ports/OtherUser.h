@@ -9,7 +9,7 @@
 
 namespace Platform {
 
-/// Runs a check in a child process and returns true if it says true there.
+/// Runs a check in a child process and returns its result.
 template <class Check>
 bool HoldsInChild(Check check)
 {
@@ -28,14 +28,14 @@ inline bool MayChangeUser()
     return geteuid() == 0;
 }
 
-/// Becomes another user, whom the kernel tells apart from this one.
+/// Becomes another user, with another number for the kernel.
 inline bool BecomeUser(uid_t user)
 {
     return setgid(user) == 0 && setuid(user) == 0;
 }
 
-/// Becomes the user `user` in a namespace of its own that knows no user: all of them have the same
-/// number there.
+/// Becomes the user `user` in a namespace of its own without a list of users: all users have the
+/// same number there.
 inline bool BecomeUserWithoutNumber(uid_t user)
 {
     return BecomeUser(user) && unshare(CLONE_NEWUSER) == 0;

@@ -24,7 +24,7 @@ struct Received
     bool operator==(const Received&) const = default;
 };
 
-/// Serves a name on a thread until the end of its life, and keeps what arrives.
+/// Serves a name on a thread as long as this object lives, and keeps what arrives.
 class ThreadServer
 {
 public:
@@ -66,7 +66,7 @@ private:
         CFRunLoopAddSource(CFRunLoopGetCurrent(), source, kCFRunLoopDefaultMode);
         {
             const std::lock_guard lock(mMutex);
-            // The loop outlives its thread until the one that stops it has let go.
+            // Keeps the loop alive after the end of its thread, for the thread that stops it.
             mLoop = CFRunLoopGetCurrent();
             CFRetain(mLoop);
         }
@@ -127,7 +127,7 @@ public:
 
     pid_t GetProcess() const { return mProcess; }
 
-    /// Stops the process and waits until it stands.
+    /// Stops the process and waits until it has stopped.
     void Stop()
     {
         kill(mProcess, SIGSTOP);
@@ -166,7 +166,7 @@ private:
         }
         const char mark = port != nullptr ? '+' : '-';
         [[maybe_unused]] const ssize_t written = write(readiness, &mark, 1);
-        // Ends by itself, should the test be gone.
+        // The process ends by itself if the test is gone.
         CFRunLoopRunInMode(kCFRunLoopDefaultMode, 120.0, false);
         _exit(0);
     }

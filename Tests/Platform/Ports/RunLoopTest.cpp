@@ -1,4 +1,4 @@
-// RunLoopTest.cpp - modes, endings and stops of run loops.
+// RunLoopTest.cpp - the modes of run loops, and how their runs end.
 
 #include "Platform/PlatformTesting.h"
 
@@ -133,7 +133,7 @@ CFDataRef StopAfterNestedRun(CFMessagePortRef, SInt32, CFDataRef, void* info)
         EXPECT_EQ(CFRunLoopRunInMode(kCFRunLoopDefaultMode, 10.0, true),
                   kCFRunLoopRunHandledSource);
     } else {
-        // Only the innermost run hears of it.
+        // Only the innermost run is stopped.
         CFRunLoopStop(CFRunLoopGetCurrent());
     }
     return nullptr;

@@ -1,4 +1,4 @@
-// PropertyListReaderTest.cpp - documents to property lists, and the refusal of bytes that are none.
+// PropertyListReaderTest.cpp - reads documents as property lists, and refuses other bytes.
 
 #include "Platform/PlatformTesting.h"
 
@@ -6,7 +6,7 @@ namespace {
 
 using PropertyListReader = Platform::LedgerTest;
 
-/// Reads a document; `error` gets what is wrong.
+/// Reads a document; stores in `error` what is wrong.
 CFPropertyListRef Read(std::string_view document, std::string* error = nullptr)
 {
     CFDataRef data = Platform::MakeData(document);

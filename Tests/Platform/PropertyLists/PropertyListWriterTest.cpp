@@ -33,7 +33,7 @@ std::string MessageDocument(std::string_view message, UInt32 device)
     CFMutableDictionaryRef dictionary = CFDictionaryCreateMutable(nullptr, 2, nullptr, nullptr);
     CFNumberRef number = CFNumberCreate(nullptr, kCFNumberSInt32Type, &device);
     CFDataRef data = Platform::MakeData(message);
-    // The keys come out sorted whatever the order of insertion.
+    // The keys are sorted in the document, whatever the order of insertion.
     CFDictionaryAddValue(dictionary, CFSTR("ParameterDataKey"), data);
     CFDictionaryAddValue(dictionary, CFSTR("CoreAudioDeviceIDKey"), number);
     CFRetain(dictionary);
