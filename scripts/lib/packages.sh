@@ -17,6 +17,7 @@ packages_of() {
     powerpc) echo "g++-powerpc-linux-gnu qemu-user" ;;
     mutation) echo "python3-clang-14 util-linux" ;;
     benchmark) echo "libbenchmark-dev libboost-dev libglib2.0-dev libicu-dev libplist-dev libpoco-dev pkg-config" ;;
+    peers) echo "libabsl-dev libfmt-dev python3-matplotlib qt6-base-dev" ;;
     docs) echo "graphviz fonts-dejavu-core" ;;
     checks) echo "clang-format git python3 python3-pyelftools" ;;
     *)

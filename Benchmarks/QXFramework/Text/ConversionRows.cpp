@@ -1,19 +1,24 @@
-// ConversionBenchmark.cpp - is each conversion faster than ICU, GLib and iconv on ordinary text?
+// ConversionRows.cpp - is each conversion faster than ICU, Qt, GLib and iconv on ordinary text?
 //
-// Each benchmark is named CONVERSION/TEXT/SOURCE_BYTES/LIBRARY and converts the same source units;
-// "memcpy" copies the bytes of the source, the limit that no conversion passes. Every
-// library's result is compared with the product's before its time is taken. GLib returns
-// blocks of its own, so its times include their allocation; ICU has no call between UTF-8 and
-// UTF-32, so its macros for one character are used in a loop. Every library is called, none
-// inlined.
+// The rows convert 4 KiB of the same source units; "memcpy" copies the bytes of the source, the
+// limit that no conversion passes. Every library's result is compared with the product's before its
+// time is taken. GLib returns blocks of its own, so its times include their allocation; ICU has no
+// call between UTF-8 and UTF-32, so its macros for one character are used in a loop. Every library
+// is called, none inlined.
+
+#include "Rows.h"
 
 #include <QX/ConvertUTF.h>
 
-#include <benchmark/benchmark.h>
 #include <glib.h>
 #include <iconv.h>
 #include <unicode/ustring.h>
 #include <unicode/utf8.h>
+
+#ifdef QX_PEER_QT
+#include <QStringDecoder>
+#include <QStringEncoder>
+#endif
 
 #include <cstdlib>
 #include <cstring>
@@ -23,6 +28,7 @@
 #include <utility>
 #include <vector>
 
+namespace rows {
 namespace {
 
 struct Text
@@ -32,17 +38,18 @@ struct Text
 };
 
 const Text kTexts[] = {
-    {"ASCII", "The quick brown fox jumps over the lazy dog, then sleeps in the warm sun. "},
-    {"Cyrillic", "Съешь же ещё этих мягких французских булок, да выпей чаю на дорожку. "},
-    {"Mixed",
+    {"ascii", "The quick brown fox jumps over the lazy dog, then sleeps in the warm sun. "},
+    {"cyrillic", "Съешь же ещё этих мягких французских булок, да выпей чаю на дорожку. "},
+    {"mixed",
      "Пункт 12: set the Volume to -6 dB, затем нажмите Enter и подождите 3 секунды (см. page 4). "},
-    {"CJK", "春眠不覚暁、処処聞啼鳥。夜来風雨声、花落知多少。我能吞下玻璃而不伤身体。"},
-    {"Emoji",
+    {"words", "Level уровень, gain усиление, mute тихо, solo один, pan панорама, bus шина, 5 dB. "},
+    {"cjk", "春眠不覚暁、処処聞啼鳥。夜来風雨声、花落知多少。我能吞下玻璃而不伤身体。"},
+    {"emoji",
      "😀🚀🎧🎹🎸🥁🎷🎺🎻🔊🔈🎵🎶🌍🌈🔥👍🎉🐍🦊🦀🍎🍕"
      "🏆"},
 };
 
-constexpr std::size_t kSizes[] = {64, 4096, 1 << 20};
+constexpr std::size_t kSize = 4096;
 
 template <class UnitT>
 using Units = std::vector<UnitT>;
@@ -55,7 +62,7 @@ using Exported = ConversionResult (*)(const SourceT**, const SourceT*, TargetT**
 
 [[noreturn]] void Fail(const std::string& what)
 {
-    std::cerr << "ConversionBenchmark: " << what << '\n';
+    std::cerr << "ConversionRows: " << what << '\n';
     std::abort();
 }
 
@@ -215,6 +222,29 @@ std::size_t RunGLib(const Units<UTF32>& source, Units<UTF16>* target)
         target);
 }
 
+#ifdef QX_PEER_QT
+
+// Qt, into a block that exists. It has no UTF-32 without a copy of its own.
+
+std::size_t RunQt(const Units<UTF8>& source, Units<UTF16>& target)
+{
+    QStringDecoder decoder(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
+    auto* const start = reinterpret_cast<QChar*>(target.data());
+    const QByteArrayView bytes(source.data(), static_cast<qsizetype>(source.size()));
+    return static_cast<std::size_t>(decoder.appendToBuffer(start, bytes) - start);
+}
+
+std::size_t RunQt(const Units<UTF16>& source, Units<UTF8>& target)
+{
+    QStringEncoder encoder(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
+    auto* const start = reinterpret_cast<char*>(target.data());
+    const QStringView units(reinterpret_cast<const QChar*>(source.data()),
+                            static_cast<qsizetype>(source.size()));
+    return static_cast<std::size_t>(encoder.appendToBuffer(start, units) - start);
+}
+
+#endif
+
 // iconv.
 
 template <class UnitT>
@@ -283,8 +313,7 @@ void Register(const std::string& name, std::shared_ptr<const Units<SourceT>> sou
                 benchmark::DoNotOptimize(run(*source, *target, false));
                 benchmark::ClobberMemory();
             }
-            state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) *
-                                    static_cast<std::int64_t>(source->size() * sizeof(SourceT)));
+            state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()));
         });
 }
 
@@ -304,6 +333,13 @@ void RegisterLibraries(const std::string& name, Exported<SourceT, TargetT> conve
     Register<SourceT, TargetT>(
         name + "/GLib", source, expected,
         [](const auto& from, auto& to, bool keep) { return RunGLib(from, keep ? &to : nullptr); });
+#ifdef QX_PEER_QT
+    if constexpr (sizeof(SourceT) + sizeof(TargetT) == 3) {
+        Register<SourceT, TargetT>(
+            name + "/Qt", source, expected,
+            [](const auto& from, auto& to, bool) { return RunQt(from, to); });
+    }
+#endif
     Register<SourceT, TargetT>(
         name + "/iconv", source, expected,
         [converter](const auto& from, auto& to, bool) { return RunIconv(converter, from, to); });
@@ -318,26 +354,22 @@ template <class SourceT, class TargetT>
 void RegisterConversion(const char* conversion, Exported<SourceT, TargetT> convert)
 {
     for (const Text& text : kTexts) {
-        for (const std::size_t size : kSizes) {
-            RegisterLibraries<SourceT, TargetT>(
-                std::string(conversion) + "/" + text.name + "/" + std::to_string(size), convert,
-                std::make_shared<const Units<SourceT>>(MakeSource<SourceT>(text.sentence, size)));
-        }
+        RegisterLibraries<SourceT, TargetT>(
+            std::string("raw.") + conversion + '.' + text.name, convert,
+            std::make_shared<const Units<SourceT>>(MakeSource<SourceT>(text.sentence, kSize)));
     }
 }
 
 } // namespace
 
-int main(int argc, char** argv)
+void AddConversionRows()
 {
-    RegisterConversion<UTF8, UTF16>("UTF8toUTF16", ConvertUTF8toUTF16);
-    RegisterConversion<UTF16, UTF8>("UTF16toUTF8", ConvertUTF16toUTF8);
-    RegisterConversion<UTF8, UTF32>("UTF8toUTF32", ConvertUTF8toUTF32);
-    RegisterConversion<UTF32, UTF8>("UTF32toUTF8", ConvertUTF32toUTF8);
-    RegisterConversion<UTF16, UTF32>("UTF16toUTF32", ConvertUTF16toUTF32);
-    RegisterConversion<UTF32, UTF16>("UTF32toUTF16", ConvertUTF32toUTF16);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    RegisterConversion<UTF8, UTF16>("8-to-16", ConvertUTF8toUTF16);
+    RegisterConversion<UTF16, UTF8>("16-to-8", ConvertUTF16toUTF8);
+    RegisterConversion<UTF8, UTF32>("8-to-32", ConvertUTF8toUTF32);
+    RegisterConversion<UTF32, UTF8>("32-to-8", ConvertUTF32toUTF8);
+    RegisterConversion<UTF16, UTF32>("16-to-32", ConvertUTF16toUTF32);
+    RegisterConversion<UTF32, UTF16>("32-to-16", ConvertUTF32toUTF16);
 }
+
+} // namespace rows
