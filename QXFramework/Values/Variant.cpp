@@ -198,17 +198,33 @@ bool Variant::OverlapsStorage(const void* data, uint32 size) const
 
 Variant::Type Variant::SetScalar(Type type, const void* data, uint32 size)
 {
-    const bool fits = data != nullptr && size == ScalarSize(type);
-    unsigned char value[sizeof mValue] = {};
-    if (fits) {
-        std::memcpy(value, data, size);
+    if (data == nullptr || size != ScalarSize(type)) {
+        Clear();
+        return mType;
     }
-
-    Clear();
-    if (fits) {
-        std::memcpy(mValue, value, sizeof mValue);
-        mType = type;
+    // Read before the release, because the source may lie in the block. Words of a fixed size need
+    // no call.
+    const auto store = [this, data](auto word) {
+        std::memcpy(&word, data, sizeof word);
+        if (OwnsBlock()) {
+            Clear();
+        }
+        std::memset(mValue, 0, sizeof mValue);
+        std::memcpy(mValue, &word, sizeof word);
+    };
+    switch (size) {
+    case 1:
+        store(uint8{});
+        break;
+    case 4:
+        store(uint32{});
+        break;
+    default:
+        store(uint64{});
+        break;
     }
+    mSize = 0;
+    mType = type;
     return mType;
 }
 

@@ -29,6 +29,17 @@ uint32 RecordLength(uint32 dataLength)
     return total <= kUInt32Limit ? static_cast<uint32>(total) : kFailed;
 }
 
+// Moves the bytes as memmove does, and the four of a number without a call.
+void MoveBytes(unsigned char* to, const void* from, uint32 length)
+{
+    if (uint32 word; length == sizeof word) {
+        std::memcpy(&word, from, sizeof word);
+        std::memcpy(to, &word, sizeof word);
+    } else {
+        std::memmove(to, from, length);
+    }
+}
+
 } // namespace
 
 uint32 Variant::Serialize(const Variant& value, unsigned char* out, uint32 capacity)
@@ -49,7 +60,7 @@ uint32 Variant::Serialize(const Variant& value, unsigned char* out, uint32 capac
 
     // The data goes first: `out` may lie over it, and the header would destroy it.
     if (length > 0) {
-        std::memmove(out + kHeaderSize, data, length);
+        MoveBytes(out + kHeaderSize, data, length);
         if (type <= kDouble) {
             SwapToLittleEndian(out + kHeaderSize, length);
         }
