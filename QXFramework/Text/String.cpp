@@ -3,8 +3,10 @@
 #include <QX/String.h>
 
 #include "LowerCase.h"
+#include "TextElements.h"
 
 #include <algorithm>
+#include <cstring>
 #include <new>
 #include <ostream>
 
@@ -28,6 +30,16 @@ int CompareLowered(std::string_view left, std::string_view right)
 int CompareTexts(std::string_view left, std::string_view right, bool caseSensitive)
 {
     return caseSensitive ? left.compare(right) : CompareLowered(left, right);
+}
+
+// Returns whether both buffers have the same bytes with a NUL at the end, and so the same text up
+// to the first NUL, locked or not.
+bool HaveSameBytes(LIBuffer& left, LIBuffer& right)
+{
+    const TextElements<char> ours(left);
+    const TextElements<char> theirs(right);
+    return ours.count != 0 && ours.count == theirs.count && ours.first[ours.count - 1] == '\0' &&
+           std::memcmp(ours.first, theirs.first, ours.count) == 0;
 }
 
 std::string_view ViewOf(const char* text)
@@ -114,7 +126,9 @@ bool String::IsEqual(const char* text) const
 
 bool String::IsEqual(const StringT& other) const
 {
-    return mBuffer == other.mBuffer || std::string_view(*this) == std::string_view(other);
+    // Others are compared up to their first NUL, which another holder may have written.
+    return mBuffer == other.mBuffer || HaveSameBytes(*mBuffer, *other.mBuffer) ||
+           std::string_view(*this) == std::string_view(other);
 }
 
 std::ostream& operator<<(std::ostream& stream, const String& text)

@@ -6,13 +6,12 @@
 #include <QX/ThrowSites.h>
 
 #include "ByteCount.h"
+#include "TextElements.h"
 
 #include <algorithm>
 #include <cstring>
 #include <functional>
 #include <new>
-#include <typeinfo>
-#include <utility>
 
 namespace QX {
 namespace {
@@ -25,18 +24,18 @@ constexpr CharT kNoText{};
 template <class BufferType>
 bool IsResizedAs(LIBuffer& buffer, uint32 size, bool& resized)
 {
-    if (typeid(buffer) != typeid(BufferType)) {
-        return false;
+    BufferType* const own = AsBuffer<BufferType>(buffer);
+    if (own != nullptr) {
+        resized = own->TryResizeBytes(size);
     }
-    resized = static_cast<BufferType&>(buffer).TryResizeBytes(size);
-    return true;
+    return own != nullptr;
 }
 
 // Resizes a buffer in place and zeroes the bytes gained. The framework's own buffers keep their
 // bytes when the heap refuses; another class does what its ResizeBytes does.
 void ResizeInPlace(LIBuffer& buffer, uint32 size)
 {
-    const uint32 oldSize = buffer.GetRawPtr() != nullptr ? buffer.GetSizeBytes() : 0;
+    const uint32 oldSize = TextElements<char>(buffer).count;
     bool resized = true;
     if (!IsResizedAs<LTextBuffer>(buffer, size, resized) &&
         !IsResizedAs<LByteBuffer>(buffer, size, resized)) {
@@ -47,14 +46,8 @@ void ResizeInPlace(LIBuffer& buffer, uint32 size)
         throw std::bad_alloc();
     }
     if (size > oldSize) {
-        std::memset(static_cast<char*>(buffer.GetRawPtr()) + oldSize, 0, size - oldSize);
+        std::memset(TextElements<char>(buffer).first + oldSize, 0, size - oldSize);
     }
-}
-
-template <class CharT>
-uint32 ElementCount(const LIBuffer& buffer)
-{
-    return buffer.GetSizeBytes() / static_cast<uint32>(sizeof(CharT));
 }
 
 } // namespace
@@ -132,19 +125,21 @@ const CharT* StringStorageT<CharT>::CStr() const
 template <class CharT>
 uint32 StringStorageT<CharT>::GetLength() const
 {
-    const CharT* const text = ElementsOf(*mBuffer);
-    if (text == nullptr) {
+    const TextElements<CharT> elements(*mBuffer);
+    if (elements.count == 0) {
         return 0;
     }
-    const uint32 count = ElementCount<CharT>(*mBuffer);
-    return IsLocked() ? StrLen(text, count) : count - 1;
+    return IsLocked() ? LengthWithin(elements.first, elements.count) : elements.count - 1;
 }
 
 template <class CharT>
 std::span<const CharT> StringStorageT<CharT>::GetText() const
 {
-    const CharT* const text = CStr();
-    return {text, StrLen(text, GetLength())};
+    const TextElements<CharT> elements(*mBuffer);
+    if (elements.count == 0) {
+        return {&kNoText<CharT>, 0};
+    }
+    return {elements.first, LengthWithin(elements.first, elements.count - (IsLocked() ? 0 : 1))};
 }
 
 template <class CharT>
@@ -225,11 +220,10 @@ void StringStorageT<CharT>::SetText(const CharT* text, uint32 limit)
 template <class CharT>
 void StringStorageT<CharT>::WriteLocked(const CharT* text, uint32 limit)
 {
-    CharT* const field = ElementsOf(*mBuffer);
+    const auto [field, capacity] = TextElements<CharT>(*mBuffer);
     if (field == nullptr) {
         return;
     }
-    const uint32 capacity = ElementCount<CharT>(*mBuffer);
     limit = std::min(limit, capacity - 1);
     // The text may lie in the field itself. The comparison objects order pointers into different
     // arrays; the operators need not.
@@ -252,7 +246,7 @@ RCPtr<LIBuffer> StringStorageT<CharT>::CreateTextBuffer(const CharT* text, uint3
 {
     RCPtr<LIBuffer> buffer =
         LTextBuffer::Create(CheckedByteCount(uint64{length} + 1, sizeof(CharT)), 0, false);
-    auto* const target = static_cast<CharT*>(buffer->GetRawPtr());
+    CharT* const target = ElementsOf(*buffer);
     if (target == nullptr) {
         throw std::bad_alloc();
     }
@@ -264,8 +258,7 @@ RCPtr<LIBuffer> StringStorageT<CharT>::CreateTextBuffer(const CharT* text, uint3
 template <class CharT>
 CharT* StringStorageT<CharT>::ElementsOf(LIBuffer& buffer)
 {
-    return buffer.GetSizeBytes() >= sizeof(CharT) ? static_cast<CharT*>(buffer.GetRawPtr())
-                                                  : nullptr;
+    return TextElements<CharT>(buffer).first;
 }
 
 template <class CharT>

@@ -8,6 +8,7 @@
 #include <cctype>
 #include <climits>
 #include <concepts>
+#include <cstring>
 #include <iomanip>
 #include <map>
 #include <sstream>
@@ -29,6 +30,28 @@ TEST(StringIsEqual, ComparesStringsOfOneAndOfTwoBuffers)
     EXPECT_TRUE(text.IsEqual(String("abc")));
     EXPECT_FALSE(text.IsEqual(String("abd")));
     EXPECT_TRUE(String().IsEqual(String('\0')));
+}
+
+TEST(StringIsEqual, ComparesTextsWhateverElseTheirBuffersHold)
+{
+    String left("abc");
+    String right("abc");
+    left.GetBuffer()->GetPtr<char>(3)[0] = 'x';
+    right.GetBuffer()->GetPtr<char>(3)[0] = 'x';
+    EXPECT_TRUE(left == right);
+
+    // The same three bytes: a text of two characters, and one of three that fills its field.
+    String cut("ab");
+    cut.GetBuffer()->GetPtr<char>(2)[0] = 'c';
+    String full;
+    std::memcpy(full.Lock(3), "abc", 3);
+    EXPECT_FALSE(cut == full);
+    EXPECT_TRUE(cut == String("ab"));
+
+    left.GetBuffer()->ResizeBytes(0);
+    right.GetBuffer()->ResizeBytes(0);
+    EXPECT_TRUE(left == right);
+    EXPECT_TRUE(left == String());
 }
 
 TEST(StringCompare, HasTheSignOfStrcmpAndAgreesWithTheOperators)
