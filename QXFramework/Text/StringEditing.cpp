@@ -7,10 +7,13 @@
 
 #include "ByteCount.h"
 #include "LowerCase.h"
+#include "TextElements.h"
 
 #include <algorithm>
 #include <array>
 #include <climits>
+#include <cstring>
+#include <new>
 
 namespace QX {
 namespace {
@@ -30,6 +33,43 @@ public:
 private:
     std::array<bool, UCHAR_MAX + 1> mHas{};
 };
+
+// Appends as String::Append does, if the string is unlocked, has a buffer of the class that strings
+// make, and no NUL lies in either text; else returns false with nothing changed. The buffer grows
+// in place; in place of one that is shared, a new one is made with the size of the result.
+bool TryAppend(RCPtr<LIBuffer>& buffer, const char* text, uint32 length)
+{
+    LTextBuffer* const own = AsBuffer<LTextBuffer>(*buffer);
+    const TextElements<char> old(*buffer);
+    if (own == nullptr || old.count == 0 || !buffer->IsShareable()) {
+        return false;
+    }
+    const uint32 oldLength = old.count - 1;
+    const char* const added = text != nullptr ? text : old.first;
+    if (LengthWithin(old.first, oldLength) != oldLength || LengthWithin(added, length) != length) {
+        return false;
+    }
+    const uint32 size = CheckedByteCount(uint64{oldLength} + length + 1, sizeof(char));
+    if (buffer->GetReferenceCount() >= 2) {
+        RCPtr<LIBuffer> joined = LTextBuffer::Create(size, 0, false);
+        char* const target = TextElements<char>(*joined).first;
+        if (target == nullptr) {
+            throw std::bad_alloc();
+        }
+        std::memcpy(target, old.first, oldLength);
+        std::memcpy(target + oldLength, added, length);
+        target[size - 1] = '\0';
+        buffer.Swap(joined);
+        return true;
+    }
+    if (!own->TryResizeBytes(size)) {
+        throw std::bad_alloc();
+    }
+    char* const target = own->GetData();
+    std::memcpy(target + oldLength, text != nullptr ? text : target, length);
+    target[size - 1] = '\0';
+    return true;
+}
 
 } // namespace
 
@@ -61,13 +101,11 @@ String String::GetSubString(int start, uint32 count) const
             first = 0;
         }
     }
-    StringT result;
     if (first >= length || remaining <= 0) {
-        return result;
+        return StringT();
     }
     remaining = std::min(remaining, length - first);
-    result.SetText(CStr() + first, static_cast<uint32>(remaining));
-    return result;
+    return StringT(std::string_view(CStr() + first, static_cast<std::size_t>(remaining)));
 }
 
 String String::GetSubString(int start) const
@@ -168,7 +206,7 @@ String String::operator+(const StringT& other) const
 // grown.
 void String::Append(const char* text, uint32 length)
 {
-    if (length == 0) {
+    if (length == 0 || TryAppend(mBuffer, text, length)) {
         return;
     }
     const bool wasLocked = IsLocked();
