@@ -4,9 +4,13 @@
 
 #include <algorithm>
 #include <array>
+#include <cfenv>
+#include <charconv>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <langinfo.h>
 
 namespace QX {
 namespace {
@@ -120,25 +124,43 @@ void FormatText(TextArea& text, const char* format, std::va_list arguments)
     }
 }
 
-// Returns the digits with a point before the last `decimals` of them.
-String InsertPoint(const String& digits, int decimals)
+/// Enough for the digits of any integer and of the usual floating-point numbers.
+constexpr std::size_t kDigitsSize = 64;
+
+// Returns the digits with a point before the last `decimals` of them, and zeros in front if they
+// are fewer.
+String InsertPoint(std::string_view digits, int decimals)
 {
     if (decimals < 1) {
-        return digits;
+        return String(digits);
     }
-    const uint32 length = digits.GetLength();
-    const auto places = static_cast<uint32>(decimals);
-    if (length > places) {
-        return digits.GetSubString(0, length - places) + "." +
-               digits.GetSubString(static_cast<int>(length - places));
-    }
+    const auto places = static_cast<std::size_t>(decimals);
+    const std::size_t whole = digits.size() - std::min(digits.size(), places);
+    const std::size_t zeros = places - (digits.size() - whole);
     String text;
-    char* field = text.Lock(places + 2);
+    char* field = text.Lock(static_cast<uint32>(whole + places + 2));
+    field = std::copy_n(digits.data(), whole, field);
     *field++ = '.';
-    field = std::fill_n(field, places - length, '0');
-    std::copy_n(digits.CStr(), length, field);
+    field = std::fill_n(field, zeros, '0');
+    std::copy(digits.begin() + static_cast<std::ptrdiff_t>(whole), digits.end(), field);
     text.Release();
     return text;
+}
+
+template <class Integer>
+String FormatInteger(Integer value, int decimals)
+{
+    std::array<char, kDigitsSize> area;
+    const auto [end, error] = std::to_chars(area.data(), area.data() + area.size(), value);
+    return InsertPoint({area.data(), static_cast<std::size_t>(end - area.data())}, decimals);
+}
+
+// Returns whether the C library writes numbers as std::to_chars does: rounded to the nearest, and
+// with a point.
+bool IsNumberTextUsual()
+{
+    const bool hasPoint = std::strcmp(nl_langinfo(RADIXCHAR), ".") == 0;
+    return hasPoint & (std::fegetround() == FE_TONEAREST);
 }
 
 } // namespace
@@ -167,11 +189,16 @@ String& String::SetFormatted(const char* format, ...)
 
 String String::FormatNumber(double value, int precision)
 {
-    if (precision < 0) {
-        return Format("%lf", value);
+    const int decimals = precision < 0 ? 6 : std::min(precision, kLargestPrecision);
+    if (std::isfinite(value) && IsNumberTextUsual()) {
+        std::array<char, kDigitsSize> area;
+        const auto [end, error] = std::to_chars(area.data(), area.data() + area.size(), value,
+                                                std::chars_format::fixed, decimals);
+        if (error == std::errc()) {
+            return StringT(std::string_view(area.data(), end));
+        }
     }
-    const StringT format = Format("%%.%dlf", std::min(precision, kLargestPrecision));
-    return Format(format.CStr(), value);
+    return Format("%.*lf", decimals, value);
 }
 
 String String::FormatNumber(float value, int precision)
@@ -181,17 +208,17 @@ String String::FormatNumber(float value, int precision)
 
 String String::FormatNumber(long long value, int decimals)
 {
-    return InsertPoint(Format("%Ld", value), decimals);
+    return FormatInteger(value, decimals);
 }
 
 String String::FormatNumber(int value, int decimals)
 {
-    return InsertPoint(Format("%d", value), decimals);
+    return FormatInteger(value, decimals);
 }
 
 String String::FormatNumber(unsigned int value, int decimals)
 {
-    return InsertPoint(Format("%u", value), decimals);
+    return FormatInteger(value, decimals);
 }
 
 } // namespace QX

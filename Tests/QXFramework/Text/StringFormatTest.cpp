@@ -6,8 +6,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cfenv>
 #include <climits>
 #include <clocale>
+#include <cmath>
+#include <cstdio>
 #include <stdexcept>
 #include <thread>
 
@@ -145,6 +148,32 @@ TEST(StringFormatNumber, IsUnlocked)
     EXPECT_EQ(TextOf(text), ".005");
     EXPECT_FALSE(text.IsLocked());
     EXPECT_EQ(text.GetBuffer()->GetSizeBytes(), 5u);
+}
+
+// The digits are printf's: of a number half way between two texts the even one, of others the
+// nearer one, to the last digit of the longest numbers.
+TEST(StringFormatNumber, WritesTheDigitsOfPrintf)
+{
+    const double values[] = {0.0,      -0.0, 0.125, 0.375,  -2.5,    1e15, 123456789.987654321,
+                             1e-7,     0.5,  1.5,   5e-324, 1.7e308, 1e40, HUGE_VAL,
+                             -HUGE_VAL};
+    for (const double value : values) {
+        for (const int precision : {0, 1, 2, 3, 6, 17, 40, 300}) {
+            char expected[1024];
+            std::snprintf(expected, sizeof expected, "%.*f", precision, value);
+            EXPECT_EQ(TextOf(String::FormatNumber(value, precision)), expected);
+        }
+    }
+}
+
+TEST(StringFormatNumber, RoundsAsTheThreadDoes)
+{
+    std::fesetround(FE_UPWARD);
+    const std::string upward = TextOf(String::FormatNumber(0.121, 2));
+    std::fesetround(FE_TONEAREST);
+
+    EXPECT_EQ(upward, "0.13");
+    EXPECT_EQ(TextOf(String::FormatNumber(0.121, 2)), "0.12");
 }
 
 TEST(StringFormatNumber, CutsAnyPrecisionAtTheLongestText)
