@@ -3,6 +3,7 @@
 
 #include <QX/String.h>
 
+#include "TextElements.h"
 #include "UTFConversion.h"
 
 #include <algorithm>
@@ -12,6 +13,7 @@
 #include <cstring>
 #include <cwchar>
 #include <new>
+#include <type_traits>
 #include <utility>
 
 namespace QX {
@@ -19,6 +21,45 @@ namespace {
 
 /// For StrLen, of a text of any length.
 constexpr uint32 kNoLimit = 0xFFFFFFFE;
+
+uint32 LengthOf(const UTF8* units, uint32 count)
+{
+    return LengthWithin(reinterpret_cast<const char*>(units), count);
+}
+
+uint32 LengthOf(const UTF16* units, uint32 count)
+{
+    return LengthWithin(units, count);
+}
+
+/// How many bytes too large a text buffer's block may be.
+constexpr uint32 kSlack = 128;
+static_assert(std::is_same_v<LTextBuffer, LBufferT<1, kSlack, 8>>);
+
+/// Texts of up to so many bytes are converted on the stack.
+constexpr uint32 kAreaSize = 2048;
+
+/// What a conversion has made of a block.
+struct Filled
+{
+    uint32 textBytes; ///< with the terminator
+    uint32 keptBytes; ///< the size of the block when it has been cut to the text
+    ConversionResult result;
+};
+
+// Converts into the `bytes` bytes at `start`, terminates the text at its first NUL, and zeros what
+// the block keeps after it.
+template <class UnitT, class Convert>
+Filled FillUnits(UnitT* start, uint32 bytes, Convert convert)
+{
+    UnitT* next = start;
+    const ConversionResult result = convert(&next, start + bytes / sizeof(UnitT));
+    const uint32 length = LengthOf(start, static_cast<uint32>(next - start));
+    const uint32 textBytes = (length + 1) * uint32{sizeof(UnitT)};
+    const uint32 keptBytes = bytes - textBytes <= kSlack ? bytes : textBytes;
+    std::memset(start + length, 0, keptBytes - length * sizeof(UnitT));
+    return {textBytes, keptBytes, result};
+}
 
 // Replaces `buffer` by one with `size` units, of which `convert` fills less than all, and which is
 // then cut at its first NUL. `convert` takes the address of the next unit and the end, moves the
@@ -29,21 +70,28 @@ int32 FillBuffer(RCPtr<LIBuffer>& buffer, uint64 size, Convert convert)
     if (size * sizeof(UnitT) > kUInt32Limit) {
         return kResultFailure;
     }
-    RCPtr<LIBuffer> target =
-        LTextBuffer::Create(static_cast<uint32>(size * sizeof(UnitT)), 0, true);
+    const auto bytes = static_cast<uint32>(size * sizeof(UnitT));
+    // The block of a short text is made as it would be after the cut, which costs more than a copy.
+    const bool isShort = bytes <= kAreaSize;
+    std::array<UnitT, kAreaSize / sizeof(UnitT)> area;
+    Filled filled{};
+    if (isShort) {
+        filled = FillUnits(area.data(), bytes, convert);
+    }
+    RCPtr<LIBuffer> target = LTextBuffer::Create(isShort ? filled.keptBytes : bytes, 0, false);
     auto* const start = static_cast<UnitT*>(target->GetRawPtr());
     if (start == nullptr) {
         throw std::bad_alloc();
     }
-    UnitT* next = start;
-    const ConversionResult result = convert(&next, start + size);
-    const auto length = static_cast<uint32>(std::find(start, next, UnitT{}) - start);
-    target->Resize<UnitT>(length + 1);
-    if (target->GetRawPtr() == nullptr) {
-        throw std::bad_alloc();
+    if (isShort) {
+        std::memcpy(start, area.data(), filled.keptBytes);
+    } else {
+        filled = FillUnits(start, bytes, convert);
     }
+    // A block that the heap does not cut is kept as it is.
+    static_cast<LTextBuffer&>(*target).TryResizeBytes(filled.textBytes);
     buffer = std::move(target);
-    return result == conversionOK ? kResultSuccess : kResultFailure;
+    return filled.result == conversionOK ? kResultSuccess : kResultFailure;
 }
 
 static_assert(sizeof(wchar_t) == 4, "wide characters are UTF-32");
@@ -72,13 +120,12 @@ int32 ConvertWide(RCPtr<LIBuffer>& buffer, const wchar_t* source, int count,
     return FillBuffer<UnitT>(buffer, length * unitsPerCharacter + 1, convertAll);
 }
 
-// Returns whether a NUL follows the text, so that a C string ends where the text does.
+// Returns whether a NUL follows the string's text, so that a C string ends where the text does.
 template <class CharT>
-bool IsTerminated(const StringT<CharT>& string)
+bool IsTerminated(const StringT<CharT>& string, std::span<const CharT> text)
 {
-    const std::span<const CharT> text = string.GetText();
-    const std::size_t elements = string.GetBuffer()->GetSizeBytes() / sizeof(CharT);
-    return text.size() < std::max<std::size_t>(elements, 1) && text.data()[text.size()] == 0;
+    const TextElements<CharT> elements(*string.GetBuffer());
+    return text.size() < std::max<std::size_t>(elements.count, 1) && text.data()[text.size()] == 0;
 }
 
 // Converts the text of a string with its terminator, if it has one. A text that is too long for the
@@ -86,16 +133,23 @@ bool IsTerminated(const StringT<CharT>& string)
 template <class CharT, class OtherT>
 void ConvertString(RCPtr<LIBuffer>& buffer, const StringT<CharT>& source)
 {
-    const auto length = static_cast<int>(std::min<std::size_t>(source.GetText().size(), INT_MAX));
-    buffer = StringT<OtherT>::GetEmpty().GetBuffer();
-    StringT<OtherT>::ConvertToCharType(buffer, source.CStr(), IsTerminated(source) ? -1 : length);
+    const std::span<const CharT> text = source.GetText();
+    const bool isTerminated = IsTerminated(source, text);
+    const std::size_t units = text.size() + (isTerminated ? 1 : 0);
+    const int longCount = isTerminated ? -1 : INT_MAX;
+    const int count = units <= INT_MAX ? static_cast<int>(units) : longCount;
+    StringT<OtherT>::ConvertToCharType(buffer, text.data(), count);
+    if (buffer == nullptr) {
+        buffer = StringT<OtherT>::GetEmpty().GetBuffer();
+    }
 }
 
 // The functions of the C library read up to a NUL, so a text without one is copied first.
 template <class Parse>
 auto ParseNumber(const String& text, Parse parse)
 {
-    return IsTerminated(text) ? parse(text.CStr()) : parse(String(std::string_view(text)).CStr());
+    return IsTerminated(text, text.GetText()) ? parse(text.CStr())
+                                              : parse(String(std::string_view(text)).CStr());
 }
 
 } // namespace

@@ -128,6 +128,30 @@ TEST(StringConversion, MakesABufferOfItsOwnForNoUnitsOfAText)
     EXPECT_EQ(UnitsOf(units), Terminated(u""));
 }
 
+TEST(StringConversion, CutsTheBlockOfAShortTextAsThatOfALongOne)
+{
+    const struct
+    {
+        std::size_t length;
+        uint32 narrowBytes;
+        uint32 wideBytes;
+    } rows[] = {{1, 9, 6},          {10, 45, 24},       {41, 169, 86},
+                {42, 43, 88},       {510, 511, 1024},   {511, 512, 1026},
+                {1022, 1023, 2048}, {1023, 1024, 2050}, {5000, 5001, 10004}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.length);
+        const std::string text(row.length, 'x');
+
+        const String16 wide(text.c_str());
+        const String narrow(wide);
+
+        EXPECT_EQ(TextOf(narrow), text);
+        EXPECT_EQ(wide.GetLength(), row.length);
+        EXPECT_EQ(narrow.GetBuffer()->GetAllocatedSize(), row.narrowBytes);
+        EXPECT_EQ(wide.GetBuffer()->GetAllocatedSize(), row.wideBytes);
+    }
+}
+
 TEST(StringConversion, LeavesZerosAfterTheTextForAHolderWhoEnlargesTheBuffer)
 {
     RCPtr<LIBuffer> buffer;
