@@ -11,10 +11,11 @@ packages_of() {
   case "$1" in
     build) echo "cmake ninja-build g++" ;;
     tools) echo "libcli11-dev nlohmann-json3-dev" ;;
-    test) echo "googletest python3 binutils pkg-config libexpat1-dev libicu-dev libplist-dev strace python3-jsonschema" ;;
+    test) echo "googletest python3 binutils pkg-config libexpat1-dev libicu-dev libplist-dev strace python3-jsonschema gdb" ;;
     clang) echo "clang libclang-rt-14-dev" ;;
     tidy) echo "clang-tidy" ;;
     powerpc) echo "g++-powerpc-linux-gnu qemu-user" ;;
+    debugger) echo "gdb-multiarch" ;;
     mutation) echo "python3-clang-14 util-linux" ;;
     benchmark) echo "libbenchmark-dev libboost-dev libglib2.0-dev libicu-dev libplist-dev libpoco-dev pkg-config" ;;
     peers) echo "libabsl-dev libfmt-dev python3-matplotlib qt6-base-dev" ;;
