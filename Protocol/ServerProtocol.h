@@ -49,7 +49,7 @@ static_assert(kDirectMonitorEnableProperty == 0x44476D65);
 static_assert(kDirectMonitorLevelProperty == 0x44476D6C);
 static_assert(kDirectMonitorStateProperty == 0x4447646D);
 
-// The sizes of their data in bytes.
+/// The size of a property's data in bytes.
 inline constexpr UInt32 kDirectMonitorEnableSize = 4;
 inline constexpr UInt32 kDirectMonitorLevelSize = 8;
 inline constexpr UInt32 kDirectMonitorStateSize = 4;
@@ -60,7 +60,9 @@ inline constexpr UInt32 kDirectMonitorStateSize = 4;
 
 // The port. Macros, because the platform makes formats and constant strings from literals.
 
+/// The name of the port with a place for the GUID.
 #define kServerPortNameFormat QX_VENDOR_PREFIX ".device.%s"
+/// What tells the server's port from others of the vendor.
 #define kServerPortGUID "{D4625471-DE74-400f-93D2-5E71BB706A64}"
 /// The format with the GUID in it: the name that the server registers, the same for all devices.
 #define kServerPortName QX_VENDOR_PREFIX ".device." kServerPortGUID
@@ -97,8 +99,9 @@ static_assert(kOpenDirectMonitorMessage == 0x4F704C4D);
 static_assert(kCloseDirectMonitorMessage == 0x436C4C4D);
 static_assert(kSetParameterMessage == 0x534C4C4D);
 
-// How long a sender waits.
+/// How long a sender waits for room in the queue.
 inline constexpr double kSendTimeoutSeconds = 1.0;
+/// How long a sender waits for a reply.
 inline constexpr double kReceiveTimeoutSeconds = 0.001;
 
 // The property list of kSetParameterMessage; macros again, for the platform's constant strings.
@@ -120,6 +123,7 @@ inline constexpr double kReceiveTimeoutSeconds = 0.001;
 // The type is 2 for enable and state, whose data is a signed 32-bit integer, and 8 for a level,
 // whose data is the level record below.
 
+/// The offset of a field from the start of the message, in bytes.
 inline constexpr UInt32 kMessageLengthOffset = 0;
 inline constexpr UInt32 kMessageReservedOffset = 4;
 inline constexpr UInt32 kMessageParameterOffset = 8;
@@ -129,7 +133,7 @@ inline constexpr UInt32 kSerializedValueHeaderSize = 12;
 /// How much longer a message is than its value's data.
 inline constexpr UInt32 kMessageOverhead = kMessageValueOffset + kSerializedValueHeaderSize;
 
-// The parameter IDs.
+/// The parameter ID of a property.
 inline constexpr UInt32 kDirectMonitorStateParameter = 0xFFFFFF05;  // -251
 inline constexpr UInt32 kDirectMonitorEnableParameter = 0xFFFFFF06; // -250
 inline constexpr UInt32 kDirectMonitorLevelParameter = 0xFFFFFF07;  // -249
@@ -141,9 +145,11 @@ inline constexpr UInt32 kDirectMonitorLevelParameter = 0xFFFFFF07;  // -249
 //          8     8    second level in decibels, IEEE-754 double
 //         16     4    the property's channel minus 1, unsigned
 
+/// The offset of a field from the start of the record, in bytes.
 inline constexpr UInt32 kLevelRecordFirstOffset = 0;
 inline constexpr UInt32 kLevelRecordSecondOffset = 8;
 inline constexpr UInt32 kLevelRecordChannelOffset = 16;
+/// The size of the record in bytes.
 inline constexpr UInt32 kLevelRecordSize = 20;
 
 /// The level that stands for silence: a gain of 0 or less.

@@ -11,6 +11,8 @@
 //
 // A walk is counted, never compared with the end: an iterator that is past the end stays there,
 // and the position that it then returns holds no element.
+//
+// Threads: no container locks; one thread at a time, or under the owner's lock.
 #pragma once
 
 #include <QX/Types.h>
@@ -25,6 +27,7 @@ template <class T>
 class IteratorT
 {
 public:
+    /// Stands at a handle of `container`, which outlives the iterator.
     IteratorT(IIterable<T>& container, void* handle) noexcept
         : mContainer(&container)
         , mHandle(handle)
@@ -49,8 +52,6 @@ private:
 };
 
 /// A sequence of T that is reached by index or walked through opaque handles.
-///
-/// Threads: none of the containers locks; one thread at a time, or under the owner's lock.
 template <class T>
 class IIterable
 {
@@ -141,6 +142,7 @@ public:
     virtual ~IIterable() = default;
 
 protected:
+    /// Containers are made and copied by the classes that implement them.
     IIterable() = default;
     IIterable(const IIterable&) = default;
     IIterable& operator=(const IIterable&) = default;
@@ -153,22 +155,27 @@ class IArray : public IIterable<T>
 {
 public:
     using IIterable<T>::GetCurrent;
+    /// A handle is the address of its element.
     T* GetCurrent(void* const& handle) override { return static_cast<T*>(handle); }
 
     /// Returns GetPtr() + index; concrete arrays say whether they check.
     const T* GetAt(uint32 index) const override { return this->GetPtr() + index; }
     T* GetAt(uint32 index) override { return this->GetPtr() + index; }
 
+    /// As IIterable says.
     void* OffsetIteratorHandle(void* const& handle, int offset) const override;
     void* GetIteratorHandleBegin() const override;
     void* GetIteratorHandleEnd() const override;
 
+    /// As IIterable says.
     int32 Append(const IIterable<T>& other) override;
 
     using IIterable<T>::GetPtr;
+    /// Returns what the other form does.
     const T* GetPtr() const override { return const_cast<IArray*>(this)->GetPtr(); }
 
 protected:
+    /// As IIterable.
     IArray() = default;
     IArray(const IArray&) = default;
     IArray& operator=(const IArray&) = default;

@@ -18,6 +18,8 @@
 //
 // Grow and Init are numbers of slots: the block grows by Grow slots, starts with room for Init,
 // and is kept while it is at most max(Init, Grow - 1) slots too large.
+//
+// Threads: one at a time, or under the owner's lock.
 #pragma once
 
 #include <QX/Buffer.h>
@@ -104,8 +106,11 @@ public:
     int32 Swap(uint32 left, uint32 right) override;
 
 protected:
+    /// Returns the number of slots, which GetCount returns too.
     uint32 SlotCount() const { return mSlots.GetSizeBytes() / kSlotSize; }
 
+    /// Returns the slot at an index below the count, which nobody checks here.
+    //
     // The slots are only ever touched as T* through the block's T** and as the one member of
     // ConstRCPtr, which is a T* too. Inside any other struct, or in an array member, the compiler
     // may assume that the two are different objects, and it does.
@@ -115,6 +120,7 @@ protected:
         static_assert(std::is_standard_layout_v<RCPtr<T>> && !std::is_polymorphic_v<RCPtr<T>>);
         return reinterpret_cast<ConstRCPtr<T>*>(mSlots.GetData() + index);
     }
+    /// As SlotAt.
     ConstRCPtr<T>& Slot(uint32 index) const { return *SlotAt(index); }
 
     /// RemoveItem for both views, which differ in the position that the exception names.
@@ -159,17 +165,21 @@ class RCPtrArray : public IArray<RCPtr<T>>, public ConstRCPtrArray<T, Grow, Init
     using ReadOnly::RemoveLast;
 
 public:
+    /// As ConstRCPtrArray.
     explicit RCPtrArray(uint32 count = 0, uint32 reserve = Init)
         : ReadOnly(count, reserve)
     {}
 
     // One body for both views.
+
+    /// As ConstRCPtrArray.
     uint32 GetCount() const override { return ReadOnly::SlotCount(); }
     int32 SetCount(uint32 count) override { return ReadOnly::SetCount(count); }
     int32 Insert(uint32 index, uint32 count) override { return ReadOnly::Insert(index, count); }
     /// As ConstRCPtrArray's; so the exception names that class's position.
     int32 Remove(uint32 index, uint32 count) override { return ReadOnly::Remove(index, count); }
 
+    /// As ConstRCPtrArray, with write access.
     RCPtr<T>* GetPtr() override { return AsWritable(ReadOnly::GetPtr()); }
     const RCPtr<T>* GetPtr() const override { return AsWritable(ReadOnly::GetPtr()); }
     RCPtr<T>* GetAt(uint32 index) override { return AsWritable(ReadOnly::GetAt(index)); }
@@ -183,7 +193,7 @@ public:
         return static_cast<const RCPtr<T>*>(handle);
     }
 
-    // The operations of this view; contracts as in ConstRCPtrArray.
+    /// As ConstRCPtrArray.
     int32 InsertItem(uint32 index, const RCPtr<T>& item) override
     {
         return ReadOnly::InsertItem(index, item);
@@ -197,7 +207,8 @@ public:
 
     using ReadWrite::Append;
     using ReadWrite::Copy;
-    // Such an array has two iterable bases; these overloads pick the one with write access.
+    /// As IIterable. Such an array has two iterable bases; these overloads pick the one with write
+    /// access.
     template <uint32 G, uint32 I>
     int32 Append(const RCPtrArray<T, G, I>& other)
     {

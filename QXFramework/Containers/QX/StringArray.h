@@ -5,6 +5,8 @@
 //     names.FindString("ABC", false);          // 0
 //     names.FindString("ABC", true);           // -1
 //     names.FindContained(names.GetAt(0)->CStr()); // 0
+//
+// Threads: one at a time, or under the owner's lock.
 #pragma once
 
 #include <QX/Iterable.h>
@@ -26,8 +28,10 @@ template <class T>
 class Array : public IArray<T>
 {
 public:
+    /// Returns the number of elements.
     uint32 GetCount() const override { return static_cast<uint32>(mItems.size()); }
 
+    /// Returns the first element; in an empty array a pointer that is not to be used.
     T* GetPtr() override { return mItems.data(); }
     const T* GetPtr() const override { return mItems.data(); }
 

@@ -9,6 +9,8 @@
 //
 // A null result of the allocator is stored like any block: the buffer has its new size and no
 // bytes, and what it held is lost. Operations that use bytes then find none.
+//
+// Threads: a buffer is not safe for use by two threads at once; the number of its holders is.
 #pragma once
 
 #include <QX/Allocator.h>
@@ -19,8 +21,6 @@
 namespace QX {
 
 /// A block of bytes that can change its size.
-///
-/// Threads: a buffer is not safe for use by two threads at once.
 class QX_API IBuffer
 {
 public:
@@ -88,6 +88,7 @@ public:
     BufferT& operator=(const BufferT&) = delete;
     ~BufferT() override { BufferT::SetSizeBytes(0); }
 
+    /// As IBuffer says.
     uint32 GetSizeBytes() const override { return mSize; }
     int32 SetSizeBytes(uint32 size) override;
     int32 ResizeBytes(uint32 size) override;

@@ -11,6 +11,8 @@ namespace QX {
 ///
 /// The count is added after the reference and removed before it, and only once, whichever of the
 /// calls that dismantle the object comes first.
+///
+/// Threads: one at a time. Nothing fails.
 class ContainedReference
 {
 public:

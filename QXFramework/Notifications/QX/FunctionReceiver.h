@@ -4,6 +4,8 @@
 //         Redraw(notification->GetData());
 //     });
 //     center->RegisterNotificationClient(client, "track.changed", 0);
+//
+// Threads: the function is called on the delivering thread, with no lock held.
 #pragma once
 
 #include <QX/Notification.h>
@@ -16,6 +18,7 @@ namespace QX {
 class QX_API LFunctionReceiver : public LNotificationReceiver
 {
 public:
+    /// What is called for a notification, with the arguments of HandleNotification.
     using Handler = std::function<void(const RCPtr<LNotificationDistributor>& distributor,
                                        const ConstRCPtr<LNotification>& notification)>;
 
@@ -33,6 +36,7 @@ public:
                                       const char* notificationID) override;
 
 protected:
+    /// As Create.
     explicit LFunctionReceiver(Handler handler);
     ~LFunctionReceiver() override;
 

@@ -30,6 +30,7 @@ public:
     /// std::bad_alloc.
     static RCPtr<LNotificationCenter> Create(const StringT<char, unsigned short>& name);
 
+    /// Returns the name. Threads: any.
     const StringT<char, unsigned short>& GetName() const noexcept { return mName; }
 
     /// Dismantles the center: asks the clients to unregister, once each, and releases every
@@ -41,6 +42,7 @@ public:
     int32 RemoveContainedReferences() override;
 
 protected:
+    /// As Create, which alone completes the center.
     explicit LNotificationCenter(const StringT<char, unsigned short>& name);
     ~LNotificationCenter() override;
 

@@ -2,6 +2,8 @@
 //
 // A distributor holds its clients as RCPtr<LNotificationClient>; concrete clients derive from
 // LNotificationReceiver, or wrap a function (FunctionReceiver.h).
+//
+// Threads: a client is called on the delivering thread, with no lock held.
 #pragma once
 
 #include <QX/RCPtr.h>

@@ -24,9 +24,11 @@ public:
     /// Returns a pool without clients. Throws: std::bad_alloc.
     static RCPtr<LNotificationClientPool> Create(const char* notificationID);
 
+    /// Returns the ID that the clients registered for.
     const char* GetNotificationID() const noexcept { return mNotificationID; }
     /// Returns the OR of the clients' flags. A client that leaves takes no bit away.
     DeliveryFlags GetDeliveryFlags() const noexcept { return mDeliveryFlags; }
+    /// Returns the number of clients.
     uint32 GetClientCount() const { return mClients.GetCount(); }
 
     /// Adds `client`, or changes its flags if it is there. Returns kResultSuccess.
@@ -68,6 +70,7 @@ public:
     void ExchangeLatest(LatestNotifications& latest) noexcept;
 
 protected:
+    /// As Create.
     explicit LNotificationClientPool(const char* notificationID);
     ~LNotificationClientPool() override;
 

@@ -34,6 +34,7 @@ public:
     /// neither a notification that is delivered directly nor the idle notification.
     static constexpr DeliveryFlags kDeliverLatestOnly = 1;
 
+    /// The list that GetDistributors returns.
     using DistributorArray = RCPtrArray<LNotificationDistributor, 1, 0>;
 
     /// Returns a distributor without clients. Throws: std::bad_alloc.
@@ -107,11 +108,13 @@ public:
     int32 ForceAllRegisteredClientsToUnregister();
 
 protected:
+    /// What happens to an exception of a client that is asked to unregister.
     enum class ClientExceptions
     {
-        kPass,
-        kSwallow
+        kPass,   ///< It reaches the caller; the remaining clients are not asked.
+        kSwallow ///< It ends here; the next client is asked.
     };
+    /// As ForceAllRegisteredClientsToUnregister, with a choice of what a client may throw.
     void AskClientsToUnregister(ClientExceptions exceptions);
 
 private:

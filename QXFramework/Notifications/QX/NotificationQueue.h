@@ -130,6 +130,7 @@ public:
     void ReleaseQueue();
 
 protected:
+    /// As Create.
     explicit LPostingReceiver(const RCPtr<LNotificationQueue>& queue);
 
 private:

@@ -6,6 +6,8 @@
 namespace QX {
 
 /// Made and changed by the pool that it is in.
+///
+/// Threads: the delivering thread, except where noted.
 class QX_API LNotificationDistributor::LNotificationRegisteredClientInfo
     : public virtual LRefCountedObject
 {
@@ -16,6 +18,7 @@ public:
     LNotificationRegisteredClientInfo(const LNotificationRegisteredClientInfo&) = delete;
     LNotificationRegisteredClientInfo& operator=(const LNotificationRegisteredClientInfo&) = delete;
 
+    /// Returns the client, the flags, and whether one of these is kDeliverLatestOnly.
     const RCPtr<LNotificationClient>& GetClient() const noexcept { return mClient; }
     DeliveryFlags GetDeliveryFlags() const noexcept { return mDeliveryFlags; }
     bool IsLatestOnly() const noexcept { return (mDeliveryFlags & kDeliverLatestOnly) != 0; }
@@ -35,6 +38,7 @@ public:
     bool TakeLatest(const RCPtr<LNotification>& notification);
 
 protected:
+    /// As Create.
     LNotificationRegisteredClientInfo(const RCPtr<LNotificationClient>& client,
                                       DeliveryFlags flags);
     ~LNotificationRegisteredClientInfo() override;

@@ -11,6 +11,8 @@
 //
 // Exceptions report misuse and impossible requests; operations on data return result codes. What
 // the standard library throws, such as std::bad_alloc, passes as it is and is no ExceptionBase.
+//
+// Threads: any; an exception belongs to the thread that catches it.
 #pragma once
 
 #include <QX/Types.h>

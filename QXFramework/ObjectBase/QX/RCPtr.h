@@ -33,6 +33,7 @@ template <class T>
 class ConstRCPtr
 {
 public:
+    /// Holds no object.
     constexpr ConstRCPtr() noexcept = default;
     constexpr ConstRCPtr(std::nullptr_t) noexcept {}
 
@@ -73,6 +74,7 @@ public:
     const T* operator->() const noexcept { return mObject; }
     /// Requires: not null.
     const T& operator*() const noexcept { return *mObject; }
+    /// Returns whether there is an object.
     explicit operator bool() const noexcept { return mObject != nullptr; }
 
     /// Exchanges the objects of two pointers. No count changes.
@@ -94,6 +96,7 @@ public:
     static ConstRCPtr Downcast(const ConstRCPtr<U>& object);
 
 protected:
+    /// Returns the object for writing.
     T* GetMutable() const noexcept { return mObject; }
 
 private:
@@ -120,6 +123,7 @@ public:
     /// each bundle that contains the framework has its own.
     static const RCPtr Null;
 
+    /// As ConstRCPtr.
     constexpr RCPtr() noexcept = default;
     constexpr RCPtr(std::nullptr_t) noexcept {}
     explicit RCPtr(T* object)
@@ -139,10 +143,12 @@ public:
     RCPtr& operator=(const RCPtr&) = default;
     RCPtr& operator=(RCPtr&&) noexcept = default;
 
+    /// As ConstRCPtr, with write access.
     T* Get() const noexcept { return this->GetMutable(); }
     T* operator->() const noexcept { return this->GetMutable(); }
     T& operator*() const noexcept { return *this->GetMutable(); }
 
+    /// Exchanges the objects of two pointers. No count changes.
     void Swap(RCPtr& other) noexcept { ConstRCPtr<T>::Swap(static_cast<ConstRCPtr<T>&>(other)); }
 
     /// As ConstRCPtr::Downcast.
@@ -160,6 +166,7 @@ bool operator==(const ConstRCPtr<T>& left, const ConstRCPtr<U>& right) noexcept
 {
     return left.Get() == right.Get();
 }
+/// Returns whether the pointer holds no object.
 template <class T>
 bool operator==(const ConstRCPtr<T>& pointer, std::nullptr_t) noexcept
 {

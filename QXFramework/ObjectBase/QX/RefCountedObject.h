@@ -10,6 +10,9 @@
 // Some objects are reachable from themselves: a center owns clients that point back at the center.
 // Such a reference is also counted as contained, so that the object knows whether only its own
 // members still hold it.
+//
+// Threads: holders may come and go on several threads at once. What else an object has is protected
+// by its own class, or not at all.
 #pragma once
 
 #include <QX/Stringable.h>

@@ -3,16 +3,21 @@
 
 namespace QX {
 
+/// The element type that a string of CharT converts to and from.
 template <class CharT>
 struct CounterpartOf;
+/// UTF-16 for UTF-8.
 template <>
 struct CounterpartOf<char>
 {
+    /// The element type.
     using type = unsigned short;
 };
+/// UTF-8 for UTF-16.
 template <>
 struct CounterpartOf<unsigned short>
 {
+    /// The element type.
     using type = char;
 };
 

@@ -1,4 +1,6 @@
 // Stringable.h - the two interfaces at the root of the framework's class tree.
+//
+// Threads, and what fails: the class that implements them says so.
 #pragma once
 
 #include <QX/StringFwd.h>

@@ -16,8 +16,10 @@
 
 namespace QX {
 
-// Where long has 32 bits these are the platform's own SInt32 and UInt32, so that the addresses of
-// counters can be handed to the platform's atomics.
+// Where long has 32 bits the first two are the platform's own SInt32 and UInt32, so that the
+// addresses of counters can be handed to the platform's atomics.
+
+/// An integer of exactly so many bits.
 using int32 = std::conditional_t<sizeof(long) == 4, long, int>;
 using uint32 = std::conditional_t<sizeof(long) == 4, unsigned long, unsigned int>;
 using int64 = long long;

@@ -34,10 +34,12 @@
 
 extern "C" {
 
+/// A unit of text.
 typedef QX::uint32 UTF32;
 typedef QX::uint16 UTF16;
 typedef QX::uint8 UTF8;
-typedef unsigned char Boolean; // the same type under the same name as the platform's
+/// 0 or 1: the same type under the same name as the platform's.
+typedef unsigned char Boolean;
 
 /// How a conversion ended. Fixed width, so that a caller in another language can hand over any
 /// word.

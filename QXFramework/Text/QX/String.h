@@ -12,6 +12,8 @@
 // and every string always has a buffer.
 //
 // `StringT(nullptr)` is ambiguous; a null pointer of a given type is an empty text.
+//
+// Threads: as StringStorage.h says. Throws: std::bad_alloc wherever a string needs memory.
 #pragma once
 
 #include <QX/StringStorage.h>
@@ -39,6 +41,7 @@ public:
     /// Threads: any.
     static const StringT& GetEmpty();
 
+    /// Makes an empty string, or one of the text up to its NUL; null gives an empty one.
     StringT();
     StringT(const char* text);
     /// Makes a string of one character, or for a NUL an empty one with a buffer of its own.
@@ -56,6 +59,7 @@ public:
     explicit StringT(std::string_view text);
     ~StringT() override;
 
+    /// Shares the text of `other`; a locked string takes as much of it as fits.
     StringT& operator=(const StringT& other) = default;
 
     /// Views GetText without copying it; valid as long as CStr is.
@@ -185,6 +189,7 @@ public:
     /// As in the 8-bit class.
     static const StringT& GetEmpty();
 
+    /// As in the 8-bit class.
     StringT();
     StringT(const unsigned short* text);
     StringT(unsigned short unit);
@@ -195,6 +200,7 @@ public:
     StringT(const char* text);
     ~StringT() override;
 
+    /// As in the 8-bit class.
     StringT& operator=(const StringT& other) = default;
 
     /// Returns the units in reverse order; surrogate pairs are split.
@@ -236,6 +242,7 @@ public:
     QX_API friend std::strong_ordering operator<=>(const StringT& left, const StringT& right);
 };
 
+/// The two strings, UTF-8 and UTF-16.
 using String = StringT<char, unsigned short>;
 using String16 = StringT<unsigned short, char>;
 
@@ -248,6 +255,7 @@ QX_API std::ostream& operator<<(std::ostream& stream, const String& text);
 template <>
 struct std::hash<QX::String>
 {
+    /// Returns the hash of the text.
     std::size_t operator()(const QX::String& text) const noexcept
     {
         return std::hash<std::string_view>{}(text);
@@ -257,5 +265,6 @@ struct std::hash<QX::String>
 template <>
 struct QX_API std::hash<QX::String16>
 {
+    /// Returns the hash of the units of the text.
     std::size_t operator()(const QX::String16& text) const noexcept;
 };

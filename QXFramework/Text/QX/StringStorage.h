@@ -128,6 +128,7 @@ protected:
     /// Resizes a buffer in place; elements gained are NUL.
     static void ResizeBuffer(LIBuffer& buffer, uint64 size);
 
+    /// The text and its terminator. Never null once the string is built.
     RCPtr<LIBuffer> mBuffer;
 
 private:

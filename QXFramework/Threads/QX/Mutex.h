@@ -5,6 +5,8 @@
 //         const MutexLock lock(mutex);
 //         ...
 //     }
+//
+// Threads: any. Nothing fails: without a region of the platform, a mutex locks nothing.
 #pragma once
 
 #include <CoreServices/CoreServices.h>
@@ -39,6 +41,7 @@ private:
 class MutexLock
 {
 public:
+    /// Enters the mutex; the destructor leaves it.
     explicit MutexLock(Mutex& mutex)
         : MutexLock(&mutex)
     {}
