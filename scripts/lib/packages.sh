@@ -15,11 +15,13 @@ packages_of() {
     clang) echo "clang libclang-rt-14-dev" ;;
     tidy) echo "clang-tidy" ;;
     powerpc) echo "g++-powerpc-linux-gnu qemu-user" ;;
+    portable) echo "g++-powerpc-linux-gnu g++-12-multilib-s390x-linux-gnu" ;;
     debugger) echo "gdb-multiarch" ;;
     mutation) echo "python3-clang-14 util-linux" ;;
     benchmark) echo "libbenchmark-dev libboost-dev libglib2.0-dev libicu-dev libplist-dev libpoco-dev pkg-config" ;;
     peers) echo "libabsl-dev libfmt-dev python3-matplotlib qt6-base-dev" ;;
     docs) echo "graphviz fonts-dejavu-core" ;;
+    reference) echo "doxygen" ;;
     checks) echo "clang-format git python3 python3-pyelftools" ;;
     *)
       echo "packages: there is no group \"$1\"" >&2
