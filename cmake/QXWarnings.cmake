@@ -5,7 +5,7 @@
 
 add_library(qx_options INTERFACE)
 target_compile_options(qx_options INTERFACE
-  -Wall -Wextra -Wpedantic -Werror
+  -Wall -Wextra -Wpedantic $<$<BOOL:${QX_WARNINGS_AS_ERRORS}>:-Werror>
   -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Woverloaded-virtual
   -Wcast-align -Wformat=2 -Wimplicit-fallthrough -Wundef -Wunused
   # Not for tests: GCC 12 finds null pointers in the library code that it inlines into them.

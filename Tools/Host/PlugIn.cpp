@@ -120,10 +120,10 @@ std::string FindDefaultPlugIn()
 {
     const fs::path folder = GetProgramPath().parent_path();
     const fs::path beside = folder / kBundleName;
-    const fs::path library = folder.parent_path() / "lib" / kBundleName;
+    const fs::path installed = (folder / QX_BUNDLEDIR_FROM_BINDIR / kBundleName).lexically_normal();
     std::error_code error;
-    return !fs::exists(beside, error) && fs::exists(library, error) ? library.string()
-                                                                    : beside.string();
+    return !fs::exists(beside, error) && fs::exists(installed, error) ? installed.string()
+                                                                      : beside.string();
 }
 
 } // namespace Host

@@ -50,8 +50,8 @@ std::string FindImagePath(const std::string& bundle);
 /// Tells by a bundle's name whether it is the direct-monitor plug-in.
 bool IsOwnPlugIn(const std::string& path);
 
-/// Returns the bundle beside this program, or in ../lib seen from there; if there is
-/// none, the path where it is looked for first.
+/// Returns the bundle beside this program, or the installed one, whose place relative to the
+/// program is known; if there is none, the path where it is looked for first.
 std::string FindDefaultPlugIn();
 
 } // namespace Host
