@@ -12,7 +12,10 @@ target_compile_options(qx_options INTERFACE
   $<$<NOT:$<BOOL:$<TARGET_PROPERTY:QX_IS_CHECK>>>:-Wnull-dereference>
   # The level conversion and the variant's rounding are defined operation by operation; a fused
   # multiply-add would change their last bit.
-  -ffp-contract=off)
+  -ffp-contract=off
+  # What is released is the same, byte for byte, in whichever folder it was built. Debuggers and the
+  # coverage of a debug build need the true paths.
+  "$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.;-ffile-prefix-map=${PROJECT_BINARY_DIR}=./build>")
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(qx_options INTERFACE
     -Wduplicated-cond -Wlogical-op
