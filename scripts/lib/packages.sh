@@ -20,6 +20,9 @@ packages_of() {
     mutation) echo "python3-clang-14 util-linux" ;;
     benchmark) echo "libbenchmark-dev libboost-dev libglib2.0-dev libicu-dev libplist-dev libpoco-dev pkg-config" ;;
     peers) echo "libabsl-dev libfmt-dev python3-matplotlib qt6-base-dev" ;;
+    packages) echo "dpkg-dev fakeroot file lintian binutils" ;;
+    clean-root) echo "debootstrap util-linux" ;;
+    abi) echo "abigail-tools" ;;
     docs) echo "graphviz fonts-dejavu-core" ;;
     reference) echo "doxygen" ;;
     checks) echo "clang-format git python3 python3-pyelftools" ;;
