@@ -115,6 +115,11 @@ void LocalPort::Accept()
     if (mIsRefusing) {
         shutdown(client->mSocket.Get(), SHUT_RD);
     }
+    ucred sender{};
+    socklen_t size = sizeof sender;
+    if (getsockopt(client->mSocket.Get(), SOL_SOCKET, SO_PEERCRED, &sender, &size) == 0) {
+        client->mProcess = static_cast<SInt32>(sender.pid);
+    }
     mClients.push_back(std::move(client));
 }
 

@@ -28,6 +28,7 @@ public:
     struct Client : std::enable_shared_from_this<Client>
     {
         FileDescriptor mSocket;
+        SInt32 mProcess = 0;
         Tally mTally;
         UInt32 mTaken = 0;
     };

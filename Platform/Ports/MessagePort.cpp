@@ -325,6 +325,7 @@ bool __CFMessagePort::HandleOne()
     if (mReceiver == nullptr || !IsValid() || !mReceiver->Take(message)) {
         return false;
     }
+    mSender.store(message.mClient->mProcess, std::memory_order_relaxed);
     const Standin::Held<CFDataRef> reply(
         mCallout != nullptr
             ? mCallout(this, message.mFrame.mMessageID, message.mData.Get(), mContext.info)
@@ -451,6 +452,12 @@ CFStringRef StandinCopyPortFault(void)
 {
     std::string fault;
     return Standin::OpenPortFolder(fault) ? nullptr : Standin::MakeString(fault);
+}
+
+SInt32 StandinGetSender(CFMessagePortRef local)
+{
+    return Standin::As<__CFMessagePort>(local, "StandinGetSender")
+        .mSender.load(std::memory_order_relaxed);
 }
 
 void StandinRefuseSenders(CFMessagePortRef local)

@@ -39,6 +39,8 @@ struct __CFMessagePort : Standin::Object
     const std::unique_ptr<Standin::LocalPort> mReceiver;
     const CFMessagePortCallBack mCallout = nullptr;
     CFMessagePortContext mContext = {};
+    /// The process that sent the message which was handed over last.
+    std::atomic<SInt32> mSender{0};
 
 private:
     std::atomic<bool> mIsInvalidated{false};

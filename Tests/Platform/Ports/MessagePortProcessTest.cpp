@@ -397,6 +397,45 @@ TEST_F(MessagePortProcess, ALocalPortIsInvalidInAForkedChildAndNeverReady)
     }
 }
 
+TEST_F(MessagePortProcess, APortTellsWhichProcessSentAMessage)
+{
+    CFStringRef name = MakeString(UniqueName("sender").c_str());
+    std::vector<SInt32> senders;
+    CFMessagePortContext context = {0, &senders, nullptr, nullptr, nullptr};
+    CFMessagePortRef local = CFMessagePortCreateLocal(
+        nullptr, name,
+        [](CFMessagePortRef port, SInt32, CFDataRef, void* info) -> CFDataRef {
+            static_cast<std::vector<SInt32>*>(info)->push_back(StandinGetSender(port));
+            return nullptr;
+        },
+        &context, nullptr);
+    CFRunLoopSourceRef source = CFMessagePortCreateRunLoopSource(nullptr, local, 0);
+    CFRunLoopAddSource(CFRunLoopGetCurrent(), source, kCFRunLoopDefaultMode);
+    EXPECT_EQ(StandinGetSender(local), 0);
+
+    const pid_t child = fork();
+    if (child == 0) {
+        CFMessagePortRef port = CFMessagePortCreateRemote(nullptr, name);
+        _exit(SendOneWay(port, 1) == 0 ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    while (CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0, true) == kCFRunLoopRunHandledSource) {
+    }
+    CFMessagePortRef port = CFMessagePortCreateRemote(nullptr, name);
+    EXPECT_EQ(SendOneWay(port, 2), 0);
+    while (CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0, true) == kCFRunLoopRunHandledSource) {
+    }
+
+    EXPECT_EQ(senders, (std::vector<SInt32>{child, getpid()}));
+    CFMessagePortInvalidate(local);
+    for (CFTypeRef object :
+         {CFTypeRef(port), CFTypeRef(source), CFTypeRef(local), CFTypeRef(name)}) {
+        CFRelease(object);
+    }
+}
+
 TEST_F(MessagePortProcess, APortThatRefusesSendersDeliversWhatWasSentBefore)
 {
     CFStringRef name = MakeString(UniqueName("refuses").c_str());
