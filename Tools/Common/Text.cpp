@@ -37,6 +37,13 @@ std::string FormatFourCharCode(UInt32 code)
     return text;
 }
 
+std::string FormatStatus(SInt32 status)
+{
+    const std::string number = std::to_string(status);
+    const std::string code = FormatFourCharCode(static_cast<UInt32>(status));
+    return code.empty() ? number : number + " '" + code + "'";
+}
+
 std::string FormatHex(const unsigned char* bytes, std::size_t size, const char* separator)
 {
     constexpr char kDigits[] = "0123456789ABCDEF";

@@ -15,6 +15,9 @@ namespace Tools {
 /// Returns the four characters of a code, such as SLLM, or "" unless all four are printable.
 std::string FormatFourCharCode(UInt32 code);
 
+/// Returns "-3", or the number with its four characters: "1970171760 'unop'".
+std::string FormatStatus(SInt32 status);
+
 /// Returns the bytes as two hexadecimal digits each, with `separator` between them.
 std::string FormatHex(const unsigned char* bytes, std::size_t size, const char* separator = "");
 

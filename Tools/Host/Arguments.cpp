@@ -4,8 +4,8 @@
 
 #include "Tools/Common/File.h"
 #include "Tools/Common/Nearest.h"
+#include "Tools/Common/NumberCheck.h"
 #include "Tools/Common/Text.h"
-#include "Tools/Host/NumberCheck.h"
 #include "Tools/Host/Script.h"
 #include "Tools/Host/Session.h"
 #include "Tools/Host/Status.h"
@@ -235,13 +235,13 @@ void AddCommonOptions(CLI::App& app, Arguments& arguments)
         ->type_name("PATH");
     app.add_option("--repeat", arguments.repeat, "Repeat the call, or the script, this often")
         ->type_name("N")
-        ->check(MakeNumberCheck(1, 1000000000));
+        ->check(Tools::MakeNumberCheck(1, 1000000000));
     app.add_flag("--in-process", arguments.isInProcess,
                  "Load the plug-in into qxhost itself, for a debugger");
     app.add_option("--time-limit", arguments.callSeconds,
                    "The longest that a call may take (default: 60)")
         ->type_name("SECONDS")
-        ->check(MakeSecondsCheck(0.1, 86400));
+        ->check(Tools::MakeSecondsCheck(0.1, 86400));
     app.add_flag("--json", arguments.isJSON, "Print one JSON object a line and nothing else");
     app.add_flag("--quiet", arguments.isQuiet,
                  "Show only calls that answer otherwise than expected");

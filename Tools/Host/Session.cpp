@@ -98,31 +98,6 @@ void TrimData(CallResult& result)
 
 } // namespace
 
-const char* GetEntryPointName(Action action)
-{
-    switch (action) {
-    case Action::kOpen:
-        return "AudioDriverPlugInOpen";
-    case Action::kClose:
-        return "AudioDriverPlugInClose";
-    case Action::kInfo:
-        return "AudioDriverPlugInDeviceGetPropertyInfo";
-    case Action::kGet:
-        return "AudioDriverPlugInDeviceGetProperty";
-    case Action::kSet:
-        return "AudioDriverPlugInDeviceSetProperty";
-    case Action::kStreamInfo:
-        return "AudioDriverPlugInStreamGetPropertyInfo";
-    case Action::kStreamGet:
-        return "AudioDriverPlugInStreamGetProperty";
-    case Action::kStreamSet:
-        return "AudioDriverPlugInStreamSetProperty";
-    case Action::kSleep:
-        break;
-    }
-    return "";
-}
-
 Session::Session(const EntryPoints& entryPoints, Observer observer, Announcer announcer)
     : mEntryPoints(entryPoints)
     , mObserver(std::move(observer))

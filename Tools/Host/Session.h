@@ -55,7 +55,4 @@ private:
     std::vector<UInt32> mOpenDevices;
 };
 
-/// The name of the entry point that an action calls.
-const char* GetEntryPointName(Action action);
-
 } // namespace Host

@@ -2,8 +2,6 @@
 
 #include "Tools/Host/Status.h"
 
-#include "Tools/Common/Text.h"
-
 #include <CoreAudio/AudioDriverPlugIn.h>
 #include <CoreFoundation/CoreFoundation.h>
 #include <IOKit/IOReturn.h>
@@ -45,13 +43,6 @@ constexpr struct
 };
 
 } // namespace
-
-std::string FormatStatus(SInt32 status)
-{
-    const std::string number = std::to_string(status);
-    const std::string code = Tools::FormatFourCharCode(static_cast<UInt32>(status));
-    return code.empty() ? number : number + " '" + code + "'";
-}
 
 const char* ExplainStatus(SInt32 status)
 {

@@ -1,6 +1,8 @@
 // Status.h - statuses of the entry points: as text, from text, and what they mean.
 #pragma once
 
+#include "Tools/Common/Text.h"
+
 #include <CoreServices/CoreServices.h>
 
 #include <optional>
@@ -9,8 +11,7 @@
 
 namespace Host {
 
-/// Returns "-3", or the number with its four characters: "1970171760 'unop'".
-std::string FormatStatus(SInt32 status);
+using Tools::FormatStatus;
 
 /// Says in plain words what a status of a driver plug-in means.
 const char* ExplainStatus(SInt32 status);

@@ -1,6 +1,8 @@
 // Step.h - one thing that the host does: a call of an entry point, or a pause.
 #pragma once
 
+#include "Tools/Recording/EntryPoint.h"
+
 #include <CoreServices/CoreServices.h>
 
 #include <optional>
@@ -10,18 +12,8 @@
 
 namespace Host {
 
-enum class Action
-{
-    kOpen,
-    kClose,
-    kInfo,
-    kGet,
-    kSet,
-    kStreamInfo,
-    kStreamGet,
-    kStreamSet,
-    kSleep
-};
+using Recording::Action;
+using Recording::GetEntryPointName;
 
 struct Step
 {

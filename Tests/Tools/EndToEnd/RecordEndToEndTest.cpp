@@ -127,6 +127,8 @@ TEST_F(Recording, SendsItsMessagesToAServer)
         }
     }
     EXPECT_EQ(codes, (Lines{"SLLM", "SLLM", "ClLM"}));
+    EXPECT_EQ(RunHost({"replay", mFile, "--against", "server", "--time-limit", "5"}).text,
+              "qxhost replay: --time-limit has no effect with --against server");
 }
 
 TEST_F(Recording, IsRefusedWithTheLineThatIsWrong)
@@ -135,16 +137,16 @@ TEST_F(Recording, IsRefusedWithTheLineThatIsWrong)
     const auto refuse = [&](const std::string& text) {
         std::ofstream(wrong) << text;
         const Ending run = RunHost({"diff", wrong, mFile});
-        const std::string start = "qxhost diff: " + wrong + " is no recording: ";
+        const std::string start = "qxhost diff: " + wrong;
         return run.exitCode == 2 ? run.text.substr(std::min(run.text.size(), start.size())) : "";
     };
 
-    EXPECT_EQ(refuse(""), "it has no calls and no messages");
-    EXPECT_EQ(refuse("open 7\n"), "line 1 is no JSON");
+    EXPECT_EQ(refuse(""), " is empty; a recording has at least one line");
+    EXPECT_EQ(refuse("open 7\n"), ":1: this is no JSON object");
     EXPECT_EQ(refuse("{\"schemaVersion\": 2, \"event\": \"call\"}\n"),
-              "line 1: its schemaVersion is not 1");
+              ":1: its \"schemaVersion\" is not 1");
     EXPECT_EQ(refuse("{\"schemaVersion\": 1, \"event\": \"call\", \"entryPoint\": \"Open\"}\n"),
-              "line 1: there is no entry point \"Open\"");
+              ":1: there is no entry point \"Open\"");
 }
 
 } // namespace

@@ -2,22 +2,22 @@
 
 #include "Tools/Host/Record/Command.h"
 
-#include "Protocol/ServerProtocol.h"
 #include "Tools/Common/File.h"
+#include "Tools/Common/NumberCheck.h"
 #include "Tools/Common/Terminal.h"
 #include "Tools/Common/Text.h"
 #include "Tools/Host/Arguments.h"
-#include "Tools/Host/NumberCheck.h"
 #include "Tools/Host/PlugIn.h"
-#include "Tools/Host/Record/Difference.h"
 #include "Tools/Host/Script.h"
 #include "Tools/Host/Session.h"
 #include "Tools/Host/Status.h"
 #include "Tools/Host/Validate/CheckProcess.h"
-#include "Tools/Host/Validate/Recording.h"
+#include "Tools/Recording/Difference.h"
+#include "Tools/Recording/Reader.h"
+#include "Tools/Recording/Sender.h"
+#include "Tools/Recording/Writer.h"
 
 #include <CLI/CLI.hpp>
-#include <CoreFoundation/CoreFoundation.h>
 
 #include <algorithm>
 #include <cstring>
@@ -29,8 +29,9 @@ namespace Record {
 namespace {
 
 using Host::Action;
+using Recording::Event;
+using Recording::Events;
 using Tools::FormatText;
-using Validate::Event;
 using Validate::Request;
 
 constexpr const char* kFooter =
@@ -51,6 +52,7 @@ struct Options
     std::string plugIn;
     std::string against;
     double timeLimit = 60;
+    bool hasTimeLimit = false;
 };
 
 /// Throws: CLI::ValidationError with that text.
@@ -72,9 +74,9 @@ std::string ReadText(const std::string& file)
 Events LoadEvents(const std::string& file)
 {
     Events events;
-    const std::string failure = ReadEvents(ReadText(file), events);
+    const std::string failure = Recording::Reader(file).Read(events);
     if (!failure.empty()) {
-        Refuse(file + " is no recording: " + failure);
+        Refuse(failure);
     }
     return events;
 }
@@ -93,8 +95,9 @@ Events LoadScript(const std::string& file)
         if (step.action == Action::kSleep) {
             continue;
         }
-        if (step.data.size() > Event::kMostData) {
-            Refuse(FormatText("a recording takes %zu bytes of a set at most", Event::kMostData));
+        constexpr std::size_t kMostData = Validate::Event::kMostData;
+        if (step.data.size() > kMostData) {
+            Refuse(FormatText("a recording takes %zu bytes of a set at most", kMostData));
         }
         Event event = {};
         event.action = step.action;
@@ -103,8 +106,8 @@ Events LoadScript(const std::string& file)
         event.isInput = step.isInput;
         event.selector = step.property;
         event.size = step.size;
+        event.data = step.data;
         event.dataSize = static_cast<UInt32>(step.data.size());
-        std::copy(step.data.begin(), step.data.end(), event.data);
         events.push_back(event);
     }
     if (events.empty()) {
@@ -125,8 +128,7 @@ Request MakeRequest(const Event& call)
     request.hasData = !call.isDataNull;
     request.size = call.size;
     const bool isGet = call.action == Action::kGet || call.action == Action::kStreamGet;
-    request.data = isGet ? Validate::Bytes(std::min(call.size, Host::kLargestSize))
-                         : Validate::Bytes(call.data, call.data + call.dataSize);
+    request.data = isGet ? Validate::Bytes(std::min(call.size, Host::kLargestSize)) : call.data;
     return request;
 }
 
@@ -194,15 +196,6 @@ Validate::Outcome Play(const Events& calls, const Options& options, std::string&
     return *outcome;
 }
 
-Events TakeEvents(const Validate::Journal& journal)
-{
-    Events events;
-    for (UInt32 index = journal.GetFirst(); index < journal.GetCount(); ++index) {
-        events.push_back(journal.Get(index));
-    }
-    return events;
-}
-
 /// What is printed is no fault here.
 bool HasFailed(const Validate::Outcome& outcome)
 {
@@ -218,12 +211,6 @@ int ShowFailure(const Validate::Outcome& outcome)
     return outcome.isNotLoaded ? Host::kExitNotLoaded : Host::kExitUnexpected;
 }
 
-std::string CountEvents(const Events& events)
-{
-    return FormatText("%zu calls and %zu messages", SelectEvents(events, false).size(),
-                      SelectEvents(events, true).size());
-}
-
 int RunRecord(const Options& options)
 {
     const std::string& file = options.files.front();
@@ -231,8 +218,11 @@ int RunRecord(const Options& options)
     std::string bundle;
     const Validate::Outcome outcome = Play(calls, options, bundle);
     if (!outcome.isNotLoaded) {
-        const std::string failure = Validate::WriteRecording(
-            file, {bundle, "", HasFailed(outcome) ? outcome.finding : ""}, *outcome.journal);
+        const std::string failure =
+            Recording::WriteRecording(file,
+                                      {bundle, "", HasFailed(outcome) ? outcome.finding : "",
+                                       outcome.journal->GetFirst() + 1},
+                                      TakeEvents(*outcome.journal));
         if (!failure.empty()) {
             std::fprintf(stderr, "qxhost: cannot write %s: %s\n",
                          Tools::EscapeControls(file).c_str(), failure.c_str());
@@ -242,58 +232,54 @@ int RunRecord(const Options& options)
     if (HasFailed(outcome)) {
         return ShowFailure(outcome);
     }
-    Tools::PrintLine("qxhost: recorded " + CountEvents(TakeEvents(*outcome.journal)));
+    Tools::PrintLine("qxhost: recorded " + Recording::CountEvents(TakeEvents(*outcome.journal)));
     return Host::kExitAsExpected;
 }
 
 int ShowDifference(const std::string& difference, const Events& events)
 {
-    Tools::PrintLine(difference.empty() ? "qxhost: no difference in " + CountEvents(events)
-                                        : "qxhost: " + difference);
+    Tools::PrintLine(difference.empty()
+                         ? "qxhost: no difference in " + Recording::CountEvents(events)
+                         : "qxhost: " + Tools::EscapeControls(difference));
     return difference.empty() ? Host::kExitAsExpected : Host::kExitUnexpected;
 }
 
-/// Sends the messages of a recording to the process that holds the port.
 int SendMessages(const Events& messages)
 {
-    const CFMessagePortRef port = CFMessagePortCreateRemote(nullptr, CFSTR(kServerPortName));
-    if (port == nullptr) {
+    for (const Event& message : messages) {
+        if (message.IsCut()) {
+            Refuse("a message of the recording is cut: it cannot be sent again");
+        }
+    }
+    const auto refused = Recording::SendMessages(messages, [](const Event& message, SInt32 status) {
+        Tools::PrintLine(Host::FormatStatus(message.id) + ": " + Host::FormatStatus(status));
+    });
+    if (!refused) {
         Refuse("no server holds the port");
     }
-    std::size_t refused = 0;
-    for (const Event& message : messages) {
-        const CFDataRef data =
-            CFDataCreate(nullptr, message.data, static_cast<CFIndex>(message.dataSize));
-        const SInt32 status =
-            CFMessagePortSendRequest(port, message.id, message.dataSize > 0 ? data : nullptr,
-                                     kSendTimeoutSeconds, 0, nullptr, nullptr);
-        CFRelease(data);
-        refused += status != 0 ? 1 : 0;
-        Tools::PrintLine(Host::FormatStatus(message.id) + ": " + Host::FormatStatus(status));
-    }
-    CFRelease(port);
-    Tools::PrintLine(FormatText("qxhost: %zu messages, %zu refused", messages.size(), refused));
-    return refused == 0 ? Host::kExitAsExpected : Host::kExitUnexpected;
+    Tools::PrintLine(FormatText("qxhost: %zu messages, %zu refused", messages.size(), *refused));
+    return *refused == 0 ? Host::kExitAsExpected : Host::kExitUnexpected;
 }
 
 int RunReplay(const Options& options)
 {
     const Events recorded = LoadEvents(options.files.front());
-    const Events messages = SelectEvents(recorded, true);
     if (options.against == "server") {
-        for (const Event& message : messages) {
-            if (message.dataSize > Event::kMostData) {
-                Refuse("a message of the recording is cut: it cannot be sent again");
-            }
+        if (options.hasTimeLimit) {
+            Refuse("--time-limit has no effect with --against server");
         }
-        return SendMessages(messages);
+        return SendMessages(Recording::SelectEvents(recorded, true));
+    }
+    const Events calls = Recording::SelectEvents(recorded, false);
+    if (calls.empty()) {
+        Refuse("the recording has no calls; --against server sends its messages");
     }
     Options playing = options;
     playing.plugIn = options.against;
     std::string bundle;
-    const Validate::Outcome outcome = Play(SelectEvents(recorded, false), playing, bundle);
+    const Validate::Outcome outcome = Play(calls, playing, bundle);
     const Events played = TakeEvents(*outcome.journal);
-    const std::string difference = FindDifference(recorded, played);
+    const std::string difference = Recording::FindDifference(recorded, played);
     if (outcome.isNotLoaded || (HasFailed(outcome) && difference.empty())) {
         return ShowFailure(outcome);
     }
@@ -303,7 +289,8 @@ int RunReplay(const Options& options)
 int RunDiff(const Options& options)
 {
     const Events first = LoadEvents(options.files.front());
-    return ShowDifference(FindDifference(first, LoadEvents(options.files.back())), first);
+    return ShowDifference(Recording::FindDifference(first, LoadEvents(options.files.back())),
+                          first);
 }
 
 std::string FormatFailure(const CLI::App* app, const CLI::Error& error)
@@ -349,7 +336,7 @@ void AddOptions(CLI::App& app, const Command& command, Options& options)
         app.add_option("--time-limit", options.timeLimit,
                        "The longest that all calls may take (default: 60)")
             ->type_name("SECONDS")
-            ->check(Host::MakeSecondsCheck(0.1, 86400));
+            ->check(Tools::MakeSecondsCheck(0.1, 86400));
     }
 }
 
@@ -362,6 +349,8 @@ int Run(const Command& command, int count, const char* const* values)
     AddOptions(app, command, options);
     try {
         app.parse(count, values);
+        options.hasTimeLimit =
+            std::strcmp(command.name, "diff") != 0 && app.count("--time-limit") > 0;
         const int exitCode = command.run(options);
         return Tools::IsOutputWritten() ? exitCode : Host::kExitUnwritten;
     } catch (const CLI::ParseError& error) {

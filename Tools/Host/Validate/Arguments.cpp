@@ -4,9 +4,9 @@
 
 #include "Tools/Common/File.h"
 #include "Tools/Common/Nearest.h"
+#include "Tools/Common/NumberCheck.h"
 #include "Tools/Common/Text.h"
 #include "Tools/Host/Arguments.h"
-#include "Tools/Host/NumberCheck.h"
 #include "Tools/Host/PlugIn.h"
 #include "Tools/Host/Validate/ProfileFile.h"
 
@@ -120,18 +120,18 @@ void AddOptions(CLI::App& app, Arguments& arguments, std::string& profile)
         ->type_name("FILE");
     app.add_option("--repeat", arguments.plan.repeat, "Run all of it this often")
         ->type_name("N")
-        ->check(Host::MakeNumberCheck(1, 1000000));
+        ->check(Tools::MakeNumberCheck(1, 1000000));
     app.add_option("--jobs", arguments.plan.jobs, "Run this many checks at a time (default: 1)")
         ->type_name("N")
-        ->check(Host::MakeNumberCheck(1, 64));
+        ->check(Tools::MakeNumberCheck(1, 64));
     app.add_option("--rounds", arguments.plan.rounds,
                    "Rounds of the checks that look for growth (default: 1000)")
         ->type_name("N")
-        ->check(Host::MakeNumberCheck(1, 1000000));
+        ->check(Tools::MakeNumberCheck(1, 1000000));
     app.add_option("--time-limit", arguments.plan.timeLimit,
                    "The longest that a check may take (default: 30)")
         ->type_name("SECONDS")
-        ->check(Host::MakeSecondsCheck(0.1, 3600));
+        ->check(Tools::MakeSecondsCheck(0.1, 3600));
     app.add_flag("--json", arguments.isJSON, "Print one JSON object a line and nothing else");
     app.add_option("--junit", arguments.junit, "Write the results in the form of JUnit as well")
         ->type_name("FILE");

@@ -15,7 +15,7 @@ namespace Validate {
 namespace {
 
 using Access = LentBuffer::Access;
-using Host::Action;
+using Recording::Action;
 
 constexpr io_object_t kNoStream = 0;
 

@@ -9,6 +9,7 @@
 #include "Tools/Host/Validate/Journal.h"
 #include "Tools/Host/Validate/LentBuffer.h"
 
+#include <optional>
 #include <stdexcept>
 #include <vector>
 
@@ -88,10 +89,10 @@ public:
 private:
     template <class Function>
     SInt32 Run(Event& event, Function function);
-    Event& Begin(Host::Action action, const Request& request);
-    Answer AskInfo(Host::Action action, const Request& request);
-    Answer AskGet(Host::Action action, const Request& request);
-    Answer AskSet(Host::Action action, const Request& request);
+    Event& Begin(Recording::Action action, const Request& request);
+    Answer AskInfo(Recording::Action action, const Request& request);
+    Answer AskGet(Recording::Action action, const Request& request);
+    Answer AskSet(Recording::Action action, const Request& request);
 
     const Host::EntryPoints& mEntryPoints;
     Journal& mJournal;

@@ -6,8 +6,8 @@
 #include "Tools/Common/Text.h"
 #include "Tools/Host/Arguments.h"
 #include "Tools/Host/Validate/Arguments.h"
-#include "Tools/Host/Validate/Recording.h"
 #include "Tools/Host/Validate/Report.h"
+#include "Tools/Recording/Writer.h"
 
 #include <chrono>
 #include <cstdio>
@@ -62,8 +62,10 @@ std::string Presenter::Record(const CheckResult& result)
     std::filesystem::create_directories(folder, error);
     std::string file = (folder / (result.check->name + ".jsonl")).string();
     const std::string failure =
-        WriteRecording(file, {mArguments.plan.bundle, result.check->name, result.outcome.finding},
-                       *result.outcome.journal);
+        Recording::WriteRecording(file,
+                                  {mArguments.plan.bundle, result.check->name,
+                                   result.outcome.finding, result.outcome.journal->GetFirst() + 1},
+                                  TakeEvents(*result.outcome.journal));
     if (!failure.empty()) {
         std::fprintf(stderr, "qxhost: cannot write the recording %s: %s\n",
                      Tools::EscapeControls(file).c_str(), failure.c_str());

@@ -1,5 +1,6 @@
 // FaultChecks.cpp - servers that are absent, late, slow, silent or dead.
 
+#include "Tools/Common/Time.h"
 #include "Tools/Host/Validate/Check.h"
 
 #include <sys/resource.h>
@@ -108,11 +109,11 @@ void ReportsAFullQueue(Bench& bench)
     const PropertyRules& property = bench.GetProfile().properties.front();
     const Request request = MakeRequest(property);
     std::vector<ExpectedMessage> expected;
-    const UInt64 start = GetTime();
+    const UInt64 start = Tools::GetTime();
     for (int turn = 0; turn < kMostSets; ++turn) {
         const SInt32 status = plugIn.Set(request).status;
         if (status != 0) {
-            bench.Require(GetTime() - start < kMostNanoseconds,
+            bench.Require(Tools::GetTime() - start < kMostNanoseconds,
                           "the set that was refused took more than 5 seconds");
             bench.ExpectMessages(expected);
             return;

@@ -2,11 +2,9 @@
 
 #include "Tools/Host/Validate/Journal.h"
 
-#include "Tools/Common/Text.h"
-#include "Tools/Host/Session.h"
+#include "Tools/Common/Time.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <new>
 #include <sys/mman.h>
@@ -14,44 +12,10 @@
 namespace Validate {
 namespace {
 
-using Host::Action;
-using Tools::FormatText;
-
-std::string DescribeSelector(UInt32 selector)
+/// The bytes that are kept of an event's data.
+std::size_t CountKept(const Event& event)
 {
-    const std::string code = Tools::FormatFourCharCode(selector);
-    return code.empty() ? FormatText("0x%08llX", UInt64{selector}) : "'" + code + "'";
-}
-
-bool IsStream(Action action)
-{
-    return action == Action::kStreamInfo || action == Action::kStreamGet ||
-           action == Action::kStreamSet;
-}
-
-std::string DescribeData(const Event& call)
-{
-    switch (call.action) {
-    case Action::kInfo:
-    case Action::kStreamInfo:
-        return std::string(call.isSizeNull ? ", null size pointer" : "") +
-               (call.isWritableNull ? ", null writable pointer" : "");
-    case Action::kGet:
-    case Action::kStreamGet:
-        return (call.isSizeNull ? std::string(", null size pointer")
-                                : FormatText(", room for %llu bytes", UInt64{call.size})) +
-               (call.isDataNull ? ", null data pointer" : "");
-    default:
-        break;
-    }
-    constexpr std::size_t kMostShown = 16;
-    const std::size_t shown = std::min({std::size_t{call.dataSize}, kMostShown, Event::kMostData});
-    std::string text = FormatText(", %llu bytes", UInt64{call.size});
-    if (call.isDataNull) {
-        return text + ", null data pointer";
-    }
-    return text + (shown > 0 ? ": " + Tools::FormatHex(call.data, shown, " ") : "") +
-           (shown < call.dataSize ? " ..." : "");
+    return std::min(std::size_t{event.dataSize}, Event::kMostData);
 }
 
 } // namespace
@@ -77,7 +41,7 @@ Event& Journal::Add()
     const UInt32 index = mShared->count.fetch_add(1, std::memory_order_acq_rel);
     Event& event = mShared->events[index % kCapacity];
     event = Event{};
-    event.nanoseconds = GetTime();
+    event.nanoseconds = Tools::GetTime();
     return event;
 }
 
@@ -91,12 +55,6 @@ const Event* Journal::FindLastCall() const
     return nullptr;
 }
 
-UInt64 GetTime()
-{
-    const auto time = std::chrono::system_clock::now().time_since_epoch();
-    return static_cast<UInt64>(std::chrono::duration_cast<std::chrono::nanoseconds>(time).count());
-}
-
 void CopyText(char* field, std::size_t size, const std::string& text)
 {
     const std::size_t length = std::min(size - 1, text.size());
@@ -106,16 +64,20 @@ void CopyText(char* field, std::size_t size, const std::string& text)
 
 std::string DescribeCall(const Event& call)
 {
-    std::string text = Host::GetEntryPointName(call.action);
-    text += FormatText("(device %llu", UInt64{call.device});
-    if (call.action != Action::kOpen && call.action != Action::kClose) {
-        text += FormatText(", channel %llu, ", UInt64{call.channel});
-        if (!IsStream(call.action)) {
-            text += call.isInput != 0 ? "input, " : "output, ";
-        }
-        text += DescribeSelector(call.selector) + DescribeData(call);
+    return Recording::DescribeCall(call, call.data, CountKept(call));
+}
+
+Recording::Events TakeEvents(const Journal& journal)
+{
+    Recording::Events events;
+    for (UInt32 index = journal.GetFirst(); index < journal.GetCount(); ++index) {
+        const Event& event = journal.Get(index);
+        events.push_back({static_cast<const Recording::EventFacts&>(event),
+                          event.thrown,
+                          "",
+                          {event.data, event.data + CountKept(event)}});
     }
-    return text + ")";
+    return events;
 }
 
 } // namespace Validate

@@ -4,7 +4,7 @@
 // the server. After a crash the last call is therefore known, with its arguments.
 #pragma once
 
-#include "Tools/Host/Step.h"
+#include "Tools/Recording/Event.h"
 
 #include <atomic>
 #include <cstddef>
@@ -15,37 +15,12 @@
 namespace Validate {
 
 /// One call of an entry point, or one message that arrived. Plain memory, shared by processes.
-struct Event
+struct Event : Recording::EventFacts
 {
     static constexpr std::size_t kMostData = 2048;
 
-    bool isMessage;
-    bool isDone;        ///< the call has returned
-    UInt64 nanoseconds; ///< when it began, by the real-time clock
-
-    // Of a call.
-    Host::Action action;
-    UInt32 device;
-    UInt32 channel;
-    UInt32 selector;
-    UInt32 size;
-    Boolean isInput;
-    bool isSizeNull;
-    bool isWritableNull;
-    bool isDataNull;
-    bool isThrown; ///< the call threw; `thrown` says what
-    SInt32 status;
-    UInt32 outSize;
-    Boolean outWritable;
-    char thrown[128];
-    UInt64 duration; ///< nanoseconds
-
-    // Of a message.
-    SInt32 id;
-    SInt32 sender; ///< its process
-
-    /// What a call hands over, or what came with a message; cut after kMostData bytes.
-    UInt32 dataSize;
+    char thrown[128]; ///< the text of the exception
+    /// The data, cut after kMostData bytes.
     unsigned char data[kMostData];
 };
 
@@ -103,9 +78,6 @@ private:
     Shared* const mShared;
 };
 
-/// The time by the real-time clock, in nanoseconds.
-UInt64 GetTime();
-
 /// Copies a text into a field of that size and ends it with a NUL.
 void CopyText(char* field, std::size_t size, const std::string& text);
 template <std::size_t size>
@@ -114,8 +86,10 @@ void CopyText(char (&field)[size], const std::string& text)
     CopyText(field, size, text);
 }
 
-/// "AudioDriverPlugInClose(device 258)", "AudioDriverPlugInDeviceSetProperty(device 258, channel 0,
-/// input, 'DGme' enable, 4 bytes: 01 00 00 00)".
+/// Describes a call with its arguments, as Recording::DescribeCall does.
 std::string DescribeCall(const Event& call);
+
+/// The events that are still kept, as they stand in a recording.
+Recording::Events TakeEvents(const Journal& journal);
 
 } // namespace Validate

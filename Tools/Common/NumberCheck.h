@@ -3,7 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
-namespace Host {
+namespace Tools {
 
 /// Accepts whole decimal numbers from `least` to `most`.
 CLI::Validator MakeNumberCheck(unsigned least, unsigned most);
@@ -11,4 +11,4 @@ CLI::Validator MakeNumberCheck(unsigned least, unsigned most);
 /// Accepts decimal numbers of seconds from `least` to `most`.
 CLI::Validator MakeSecondsCheck(double least, double most);
 
-} // namespace Host
+} // namespace Tools

@@ -1,48 +1,38 @@
-// Recording.cpp - events as JSON.
+// Writer.cpp - events as JSON.
 
-#include "Tools/Host/Validate/Recording.h"
+#include "Tools/Recording/Writer.h"
 
 #include "Tools/Common/Text.h"
-#include "Tools/Host/Session.h"
+#include "Tools/Common/Time.h"
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <ctime>
-#include <fstream>
 
-namespace Validate {
+namespace Recording {
 namespace {
 
-using Host::Action;
 using JSON = nlohmann::ordered_json;
 
 constexpr int kVersion = 1;
 
-/// "2026-11-22T04:37:29.123456Z"
-std::string FormatTime(UInt64 nanoseconds)
+std::string Dump(const JSON& object)
 {
-    const std::time_t seconds = static_cast<std::time_t>(nanoseconds / 1'000'000'000);
-    std::tm parts = {};
-    gmtime_r(&seconds, &parts);
-    char text[32];
-    std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &parts);
-    return text + Tools::FormatText(".%06lluZ", nanoseconds / 1000 % 1'000'000);
+    return object.dump(-1, ' ', false, JSON::error_handler_t::replace) + '\n';
 }
 
 std::string FormatData(const Event& event)
 {
-    return Tools::FormatHex(event.data, std::min(std::size_t{event.dataSize}, Event::kMostData));
+    return Tools::FormatHex(event.data.data(), event.data.size());
 }
 
-JSON MakeObject(const char* kind, UInt32 number, const Event& event)
+JSON MakeObject(const char* kind, UInt64 number, const Event& event)
 {
     return {{"schemaVersion", kVersion},
             {"event", kind},
             {"number", number},
-            {"time", FormatTime(event.nanoseconds)}};
+            {"time", Tools::FormatUTC(event.nanoseconds)}};
 }
 
 void AddArguments(JSON& object, const Event& call)
@@ -88,10 +78,10 @@ void AddAnswer(JSON& object, const Event& call)
     object["microseconds"] = static_cast<double>(call.duration) / 1000;
 }
 
-JSON MakeCall(UInt32 number, const Event& call)
+JSON MakeCall(UInt64 number, const Event& call)
 {
     JSON object = MakeObject("call", number, call);
-    object["entryPoint"] = Host::GetEntryPointName(call.action);
+    object["entryPoint"] = GetEntryPointName(call.action);
     object["device"] = call.device;
     if (call.action != Action::kOpen && call.action != Action::kClose) {
         AddArguments(object, call);
@@ -100,10 +90,13 @@ JSON MakeCall(UInt32 number, const Event& call)
     return object;
 }
 
-JSON MakeMessage(UInt32 number, const Event& message)
+JSON MakeMessage(UInt64 number, const Event& message)
 {
     JSON object = MakeObject("message", number, message);
     object["sender"] = message.sender;
+    if (!message.senderName.empty()) {
+        object["senderName"] = message.senderName;
+    }
     object["messageID"] = message.id;
     object["code"] = Tools::FormatFourCharCode(static_cast<UInt32>(message.id));
     object["dataSize"] = message.dataSize;
@@ -113,26 +106,45 @@ JSON MakeMessage(UInt32 number, const Event& message)
 
 } // namespace
 
-std::string WriteRecording(const std::string& file, const RecordingTitle& title,
-                           const Journal& journal)
+Writer::Writer(const std::string& file, const Title& title)
+    : mFile(std::fopen(file.c_str(), "wb"))
 {
-    std::ofstream stream(file);
-    const auto write = [&](const JSON& object) {
-        stream << object.dump(-1, ' ', false, JSON::error_handler_t::replace) << '\n';
-    };
-    write({{"schemaVersion", kVersion},
-           {"event", "recording"},
-           {"time", FormatTime(GetTime())},
-           {"bundle", title.bundle},
-           {"check", title.check},
-           {"finding", title.finding},
-           {"firstNumber", journal.GetFirst() + 1}});
-    for (UInt32 index = journal.GetFirst(); index < journal.GetCount(); ++index) {
-        const Event& event = journal.Get(index);
-        write(event.isMessage ? MakeMessage(index + 1, event) : MakeCall(index + 1, event));
+    if (mFile == nullptr) {
+        mFailure = std::strerror(errno);
+        return;
     }
-    stream.close();
-    return stream ? "" : std::strerror(errno);
+    WriteLine(Dump({{"schemaVersion", kVersion},
+                    {"event", "recording"},
+                    {"time", Tools::FormatUTC(Tools::GetTime())},
+                    {"bundle", title.bundle},
+                    {"check", title.check},
+                    {"finding", title.finding},
+                    {"firstNumber", title.firstNumber}}));
 }
 
-} // namespace Validate
+void Writer::Write(UInt64 number, const Event& event)
+{
+    WriteLine(Dump(event.isMessage ? MakeMessage(number, event) : MakeCall(number, event)));
+}
+
+void Writer::WriteLine(const std::string& line)
+{
+    const bool isWritten = mFailure.empty() &&
+                           std::fwrite(line.data(), 1, line.size(), mFile.get()) == line.size() &&
+                           std::fflush(mFile.get()) == 0;
+    if (!isWritten && mFailure.empty()) {
+        mFailure = std::strerror(errno);
+    }
+}
+
+std::string WriteRecording(const std::string& file, const Title& title, const Events& events)
+{
+    Writer writer(file, title);
+    UInt64 number = title.firstNumber;
+    for (const Event& event : events) {
+        writer.Write(number++, event);
+    }
+    return writer.GetFailure();
+}
+
+} // namespace Recording

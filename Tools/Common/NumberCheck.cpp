@@ -1,13 +1,13 @@
 // NumberCheck.cpp - ranges in plain words.
 
-#include "Tools/Host/NumberCheck.h"
+#include "Tools/Common/NumberCheck.h"
 
 #include "Tools/Common/Text.h"
 
 #include <charconv>
 #include <string>
 
-namespace Host {
+namespace Tools {
 namespace {
 
 template <class Number>
@@ -21,8 +21,8 @@ CLI::Validator MakeCheck(const std::string& kind, Number least, Number most)
                     error == std::errc() && stop == end && number >= least && number <= most;
                 return isGood ? std::string()
                               : "\"" + text + "\" is not " + kind + " from " +
-                                    Tools::FormatText("%.15g", static_cast<double>(least)) +
-                                    " to " + Tools::FormatText("%.15g", static_cast<double>(most));
+                                    FormatText("%.15g", static_cast<double>(least)) + " to " +
+                                    FormatText("%.15g", static_cast<double>(most));
             },
             ""};
 }
@@ -39,4 +39,4 @@ CLI::Validator MakeSecondsCheck(double least, double most)
     return MakeCheck("a number of seconds", least, most);
 }
 
-} // namespace Host
+} // namespace Tools
