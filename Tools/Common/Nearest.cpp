@@ -58,4 +58,28 @@ std::string SuggestNearest(const std::string& word, const std::vector<std::strin
     return nearest.empty() ? "" : "did you mean " + nearest + "? ";
 }
 
+std::string DescribeUnexpected(const std::string& word, const std::vector<std::string>& options,
+                               const std::vector<std::string>& commands)
+{
+    if (word.starts_with("-")) {
+        return "there is no option " + word + "; " +
+               SuggestNearest(word.substr(0, word.find('=')), options) + "see --help";
+    }
+    if (commands.empty()) {
+        return "\"" + word + "\" is unexpected";
+    }
+    return "there is no command \"" + word + "\"; " + SuggestNearest(word, commands) +
+           "there are " + JoinWords(commands);
+}
+
+std::string JoinWords(const std::vector<std::string>& words)
+{
+    std::string text;
+    for (std::size_t index = 0; index < words.size(); ++index) {
+        const bool isLast = index + 1 == words.size();
+        text += (index == 0 ? "" : isLast ? " and " : ", ") + words[index];
+    }
+    return text;
+}
+
 } // namespace Tools

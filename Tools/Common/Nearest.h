@@ -12,4 +12,12 @@ std::string FindNearest(const std::string& word, const std::vector<std::string>&
 /// "did you mean level? ", or "" if no word is much like it.
 std::string SuggestNearest(const std::string& word, const std::vector<std::string>& words);
 
+/// Says what is wrong with a word that a command line has nothing for: that there is no such
+/// option, or no such command if there are commands to choose from.
+std::string DescribeUnexpected(const std::string& word, const std::vector<std::string>& options,
+                               const std::vector<std::string>& commands);
+
+/// "info, get and set".
+std::string JoinWords(const std::vector<std::string>& words);
+
 } // namespace Tools

@@ -75,9 +75,6 @@ constexpr Command kCommands[] = {
      "enable, level, state or a code (default: enable)", false, true},
     {"run", "Run a script", "SCRIPT", "The script; - reads the standard input", true, false},
 };
-constexpr const char* kCommandList =
-    "info, get, set, stream, run, validate, record, replay and diff";
-
 /// Commands that read their own words, if they are the first one; here for the list of commands.
 constexpr std::pair<const char*, const char*> kOwnCommands[] = {
     {"validate", "Try a bundle against every rule; validate --help tells more"},
@@ -89,11 +86,11 @@ constexpr std::pair<const char*, const char*> kOwnCommands[] = {
 std::vector<std::string> GetCommandNames()
 {
     std::vector<std::string> names;
-    for (const auto& [name, description] : kOwnCommands) {
-        names.emplace_back(name);
-    }
     for (const Command& command : kCommands) {
         names.emplace_back(command.name);
+    }
+    for (const auto& [name, description] : kOwnCommands) {
+        names.emplace_back(name);
     }
     return names;
 }
@@ -275,9 +272,25 @@ CLI::Option* AddCommand(CLI::App& app, const Command& command, Options& options,
     return added->add_option(command.words, options.words, command.wordsDescription);
 }
 
+/// How often an option was given, before the command or after it.
+std::size_t CountOption(const CLI::App& app, const char* name)
+{
+    std::size_t count = app.count(name);
+    for (const CLI::App* const command : app.get_subcommands()) {
+        count += command->get_option_no_throw(name) != nullptr ? command->count(name) : 0;
+    }
+    return count;
+}
+
 /// Refuses words and options that no command has, and options that have no effect.
 void RefuseExtras(const CLI::App& app)
 {
+    if (CountOption(app, "--in-process") > 0 && CountOption(app, "--time-limit") > 0) {
+        Refuse("--time-limit has no effect with --in-process");
+    }
+    if (app.got_subcommand("stream") && CountOption(app, "--output") > 0) {
+        Refuse("--output has no effect on stream: a stream has one side");
+    }
     static const std::vector<std::string> kOptions = {
         "--in-process", "--time-limit", "--plugin", "--device", "--channel", "--output",
         "--expect",     "--repeat",     "--json",   "--quiet",  "--help",    "--version"};
@@ -293,17 +306,13 @@ void RefuseExtras(const CLI::App& app)
             if (isRun && std::ranges::find(kOptions, name) != kOptions.end()) {
                 Refuse(name + " has no effect on run: the script says it");
             }
-            Refuse("there is no option " + word + "; " + Tools::SuggestNearest(name, kOptions) +
-                   "see --help");
         }
-        if (app.get_subcommands().empty()) {
-            Refuse("there is no command \"" + word + "\"; " +
-                   Tools::SuggestNearest(word, GetCommandNames()) + "there are " + kCommandList);
-        }
-        Refuse("\"" + word + "\" is unexpected");
+        Refuse(Tools::DescribeUnexpected(
+            word, kOptions,
+            app.get_subcommands().empty() ? GetCommandNames() : std::vector<std::string>()));
     }
     if (app.get_subcommands().empty()) {
-        Refuse(std::string("a command is needed: ") + kCommandList);
+        Refuse("a command is needed: " + Tools::JoinWords(GetCommandNames()));
     }
 }
 

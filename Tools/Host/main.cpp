@@ -61,7 +61,7 @@ class Progress
 {
 public:
     explicit Progress(const Arguments& arguments)
-        : mIsShown(isatty(STDERR_FILENO) == 1 && (arguments.isQuiet || isatty(STDOUT_FILENO) != 1))
+        : mIsShown(Tools::IsErrorTerminal() && (arguments.isQuiet || !Tools::IsOutputTerminal()))
     {}
     ~Progress() { Erase(); }
     Progress(const Progress&) = delete;

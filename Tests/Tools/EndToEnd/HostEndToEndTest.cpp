@@ -8,6 +8,10 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
 
 namespace {
 
@@ -288,6 +292,14 @@ TEST(Host, RefusesWhatCannotBeMeant)
               "qxhost: --device has no effect on run: the script says it");
     EXPECT_EQ(GetRefusal({"--expect", "ok", "run", "-"}),
               "qxhost: --expect has no effect on run: the script says it");
+    EXPECT_EQ(GetRefusal({"info", "--in-process", "--time-limit", "5"}),
+              "qxhost: --time-limit has no effect with --in-process");
+    EXPECT_EQ(GetRefusal({"stream", "--output"}),
+              "qxhost: --output has no effect on stream: a stream has one side");
+    EXPECT_EQ(GetRefusal({"run", "-"}, "stream get enable side=output\n"),
+              "qxhost: -:1: side has no effect on stream: a stream has one side");
+    EXPECT_EQ(GetRefusal({"validate", "--list", "--json"}),
+              "qxhost validate: --json has no effect with --list");
 }
 
 TEST(Host, TellsItsVersion)
@@ -338,6 +350,33 @@ TEST(Host, GivesNoAdviceOnThisProductForAnothersBundle)
     EXPECT_TRUE(lines[2].starts_with("    1  AudioDriverPlugInOpen")) << lines[2];
     EXPECT_TRUE(lines[3].starts_with("       -> 2003329396 'what'  unspecified error  ["))
         << lines[3];
+}
+
+TEST(Host, CountsCallsOnATerminalWhereTheyAreNotShown)
+{
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_EQ(grantpt(terminal), 0);
+    ASSERT_EQ(unlockpt(terminal), 0);
+    ChildProcess host("sh", {"-c",
+                             std::string("exec ") + QX_EMULATOR +
+                                 " \"$0\" get --quiet --repeat 1000000000 2>" + ptsname(terminal),
+                             kHostProgram});
+    std::string shown;
+    char block[256];
+    while (shown.find(" calls, 0 not as expected") == std::string::npos) {
+        pollfd waiting = {terminal, POLLIN, 0};
+        constexpr int kPatienceMilliseconds = 60000;
+        ASSERT_EQ(poll(&waiting, 1, kPatienceMilliseconds), 1);
+        const ssize_t size = read(terminal, block, sizeof block);
+        ASSERT_GT(size, 0);
+        shown.append(block, static_cast<std::size_t>(size));
+    }
+
+    host.Signal(SIGINT);
+
+    EXPECT_EQ(host.ReadLines().size(), 1U) << "the summary";
+    EXPECT_EQ(host.Wait(), 130);
+    close(terminal);
 }
 
 TEST(Host, ClosesDevicesAndSumsUpWhenItIsInterrupted)

@@ -4,6 +4,8 @@
 
 #include "Tools/Host/Script.h"
 
+#include <CoreFoundation/CoreFoundation.h>
+
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -164,6 +166,32 @@ TEST(Session, HandsOverAnAddressAlsoForNoBytes)
     const std::vector<CallResult> results = RunScript("get enable size=0\n");
 
     EXPECT_EQ(results[0].status, kAudioHardwareUnsupportedOperationError);
+}
+
+// A host that only slept would not learn of the end of a server, nor of a reply.
+TEST(Session, RunsTheRunLoopDuringAPause)
+{
+    bool hasArrived = false;
+    CFMessagePortContext context = {0, &hasArrived, nullptr, nullptr, nullptr};
+    const CFMessagePortRef local = CFMessagePortCreateLocal(
+        nullptr, CFSTR("org.qxaudio.pause"),
+        [](CFMessagePortRef, SInt32, CFDataRef, void* info) -> CFDataRef {
+            *static_cast<bool*>(info) = true;
+            return nullptr;
+        },
+        &context, nullptr);
+    const CFRunLoopSourceRef source = CFMessagePortCreateRunLoopSource(nullptr, local, 0);
+    CFRunLoopAddSource(CFRunLoopGetCurrent(), source, kCFRunLoopDefaultMode);
+    const CFMessagePortRef remote = CFMessagePortCreateRemote(nullptr, CFSTR("org.qxaudio.pause"));
+    EXPECT_EQ(CFMessagePortSendRequest(remote, 1, nullptr, 1, 0, nullptr, nullptr), 0);
+
+    RunScript("sleep 0.001\n");
+
+    EXPECT_TRUE(hasArrived);
+    CFMessagePortInvalidate(local);
+    for (const CFTypeRef object : {CFTypeRef(remote), CFTypeRef(source), CFTypeRef(local)}) {
+        CFRelease(object);
+    }
 }
 
 TEST(Session, ReportsAnExceptionAndGoesOn)

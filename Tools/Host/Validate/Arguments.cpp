@@ -141,6 +141,17 @@ void AddOptions(CLI::App& app, Arguments& arguments, std::string& profile)
     app.add_flag("--quiet", arguments.isQuiet, "Show only checks that fail, and the verdict");
 }
 
+/// Refuses options that have no effect on --list.
+void RefuseIdle(const CLI::App& app)
+{
+    for (const char* const name : {"--repeat", "--jobs", "--rounds", "--time-limit", "--json",
+                                   "--junit", "--recordings", "--quiet"}) {
+        if (app.count("--list") > 0 && app.count(name) > 0) {
+            Refuse(std::string(name) + " has no effect with --list");
+        }
+    }
+}
+
 } // namespace
 
 std::optional<Arguments> ReadArguments(int count, const char* const* values, int& exitCode)
@@ -153,6 +164,7 @@ std::optional<Arguments> ReadArguments(int count, const char* const* values, int
     AddOptions(app, arguments, profile);
     try {
         app.parse(count, values);
+        RefuseIdle(app);
         Plan& plan = arguments.plan;
         plan.bundle = MakeAbsolute(plan.bundle.empty() ? Host::FindDefaultPlugIn() : plan.bundle);
         plan.profile = LoadProfile(profile);
