@@ -14,14 +14,12 @@ namespace Tools {
 
 std::string DescribePortHolder(CFStringRef name)
 {
-    const int process = static_cast<int>(StandinGetPortHolder(name));
+    const SInt32 process = StandinGetPortHolder(name);
     if (process == 0) {
         return "";
     }
-    std::string program;
-    std::ifstream file(FormatText("/proc/%d/comm", process));
-    std::getline(file, program);
-    return FormatText("process %d", process) +
+    const std::string program = GetProgramName(process);
+    return FormatText("process %d", static_cast<int>(process)) +
            (program.empty() ? "" : " (" + EscapeControls(program) + ")");
 }
 
@@ -46,6 +44,19 @@ std::size_t RefuseSenders(CFMessagePortRef port)
     return std::numeric_limits<std::size_t>::max();
 }
 
+SInt32 GetSender(CFMessagePortRef port)
+{
+    return StandinGetSender(port);
+}
+
+std::string GetProgramName(SInt32 process)
+{
+    std::string program;
+    std::ifstream file(FormatText("/proc/%d/comm", static_cast<int>(process)));
+    std::getline(file, program);
+    return program;
+}
+
 } // namespace Tools
 
 #else
@@ -66,6 +77,16 @@ std::size_t RefuseSenders(CFMessagePortRef)
 {
     // The platform's queue holds this many.
     return 5;
+}
+
+SInt32 GetSender(CFMessagePortRef)
+{
+    return 0;
+}
+
+std::string GetProgramName(SInt32)
+{
+    return "";
 }
 
 } // namespace Tools

@@ -19,4 +19,11 @@ std::string DescribePortFault();
 /// may have been sent before and are still to be received.
 std::size_t RefuseSenders(CFMessagePortRef port);
 
+/// Returns the process that sent the message which a port handed over last, or 0 if the platform
+/// does not tell.
+SInt32 GetSender(CFMessagePortRef port);
+
+/// Returns the name of a process's program, such as "qxhost", or "" if it is not known.
+std::string GetProgramName(SInt32 process);
+
 } // namespace Tools

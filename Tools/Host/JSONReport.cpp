@@ -12,6 +12,8 @@ namespace {
 
 using JSON = nlohmann::ordered_json;
 
+constexpr int kVersion = 1;
+
 void Print(const JSON& object)
 {
     // A path or the text of an exception need not be UTF-8. What is not ASCII is escaped: it could
@@ -42,19 +44,23 @@ public:
 
     void ShowPlugIn(const std::string& path) override
     {
-        Print({{"event", "plugin"}, {"path", path}});
+        Print({{"schemaVersion", kVersion}, {"event", "plugin"}, {"path", path}});
     }
 
     void ShowServer(const std::string& portName, bool isThere) override
     {
-        Print({{"event", "server"}, {"port", portName}, {"running", isThere}});
+        Print({{"schemaVersion", kVersion},
+               {"event", "server"},
+               {"port", portName},
+               {"running", isThere}});
     }
 
     void ShowCall(std::size_t number, const Step& step, const CallResult& result) override;
 
     void ShowTotals(const Totals& totals) override
     {
-        Print({{"event", "summary"},
+        Print({{"schemaVersion", kVersion},
+               {"event", "summary"},
                {"calls", totals.calls},
                {"unexpected", totals.unexpected},
                {"shortestMicroseconds", totals.shortest},
@@ -64,7 +70,8 @@ public:
 
     void ShowEnd(const std::string& how, const ChildEnd& end, const std::string& gdb) override
     {
-        Print({{"event", "end"},
+        Print({{"schemaVersion", kVersion},
+               {"event", "end"},
                {"text", how},
                {"call", end.call},
                {"inCall", end.isInCall},
@@ -79,7 +86,8 @@ private:
 
 void JSONReport::ShowCall(std::size_t number, const Step& step, const CallResult& result)
 {
-    JSON object = {{"event", "call"},
+    JSON object = {{"schemaVersion", kVersion},
+                   {"event", "call"},
                    {"number", number},
                    {"entryPoint", GetEntryPointName(step.action)},
                    {"device", result.device}};

@@ -2,7 +2,9 @@
 
 #include "Tools/Monitor/Arguments.h"
 
+#include "Tools/Common/NumberCheck.h"
 #include "Tools/Common/Text.h"
+#include "Tools/Monitor/CommandOptions.h"
 
 #include <CLI/CLI.hpp>
 
@@ -17,33 +19,25 @@ constexpr const char* kDescription =
 constexpr const char* kFooter =
     "Exit codes:\n"
     "  0  ended as asked (by Ctrl-C too); every message was well formed\n"
-    "  1  ended as asked; at least one message was malformed\n"
+    "  1  a message was malformed; diff: a difference; replay --send: one was refused\n"
     "  2  the command line is wrong\n"
-    "  3  the port is held by another process, or cannot be made\n"
-    "  4  the file to decode cannot be read\n"
-    "  5  the standard output cannot be written\n"
+    "  3  the port is held by another process, or cannot be made; replay --send: none\n"
+    "  4  a file cannot be read, or a recording is damaged\n"
+    "  5  the standard output or the recording cannot be written\n"
     "  6  there is not enough memory\n"
     "\n"
     "Examples:\n"
     "  qxmon                      show messages until Ctrl-C\n"
     "  qxmon --hex --count 5      show five messages with their bytes\n"
     "  qxmon --json --for 10      ten seconds, one JSON object a line\n"
-    "  qxmon decode message.xml   decode a captured document\n";
+    "  qxmon decode message.xml   decode a captured document\n"
+    "  qxmon record now.jsonl     show messages and keep them in a file\n"
+    "  qxmon replay now.jsonl --send\n"
+    "                             send them again\n";
 
 std::string FormatFailure(const CLI::App*, const CLI::Error& error)
 {
     return "qxmon: " + Tools::EscapeControls(error.what()) + "\nqxmon --help tells more.\n";
-}
-
-/// What is wrong with a count or a time of the command line, or "". A time that is not a number
-/// would never be over.
-std::string CheckIsPositive(const std::string& text)
-{
-    double number = 0;
-    if (!CLI::detail::lexical_cast(text, number) || !(number > 0)) {
-        return "\"" + text + "\" is not a number above 0";
-    }
-    return {};
 }
 
 } // namespace
@@ -55,20 +49,24 @@ std::optional<Arguments> ReadArguments(int count, const char* const* values, int
     app.footer(kFooter);
     app.failure_message(FormatFailure);
     app.fallthrough();
-    app.add_flag("--hex", arguments.hasBytes, "Show each field's bytes beside its name");
+    app.allow_extras();
+    app.set_version_flag("--version", "qxmon " QX_VERSION);
+    app.add_flag("--hex", arguments.hasBytes, "Show the document's elements and the fields' bytes");
     app.add_flag("--json", arguments.isJSON, "Print one JSON object a line and nothing else");
     app.add_option("--count", arguments.count, "End after this many messages")
         ->type_name("N")
-        ->check(CheckIsPositive);
+        ->check(Tools::MakeNumberCheck(1, 1000000000));
     app.add_option("--for", arguments.seconds, "End after this many seconds")
         ->type_name("SECONDS")
-        ->check(CheckIsPositive);
+        ->check(Tools::MakeSecondsCheck(0.001, 1e9));
     CLI::App* const decode =
-        app.add_subcommand("decode", "Decode a captured XML document, without any port");
+        app.add_subcommand("decode", "Decode a captured XML document or a recording");
     std::string file;
     decode->add_option("FILE", file, "The document; - reads the standard input")->required();
+    AddCommands(app, arguments);
     try {
         app.parse(count, values);
+        RefuseExtras(app, arguments);
     } catch (const CLI::ParseError& error) {
         exitCode = app.exit(error) == 0 ? kExitDone : kExitUsage;
         return std::nullopt;

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace Monitor {
 
@@ -24,7 +25,11 @@ struct Arguments
     bool isJSON = false;
     std::optional<std::size_t> count;  ///< end after that many messages
     std::optional<double> seconds;     ///< end after that time
+    std::optional<std::string> record; ///< write what arrives to this file too
     std::optional<std::string> decode; ///< decode this file instead; "-" is the standard input
+    std::optional<std::string> replay; ///< show this recording instead
+    bool isSent = false;               ///< send the recording instead of showing it
+    std::vector<std::string> diff;     ///< compare these two recordings instead
 };
 
 /// Reads the command line. Returns nothing, with the exit code to end with, when that is all there

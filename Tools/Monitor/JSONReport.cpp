@@ -2,6 +2,7 @@
 
 #include "Tools/Common/Terminal.h"
 #include "Tools/Common/Text.h"
+#include "Tools/Common/Time.h"
 #include "Tools/Monitor/Report.h"
 
 #include <algorithm>
@@ -12,6 +13,8 @@ namespace Monitor {
 namespace {
 
 using JSON = nlohmann::ordered_json;
+
+constexpr int kVersion = 1;
 
 void PrintHex(const char* name, const Bytes& bytes)
 {
@@ -120,15 +123,18 @@ private:
 
 void JSONReport::ShowReady(const std::string& portName)
 {
-    Print({{"event", "ready"}, {"port", portName}, {"process", static_cast<int>(getpid())}});
+    Print({{"schemaVersion", kVersion},
+           {"event", "ready"},
+           {"port", portName},
+           {"process", static_cast<int>(getpid())}});
 }
 
 void JSONReport::ShowMessage(const Arrival& arrival)
 {
     const DecodedMessage& message = arrival.message;
-    JSON object = {{"event", "message"}, {"number", arrival.number}};
-    if (!arrival.time.empty()) {
-        object["time"] = arrival.time;
+    JSON object = {{"schemaVersion", kVersion}, {"event", "message"}, {"number", arrival.number}};
+    if (arrival.time != 0) {
+        object["time"] = Tools::FormatUTC(arrival.time);
     }
     object["messageID"] = message.id;
     object["code"] = Tools::FormatFourCharCode(static_cast<UInt32>(message.id));
@@ -138,6 +144,7 @@ void JSONReport::ShowMessage(const Arrival& arrival)
         AddParameter(object, message);
     }
     if (mHasBytes) {
+        object["elements"] = ListFields(message.elements);
         object["fields"] = ListFields(message.fields);
     }
     JSON findings = JSON::array();
@@ -169,11 +176,9 @@ void JSONReport::ShowSummary(const StateTable& table)
                            {"state", ToJSON(device.state)},
                            {"channels", std::move(channels)}});
     }
-    JSON object = {{"event", "summary"},
-                   {"received", table.GetReceived()},
-                   {"malformed", table.GetMalformed()},
-                   {"opens", table.GetOpens()},
-                   {"closes", table.GetCloses()},
+    JSON object = {{"schemaVersion", kVersion},       {"event", "summary"},
+                   {"received", table.GetReceived()}, {"malformed", table.GetMalformed()},
+                   {"opens", table.GetOpens()},       {"closes", table.GetCloses()},
                    {"devices", std::move(devices)}};
     if (table.GetUnkept() > 0) {
         object["unkept"] = table.GetUnkept();

@@ -38,7 +38,8 @@ struct Finding
     std::string text;
 };
 
-/// One field of the set-parameter message: where it lies and what it says.
+/// One field of the set-parameter message, or one element of the document: where it lies and what
+/// it says.
 struct Field
 {
     std::size_t offset;
@@ -69,6 +70,7 @@ struct DecodedMessage
     std::optional<UInt32> type;
     Value value;
     std::vector<Field> fields;
+    std::vector<Field> elements; ///< of the document, as far as it could be read
     std::vector<Finding> findings;
 
     bool IsWellFormed() const { return findings.empty(); }

@@ -61,6 +61,7 @@ void ReportForeignKeys(DecodedMessage& message, const PropertyList& list)
 void DecodeDocument(DecodedMessage& message, std::string_view document)
 {
     PropertyList list = ReadPropertyList(document, message.findings);
+    message.elements = ListElements(list);
     if (!list.isDictionary) {
         return;
     }

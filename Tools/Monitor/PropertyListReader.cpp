@@ -159,7 +159,11 @@ private:
     bool SkipContainer();
     void InterpretScalar(Entry& entry, std::string_view text, std::size_t textOffset);
 
-    void Advance() { mToken = mScanner.Next(); }
+    void Advance()
+    {
+        mEnd = mScanner.GetPosition();
+        mToken = mScanner.Next();
+    }
     bool Is(Kind kind, std::string_view tag) const
     {
         return mToken.kind == kind && mToken.text == tag;
@@ -174,6 +178,7 @@ private:
     XMLScanner mScanner;
     std::vector<Finding>& mFindings;
     Token mToken;
+    std::size_t mEnd = 0; ///< of the token before
 };
 
 PropertyList Reader::Read()
@@ -205,6 +210,7 @@ PropertyList Reader::Read()
     if (!isEmptyDictionary && !ReadEntries(list)) {
         return list;
     }
+    list.size = mEnd - list.offset;
     if (!Expect(Kind::kClose, "plist", "</plist> after the dictionary")) {
         return list;
     }
@@ -229,9 +235,11 @@ bool Reader::ReadEntries(PropertyList& list)
         } else if (!Expect(Kind::kOpen, "key", "a <key> or </dict>") || !ReadKey(entry.key)) {
             return false;
         }
+        entry.keySize = mEnd - entry.keyOffset;
         if (!ReadValue(entry)) {
             return false;
         }
+        entry.valueSize = mEnd - entry.valueOffset;
         if (list.entries.size() == PropertyList::kMostEntries) {
             Report(entry.keyOffset, "the dictionary has more than 64 keys");
             return false;

@@ -20,9 +20,11 @@ namespace Monitor {
 struct Entry
 {
     std::string key;
-    std::size_t keyOffset = 0;
-    std::size_t valueOffset = 0; ///< where the value's tag begins
-    std::string kind;            ///< the value's tag: "integer", "data", "string", ...
+    std::size_t keyOffset = 0; ///< where its tag begins
+    std::size_t keySize = 0;   ///< to the end of its closing tag
+    std::size_t valueOffset = 0;
+    std::size_t valueSize = 0;
+    std::string kind; ///< the value's tag: "integer", "data", "string", ...
     std::optional<SInt64> integer;
     std::optional<Bytes> data;
 };
@@ -36,6 +38,7 @@ struct PropertyList
 
     bool isDictionary = false; ///< false if the document could not be read to its end
     std::size_t offset = 0;    ///< where the dictionary's tag begins
+    std::size_t size = 0;      ///< to the end of its closing tag, or 0 if there is none
     std::vector<Entry> entries;
 
     /// Returns the first entry of that key, or null.
@@ -45,5 +48,8 @@ struct PropertyList
 /// Reads a document. What is wrong is appended to `findings`, with offsets into the document; an
 /// error of the XML itself ends the reading, a value that does not fit its tag does not.
 PropertyList ReadPropertyList(std::string_view document, std::vector<Finding>& findings);
+
+/// Lists the dictionary, and the keys and values in it, with what they say.
+std::vector<Field> ListElements(const PropertyList& list);
 
 } // namespace Monitor

@@ -11,7 +11,7 @@ namespace Monitor {
 struct Arrival
 {
     std::size_t number = 0; ///< 1 for the first
-    std::string time;       ///< local time to the millisecond, or "" for a captured document
+    UInt64 time = 0;        ///< nanoseconds since 1970, or 0 for a captured document
     DecodedMessage message;
 };
 

@@ -9,14 +9,15 @@
 
 namespace Monitor {
 
-std::unique_ptr<ServerPort> ServerPort::Create(Handler handler)
+std::unique_ptr<ServerPort> ServerPort::Create(Handler handler, Reply reply)
 {
-    std::unique_ptr<ServerPort> port(new ServerPort(std::move(handler)));
+    std::unique_ptr<ServerPort> port(new ServerPort(std::move(handler), std::move(reply)));
     return port->mSource != nullptr ? std::move(port) : nullptr;
 }
 
-ServerPort::ServerPort(Handler handler)
+ServerPort::ServerPort(Handler handler, Reply reply)
     : mHandler(std::move(handler))
+    , mReply(std::move(reply))
 {
     CFMessagePortContext context = {0, this, nullptr, nullptr, nullptr};
     mPort = CFMessagePortCreateLocal(nullptr, CFSTR(kServerPortName), Receive, &context, nullptr);
@@ -46,6 +47,21 @@ void ServerPort::Run(double seconds)
     CFRunLoopRunInMode(kCFRunLoopDefaultMode, seconds, false);
 }
 
+void ServerPort::RunOnce(double seconds)
+{
+    CFRunLoopRunInMode(kCFRunLoopDefaultMode, seconds, true);
+}
+
+void ServerPort::Refuse()
+{
+    Tools::RefuseSenders(mPort);
+}
+
+SInt32 ServerPort::GetSender() const
+{
+    return Tools::GetSender(mPort);
+}
+
 void ServerPort::Finish(const std::function<bool()>& wantsMore)
 {
     std::size_t left = Tools::RefuseSenders(mPort);
@@ -64,8 +80,11 @@ CFDataRef ServerPort::Receive(CFMessagePortRef, SInt32 id, CFDataRef data, void*
     // Some releases of the platform hand over null for a request without data.
     const UInt8* const bytes = data != nullptr ? CFDataGetBytePtr(data) : nullptr;
     const CFIndex size = data != nullptr ? CFDataGetLength(data) : 0;
-    static_cast<ServerPort*>(info)->mHandler(id, bytes, static_cast<std::size_t>(size));
-    return nullptr;
+    const auto& server = *static_cast<ServerPort*>(info);
+    server.mHandler(id, bytes, static_cast<std::size_t>(size));
+    return server.mReply.empty() ? nullptr
+                                 : CFDataCreate(nullptr, server.mReply.data(),
+                                                static_cast<CFIndex>(server.mReply.size()));
 }
 
 } // namespace Monitor

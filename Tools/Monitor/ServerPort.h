@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace Monitor {
 
@@ -16,27 +17,39 @@ class ServerPort
 {
 public:
     using Handler = std::function<void(SInt32 id, const UInt8* data, std::size_t size)>;
+    using Reply = std::vector<UInt8>;
 
     /// Returns null if the name is held by another process, or the port cannot be made.
-    static std::unique_ptr<ServerPort> Create(Handler handler);
+    /// Every request that asks for a reply gets `reply`.
+    static std::unique_ptr<ServerPort> Create(Handler handler, Reply reply = {});
 
     ~ServerPort();
     ServerPort(const ServerPort&) = delete;
     ServerPort& operator=(const ServerPort&) = delete;
 
     /// Hands over the requests that come, until the time is over or the thread's run loop is
-    /// stopped. Every request that asks for a reply gets an empty one.
+    /// stopped.
     void Run(double seconds);
+
+    /// The same, but hands over one request at most.
+    void RunOnce(double seconds);
+
+    /// Refuses what is sent from now on, as long as the port is held.
+    void Refuse();
+
+    /// The process that sent the request which was handed over last, or 0 if that is unknown.
+    SInt32 GetSender() const;
 
     /// Refuses what is sent from now on, and hands over what was sent before and `wantsMore` still
     /// wants.
     void Finish(const std::function<bool()>& wantsMore);
 
 private:
-    explicit ServerPort(Handler handler);
+    ServerPort(Handler handler, Reply reply);
     static CFDataRef Receive(CFMessagePortRef port, SInt32 id, CFDataRef data, void* info);
 
     Handler mHandler;
+    const Reply mReply;
     CFMessagePortRef mPort = nullptr;
     CFRunLoopSourceRef mSource = nullptr;
 };

@@ -5,7 +5,10 @@
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <csignal>
+#include <mutex>
 #include <thread>
 #include <unistd.h>
 
@@ -13,12 +16,19 @@ namespace Monitor {
 namespace {
 
 std::atomic<bool> gWasInterrupted{false};
+/// For the threads that wait for the change of it.
+std::mutex gMutex;
+std::condition_variable gChange;
 
 [[noreturn]] void WaitForSignals(sigset_t signals, CFRunLoopRef loop)
 {
     int signal = 0;
     sigwait(&signals, &signal);
-    gWasInterrupted.store(true);
+    {
+        const std::lock_guard lock(gMutex);
+        gWasInterrupted.store(true);
+    }
+    gChange.notify_all();
     CFRunLoopStop(loop);
     CFRelease(loop);
     // This thread takes the next one, which then does what signals do.
@@ -47,6 +57,12 @@ void StopRunLoopOnSignals()
 bool WasInterrupted()
 {
     return gWasInterrupted.load();
+}
+
+void WaitForInterruption(double seconds)
+{
+    std::unique_lock lock(gMutex);
+    gChange.wait_for(lock, std::chrono::duration<double>(seconds), WasInterrupted);
 }
 
 } // namespace Monitor

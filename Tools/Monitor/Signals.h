@@ -12,4 +12,7 @@ void StopRunLoopOnSignals();
 
 bool WasInterrupted();
 
+/// Waits until a signal has come, or the time is over.
+void WaitForInterruption(double seconds);
+
 } // namespace Monitor

@@ -2,6 +2,7 @@
 
 #include "Tools/Common/Terminal.h"
 #include "Tools/Common/Text.h"
+#include "Tools/Common/Time.h"
 #include "Tools/Monitor/Report.h"
 #include "Tools/Monitor/ValueText.h"
 
@@ -19,6 +20,18 @@ std::string FormatMessageID(SInt32 id)
 {
     const std::string code = Tools::FormatFourCharCode(static_cast<UInt32>(id));
     return code.empty() ? FormatText("%d", static_cast<int>(id)) : "'" + code + "'";
+}
+
+/// The document that came with a message: where each of its elements begins, and how long it is.
+void ShowElements(const DecodedMessage& message)
+{
+    for (const Field& element : message.elements) {
+        std::string row = FormatText("       %6zu  %6zu bytes  %-10s  ", element.offset,
+                                     element.size, element.name.c_str()) +
+                          Tools::EscapeControls(element.meaning);
+        row.erase(row.find_last_not_of(' ') + 1);
+        PrintLine(row);
+    }
 }
 
 /// What the message says, in one line.
@@ -80,8 +93,9 @@ void TextReport::ShowReady(const std::string& portName)
 void TextReport::ShowMessage(const Arrival& arrival)
 {
     const DecodedMessage& message = arrival.message;
-    std::string line =
-        arrival.time.empty() ? "" : FormatText("%5zu  %s  ", arrival.number, arrival.time.c_str());
+    std::string line = arrival.time == 0 ? ""
+                                         : FormatText("%5zu  %s  ", arrival.number,
+                                                      Tools::FormatTimeOfDay(arrival.time).c_str());
     line += FormatMessageID(message.id) + "  ";
     if (!message.IsWellFormed()) {
         line += Paint("MALFORMED", Colour::kBad) + "  ";
@@ -96,6 +110,7 @@ void TextReport::ShowMessage(const Arrival& arrival)
                              Tools::EscapeControls(finding.text).c_str()));
     }
     if (mHasBytes) {
+        ShowElements(message);
         ShowFields(message);
     }
 }

@@ -42,6 +42,9 @@ public:
     /// Returns the next tag or text. Adjacent characters and character data sections are one text.
     Token Next();
 
+    /// Where the tag that was returned last ends.
+    std::size_t GetPosition() const { return mPosition; }
+
 private:
     struct Attribute
     {

@@ -194,7 +194,7 @@ TEST(Host, DescribesACallFieldByField)
     EXPECT_GE(call["microseconds"].get<double>(), 0);
     call.erase("microseconds");
     EXPECT_EQ(call, JSON::parse(R"({
-        "event": "call", "number": 2, "entryPoint": "AudioDriverPlugInDeviceGetPropertyInfo",
+        "schemaVersion": 1, "event": "call", "number": 2, "entryPoint": "AudioDriverPlugInDeviceGetPropertyInfo",
         "device": 7, "channel": 1, "input": true, "selector": 1145531756, "property": "DGml",
         "name": "level", "size": 8, "status": 0, "code": "", "explanation": "success",
         "outSize": 8, "outWritable": true, "expected": 0, "asExpected": true})"));

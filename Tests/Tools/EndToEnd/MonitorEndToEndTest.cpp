@@ -115,10 +115,10 @@ TEST(Monitor, ShowsAMessageFieldByField)
     EXPECT_EQ(Sender().Send(kSetParameterMessage, MakeDocument("258", kBigEndianLevelText)), 0);
 
     JSON message = ReadObject(monitor);
-    EXPECT_EQ(message["time"].get<std::string>().size(), 12u);
+    EXPECT_EQ(message["time"].get<std::string>().size(), 27u);
     message.erase("time");
     EXPECT_EQ(message, JSON::parse(R"({
-        "event": "message", "number": 1, "messageID": 1397509197, "code": "SLLM",
+        "schemaVersion": 1, "event": "message", "number": 1, "messageID": 1397509197, "code": "SLLM",
         "dataSize": 353, "wellFormed": true, "device": 258, "byteOrder": "big-endian",
         "parameter": -249, "name": "level", "type": 8, "typeName": "kBuffer",
         "channel": 1, "channelIndex": 0, "first": 0.0, "second": -6.020599913279624,
@@ -126,7 +126,7 @@ TEST(Monitor, ShowsAMessageFieldByField)
 "0000002C00000000FFFFFF072000000000000000080000000000000000000000C018151824C7587F00000000",
         "findings": []})"));
     EXPECT_EQ(ReadObject(monitor), JSON::parse(R"({
-        "event": "summary", "received": 1, "malformed": 0, "opens": 0, "closes": 0,
+        "schemaVersion": 1, "event": "summary", "received": 1, "malformed": 0, "opens": 0, "closes": 0,
         "devices": [{"device": 258, "messages": 1, "enable": null, "state": null,
                      "channels": [{"channel": 1, "first": 0.0, "second": -6.020599913279624}]}]})"));
     EXPECT_EQ(monitor.Wait(), 0);
@@ -447,9 +447,14 @@ TEST(Monitor, ShowsTheBytesBesideTheFieldNames)
     ASSERT_GT(lines.size(), 10u);
     EXPECT_EQ(lines[0].substr(21), "'SLLM'  device 258        level   channel 1          0.00 dB   "
                                    "-6.02 dB  [big-endian]");
-    EXPECT_EQ(lines[1], "            0  00 00 00 2C              message length    44, big-endian");
-    EXPECT_EQ(lines[8], "           32  C0 18 15 18 24 C7 58 7F  second level      -6.02 dB");
-    EXPECT_EQ(lines[9], "           40  00 00 00 00              channel index     0, channel 1");
+    EXPECT_EQ(lines[1], "          164     179 bytes  <dict>      2 keys");
+    EXPECT_EQ(lines[2], "          172      31 bytes  <key>       CoreAudioDeviceIDKey");
+    EXPECT_EQ(lines[3], "          205      22 bytes  <integer>   258");
+    EXPECT_EQ(lines[4], "          229      27 bytes  <key>       ParameterDataKey");
+    EXPECT_EQ(lines[5], "          258      77 bytes  <data>      44 bytes");
+    EXPECT_EQ(lines[6], "            0  00 00 00 2C              message length    44, big-endian");
+    EXPECT_EQ(lines[13], "           32  C0 18 15 18 24 C7 58 7F  second level      -6.02 dB");
+    EXPECT_EQ(lines[14], "           40  00 00 00 00              channel index     0, channel 1");
     for (const std::string& line : lines) {
         EXPECT_EQ(line.find('\x1B'), std::string::npos) << "a colour in a pipe";
     }
@@ -521,19 +526,48 @@ TEST(Monitor, SaysInItsExitCodeWhetherADocumentIsWellFormed)
 
 TEST(Monitor, RefusesACommandLineThatItDoesNotKnow)
 {
-    const std::vector<std::string> kCases[] = {{"--loud"},      {"--count", "0"}, {"--count", "x"},
-                                               {"--for", "-1"}, {"--for", "nan"}, {"decode"}};
-    for (const auto& arguments : kCases) {
-        SCOPED_TRACE(arguments.back());
-        ChildProcess monitor(kMonitorProgram, arguments);
+    const std::string seconds = "\" is not a number of seconds from 0.001 to 1000000000";
+    const std::string count = "\" is not a whole number from 1 to 1000000000";
+    const struct
+    {
+        std::vector<std::string> arguments;
+        std::string error;
+    } kCases[] = {
+        {{"--joson"}, "there is no option --joson; did you mean --json? see --help"},
+        {{"--count", "0"}, "--count: \"0" + count},
+        {{"--count", "x"}, "--count: \"x" + count},
+        {{"--for", "-1"}, "--for: \"-1" + seconds},
+        {{"--for", "nan"}, "--for: \"nan" + seconds},
+        {{"decode"}, "FILE is required"},
+        {{"decdoe", "a.xml"},
+         "there is no command \"decdoe\"; did you mean decode? there are decode, record, "
+         "replay and diff"},
+        {{"decode", "a.xml", "b.xml"}, "\"b.xml\" is unexpected"},
+        {{"replay", "a", "--sned"}, "there is no option --sned; did you mean --send? see --help"},
+        {{"decode", "a", "--count", "1"}, "--count has no effect on decode"},
+        {{"--for", "1", "replay", "a"}, "--for has no effect on replay"},
+        {{"replay", "a", "--send", "--json"}, "--json has no effect on replay --send"},
+        {{"diff", "a", "b", "--hex"}, "--hex has no effect on diff"},
+    };
+    for (const auto& entry : kCases) {
+        ChildProcess monitor(kMonitorProgram, entry.arguments);
 
         EXPECT_EQ(monitor.Wait(), 2);
-        EXPECT_NE(monitor.GetErrors(), "");
+        EXPECT_EQ(monitor.GetErrors(), "qxmon: " + entry.error + "\nqxmon --help tells more.\n");
     }
+    ChildProcess version(kMonitorProgram, {"--version"});
+    EXPECT_EQ(version.ReadLine(), "qxmon " QX_VERSION);
+    EXPECT_EQ(version.Wait(), 0);
     ChildProcess help(kMonitorProgram, {"--help"});
     const std::vector<std::string> lines = help.ReadLines();
     EXPECT_EQ(help.Wait(), 0);
     EXPECT_NE(std::find(lines.begin(), lines.end(), "Exit codes:"), lines.end());
+    ChildProcess ofReplay(kMonitorProgram, {"replay", "--help"});
+    const std::vector<std::string> words = ofReplay.ReadLines();
+    EXPECT_NE(std::find(words.begin(), words.end(),
+                        "These work here too: --hex and --json. qxmon --help tells of them and of "
+                        "exit codes."),
+              words.end());
 }
 
 TEST(Monitor, SaysThatItsOutputCannotBeWritten)

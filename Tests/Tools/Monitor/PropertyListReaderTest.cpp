@@ -57,6 +57,40 @@ TEST(PropertyListReader, KeepsTheOffsetsOfKeysAndValues)
     EXPECT_EQ(list.Find("b"), nullptr);
 }
 
+/// The elements of a document, one a line.
+std::string ListElements(const std::string& document)
+{
+    std::vector<Finding> findings;
+    std::string text;
+    for (const Monitor::Field& element :
+         Monitor::ListElements(Monitor::ReadPropertyList(document, findings))) {
+        text += std::to_string(element.offset) + "+" + std::to_string(element.size) + " " +
+                element.name + " " + element.meaning + "\n";
+    }
+    return text;
+}
+
+TEST(PropertyListReader, ListsEveryElementWithItsPlace)
+{
+    EXPECT_EQ(ListElements("<plist> <dict><key>a</key> <integer> 1 </integer><key/><true/>"
+                           "<key>c</key><data>AAAA</data><key>d</key><array><true/></array >"
+                           "</dict></plist>"),
+              "8+125 <dict> 4 keys\n"
+              "14+12 <key> a\n"
+              "27+22 <integer> 1\n"
+              "49+6 <key> \n"
+              "55+7 <true> \n"
+              "62+12 <key> c\n"
+              "74+17 <data> 3 bytes\n"
+              "91+12 <key> d\n"
+              "103+23 <array> \n");
+    EXPECT_EQ(ListElements("<plist><dict/></plist>"), "7+7 <dict> 0 keys\n");
+    // What is before the end of a document that has lost it.
+    EXPECT_EQ(ListElements("<plist><dict><key>a</key><true/><key>b</key>"), "13+12 <key> a\n"
+                                                                            "25+7 <true> \n");
+    EXPECT_EQ(ListElements(""), "");
+}
+
 TEST(PropertyListReader, ReadsEveryKindOfValue)
 {
     PropertyList list;

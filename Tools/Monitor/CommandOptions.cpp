@@ -1,0 +1,116 @@
+// CommandOptions.cpp - record, replay and diff on the command line.
+
+#include "Tools/Monitor/CommandOptions.h"
+
+#include "Tools/Common/Nearest.h"
+
+#include <algorithm>
+
+namespace Monitor {
+namespace {
+
+/// Throws: CLI::ValidationError with that text.
+[[noreturn]] void Refuse(const std::string& text)
+{
+    throw CLI::ValidationError(text);
+}
+
+/// The names of options or commands.
+template <class Items>
+std::vector<std::string> GetNames(const Items& items)
+{
+    std::vector<std::string> names;
+    names.reserve(items.size());
+    for (const auto* const item : items) {
+        names.push_back(item->get_name());
+    }
+    return names;
+}
+
+/// Options that a command has no use for. What is written "NAME X" is about the form X of it.
+struct Idle
+{
+    const char* command;
+    std::vector<std::string> options;
+};
+
+const Idle kIdle[] = {
+    {"decode", {"--count", "--for"}},
+    {"replay", {"--count", "--for"}},
+    {"replay --send", {"--hex", "--json"}},
+    {"diff", {"--hex", "--json", "--count", "--for"}},
+};
+
+/// The options of the program that a command takes too.
+std::string ListUseful(const CLI::App& app, const std::string& command)
+{
+    std::vector<std::string> names = GetNames(app.get_options());
+    std::erase(names, "--help");
+    std::erase(names, "--version");
+    for (const Idle& idle : kIdle) {
+        std::erase_if(names, [&](const std::string& name) {
+            return idle.command == command &&
+                   std::ranges::find(idle.options, name) != idle.options.end();
+        });
+    }
+    return names.empty() ? ""
+                         : "These work here too: " + Tools::JoinWords(names) +
+                               ". qxmon --help tells of them and of exit codes.";
+}
+
+void RefuseIdle(const CLI::App& app, const std::string& command, const std::string& form)
+{
+    for (const Idle& idle : kIdle) {
+        for (const std::string& option : idle.options) {
+            if ((idle.command == command || idle.command == form) && app.count(option) > 0) {
+                Refuse(option + " has no effect on " + idle.command);
+            }
+        }
+    }
+}
+
+} // namespace
+
+void AddCommands(CLI::App& app, Arguments& arguments)
+{
+    app.add_subcommand("record", "Show messages, and write them to a file as well")
+        ->add_option("FILE", arguments.record, "The recording; what it held before is lost")
+        ->required();
+    CLI::App* const replay =
+        app.add_subcommand("replay", "Show the messages of a recording as if they arrived");
+    replay->add_option("FILE", arguments.replay, "The recording; - reads the standard input")
+        ->required();
+    replay->add_flag("--send", arguments.isSent,
+                     "Send them to the server that holds the port instead, without pauses");
+    app.add_subcommand("diff", "Tell the first difference of two recordings")
+        ->add_option("FILE FILE", arguments.diff, "The recordings")
+        ->required()
+        ->expected(2);
+    for (CLI::App* const command : app.get_subcommands([](const CLI::App*) { return true; })) {
+        command->footer(std::string());
+        command->footer([&app, command] { return ListUseful(app, command->get_name()); });
+    }
+}
+
+void RefuseExtras(const CLI::App& app, const Arguments& arguments)
+{
+    const std::vector<CLI::App*> given = app.get_subcommands();
+    for (const std::string& word : app.remaining(true)) {
+        std::vector<std::string> options = GetNames(app.get_options());
+        for (const CLI::App* const command : given) {
+            const std::vector<std::string> own = GetNames(command->get_options());
+            options.insert(options.end(), own.begin(), own.end());
+        }
+        const auto isAny = [](const CLI::App*) { return true; };
+        Refuse(Tools::DescribeUnexpected(word, options,
+                                         given.empty() ? GetNames(app.get_subcommands(isAny))
+                                                       : std::vector<std::string>()));
+    }
+    if (!given.empty()) {
+        const std::string command = given.front()->get_name();
+        const std::string form = command + (arguments.isSent ? " --send" : "");
+        RefuseIdle(app, command, form);
+    }
+}
+
+} // namespace Monitor

@@ -1,0 +1,34 @@
+// Commands.h - what the monitor can be asked to do, and what several commands share.
+#pragma once
+
+#include "Tools/Monitor/Arguments.h"
+#include "Tools/Monitor/Report.h"
+#include "Tools/Monitor/ServerPort.h"
+#include "Tools/Recording/Reader.h"
+
+namespace Monitor {
+
+// Each runs one command of its name and returns the program's exit code.
+int Replay(const Arguments& arguments);
+int Diff(const Arguments& arguments);
+
+/// Shows the messages of a recording as if they arrived. Returns the exit code.
+int ShowRecording(IReport& report, const Recording::Reader& reader);
+
+std::unique_ptr<IReport> MakeReport(const Arguments& arguments);
+
+/// Says why the port cannot be held. Returns the exit code.
+int ShowPortFault();
+
+/// Says that a file cannot be read. Returns the exit code.
+int ShowUnreadable(const std::string& failure);
+
+/// Runs the port until a signal or the handler stops the loop, or the time is over. Then refuses
+/// senders, and hands over what was sent before.
+void RunPort(ServerPort& port, const std::function<bool()>& wantsMore,
+             const std::optional<double>& seconds);
+
+/// Shows the last states. Returns the exit code.
+int Finish(IReport& report, const StateTable& table);
+
+} // namespace Monitor

@@ -1,0 +1,31 @@
+// Recorder.h - writes what arrives to a recording.
+#pragma once
+
+#include "Tools/Recording/Writer.h"
+
+#include <optional>
+
+namespace Monitor {
+
+class Recorder
+{
+public:
+    /// Makes the file. Without one nothing is recorded.
+    explicit Recorder(const std::optional<std::string>& file);
+
+    /// Writes one message; `sender` is its process.
+    void Take(SInt32 id, const UInt8* data, std::size_t size, SInt32 sender);
+
+    /// Tells whether the file could not be written.
+    bool HasFailed() const { return mWriter && !mWriter->GetFailure().empty(); }
+
+    /// Says why. Returns the exit code.
+    int ShowFailure() const;
+
+private:
+    const std::string mFile;
+    std::optional<Recording::Writer> mWriter;
+    UInt64 mNumber = 0;
+};
+
+} // namespace Monitor
