@@ -33,7 +33,9 @@ constexpr const char* kFooter =
     "  qxmon decode message.xml   decode a captured document\n"
     "  qxmon record now.jsonl     show messages and keep them in a file\n"
     "  qxmon replay now.jsonl --send\n"
-    "                             send them again\n";
+    "                             send them again\n"
+    "  qxmon serve --profile die-after 3\n"
+    "                             a server that crashes at the third message\n";
 
 std::string FormatFailure(const CLI::App*, const CLI::Error& error)
 {

@@ -1,6 +1,8 @@
 // Arguments.h - what the command line of the monitor asks for.
 #pragma once
 
+#include "Tools/Monitor/Fault.h"
+
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -26,6 +28,7 @@ struct Arguments
     std::optional<std::size_t> count;  ///< end after that many messages
     std::optional<double> seconds;     ///< end after that time
     std::optional<std::string> record; ///< write what arrives to this file too
+    std::optional<Fault> fault;        ///< be a server with this fault
     std::optional<std::string> decode; ///< decode this file instead; "-" is the standard input
     std::optional<std::string> replay; ///< show this recording instead
     bool isSent = false;               ///< send the recording instead of showing it

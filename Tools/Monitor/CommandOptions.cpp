@@ -1,4 +1,4 @@
-// CommandOptions.cpp - record, replay and diff on the command line.
+// CommandOptions.cpp - record, replay, diff and serve on the command line.
 
 #include "Tools/Monitor/CommandOptions.h"
 
@@ -39,6 +39,7 @@ const Idle kIdle[] = {
     {"replay", {"--count", "--for"}},
     {"replay --send", {"--hex", "--json"}},
     {"diff", {"--hex", "--json", "--count", "--for"}},
+    {"serve --profile silent", {"--hex", "--count"}},
 };
 
 /// The options of the program that a command takes too.
@@ -86,6 +87,24 @@ void AddCommands(CLI::App& app, Arguments& arguments)
         ->add_option("FILE FILE", arguments.diff, "The recordings")
         ->required()
         ->expected(2);
+    const auto readFault = [&arguments](const std::vector<std::string>& words) {
+        std::string wrong;
+        arguments.fault = ReadFault(words, wrong);
+        if (!wrong.empty()) {
+            Refuse(wrong);
+        }
+    };
+    app.add_subcommand("serve", "Be a server with a fault, to try a driver with")
+        ->add_option_function<std::vector<std::string>>(
+            "--profile", readFault,
+            "slow [SECONDS]  waits before each message, 1 second\n"
+            "silent  takes no message\n"
+            "refuse [N]  refuses senders after N messages, 1\n"
+            "die-after N  ends as in a crash at message N\n"
+            "garbage-reply  replies with bytes that mean nothing")
+        ->type_name("NAME [NUMBER]")
+        ->required()
+        ->expected(1, 2);
     for (CLI::App* const command : app.get_subcommands([](const CLI::App*) { return true; })) {
         command->footer(std::string());
         command->footer([&app, command] { return ListUseful(app, command->get_name()); });
@@ -108,7 +127,10 @@ void RefuseExtras(const CLI::App& app, const Arguments& arguments)
     }
     if (!given.empty()) {
         const std::string command = given.front()->get_name();
-        const std::string form = command + (arguments.isSent ? " --send" : "");
+        std::string form = command + (arguments.isSent ? " --send" : "");
+        if (arguments.fault && arguments.fault->profile == Profile::kSilent) {
+            form += " --profile silent";
+        }
         RefuseIdle(app, command, form);
     }
 }

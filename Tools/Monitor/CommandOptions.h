@@ -7,7 +7,7 @@
 
 namespace Monitor {
 
-/// Adds record, replay and diff, which write to `arguments` while the command line is read.
+/// Adds record, replay, diff and serve, which write to `arguments` while the command line is read.
 void AddCommands(CLI::App& app, Arguments& arguments);
 
 /// Throws CLI::ValidationError for a word that is no command or option, and for an option that has

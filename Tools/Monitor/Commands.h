@@ -11,6 +11,7 @@ namespace Monitor {
 // Each runs one command of its name and returns the program's exit code.
 int Replay(const Arguments& arguments);
 int Diff(const Arguments& arguments);
+int Serve(const Arguments& arguments);
 
 /// Shows the messages of a recording as if they arrived. Returns the exit code.
 int ShowRecording(IReport& report, const Recording::Reader& reader);

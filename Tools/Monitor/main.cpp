@@ -84,7 +84,7 @@ int Run(const Arguments& arguments)
     if (!arguments.diff.empty()) {
         return Diff(arguments);
     }
-    return Listen(arguments);
+    return arguments.fault ? Serve(arguments) : Listen(arguments);
 }
 
 } // namespace

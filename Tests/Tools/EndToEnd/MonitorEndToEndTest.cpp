@@ -540,8 +540,8 @@ TEST(Monitor, RefusesACommandLineThatItDoesNotKnow)
         {{"--for", "nan"}, "--for: \"nan" + seconds},
         {{"decode"}, "FILE is required"},
         {{"decdoe", "a.xml"},
-         "there is no command \"decdoe\"; did you mean decode? there are decode, record, "
-         "replay and diff"},
+         "there is no command \"decdoe\"; did you mean decode? there are decode, record, replay, "
+         "diff and serve"},
         {{"decode", "a.xml", "b.xml"}, "\"b.xml\" is unexpected"},
         {{"replay", "a", "--sned"}, "there is no option --sned; did you mean --send? see --help"},
         {{"decode", "a", "--count", "1"}, "--count has no effect on decode"},
