@@ -1,7 +1,9 @@
-# QXToolLibraries.cmake - the header-only libraries of the tools: CLI11 and nlohmann-json.
+# QXToolLibraries.cmake - the libraries of the tools: CLI11 and nlohmann-json, and ncurses, which
+# they can do without.
 #
-# Debian installs both for the build machine only. A folder of links makes them visible to every
-# target. A cross compiler must not search /usr/include itself, because it has the wrong C library.
+# CLI11 and nlohmann-json are header-only. Debian installs both for the build machine only. A folder
+# of links makes them visible to every target. A cross compiler must not search /usr/include itself,
+# because it has the wrong C library.
 
 find_path(QX_CLI11_INCLUDE CLI/CLI.hpp PATHS /usr/include /usr/local/include
   NO_CMAKE_FIND_ROOT_PATH)
@@ -19,3 +21,15 @@ file(CREATE_LINK ${QX_JSON_INCLUDE}/nlohmann ${QX_TOOL_INCLUDE}/nlohmann SYMBOLI
 
 add_library(qx_tool_libraries INTERFACE)
 target_include_directories(qx_tool_libraries SYSTEM INTERFACE ${QX_TOOL_INCLUDE})
+
+# A full-screen view needs ncurses for the machine that runs it.
+set(CURSES_NEED_NCURSES TRUE)
+find_package(Curses QUIET)
+set(QX_HAVE_CURSES ${CURSES_FOUND} CACHE INTERNAL "Whether qxmon has a full-screen view")
+if(QX_HAVE_CURSES)
+  add_library(qx_curses INTERFACE)
+  target_include_directories(qx_curses SYSTEM INTERFACE ${CURSES_INCLUDE_DIRS})
+  target_link_libraries(qx_curses INTERFACE ${CURSES_LIBRARIES})
+else()
+  message(STATUS "ncurses is missing: qxmon --live is left out")
+endif()

@@ -1,7 +1,9 @@
 // Arguments.h - what the command line of the monitor asks for.
 #pragma once
 
+#include "Tools/Monitor/Expression.h"
 #include "Tools/Monitor/Fault.h"
+#include "Tools/Monitor/Filter.h"
 
 #include <cstddef>
 #include <optional>
@@ -18,13 +20,19 @@ enum ExitCode : int
     kExitPortTaken = 3,
     kExitUnreadable = 4,
     kExitUnwritten = 5,
-    kExitNoMemory = 6
+    kExitNoMemory = 6,
+    kExitReaderGone = 7, ///< the reader of the standard output
+    kExitUnmatched = 8   ///< no message was the one that --until waits for
 };
 
 struct Arguments
 {
     bool hasBytes = false;
     bool isJSON = false;
+    bool isLive = false; ///< a full-screen view
+    bool isOnce = false; ///< its picture as text instead, at the end
+    Filter filter;
+    std::optional<Expression> until;   ///< end after a message that it holds for
     std::optional<std::size_t> count;  ///< end after that many messages
     std::optional<double> seconds;     ///< end after that time
     std::optional<std::string> record; ///< write what arrives to this file too

@@ -35,10 +35,13 @@ struct Idle
 };
 
 const Idle kIdle[] = {
-    {"decode", {"--count", "--for"}},
-    {"replay", {"--count", "--for"}},
-    {"replay --send", {"--hex", "--json"}},
-    {"diff", {"--hex", "--json", "--count", "--for"}},
+    {"decode", {"--count", "--for", "--until", "--live", "--once"}},
+    {"replay", {"--count", "--for", "--until", "--live", "--once"}},
+    {"replay --send", {"--hex", "--json", "--device", "--parameter", "--message"}},
+    {"diff",
+     {"--hex", "--json", "--count", "--for", "--device", "--parameter", "--message", "--until",
+      "--live", "--once"}},
+    {"serve", {"--device", "--parameter", "--message", "--until", "--live", "--once"}},
     {"serve --profile silent", {"--hex", "--count"}},
 };
 

@@ -6,8 +6,11 @@
 #include "Tools/Common/PortExtras.h"
 #include "Tools/Common/Terminal.h"
 #include "Tools/Common/Text.h"
+#include "Tools/Monitor/Live/Report.h"
+#include "Tools/Monitor/OutputWatch.h"
 #include "Tools/Monitor/Signals.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 
@@ -30,6 +33,9 @@ std::string DescribeFault()
 
 std::unique_ptr<IReport> MakeReport(const Arguments& arguments)
 {
+    if (arguments.isLive) {
+        return MakeLiveReport(arguments.isOnce, Tools::WantsColours());
+    }
     return arguments.isJSON ? MakeJSONReport(arguments.hasBytes)
                             : MakeTextReport(arguments.hasBytes, Tools::WantsColours());
 }
@@ -48,17 +54,20 @@ int ShowUnreadable(const std::string& failure)
 }
 
 void RunPort(ServerPort& port, const std::function<bool()>& wantsMore,
-             const std::optional<double>& seconds)
+             const std::optional<double>& seconds, IReport& report)
 {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point start = Clock::now();
     // A loop may end early; one without an end of its own is asked for years.
-    constexpr double kForever = 1.0e9;
-    double left = seconds.value_or(kForever);
-    while (!WasInterrupted() && wantsMore() && left > 0) {
-        port.Run(left);
+    double left = seconds.value_or(kForeverSeconds);
+    while (!WasInterrupted() && !IsReaderGone() && wantsMore() && left > 0) {
+        const std::optional<double> period = report.Refresh();
+        if (!period) {
+            break;
+        }
+        port.Run(std::min(left, *period));
         const std::chrono::duration<double> elapsed = Clock::now() - start;
-        left = seconds.value_or(kForever) - elapsed.count();
+        left = seconds.value_or(kForeverSeconds) - elapsed.count();
     }
     port.Finish(wantsMore);
 }
@@ -67,6 +76,9 @@ int Finish(IReport& report, const StateTable& table)
 {
     report.ShowSummary(table);
     if (!Tools::IsOutputWritten()) {
+        if (IsReaderGone()) {
+            return kExitReaderGone;
+        }
         std::fputs("qxmon: the standard output could not be written\n", stderr);
         return kExitUnwritten;
     }

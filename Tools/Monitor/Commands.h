@@ -13,8 +13,9 @@ int Replay(const Arguments& arguments);
 int Diff(const Arguments& arguments);
 int Serve(const Arguments& arguments);
 
-/// Shows the messages of a recording as if they arrived. Returns the exit code.
-int ShowRecording(IReport& report, const Recording::Reader& reader);
+/// Shows the messages of a recording that the filter lets through as if they arrived. Returns the
+/// exit code.
+int ShowRecording(IReport& report, const Filter& filter, const Recording::Reader& reader);
 
 std::unique_ptr<IReport> MakeReport(const Arguments& arguments);
 
@@ -24,10 +25,10 @@ int ShowPortFault();
 /// Says that a file cannot be read. Returns the exit code.
 int ShowUnreadable(const std::string& failure);
 
-/// Runs the port until a signal or the handler stops the loop, or the time is over. Then refuses
-/// senders, and hands over what was sent before.
+/// Runs the port until a signal, the reader's end, the handler or the report ends it, or the time
+/// is over. Then refuses senders, and hands over what was sent before.
 void RunPort(ServerPort& port, const std::function<bool()>& wantsMore,
-             const std::optional<double>& seconds);
+             const std::optional<double>& seconds, IReport& report);
 
 /// Shows the last states. Returns the exit code.
 int Finish(IReport& report, const StateTable& table);

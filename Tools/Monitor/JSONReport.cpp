@@ -183,6 +183,9 @@ void JSONReport::ShowSummary(const StateTable& table)
     if (table.GetUnkept() > 0) {
         object["unkept"] = table.GetUnkept();
     }
+    if (table.GetLeftOut() > 0) {
+        object["leftOut"] = table.GetLeftOut();
+    }
     Print(object);
 }
 

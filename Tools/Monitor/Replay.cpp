@@ -66,12 +66,17 @@ int SendRecording(const Recording::Reader& reader)
 
 } // namespace
 
-int ShowRecording(IReport& report, const Recording::Reader& reader)
+int ShowRecording(IReport& report, const Filter& filter, const Recording::Reader& reader)
 {
     StateTable table;
     const std::string failure = reader.Read([&](const Event& event) {
         if (event.isMessage) {
-            const Arrival arrival{table.GetReceived() + 1, event.nanoseconds, DecodeEvent(event)};
+            const Arrival arrival{table.GetReceived() + table.GetLeftOut() + 1, event.nanoseconds,
+                                  DecodeEvent(event)};
+            if (!filter.LetsThrough(arrival.message)) {
+                table.LeaveOut();
+                return;
+            }
             table.Take(arrival.message);
             report.ShowMessage(arrival);
         }
@@ -82,7 +87,7 @@ int ShowRecording(IReport& report, const Recording::Reader& reader)
 int Replay(const Arguments& arguments)
 {
     const Recording::Reader reader(*arguments.replay);
-    return arguments.isSent ? SendRecording(reader) : ShowRecording(*MakeReport(arguments), reader);
+    return arguments.isSent ? SendRecording(reader) : ShowRecording(*MakeReport(arguments), arguments.filter, reader);
 }
 
 int Diff(const Arguments& arguments)

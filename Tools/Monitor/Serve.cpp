@@ -21,9 +21,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
 
-// A wait without an end of its own.
-constexpr double kForever = 1.0e9;
-
 /// A server from its first message to its last.
 class Server
 {
@@ -76,7 +73,7 @@ void Server::RunSlowly()
 {
     const Clock::time_point start = Clock::now();
     const auto left = [&] {
-        return mArguments.seconds.value_or(kForever) - Seconds(Clock::now() - start).count();
+        return mArguments.seconds.value_or(kForeverSeconds) - Seconds(Clock::now() - start).count();
     };
     const auto goesOn = [&] { return WantsMore() && !WasInterrupted() && left() > 0; };
     while (goesOn()) {
@@ -107,13 +104,13 @@ int Server::Run()
         RunSlowly();
         break;
     case Profile::kSilent:
-        WaitForInterruption(mArguments.seconds.value_or(kForever));
+        WaitForInterruption(mArguments.seconds.value_or(kForeverSeconds));
         break;
     case Profile::kRefuse:
     case Profile::kDieAfter:
     case Profile::kGarbageReply:
         RunPort(
-            *mPort, [this] { return WantsMore(); }, mArguments.seconds);
+            *mPort, [this] { return WantsMore(); }, mArguments.seconds, *mReport);
         break;
     }
     return Finish(*mReport, mTable);

@@ -28,6 +28,9 @@ public:
     /// Counts a message and, if it is well formed, takes over what it sets.
     void Take(const DecodedMessage& message);
 
+    /// Counts a message that a filter has left out, and does no more with it.
+    void LeaveOut() { ++mLeftOut; }
+
     const std::map<UInt32, DeviceState>& GetDevices() const { return mDevices; }
     std::size_t GetReceived() const { return mReceived; }
     std::size_t GetMalformed() const { return mMalformed; }
@@ -35,6 +38,7 @@ public:
     std::size_t GetCloses() const { return mCloses; }
     /// Well-formed messages that the full table had no row for.
     std::size_t GetUnkept() const { return mUnkept; }
+    std::size_t GetLeftOut() const { return mLeftOut; }
 
 private:
     bool HasRoom() const { return mRows < kMostRows; }
@@ -46,6 +50,7 @@ private:
     std::size_t mOpens = 0;
     std::size_t mCloses = 0;
     std::size_t mUnkept = 0;
+    std::size_t mLeftOut = 0;
     std::size_t mRows = 0;
 };
 

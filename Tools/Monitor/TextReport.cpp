@@ -3,6 +3,7 @@
 #include "Tools/Common/Terminal.h"
 #include "Tools/Common/Text.h"
 #include "Tools/Common/Time.h"
+#include "Tools/Monitor/Columns.h"
 #include "Tools/Monitor/Report.h"
 #include "Tools/Monitor/ValueText.h"
 
@@ -22,15 +23,30 @@ std::string FormatMessageID(SInt32 id)
     return code.empty() ? FormatText("%d", static_cast<int>(id)) : "'" + code + "'";
 }
 
+/// Prints a line, or the lines that a long one becomes.
+void PrintWrapped(const std::string& line, std::size_t indent = 9)
+{
+    for (const std::string& part : WrapToColumns(line, kTerminalColumns, indent)) {
+        PrintLine(part);
+    }
+}
+
+/// A document may hold a text of 128 KiB; no more than a line of it is shown.
+std::string CutText(const std::string& text)
+{
+    constexpr std::size_t kMostColumns = 60;
+    return CutToColumns(text, kMostColumns);
+}
+
 /// The document that came with a message: where each of its elements begins, and how long it is.
 void ShowElements(const DecodedMessage& message)
 {
     for (const Field& element : message.elements) {
         std::string row = FormatText("       %6zu  %6zu bytes  %-10s  ", element.offset,
                                      element.size, element.name.c_str()) +
-                          Tools::EscapeControls(element.meaning);
+                          CutText(Tools::EscapeControls(element.meaning));
         row.erase(row.find_last_not_of(' ') + 1);
-        PrintLine(row);
+        PrintWrapped(row);
     }
 }
 
@@ -39,24 +55,25 @@ std::string Summarize(const DecodedMessage& message)
 {
     std::string text;
     if (message.device) {
-        text += FormatText("%-18s", ("device " + std::to_string(*message.device)).c_str());
+        text += FormatText("%-12s", ("device " + std::to_string(*message.device) + " ").c_str());
     }
     if (!message.parameter) {
         const char* const meaning = GetMessageMeaning(message.id);
         return text.empty() && meaning != nullptr ? meaning : text;
     }
     const char* const name = GetParameterName(*message.parameter);
-    text += name != nullptr ? FormatText("%-8s", name)
+    text += name != nullptr ? FormatText("%-7s", name)
                             : FormatText("parameter %d  ", static_cast<int>(*message.parameter));
     if (const Levels* const levels = std::get_if<Levels>(&message.value)) {
-        return text + FormatText("%-15s %10s %10s", FormatChannel(levels->channelIndex).c_str(),
-                                 FormatDecibels(levels->first).c_str(),
-                                 FormatDecibels(levels->second).c_str());
+        return text + FormatText("%-8s%9s %9s",
+                                 (FormatShortChannel(levels->channelIndex) + " ").c_str(),
+                                 FormatShortDecibels(levels->first).c_str(),
+                                 FormatShortDecibels(levels->second).c_str());
     }
     if (std::holds_alternative<std::monostate>(message.value)) {
         return text;
     }
-    return text + FormatValue(message.value);
+    return text + CutText(FormatValue(message.value));
 }
 
 class TextReport final : public IReport
@@ -85,9 +102,9 @@ private:
 
 void TextReport::ShowReady(const std::string& portName)
 {
-    PrintLine(FormatText("qxmon: ready, process %d holds the port %s", static_cast<int>(getpid()),
-                         portName.c_str()));
-    PrintLine("qxmon: waiting for messages; Ctrl-C ends it and shows the last states");
+    PrintWrapped(FormatText("qxmon: ready, process %d; Ctrl-C ends it and shows the last states",
+                            static_cast<int>(getpid())));
+    PrintWrapped("qxmon: port " + portName);
 }
 
 void TextReport::ShowMessage(const Arrival& arrival)
@@ -102,12 +119,12 @@ void TextReport::ShowMessage(const Arrival& arrival)
     }
     line += Summarize(message);
     if (message.byteOrder) {
-        line += "  " + Paint(std::string("[") + GetName(*message.byteOrder) + "]", Colour::kFaint);
+        line += "  " + Paint(*message.byteOrder == ByteOrder::kBig ? "BE" : "LE", Colour::kFaint);
     }
-    PrintLine(line);
+    PrintWrapped(line);
     for (const Finding& finding : message.findings) {
-        PrintLine(FormatText("       ! %s offset %zu: %s", GetName(finding.place), finding.offset,
-                             Tools::EscapeControls(finding.text).c_str()));
+        PrintWrapped(FormatText("       ! %s offset %zu: %s", GetName(finding.place),
+                                finding.offset, Tools::EscapeControls(finding.text).c_str()));
     }
     if (mHasBytes) {
         ShowElements(message);
@@ -118,6 +135,7 @@ void TextReport::ShowMessage(const Arrival& arrival)
 void TextReport::ShowFields(const DecodedMessage& message)
 {
     constexpr std::size_t kBytesInRow = 8;
+    constexpr std::size_t kMeaningColumn = 58;
     for (const Field& field : message.fields) {
         for (std::size_t done = 0; done < field.size; done += kBytesInRow) {
             const std::size_t offset = field.offset + done;
@@ -127,36 +145,40 @@ void TextReport::ShowFields(const DecodedMessage& message)
                            Tools::FormatHex(message.bytes.data() + offset, count, " ").c_str());
             if (done == 0) {
                 row += FormatText("  %-16s", field.name.c_str());
-                row += field.meaning.empty() ? "" : "  " + field.meaning;
+                row += field.meaning.empty() ? "" : "  " + CutText(field.meaning);
             }
             row.erase(row.find_last_not_of(' ') + 1);
-            PrintLine(row);
+            PrintWrapped(row, kMeaningColumn);
         }
     }
 }
 
 void TextReport::ShowSummary(const StateTable& table)
 {
-    PrintLine("");
-    PrintLine(FormatText("%zu message%s: %zu well formed, %zu malformed; 'OpLM' %zu, 'ClLM' %zu",
-                         table.GetReceived(), table.GetReceived() == 1 ? "" : "s",
-                         table.GetReceived() - table.GetMalformed(), table.GetMalformed(),
-                         table.GetOpens(), table.GetCloses()));
+    PrintWrapped("");
+    PrintWrapped(FormatText("%zu message%s: %zu well formed, %zu malformed; 'OpLM' %zu, 'ClLM' %zu",
+                            table.GetReceived(), table.GetReceived() == 1 ? "" : "s",
+                            table.GetReceived() - table.GetMalformed(), table.GetMalformed(),
+                            table.GetOpens(), table.GetCloses()));
+    if (table.GetLeftOut() > 0) {
+        PrintWrapped(FormatText("%zu other message%s came that the filters leave out.",
+                                table.GetLeftOut(), table.GetLeftOut() == 1 ? "" : "s"));
+    }
     if (table.GetUnkept() > 0) {
-        PrintLine(
+        PrintWrapped(
             FormatText("The table is full: %zu messages of further devices or channels are not "
                        "in it.",
                        table.GetUnkept()));
     }
     if (table.GetDevices().empty()) {
-        PrintLine("No device has set anything.");
+        PrintWrapped("No device has set anything.");
         return;
     }
-    PrintLine("Last state of each device, as its messages have set it:");
-    PrintLine("");
-    PrintLine(Paint("  device      messages      enable       state  channel          first level"
-                    "  second level",
-                    Colour::kStrong));
+    PrintWrapped("Last state of each device, as its messages have set it:");
+    PrintWrapped("");
+    PrintWrapped(Paint("  device      messages      enable       state  channel        first"
+                       "      second",
+                       Colour::kStrong));
     for (const auto& [id, device] : table.GetDevices()) {
         ShowDevice(id, device);
     }
@@ -171,14 +193,14 @@ void TextReport::ShowDevice(UInt32 id, const DeviceState& device)
         FormatText("  %-10s  %8zu  %10s  %10s  ", std::to_string(id).c_str(), device.messages,
                    formatSwitch(device.enable).c_str(), formatSwitch(device.state).c_str());
     if (device.levels.empty()) {
-        PrintLine(start + "-");
+        PrintWrapped(start + "-");
         return;
     }
     for (const auto& [channel, levels] : device.levels) {
-        PrintLine(start + FormatText("%-15s  %11s  %12s",
-                                     FormatChannel(levels.channelIndex).c_str(),
-                                     FormatText("%.2f dB", levels.first).c_str(),
-                                     FormatText("%.2f dB", levels.second).c_str()));
+        PrintWrapped(start + FormatText("%-8s  %10s  %10s",
+                                        FormatShortChannel(levels.channelIndex).c_str(),
+                                        FormatShortDecibels(levels.first).c_str(),
+                                        FormatShortDecibels(levels.second).c_str()));
         start.assign(start.size(), ' ');
     }
 }

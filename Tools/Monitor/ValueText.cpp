@@ -5,6 +5,8 @@
 #include "Protocol/ServerProtocol.h"
 #include "Tools/Common/Text.h"
 
+#include <cmath>
+
 namespace Monitor {
 namespace {
 
@@ -35,10 +37,25 @@ std::string FormatDecibels(double level)
     return Tools::FormatText("%.2f dB%s", level, level == kSilenceDecibels ? " (silent)" : "");
 }
 
+std::string FormatShortDecibels(double level)
+{
+    // The digits of a number that no driver means would push the columns apart.
+    constexpr double kMostShown = 999.99;
+    const bool isShown = std::fabs(level) < kMostShown || !std::isfinite(level);
+    return level == kSilenceDecibels ? "silent"
+                                     : Tools::FormatText(isShown ? "%.2f dB" : "%.0e dB", level);
+}
+
 std::string FormatChannel(UInt32 channelIndex)
 {
     const UInt64 channel = static_cast<UInt32>(channelIndex + 1);
     return channel == 0 ? "master channel" : Tools::FormatText("channel %llu", channel);
+}
+
+std::string FormatShortChannel(UInt32 channelIndex)
+{
+    const UInt64 channel = static_cast<UInt32>(channelIndex + 1);
+    return channel == 0 ? "master" : Tools::FormatText("ch %llu", channel);
 }
 
 std::string FormatValue(const Value& value)

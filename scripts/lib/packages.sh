@@ -10,8 +10,8 @@
 packages_of() {
   case "$1" in
     build) echo "cmake ninja-build g++" ;;
-    tools) echo "libcli11-dev nlohmann-json3-dev" ;;
-    test) echo "googletest python3 binutils pkg-config libexpat1-dev libicu-dev libplist-dev strace python3-jsonschema gdb mandoc" ;;
+    tools) echo "libcli11-dev nlohmann-json3-dev libncurses-dev" ;;
+    test) echo "googletest python3 binutils pkg-config libexpat1-dev libicu-dev libplist-dev strace python3-jsonschema gdb mandoc tmux" ;;
     clang) echo "clang libclang-rt-14-dev" ;;
     tidy) echo "clang-tidy" ;;
     powerpc) echo "g++-powerpc-linux-gnu qemu-user" ;;

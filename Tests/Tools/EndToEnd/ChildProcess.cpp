@@ -93,7 +93,7 @@ ChildProcess::~ChildProcess()
         kill(mID, SIGKILL);
         waitpid(mID, nullptr, 0);
     }
-    close(mOutput);
+    CloseOutput();
     close(mErrors);
 }
 
@@ -136,6 +136,14 @@ std::vector<std::string> ChildProcess::ReadLines()
         lines.push_back(*line);
     }
     return lines;
+}
+
+void ChildProcess::CloseOutput()
+{
+    if (mOutput >= 0) {
+        close(mOutput);
+        mOutput = -1;
+    }
 }
 
 void ChildProcess::Signal(int number) const

@@ -33,6 +33,9 @@ public:
     /// All lines that are still to come.
     std::vector<std::string> ReadLines();
 
+    /// Stops reading the standard output: the process then writes to a pipe without a reader.
+    void CloseOutput();
+
     void Signal(int number) const;
 
     /// Waits for the end and returns the exit code, or minus the signal that ended it.

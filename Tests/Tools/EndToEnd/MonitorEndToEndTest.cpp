@@ -3,9 +3,8 @@
 #include "Protocol/ServerProtocol.h"
 #include "Tests/Support/BuildKind.h"
 #include "Tests/Tools/EndToEnd/ChildProcess.h"
+#include "Tests/Tools/EndToEnd/Sender.h"
 #include "Tests/Tools/Monitor/Messages.h"
-
-#include <CoreFoundation/CoreFoundation.h>
 
 #include <csignal>
 #include <cstdint>
@@ -27,61 +26,9 @@ using ToolsTests::kBigEndianStateText;
 using ToolsTests::kHostProgram;
 using ToolsTests::kMonitorProgram;
 using ToolsTests::MakeDocument;
+using ToolsTests::ReadObject;
+using ToolsTests::Sender;
 using JSON = nlohmann::json;
-
-/// A sender of any bytes to the monitor's port.
-class Sender
-{
-public:
-    Sender()
-        : mPort(CFMessagePortCreateRemote(nullptr, CFSTR(kServerPortName)))
-    {}
-    ~Sender()
-    {
-        if (mPort != nullptr) {
-            CFRelease(mPort);
-        }
-    }
-    Sender(const Sender&) = delete;
-    Sender& operator=(const Sender&) = delete;
-
-    bool HasPort() const { return mPort != nullptr; }
-
-    SInt32 Send(SInt32 id, const std::string& bytes) const
-    {
-        constexpr double kPatienceSeconds = 30;
-        const CFDataRef data = CFDataCreate(nullptr, reinterpret_cast<const UInt8*>(bytes.data()),
-                                            static_cast<CFIndex>(bytes.size()));
-        const SInt32 status =
-            CFMessagePortSendRequest(mPort, id, data, kPatienceSeconds, 0, nullptr, nullptr);
-        CFRelease(data);
-        return status;
-    }
-
-    /// Sends without data and waits for the reply, whose length is returned in `replySize`.
-    SInt32 Ask(SInt32 id, CFIndex& replySize) const
-    {
-        constexpr double kPatienceSeconds = 30;
-        CFDataRef reply = nullptr;
-        const SInt32 status = CFMessagePortSendRequest(
-            mPort, id, nullptr, kPatienceSeconds, kPatienceSeconds, kCFRunLoopDefaultMode, &reply);
-        if (reply != nullptr) {
-            replySize = CFDataGetLength(reply);
-            CFRelease(reply);
-        }
-        return status;
-    }
-
-private:
-    const CFMessagePortRef mPort;
-};
-
-/// The next line, as JSON; null at the end of the output.
-JSON ReadObject(ChildProcess& process)
-{
-    const std::optional<std::string> line = process.ReadLine();
-    return line ? JSON::parse(*line) : JSON();
-}
 
 TEST(Monitor, SaysThatItIsReadyAndHoldsThePort)
 {
@@ -445,8 +392,7 @@ TEST(Monitor, ShowsTheBytesBesideTheFieldNames)
 
     const std::vector<std::string> lines = monitor.ReadLines();
     ASSERT_GT(lines.size(), 10u);
-    EXPECT_EQ(lines[0].substr(21), "'SLLM'  device 258        level   channel 1          0.00 dB   "
-                                   "-6.02 dB  [big-endian]");
+    EXPECT_EQ(lines[0].substr(21), "'SLLM'  device 258  level  ch 1      0.00 dB  -6.02 dB  BE");
     EXPECT_EQ(lines[1], "          164     179 bytes  <dict>      2 keys");
     EXPECT_EQ(lines[2], "          172      31 bytes  <key>       CoreAudioDeviceIDKey");
     EXPECT_EQ(lines[3], "          205      22 bytes  <integer>   258");
@@ -502,9 +448,11 @@ TEST(Monitor, ShowsNoControlCharacterOfAPathOrADocument)
     ChildProcess json(kMonitorProgram, {"decode", "--json", "-"}, document);
     ChildProcess unreadable(kMonitorProgram, {"decode", "/a\x1B[31m"});
 
-    EXPECT_EQ(text.ReadLines().at(1),
-              "       ! document offset 29: a value for the key \"\xC2\\x9B1m\\x7F\" is expected, "
-              "but the end is there");
+    const std::vector<std::string> lines = text.ReadLines();
+    EXPECT_EQ(lines.at(1),
+              "       ! document offset 29: a value for the key \"\xC2\\x9B1m\\x7F\" is "
+              "expected, but");
+    EXPECT_EQ(lines.at(2), "         the end is there");
     EXPECT_NE(json.ReadLine()->find("\"\\u009b1m\\u007f\\\""), std::string::npos);
     EXPECT_EQ(unreadable.Wait(), 4);
     EXPECT_EQ(unreadable.GetErrors(),

@@ -1,0 +1,60 @@
+// MessageOptions.cpp - filters and expressions from the command line.
+
+#include "Tools/Monitor/MessageOptions.h"
+
+namespace Monitor {
+namespace {
+
+void AddFilterOption(CLI::App& app, Filter& filter, const char* name, Subject subject,
+                     const char* typeName, const char* description)
+{
+    const auto add = [&filter, name, subject](const std::vector<std::string>& values) {
+        for (const std::string& value : values) {
+            const std::string wrong = filter.Add(subject, value);
+            if (!wrong.empty()) {
+                throw CLI::ValidationError(std::string(name) + ": " + wrong);
+            }
+        }
+    };
+    app.add_option_function<std::vector<std::string>>(name, add, description)
+        ->type_name(typeName)
+        ->expected(1)
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+}
+
+} // namespace
+
+void AddMessageOptions(CLI::App& app, Arguments& arguments)
+{
+    AddFilterOption(app, arguments.filter, "--device", Subject::kDevice, "ID",
+                    "Take messages of this device only");
+    AddFilterOption(app, arguments.filter, "--parameter", Subject::kParameter, "NAME",
+                    "Take enable, level or state only");
+    AddFilterOption(app, arguments.filter, "--message", Subject::kMessage, "ID",
+                    "Take SLLM, OpLM, ClLM or a number only");
+    const auto setUntil = [&arguments](const std::string& text) {
+        std::string wrong;
+        arguments.until = Expression::Parse(text, wrong);
+        if (!arguments.until) {
+            throw CLI::ValidationError("--until \"" + text + "\": " + wrong);
+        }
+    };
+    app.add_option_function<std::string>("--until", setUntil,
+                                         "End after a message such as this; see below")
+        ->type_name("EXPR");
+}
+
+void RefuseOptionsWithoutEffect(const CLI::App& app)
+{
+    if (app.count("--once") > 0 && app.count("--live") == 0) {
+        throw CLI::ValidationError("--once has an effect with --live only");
+    }
+    for (const char* const name : {"--json", "--hex"}) {
+        if (app.count("--live") > 0 && app.count(name) > 0) {
+            throw CLI::ValidationError(std::string(name) + " has no effect on --live");
+        }
+    }
+}
+
+} // namespace Monitor
