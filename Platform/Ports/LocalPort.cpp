@@ -186,6 +186,10 @@ bool LocalPort::HandOver(Message& message)
     message.mData = Held<CFDataRef>(
         CFDataCreate(nullptr, mBuffer.data(), static_cast<CFIndex>(mFrame.mLength)));
     if (message.mData.Get() == nullptr) {
+        // The message waits for memory. A program that wants to hear of it has set a handler.
+        if (const std::new_handler handler = std::get_new_handler(); handler != nullptr) {
+            handler();
+        }
         return false;
     }
     message.mFrame = mFrame;

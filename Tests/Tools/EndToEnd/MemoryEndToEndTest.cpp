@@ -148,7 +148,8 @@ TEST(Memory, EndsTheMonitorWithAMessageWhereverADocumentUsesItUp)
 
 TEST(Memory, EndsAWaitingMonitorWithAMessageWhenMessagesUseItUp)
 {
-    ChildProcess monitor(kMonitorProgram, {"--json"});
+    // The heap of a second thread would be a reserve of 64 MB.
+    ChildProcess monitor("sh", {"-c", "MALLOC_ARENA_MAX=1 exec \"$0\" --json", kMonitorProgram});
     monitor.ReadLine();
     const Sender sender;
     const auto mapped = static_cast<rlim_t>(Memory(monitor.GetID()).mapped) * 1024;
