@@ -3,6 +3,7 @@
 #include "Tools/Monitor/CommandOptions.h"
 
 #include "Tools/Common/Nearest.h"
+#include "Tools/Monitor/Columns.h"
 
 #include <algorithm>
 
@@ -57,9 +58,15 @@ std::string ListUseful(const CLI::App& app, const std::string& command)
                    std::ranges::find(idle.options, name) != idle.options.end();
         });
     }
-    return names.empty() ? ""
-                         : "These work here too: " + Tools::JoinWords(names) +
-                               ". qxmon --help tells of them and of exit codes.";
+    if (names.empty()) {
+        return "";
+    }
+    std::string text;
+    for (const std::string& line : WrapToColumns(
+             "These work here too: " + Tools::JoinWords(names) + ".", kTerminalColumns, 2)) {
+        text += line + "\n";
+    }
+    return text + "qxmon --help tells of them and of exit codes.";
 }
 
 void RefuseIdle(const CLI::App& app, const std::string& command, const std::string& form)
@@ -81,7 +88,7 @@ void AddCommands(CLI::App& app, Arguments& arguments)
         ->add_option("FILE", arguments.record, "The recording; what it held before is lost")
         ->required();
     CLI::App* const replay =
-        app.add_subcommand("replay", "Show the messages of a recording as if they arrived");
+        app.add_subcommand("replay", "Show a recording's messages as if they arrived");
     replay->add_option("FILE", arguments.replay, "The recording; - reads the standard input")
         ->required();
     replay->add_flag("--send", arguments.isSent,

@@ -87,7 +87,8 @@ int ShowRecording(IReport& report, const Filter& filter, const Recording::Reader
 int Replay(const Arguments& arguments)
 {
     const Recording::Reader reader(*arguments.replay);
-    return arguments.isSent ? SendRecording(reader) : ShowRecording(*MakeReport(arguments), arguments.filter, reader);
+    return arguments.isSent ? SendRecording(reader)
+                            : ShowRecording(*MakeReport(arguments), arguments.filter, reader);
 }
 
 int Diff(const Arguments& arguments)

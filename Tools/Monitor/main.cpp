@@ -3,6 +3,7 @@
 #include "Protocol/ServerProtocol.h"
 #include "Tools/Common/File.h"
 #include "Tools/Common/Memory.h"
+#include "Tools/Common/Terminal.h"
 #include "Tools/Common/Time.h"
 #include "Tools/Monitor/Commands.h"
 #include "Tools/Monitor/Live/Screen.h"

@@ -513,8 +513,7 @@ TEST(Monitor, RefusesACommandLineThatItDoesNotKnow)
     ChildProcess ofReplay(kMonitorProgram, {"replay", "--help"});
     const std::vector<std::string> words = ofReplay.ReadLines();
     EXPECT_NE(std::find(words.begin(), words.end(),
-                        "These work here too: --hex and --json. qxmon --help tells of them and of "
-                        "exit codes."),
+                        "These work here too: --hex, --json, --device, --parameter and --message."),
               words.end());
 }
 
