@@ -132,6 +132,24 @@ void PassSignalsOn()
     sigaction(SIGTERM, &action, nullptr);
 }
 
+/// Lets the signals that end the host wait while nobody is there who would pass them on.
+class HeldSignals
+{
+public:
+    HeldSignals()
+    {
+        sigset_t ending;
+        sigemptyset(&ending);
+        sigaddset(&ending, SIGINT);
+        sigaddset(&ending, SIGTERM);
+        pthread_sigmask(SIG_BLOCK, &ending, &mBefore);
+    }
+    void Release() const { pthread_sigmask(SIG_SETMASK, &mBefore, nullptr); }
+
+private:
+    sigset_t mBefore;
+};
+
 /// Gives the streams of this process to the plug-in and keeps the old ones for the tools.
 void DivertStreams(int output, int errors)
 {
@@ -267,8 +285,10 @@ ChildEnd RunInChild(double callSeconds, const std::function<int(CallNote&)>& bod
     }
     auto& shared = *new (memory) Shared{};
     std::fflush(nullptr);
+    const HeldSignals signals;
     gChild = fork();
     if (gChild == 0) {
+        signals.Release();
 #ifdef __linux__
         prctl(PR_SET_PDEATHSIG, SIGKILL);
 #endif
@@ -290,9 +310,11 @@ ChildEnd RunInChild(double callSeconds, const std::function<int(CallNote&)>& bod
     if (gChild < 0) {
         close(output[0]);
         close(errors[0]);
+        signals.Release();
         return RunInProcess(body);
     }
     PassSignalsOn();
+    signals.Release();
     for (const int end : {output[0], errors[0]}) {
         fcntl(end, F_SETFL, O_NONBLOCK);
     }
