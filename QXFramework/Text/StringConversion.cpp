@@ -135,13 +135,13 @@ void ConvertString(RCPtr<LIBuffer>& buffer, const StringT<CharT>& source)
 {
     const std::span<const CharT> text = source.GetText();
     const bool isTerminated = IsTerminated(source, text);
-    const std::size_t units = text.size() + (isTerminated ? 1 : 0);
-    const int longCount = isTerminated ? -1 : INT_MAX;
-    const int count = units <= INT_MAX ? static_cast<int>(units) : longCount;
-    StringT<OtherT>::ConvertToCharType(buffer, text.data(), count);
-    if (buffer == nullptr) {
-        buffer = StringT<OtherT>::GetEmpty().GetBuffer();
-    }
+    // From INT_MAX units on, either width is too long.
+    const auto count =
+        static_cast<int>(std::min<std::size_t>(text.size() + (isTerminated ? 1 : 0), INT_MAX));
+    RCPtr<LIBuffer> converted;
+    StringT<OtherT>::ConvertToCharType(converted, text.data(), count);
+    buffer = converted != nullptr ? std::move(converted)
+                                  : RCPtr<LIBuffer>(StringT<OtherT>::GetEmpty().GetBuffer());
 }
 
 // The functions of the C library read up to a NUL, so a text without one is copied first.

@@ -177,6 +177,17 @@ TEST(StringAppend, TakesStringsCharactersAndLiterals)
     EXPECT_FALSE(text.IsLocked());
 }
 
+TEST(StringAppend, BeginsAnewIfAnotherHolderHasEmptiedTheBuffer)
+{
+    String text("abc");
+    text.GetBuffer()->SetSizeBytes(0);
+
+    text += "de";
+
+    EXPECT_STREQ(text.CStr(), "de");
+    EXPECT_EQ(text.GetLength(), 2u);
+}
+
 TEST(StringAppend, KeepsTheBufferSharedForNothing)
 {
     String text("abc");
