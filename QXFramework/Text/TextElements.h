@@ -43,8 +43,8 @@ struct TextElements
         }
     }
 
-    CharT* first = nullptr;
-    uint32 count = 0;
+    CharT* first = nullptr; ///< null if there is none
+    uint32 count = 0;       ///< how many there are
 };
 
 /// Returns the number of elements before the first NUL of `count` elements, all of which exist.
@@ -54,6 +54,7 @@ inline uint32 LengthWithin(const char* text, uint32 count)
     return end != nullptr ? static_cast<uint32>(static_cast<const char*>(end) - text) : count;
 }
 
+/// The same for 16 bits, by portions of 32 units.
 inline uint32 LengthWithin(const unsigned short* text, uint32 count)
 {
     uint32 length = 0;
