@@ -159,12 +159,17 @@ int LoadAndDrive(const Arguments& arguments, const std::string& path, CallNote& 
     return Drive(arguments, *plugIn, note);
 }
 
-/// The command line with a debugger before it.
+/// The command line with a debugger before it, which has all the time that it needs.
 std::string MakeDebugCommand(int count, const char* const* values)
 {
     std::string command = "gdb --args " + Tools::QuoteForShell(values[0]);
     for (int index = 1; index < count; ++index) {
-        command += " " + Tools::QuoteForShell(values[index]);
+        const std::string_view word = values[index];
+        if (word == "--time-limit") {
+            ++index;
+        } else if (!word.starts_with("--time-limit=")) {
+            command += " " + Tools::QuoteForShell(values[index]);
+        }
     }
     return command + " --in-process";
 }

@@ -11,12 +11,10 @@
 
 namespace Monitor {
 
-Recorder::Recorder(const std::optional<std::string>& file)
-    : mFile(file.value_or(""))
+void Recorder::Open(const std::string& file)
 {
-    if (file) {
-        mWriter.emplace(*file, Recording::Title{});
-    }
+    mFile = file;
+    mWriter.emplace(file, Recording::Title{});
 }
 
 void Recorder::Take(SInt32 id, const UInt8* data, std::size_t size, SInt32 sender)

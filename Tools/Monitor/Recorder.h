@@ -7,11 +7,12 @@
 
 namespace Monitor {
 
+/// Records nothing until it has a file.
 class Recorder
 {
 public:
-    /// Makes the file. Without one nothing is recorded.
-    explicit Recorder(const std::optional<std::string>& file);
+    /// Makes the file; what it held before is lost.
+    void Open(const std::string& file);
 
     /// Writes one message; `sender` is its process.
     void Take(SInt32 id, const UInt8* data, std::size_t size, SInt32 sender);
@@ -23,7 +24,7 @@ public:
     int ShowFailure() const;
 
 private:
-    const std::string mFile;
+    std::string mFile;
     std::optional<Recording::Writer> mWriter;
     UInt64 mNumber = 0;
 };

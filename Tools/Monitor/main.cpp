@@ -33,10 +33,7 @@ int Listen(const Arguments& arguments)
     const std::unique_ptr<IReport> report = MakeReport(arguments);
     const std::size_t limit = arguments.count.value_or(std::numeric_limits<std::size_t>::max());
     StateTable table;
-    Recorder recorder(arguments.record);
-    if (recorder.HasFailed()) {
-        return recorder.ShowFailure();
-    }
+    Recorder recorder;
     bool isMatched = !arguments.until;
     const auto wantsMore = [&] {
         return table.GetReceived() < limit && !(arguments.until && isMatched) &&
@@ -64,6 +61,13 @@ int Listen(const Arguments& arguments)
     });
     if (port == nullptr) {
         return ShowPortFault();
+    }
+    // After the port: the holder of the port may be writing to the same file.
+    if (arguments.record) {
+        recorder.Open(*arguments.record);
+        if (recorder.HasFailed()) {
+            return recorder.ShowFailure();
+        }
     }
     StopRunLoopOnSignals();
     StopRunLoopWithoutReader();

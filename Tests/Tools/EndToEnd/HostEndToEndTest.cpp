@@ -441,8 +441,7 @@ TEST(Host, NamesTheCallInWhichThePlugInEndsItsProcess)
     EXPECT_EQ(exit["text"], "the plug-in ended the process with the exit code 0");
     EXPECT_EQ(exit["inCall"], true);
     EXPECT_EQ(exit["debug"], "gdb --args " + std::string(kHostProgram) + " --plugin " +
-                                 GetWrongBundle("gain-huge-level") +
-                                 " --time-limit 1 --json run - --in-process");
+                                 GetWrongBundle("gain-huge-level") + " --json run - --in-process");
 }
 
 TEST(Host, ShowsWhatThePlugInPrintsApartFromItsOwnOutput)

@@ -83,6 +83,17 @@ protected:
     Lines mShown;
 };
 
+TEST_F(MonitorRecording, StaysAsItIsIfAnotherHoldsThePort)
+{
+    ChildProcess holder(kMonitorProgram, {"--json"});
+    holder.ReadLine();
+
+    const MonitorRun second = RunMonitor({"record", mFile});
+
+    EXPECT_EQ(second.exitCode, 3);
+    EXPECT_EQ(ReadFile().size(), 4U);
+}
+
 TEST_F(MonitorRecording, HasTimeSenderAndBytesOfEachMessage)
 {
     const std::vector<JSON> objects = ReadFile();

@@ -244,11 +244,14 @@ TEST(Validate, HoldsABundleAgainstItsProfile)
     std::ofstream(folder / "other.json") << profile;
 
     const Validation validation =
-        Validate({"--profile", folder / "other.json", "--only", "dispatch", "--jobs", "4"}, folder);
+        Validate({"--profile", folder / "other.json", "--only", "dispatch", "--jobs", "4",
+                  "--rounds", "500", "--time-limit", "29.5"},
+                 folder);
 
     EXPECT_EQ(validation.GetFailed(), (Lines{"set-channel-enable", "set-channel-first-enable"}));
-    EXPECT_TRUE(Contains(validation.Find("set-channel-enable")->at("repeat"),
-                         " --profile " + folder / "other.json"));
+    EXPECT_TRUE(
+        Contains(validation.Find("set-channel-enable")->at("repeat"),
+                 " --profile " + folder / "other.json" + " --rounds 500 --time-limit 29.5"));
 }
 
 TEST(Validate, TellsWhereAProfileIsWrong)

@@ -242,6 +242,8 @@ TEST(LivePicture, ScrollsThroughWhatDoesNotFit)
     EXPECT_EQ(show(), "15: 15-20 of 20");
     view.Press({Key::Kind::kPageUp});
     EXPECT_EQ(show(), "11: 11-16 of 20");
+    view.Press({Key::Kind::kCharacter, 's'});
+    EXPECT_EQ(view.first, 0U);
     view.rows = 24;
     EXPECT_EQ(GetText(MakePicture(state, view, 100).lines[3]).substr(0, 3), " 1 ");
 }

@@ -82,7 +82,14 @@ Advice Presenter::Advise(const CheckResult& result)
     advice.repeat =
         "qxhost validate " + Tools::QuoteForShell(plan.bundle) + " --only " + result.check->name;
     if (!plan.profile.file.empty()) {
-        advice.repeat += " --profile " + Tools::QuoteForShell(plan.profile.file);
+        advice.repeat += " --profile " + Tools::QuoteForShell(
+                                             std::filesystem::absolute(plan.profile.file).string());
+    }
+    if (plan.rounds != Plan().rounds) {
+        advice.repeat += Tools::FormatText(" --rounds %d", plan.rounds);
+    }
+    if (plan.timeLimit != Plan().timeLimit) {
+        advice.repeat += Tools::FormatText(" --time-limit %g", plan.timeLimit);
     }
     // A bundle that cannot be loaded has made no calls.
     if (result.outcome.journal->GetCount() > 0) {
@@ -96,7 +103,9 @@ void Presenter::ShowResult(const CheckResult& result)
     ++(result.result == Result::kPassed   ? mTotals.passed
        : result.result == Result::kFailed ? mTotals.failed
                                           : mTotals.notRun);
-    mIsNotLoaded = mIsNotLoaded || result.outcome.isNotLoaded;
+    // One that was loaded before, in the same check, has a fault of its own.
+    mIsNotLoaded =
+        mIsNotLoaded || (result.outcome.isNotLoaded && result.outcome.journal->GetCount() == 0);
     const Advice advice = result.result == Result::kFailed ? Advise(result) : Advice{};
     for (const auto& report : mReports) {
         report->ShowResult(result, advice);

@@ -46,6 +46,7 @@ void PressCharacter(View& view, char character)
         view.order = view.order == Order::kDevice ? Order::kRate
                      : view.order == Order::kRate ? Order::kMalformed
                                                   : Order::kDevice;
+        view.first = 0; // what the order is about comes first
         break;
     case 'f':
         view.isFrozen = !view.isFrozen;

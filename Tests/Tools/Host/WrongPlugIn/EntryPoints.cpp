@@ -15,6 +15,7 @@
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/eventfd.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -98,7 +99,7 @@ struct Lifetime
     Lifetime()
     {
         if (HasFault("rounds-of-loading")) {
-            dup(0);
+            eventfd(0, EFD_CLOEXEC);
         }
     }
     ~Lifetime()
@@ -127,7 +128,7 @@ void Misbehave(const AudioDriverPlugInHostInfo& info)
         close(open("/etc/hostname", O_RDONLY | O_CLOEXEC));
     }
     if (HasFault("rounds-of-opening") && gOpens > 1) {
-        dup(0);
+        eventfd(0, EFD_CLOEXEC);
     }
 }
 
