@@ -138,10 +138,10 @@ void ConvertString(RCPtr<LIBuffer>& buffer, const StringT<CharT>& source)
     // From INT_MAX units on, either width is too long.
     const auto count =
         static_cast<int>(std::min<std::size_t>(text.size() + (isTerminated ? 1 : 0), INT_MAX));
+    using Other = StringT<OtherT>;
     RCPtr<LIBuffer> converted;
-    StringT<OtherT>::ConvertToCharType(converted, text.data(), count);
-    buffer = converted != nullptr ? std::move(converted)
-                                  : RCPtr<LIBuffer>(StringT<OtherT>::GetEmpty().GetBuffer());
+    Other::ConvertToCharType(converted, text.data(), count);
+    buffer = converted ? std::move(converted) : RCPtr<LIBuffer>(Other::GetEmpty().GetBuffer());
 }
 
 // The functions of the C library read up to a NUL, so a text without one is copied first.
