@@ -68,13 +68,6 @@ void AwaitPort()
     }
 }
 
-/// Waits until no monitor holds the port any more.
-void AwaitNoPort()
-{
-    while (Sender().HasPort()) {
-    }
-}
-
 TEST(LiveMonitor, PrintsItsPictureOnceAsText)
 {
     ChildProcess monitor(kMonitorProgram, {"--live", "--once", "--count", "4"});
@@ -112,6 +105,13 @@ TEST(LiveMonitor, IsRefusedWithoutATerminalAndBesideOptionsWithoutEffect)
 using ToolsTests::Terminal;
 
 const std::string kLive = std::string("exec ") + kMonitorProgram + " --live";
+
+/// Waits until no monitor holds the port any more.
+void AwaitNoPort()
+{
+    while (Sender().HasPort()) {
+    }
+}
 
 TEST(LiveMonitor, ShowsOnATerminalWhatArrivesAndObeysItsKeys)
 {
