@@ -1,10 +1,12 @@
-// Interruption.cpp - the handler of both signals.
+// Interruption.cpp - the handler of both signals, and what must not miss them.
 
 #include "Tools/Host/Interruption.h"
 
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <csignal>
+#include <ctime>
+#include <sys/select.h>
 
 namespace Host {
 namespace {
@@ -20,6 +22,20 @@ void Note(int number)
 
 } // namespace
 
+HeldSignals::HeldSignals()
+{
+    sigset_t ending;
+    sigemptyset(&ending);
+    sigaddset(&ending, SIGINT);
+    sigaddset(&ending, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &ending, &mBefore);
+}
+
+void HeldSignals::Release() const
+{
+    pthread_sigmask(SIG_SETMASK, &mBefore, nullptr);
+}
+
 void NoteInterruptions()
 {
     gLoop = CFRunLoopGetCurrent();
@@ -33,6 +49,20 @@ void NoteInterruptions()
 int GetInterruption()
 {
     return gSignal;
+}
+
+void SleepUnlessInterrupted(double seconds)
+{
+    // A signal after the question and before the sleep would be missed, so the system lets them in
+    // with the sleep.
+    const HeldSignals signals;
+    if (GetInterruption() == 0) {
+        const auto whole = static_cast<std::time_t>(seconds);
+        const timespec time = {whole, static_cast<decltype(timespec::tv_nsec)>(
+                                          (seconds - static_cast<double>(whole)) * 1e9)};
+        pselect(0, nullptr, nullptr, nullptr, &time, &signals.GetBefore());
+    }
+    signals.Release();
 }
 
 } // namespace Host

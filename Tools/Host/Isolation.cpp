@@ -4,6 +4,7 @@
 
 #include "Tools/Common/Terminal.h"
 #include "Tools/Common/Text.h"
+#include "Tools/Host/Interruption.h"
 
 #include <algorithm>
 #include <array>
@@ -131,24 +132,6 @@ void PassSignalsOn()
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
 }
-
-/// Lets the signals that end the host wait while nobody is there who would pass them on.
-class HeldSignals
-{
-public:
-    HeldSignals()
-    {
-        sigset_t ending;
-        sigemptyset(&ending);
-        sigaddset(&ending, SIGINT);
-        sigaddset(&ending, SIGTERM);
-        pthread_sigmask(SIG_BLOCK, &ending, &mBefore);
-    }
-    void Release() const { pthread_sigmask(SIG_SETMASK, &mBefore, nullptr); }
-
-private:
-    sigset_t mBefore;
-};
 
 /// Gives the streams of this process to the plug-in and keeps the old ones for the tools.
 void DivertStreams(int output, int errors)
@@ -285,6 +268,7 @@ ChildEnd RunInChild(double callSeconds, const std::function<int(CallNote&)>& bod
     }
     auto& shared = *new (memory) Shared{};
     std::fflush(nullptr);
+    // Until the parent passes them on, and the child has its turn.
     const HeldSignals signals;
     gChild = fork();
     if (gChild == 0) {

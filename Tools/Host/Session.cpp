@@ -7,7 +7,6 @@
 #include <CoreFoundation/CoreFoundation.h>
 
 #include <chrono>
-#include <ctime>
 #include <exception>
 #include <new>
 #include <utility>
@@ -73,14 +72,10 @@ void Pause(double seconds)
         if (GetInterruption() != 0) {
             return;
         }
-        // A loop that has nothing to wait for ends at once; a signal ends the sleep.
+        // A loop that has nothing to wait for ends at once.
         if (CFRunLoopRunInMode(kCFRunLoopDefaultMode, Seconds(left).count(), false) ==
             kCFRunLoopRunFinished) {
-            const auto whole = std::chrono::duration_cast<std::chrono::seconds>(left);
-            const timespec time = {static_cast<std::time_t>(whole.count()),
-                                   static_cast<decltype(timespec::tv_nsec)>(
-                                       std::chrono::nanoseconds(left - whole).count())};
-            nanosleep(&time, nullptr);
+            SleepUnlessInterrupted(Seconds(left).count());
         }
     }
 }
