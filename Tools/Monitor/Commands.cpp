@@ -72,17 +72,22 @@ void RunPort(ServerPort& port, const std::function<bool()>& wantsMore,
     port.Finish(wantsMore);
 }
 
+int Conclude(int exitCode)
+{
+    if (Tools::IsOutputWritten()) {
+        return exitCode;
+    }
+    if (IsReaderGone()) {
+        return kExitReaderGone;
+    }
+    std::fputs("qxmon: the standard output could not be written\n", stderr);
+    return kExitUnwritten;
+}
+
 int Finish(IReport& report, const StateTable& table)
 {
     report.ShowSummary(table);
-    if (!Tools::IsOutputWritten()) {
-        if (IsReaderGone()) {
-            return kExitReaderGone;
-        }
-        std::fputs("qxmon: the standard output could not be written\n", stderr);
-        return kExitUnwritten;
-    }
-    return table.GetMalformed() > 0 ? kExitMalformed : kExitDone;
+    return Conclude(table.GetMalformed() > 0 ? kExitMalformed : kExitDone);
 }
 
 } // namespace Monitor

@@ -30,6 +30,9 @@ int ShowUnreadable(const std::string& failure);
 void RunPort(ServerPort& port, const std::function<bool()>& wantsMore,
              const std::optional<double>& seconds, IReport& report);
 
+/// Returns the exit code, or another one if the output could not be written.
+int Conclude(int exitCode);
+
 /// Shows the last states. Returns the exit code.
 int Finish(IReport& report, const StateTable& table);
 

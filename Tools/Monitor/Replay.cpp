@@ -32,15 +32,6 @@ DecodedMessage DecodeEvent(const Event& event)
     return message;
 }
 
-int Conclude(int exitCode)
-{
-    if (!Tools::IsOutputWritten()) {
-        std::fputs("qxmon: the standard output could not be written\n", stderr);
-        return kExitUnwritten;
-    }
-    return exitCode;
-}
-
 int SendRecording(const Recording::Reader& reader)
 {
     Events events;
