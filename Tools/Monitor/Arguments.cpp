@@ -85,7 +85,6 @@ std::optional<Arguments> ReadArguments(int count, const char* const* values, int
     AddCommands(app, arguments);
     try {
         app.parse(count, values);
-        RefuseOptionsWithoutEffect(app);
         RefuseExtras(app, arguments);
     } catch (const CLI::ParseError& error) {
         exitCode = app.exit(error) == 0 ? kExitDone : kExitUsage;

@@ -28,7 +28,8 @@ std::vector<std::string> GetNames(const Items& items)
     return names;
 }
 
-/// Options that a command has no use for. What is written "NAME X" is about the form X of it.
+/// Options that a command or another option has no use for. What is written "NAME X" is about the
+/// form X of a command.
 struct Idle
 {
     const char* command;
@@ -44,6 +45,7 @@ const Idle kIdle[] = {
       "--live", "--once"}},
     {"serve", {"--device", "--parameter", "--message", "--until", "--live", "--once"}},
     {"serve --profile silent", {"--hex", "--count"}},
+    {"--live", {"--json", "--hex"}},
 };
 
 /// The options of the program that a command takes too.
@@ -123,6 +125,12 @@ void AddCommands(CLI::App& app, Arguments& arguments)
 
 void RefuseExtras(const CLI::App& app, const Arguments& arguments)
 {
+    if (arguments.isOnce && !arguments.isLive) {
+        Refuse("--once has an effect with --live only");
+    }
+    if (arguments.isLive) {
+        RefuseIdle(app, "--live", "");
+    }
     const std::vector<CLI::App*> given = app.get_subcommands();
     for (const std::string& word : app.remaining(true)) {
         std::vector<std::string> options = GetNames(app.get_options());

@@ -45,16 +45,4 @@ void AddMessageOptions(CLI::App& app, Arguments& arguments)
         ->type_name("EXPR");
 }
 
-void RefuseOptionsWithoutEffect(const CLI::App& app)
-{
-    if (app.count("--once") > 0 && app.count("--live") == 0) {
-        throw CLI::ValidationError("--once has an effect with --live only");
-    }
-    for (const char* const name : {"--json", "--hex"}) {
-        if (app.count("--live") > 0 && app.count(name) > 0) {
-            throw CLI::ValidationError(std::string(name) + " has no effect on --live");
-        }
-    }
-}
-
 } // namespace Monitor

@@ -11,7 +11,4 @@ namespace Monitor {
 /// line is read.
 void AddMessageOptions(CLI::App& app, Arguments& arguments);
 
-/// Throws CLI::ValidationError if an option was given that has no effect on what is to be done.
-void RefuseOptionsWithoutEffect(const CLI::App& app);
-
 } // namespace Monitor
