@@ -37,6 +37,21 @@ std::string FormatFourCharCode(UInt32 code)
     return text;
 }
 
+std::optional<UInt32> ParseFourCharCode(std::string_view text)
+{
+    if (text.size() == 6 && text.front() == '\'' && text.back() == '\'') {
+        text = text.substr(1, 4);
+    }
+    if (text.size() != 4) {
+        return std::nullopt;
+    }
+    UInt32 code = 0;
+    for (const char character : text) {
+        code = code << 8 | static_cast<unsigned char>(character);
+    }
+    return code;
+}
+
 std::string FormatStatus(SInt32 status)
 {
     const std::string number = std::to_string(status);

@@ -4,6 +4,7 @@
 #include <CoreServices/CoreServices.h>
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -14,6 +15,9 @@ namespace Tools {
 
 /// Returns the four characters of a code, such as SLLM, or "" unless all four are printable.
 std::string FormatFourCharCode(UInt32 code);
+
+/// Reads a code of any four bytes, in single quotes or bare.
+std::optional<UInt32> ParseFourCharCode(std::string_view text);
 
 /// Returns "-3", or the number with its four characters: "1970171760 'unop'".
 std::string FormatStatus(SInt32 status);

@@ -86,21 +86,8 @@ std::optional<UInt32> ParseWord(std::string_view text)
 
 std::optional<UInt32> ParseFourCharCode(std::string_view text)
 {
-    if (text.size() == 6 && text.front() == '\'' && text.back() == '\'') {
-        text = text.substr(1, 4);
-    }
-    if (text.size() != 4) {
-        return std::nullopt;
-    }
-    UInt32 code = 0;
-    for (const char character : text) {
-        const unsigned char byte = static_cast<unsigned char>(character);
-        if (byte < ' ' || byte > '~') {
-            return std::nullopt;
-        }
-        code = code << 8 | byte;
-    }
-    return code;
+    const std::optional<UInt32> code = Tools::ParseFourCharCode(text);
+    return code && !Tools::FormatFourCharCode(*code).empty() ? code : std::nullopt;
 }
 
 } // namespace Host

@@ -23,7 +23,7 @@ std::optional<SInt32> ParseStatus(std::string_view text);
 /// Reads a decimal or hexadecimal number of 32 bits. Negative numbers stand for their bits.
 std::optional<UInt32> ParseWord(std::string_view text);
 
-/// Reads a four-character code, in single quotes or bare.
+/// Reads a code of four printable characters, in single quotes or bare.
 std::optional<UInt32> ParseFourCharCode(std::string_view text);
 
 } // namespace Host

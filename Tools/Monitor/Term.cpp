@@ -4,6 +4,7 @@
 
 #include "Protocol/ServerProtocol.h"
 #include "Tools/Common/Nearest.h"
+#include "Tools/Common/Text.h"
 
 #include <cctype>
 #include <charconv>
@@ -53,22 +54,13 @@ std::optional<SInt64> ParseParameter(const std::string& text)
 }
 
 /// Four characters, in single quotes or bare, or a number.
-std::optional<SInt64> ParseMessageID(std::string text)
+std::optional<SInt64> ParseMessageID(const std::string& text)
 {
     if (const std::optional<SInt64> number = ParseNumber(text)) {
         return number;
     }
-    if (text.size() == 6 && text.front() == '\'' && text.back() == '\'') {
-        text = text.substr(1, 4);
-    }
-    if (text.size() != 4) {
-        return std::nullopt;
-    }
-    UInt32 code = 0;
-    for (const char character : text) {
-        code = code << 8 | static_cast<unsigned char>(character);
-    }
-    return static_cast<SInt32>(code);
+    const std::optional<UInt32> code = Tools::ParseFourCharCode(text);
+    return code ? std::optional<SInt64>(static_cast<SInt32>(*code)) : std::nullopt;
 }
 
 /// What the protocol has room for.
