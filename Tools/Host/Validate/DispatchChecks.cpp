@@ -48,6 +48,37 @@ void TryWrongSizes(const PropertyRules& property, Request request, Try attempt)
     }
 }
 
+/// A get or a set.
+using Call = Answer (Caller::*)(const Request&);
+
+/// Returns the last of the requests.
+Request ExpectNullDataRefused(const Bench& bench, Caller& plugIn, Call call)
+{
+    const SInt32 expected = bench.GetProfile().nullData;
+    Request request = MakeFirst(bench);
+    request.hasData = false;
+    bench.Expect("a null data pointer", (plugIn.*call)(request).status, expected);
+    request.data.push_back(0);
+    bench.Expect("a null data pointer with a wrong size", (plugIn.*call)(request).status, expected);
+    request.selector = bench.GetProfile().unknownSelector;
+    bench.Expect("a null data pointer for an unknown property", (plugIn.*call)(request).status,
+                 expected);
+    return request;
+}
+
+/// `what` is the call, such as "a get".
+void ExpectClosedRefused(const Bench& bench, Caller& plugIn, Call call, const std::string& what)
+{
+    const SInt32 expected = bench.GetProfile().notOpen;
+    Request request = MakeFirst(bench);
+    request.device = kDevice + 1;
+    bench.Expect(what, (plugIn.*call)(request).status, expected);
+    request.data.push_back(0);
+    bench.Expect(what + " of a wrong size", (plugIn.*call)(request).status, expected);
+    request.selector = bench.GetProfile().unknownSelector;
+    bench.Expect(what + " of an unknown property", (plugIn.*call)(request).status, expected);
+}
+
 void ExpectRefusedGet(const Bench& bench, Caller& plugIn, const Request& request, SInt32 expected,
                       const std::string& what)
 {
@@ -186,29 +217,12 @@ void GetRefusesNullSize(Bench& bench)
 
 void GetRefusesNullData(Bench& bench)
 {
-    Caller& plugIn = bench.LoadAndOpen();
-    Request request = MakeFirst(bench);
-    request.hasData = false;
-    bench.Expect("a null data pointer", plugIn.Get(request).status, bench.GetProfile().nullData);
-    request.data.push_back(0);
-    bench.Expect("a null data pointer with a wrong size", plugIn.Get(request).status,
-                 bench.GetProfile().nullData);
-    request.selector = bench.GetProfile().unknownSelector;
-    bench.Expect("a null data pointer for an unknown property", plugIn.Get(request).status,
-                 bench.GetProfile().nullData);
+    ExpectNullDataRefused(bench, bench.LoadAndOpen(), &Caller::Get);
 }
 
 void GetRefusesClosed(Bench& bench)
 {
-    Caller& plugIn = bench.LoadAndOpen();
-    Request request = MakeFirst(bench);
-    request.device = kDevice + 1;
-    bench.Expect("a get", plugIn.Get(request).status, bench.GetProfile().notOpen);
-    request.data.push_back(0);
-    bench.Expect("a get of a wrong size", plugIn.Get(request).status, bench.GetProfile().notOpen);
-    request.selector = bench.GetProfile().unknownSelector;
-    bench.Expect("a get of an unknown property", plugIn.Get(request).status,
-                 bench.GetProfile().notOpen);
+    ExpectClosedRefused(bench, bench.LoadAndOpen(), &Caller::Get, "a get");
 }
 
 void GetRefusesUnknown(Bench& bench)
@@ -299,15 +313,7 @@ void SetTakesOddAddress(Bench& bench, const PropertyRules& property)
 void SetRefusesNullData(Bench& bench)
 {
     Caller& plugIn = bench.LoadAndOpen();
-    Request request = MakeFirst(bench);
-    request.hasData = false;
-    bench.Expect("a null data pointer", plugIn.Set(request).status, bench.GetProfile().nullData);
-    request.data.push_back(0);
-    bench.Expect("a null data pointer with a wrong size", plugIn.Set(request).status,
-                 bench.GetProfile().nullData);
-    request.selector = bench.GetProfile().unknownSelector;
-    bench.Expect("a null data pointer for an unknown property", plugIn.Set(request).status,
-                 bench.GetProfile().nullData);
+    Request request = ExpectNullDataRefused(bench, plugIn, &Caller::Set);
     request.device = kDevice + 1;
     bench.Expect("a null data pointer on a device that is not open", plugIn.Set(request).status,
                  bench.GetProfile().nullData);
@@ -315,15 +321,7 @@ void SetRefusesNullData(Bench& bench)
 
 void SetRefusesClosed(Bench& bench)
 {
-    Caller& plugIn = bench.LoadAndOpen();
-    Request request = MakeFirst(bench);
-    request.device = kDevice + 1;
-    bench.Expect("a set", plugIn.Set(request).status, bench.GetProfile().notOpen);
-    request.data.push_back(0);
-    bench.Expect("a set of a wrong size", plugIn.Set(request).status, bench.GetProfile().notOpen);
-    request.selector = bench.GetProfile().unknownSelector;
-    bench.Expect("a set of an unknown property", plugIn.Set(request).status,
-                 bench.GetProfile().notOpen);
+    ExpectClosedRefused(bench, bench.LoadAndOpen(), &Caller::Set, "a set");
 }
 
 void SetRefusesUnknown(Bench& bench)
