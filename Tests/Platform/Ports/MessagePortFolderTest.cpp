@@ -5,6 +5,7 @@
 #include "Platform/Ports/PortServer.h"
 #include "Ports/PortName.h"
 #include "Support/BuildKind.h"
+#include "Support/TemporaryFolder.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -24,16 +25,10 @@ class MessagePortFolder : public LedgerTest
 protected:
     MessagePortFolder()
     {
-        std::string pattern = fs::temp_directory_path() / "qx-folder-XXXXXX";
-        mBase = mkdtemp(pattern.data());
         setenv("XDG_RUNTIME_DIR", mBase.c_str(), 1);
         setenv("HOME", "/proc", 1);
     }
-    ~MessagePortFolder() override
-    {
-        setenv("XDG_RUNTIME_DIR", mUsual.c_str(), 1);
-        fs::remove_all(mBase);
-    }
+    ~MessagePortFolder() override { setenv("XDG_RUNTIME_DIR", mUsual.c_str(), 1); }
 
     /// What is wrong with the folder of all ports, after its path.
     std::string FindFault() const
@@ -62,7 +57,8 @@ protected:
     }
 
     const std::string mUsual = std::getenv("XDG_RUNTIME_DIR");
-    fs::path mBase;
+    const TestSupport::TemporaryFolder mFolder;
+    const fs::path mBase = mFolder.GetPath();
 };
 
 TEST_F(MessagePortFolder, IsMadeForItsUserAloneAndEmptyOnceTheNamesAreGivenBack)

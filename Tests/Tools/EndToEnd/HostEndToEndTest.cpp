@@ -1,10 +1,9 @@
 // HostEndToEndTest.cpp - qxhost as a process: the bundle's answers, and what reaches a real server.
 
 #include "Protocol/ServerProtocol.h"
-#include "Tests/Tools/EndToEnd/ChildProcess.h"
+#include "Tests/Tools/EndToEnd/Validation.h"
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <csignal>
@@ -16,6 +15,7 @@
 namespace {
 
 using ToolsTests::ChildProcess;
+using ToolsTests::GetWrongBundle;
 using ToolsTests::kHostProgram;
 using ToolsTests::kMonitorProgram;
 using JSON = nlohmann::json;
@@ -325,10 +325,9 @@ TEST(Host, ShowsTheOptionsOfACommandInItsHelp)
 
 TEST(Host, NoticesAGetThatWritesBeyondItsRoom)
 {
-    ChildProcess host(
-        kHostProgram,
-        {"--plugin", std::string(QX_WRONG_BUNDLES) + "/get-size-state.so", "--json", "run", "-"},
-        "open 258\nget state size=3\nexpect any\nclose\n");
+    ChildProcess host(kHostProgram,
+                      {"--plugin", GetWrongBundle("get-size-state"), "--json", "run", "-"},
+                      "open 258\nget state size=3\nexpect any\nclose\n");
     std::vector<JSON> calls;
     for (const std::string& line : host.ReadLines()) {
         calls.push_back(JSON::parse(line));
@@ -399,11 +398,6 @@ TEST(Host, ClosesDevicesAndSumsUpWhenItIsInterrupted)
     EXPECT_EQ(rest[0]["device"], 8);
     EXPECT_EQ(rest[1]["device"], 9);
     EXPECT_EQ(rest[2]["calls"], 6);
-}
-
-std::string GetWrongBundle(const std::string& check)
-{
-    return std::string(QX_WRONG_BUNDLES) + "/" + check + ".so";
 }
 
 /// The last object that the host prints for a script with a wrong bundle, and its exit code.

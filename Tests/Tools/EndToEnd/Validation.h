@@ -1,39 +1,17 @@
 // Validation.h - one run of qxhost validate, and what it said.
 #pragma once
 
+#include "Support/TemporaryFolder.h"
 #include "Tests/Tools/EndToEnd/ChildProcess.h"
 
 #include <nlohmann/json.hpp>
 
-#include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <vector>
 
 namespace ToolsTests {
 
-/// A folder that goes with the test.
-class TemporaryFolder
-{
-public:
-    TemporaryFolder()
-    {
-        std::string path = std::filesystem::temp_directory_path() / "qx-validate-XXXXXX";
-        mPath = mkdtemp(path.data());
-    }
-    ~TemporaryFolder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(mPath, ignored);
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    std::string operator/(const std::string& name) const { return (mPath / name).string(); }
-
-private:
-    std::filesystem::path mPath;
-};
+using TestSupport::TemporaryFolder;
 
 /// What a run with --json has said, and how it ended.
 struct Validation

@@ -3,9 +3,8 @@
 #include "Tools/Monitor/Expression.h"
 
 #include "Protocol/ServerProtocol.h"
-#include "Tests/Tools/Monitor/Messages.h"
+#include "Tests/Tools/Monitor/DecodedMessages.h"
 #include "Tools/Monitor/Filter.h"
-#include "Tools/Monitor/MessageDecoder.h"
 
 #include <gtest/gtest.h>
 
@@ -17,6 +16,7 @@ using Monitor::Filter;
 using Monitor::Subject;
 using ToolsTests::kBigEndianLevel;
 using ToolsTests::kBigEndianState;
+using ToolsTests::MakeMessage;
 
 constexpr const char* kEnable0 = "0000001C 00000000 FFFFFF06 10000000 00000000 02000000 00000000";
 /// The reserved word is not 0.
@@ -25,16 +25,6 @@ constexpr const char* kMalformedState =
 /// 20.004 dB and no number, on the master channel.
 constexpr const char* kOddLevel = "0000002C 00000000 FFFFFF07 20000000 00000000 08000000 "
                                   "40340106 24DD2F1B 7FF80000 00000000 FFFFFFFF";
-
-DecodedMessage MakeMessage(const char* bytes, UInt32 device = 258)
-{
-    DecodedMessage message;
-    message.id = kSetParameterMessage;
-    message.device = device;
-    message.bytes = ToolsTests::FromHex(bytes);
-    Monitor::DecodeSetParameter(message);
-    return message;
-}
 
 bool Holds(const std::string& text, const DecodedMessage& message)
 {
@@ -46,11 +36,11 @@ bool Holds(const std::string& text, const DecodedMessage& message)
 
 TEST(Expression, HoldsForTheMessagesThatItDescribes)
 {
-    const DecodedMessage level = MakeMessage(kBigEndianLevel); // 0.00 and -6.02 dB, channel 1
-    const DecodedMessage odd = MakeMessage(kOddLevel);
-    const DecodedMessage state = MakeMessage(kBigEndianState); // 1
-    const DecodedMessage enable = MakeMessage(kEnable0, 4294967295);
-    const DecodedMessage malformed = MakeMessage(kMalformedState);
+    const DecodedMessage level = MakeMessage(258, kBigEndianLevel); // 0.00 and -6.02 dB, channel 1
+    const DecodedMessage odd = MakeMessage(258, kOddLevel);
+    const DecodedMessage state = MakeMessage(258, kBigEndianState); // 1
+    const DecodedMessage enable = MakeMessage(4294967295, kEnable0);
+    const DecodedMessage malformed = MakeMessage(258, kMalformedState);
     const DecodedMessage open = Monitor::DecodeRequest(kOpenDirectMonitorMessage, nullptr, 0);
     const struct
     {
@@ -150,7 +140,7 @@ TEST(Expression, TellsWhatIsWrongWithIt)
 
 TEST(Filter, LetsEveryMessageThroughUntilItIsAskedForSome)
 {
-    EXPECT_TRUE(Filter().LetsThrough(MakeMessage(kBigEndianLevel)));
+    EXPECT_TRUE(Filter().LetsThrough(MakeMessage(258, kBigEndianLevel)));
     EXPECT_TRUE(Filter().LetsThrough(Monitor::DecodeRequest(7, nullptr, 0)));
 }
 
@@ -161,14 +151,14 @@ TEST(Filter, LetsThroughWhatIsRightInEveryRespect)
     EXPECT_EQ(filter.Add(Subject::kDevice, "0x2"), "");
     EXPECT_EQ(filter.Add(Subject::kParameter, "level"), "");
 
-    EXPECT_TRUE(filter.LetsThrough(MakeMessage(kBigEndianLevel, 1)));
-    EXPECT_TRUE(filter.LetsThrough(MakeMessage(kBigEndianLevel, 2)));
-    EXPECT_FALSE(filter.LetsThrough(MakeMessage(kBigEndianLevel, 3)));
-    EXPECT_FALSE(filter.LetsThrough(MakeMessage(kBigEndianState, 1)));
+    EXPECT_TRUE(filter.LetsThrough(MakeMessage(1, kBigEndianLevel)));
+    EXPECT_TRUE(filter.LetsThrough(MakeMessage(2, kBigEndianLevel)));
+    EXPECT_FALSE(filter.LetsThrough(MakeMessage(3, kBigEndianLevel)));
+    EXPECT_FALSE(filter.LetsThrough(MakeMessage(1, kBigEndianState)));
     EXPECT_FALSE(filter.LetsThrough(Monitor::DecodeRequest(kOpenDirectMonitorMessage, nullptr, 0)));
 
     EXPECT_EQ(filter.Add(Subject::kMessage, "OpLM"), "");
-    EXPECT_FALSE(filter.LetsThrough(MakeMessage(kBigEndianLevel, 1)));
+    EXPECT_FALSE(filter.LetsThrough(MakeMessage(1, kBigEndianLevel)));
 }
 
 } // namespace

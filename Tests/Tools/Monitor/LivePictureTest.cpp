@@ -3,8 +3,7 @@
 #include "Tools/Monitor/Live/Picture.h"
 
 #include "Protocol/ServerProtocol.h"
-#include "Tests/Tools/Monitor/Messages.h"
-#include "Tools/Monitor/MessageDecoder.h"
+#include "Tests/Tools/Monitor/DecodedMessages.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -22,17 +21,8 @@ using Monitor::Rate;
 using Monitor::StateTable;
 using Monitor::Style;
 using Monitor::View;
+using ToolsTests::MakeMessage;
 using Lines = std::vector<std::string>;
-
-DecodedMessage MakeMessage(UInt32 device, const char* bytes)
-{
-    DecodedMessage message;
-    message.id = kSetParameterMessage;
-    message.device = device;
-    message.bytes = ToolsTests::FromHex(bytes);
-    Monitor::DecodeSetParameter(message);
-    return message;
-}
 
 DecodedMessage MakeState(UInt32 device)
 {

@@ -3,8 +3,7 @@
 #include "Tools/Monitor/StateTable.h"
 
 #include "Protocol/ServerProtocol.h"
-#include "Tests/Tools/Monitor/Messages.h"
-#include "Tools/Monitor/MessageDecoder.h"
+#include "Tests/Tools/Monitor/DecodedMessages.h"
 
 #include <gtest/gtest.h>
 
@@ -12,17 +11,7 @@ namespace {
 
 using Monitor::DecodedMessage;
 using Monitor::StateTable;
-using ToolsTests::FromHex;
-
-DecodedMessage MakeMessage(UInt32 device, const char* bytes)
-{
-    DecodedMessage message;
-    message.id = kSetParameterMessage;
-    message.device = device;
-    message.bytes = FromHex(bytes);
-    Monitor::DecodeSetParameter(message);
-    return message;
-}
+using ToolsTests::MakeMessage;
 
 TEST(StateTable, KeepsTheLastValueOfEachDevice)
 {
