@@ -6,12 +6,11 @@
 // through the tally or in acknowledgements.
 #pragma once
 
-#include "Ports/Clock.h"
-#include "Ports/RunLoop.h"
-
 #include "Ports/FileDescriptor.h"
 #include "Ports/Frame.h"
+#include "Ports/RunLoop.h"
 #include "Ports/Tally.h"
+#include "Threads/Clock.h"
 
 #include <CoreFoundation/CFData.h>
 

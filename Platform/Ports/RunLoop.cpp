@@ -3,7 +3,7 @@
 #include "Ports/RunLoop.h"
 
 #include "Objects/String.h"
-#include "Ports/Clock.h"
+#include "Threads/Clock.h"
 
 #include <algorithm>
 #include <cerrno>

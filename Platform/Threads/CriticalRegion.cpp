@@ -6,12 +6,13 @@
 // starts later see what it has stored. A deleted region is kept for reuse and never freed, so that
 // a call with an old handle gives an error code.
 
+#include "Threads/Clock.h"
+
 #include <CoreServices/Multiprocessing.h>
 
 #include <atomic>
 #include <cerrno>
 #include <climits>
-#include <ctime>
 #include <linux/futex.h>
 #include <mutex>
 #include <new>
@@ -37,6 +38,7 @@ struct OpaqueMPCriticalRegionID
 namespace {
 
 using Region = OpaqueMPCriticalRegionID;
+using Standin::Nanoseconds;
 
 enum State : int
 {
@@ -65,24 +67,10 @@ bool Exists(const Region* region)
     return region != nullptr && (region->mLife.load(std::memory_order_relaxed) & 1u) != 0;
 }
 
-timespec Now()
-{
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return now;
-}
-
-SInt64 Nanoseconds(const timespec& time)
-{
-    return static_cast<SInt64>(time.tv_sec) * 1000000000 + time.tv_nsec;
-}
-
 /// Waits while the state is kContended, for at most `nanoseconds`, or for ever if negative.
-void Wait(Region& region, SInt64 nanoseconds)
+void Wait(Region& region, Nanoseconds nanoseconds)
 {
-    timespec timeout{};
-    timeout.tv_sec = static_cast<time_t>(nanoseconds / 1000000000);
-    timeout.tv_nsec = static_cast<long>(nanoseconds % 1000000000);
+    const timespec timeout = Standin::ToTimespec(nanoseconds);
     syscall(SYS_futex, &region.mState, FUTEX_WAIT_PRIVATE, kContended,
             nanoseconds < 0 ? nullptr : &timeout, nullptr, 0);
 }
@@ -92,13 +80,13 @@ void Wake(Region& region, int threads)
     syscall(SYS_futex, &region.mState, FUTEX_WAKE_PRIVATE, threads, nullptr, nullptr, 0);
 }
 
-SInt64 NanosecondsOf(Duration timeout)
+Nanoseconds NanosecondsOf(Duration timeout)
 {
     if (timeout == kDurationForever) {
         return -1;
     }
-    return timeout >= 0 ? static_cast<SInt64>(timeout) * 1000000
-                        : -static_cast<SInt64>(timeout) * 1000;
+    return timeout >= 0 ? static_cast<Nanoseconds>(timeout) * 1000000
+                        : -static_cast<Nanoseconds>(timeout) * 1000;
 }
 
 /// Takes the region if it is free.
@@ -148,8 +136,8 @@ bool TakeAwake(Region& region)
 /// Waits until the region is the caller's.
 OSStatus WaitForEntry(Region& region, Duration timeout)
 {
-    const SInt64 allowed = NanosecondsOf(timeout);
-    const SInt64 start = Nanoseconds(Now());
+    const Nanoseconds allowed = NanosecondsOf(timeout);
+    const Nanoseconds start = Standin::Now();
     if (allowed != 0 && TakeAwake(region)) {
         return noErr;
     }
@@ -167,7 +155,7 @@ OSStatus WaitForEntry(Region& region, Duration timeout)
         if (state == kFree) {
             return noErr;
         }
-        const SInt64 left = allowed < 0 ? -1 : allowed - (Nanoseconds(Now()) - start);
+        const Nanoseconds left = allowed < 0 ? -1 : allowed - (Standin::Now() - start);
         if (allowed >= 0 && left <= 0) {
             return kMPTimeoutErr;
         }
