@@ -10,9 +10,13 @@ namespace {
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-UInt32 ByteAt(std::string_view bytes, std::size_t index)
+/// Writes the four characters of three bytes.
+void WriteGroup(char* out, unsigned char first, unsigned char second, unsigned char third)
 {
-    return index < bytes.size() ? static_cast<unsigned char>(bytes[index]) : 0u;
+    out[0] = kAlphabet[first >> 2];
+    out[1] = kAlphabet[(first << 4 | second >> 4) & 63];
+    out[2] = kAlphabet[(second << 2 | third >> 6) & 63];
+    out[3] = kAlphabet[third & 63];
 }
 
 /// The six bits of a character, or -1.
@@ -43,14 +47,15 @@ void AppendBase64Lines(std::string& text, std::string_view bytes, CFIndex indent
         const std::size_t length = (line.size() + 2) / 3 * 4;
         text.resize(text.size() + length);
         char* out = text.data() + text.size() - length;
-        for (std::size_t at = 0; at < line.size(); at += 3, out += 4) {
-            const UInt32 group =
-                ByteAt(line, at) << 16 | ByteAt(line, at + 1) << 8 | ByteAt(line, at + 2);
-            const std::size_t left = line.size() - at;
-            out[0] = kAlphabet[group >> 18];
-            out[1] = kAlphabet[(group >> 12) & 63];
-            out[2] = left > 1 ? kAlphabet[(group >> 6) & 63] : '=';
-            out[3] = left > 2 ? kAlphabet[group & 63] : '=';
+        const auto* in = reinterpret_cast<const unsigned char*>(line.data());
+        std::size_t left = line.size();
+        for (; left >= 3; left -= 3, in += 3, out += 4) {
+            WriteGroup(out, in[0], in[1], in[2]);
+        }
+        if (left > 0) {
+            WriteGroup(out, in[0], left > 1 ? in[1] : 0, 0);
+            out[2] = left > 1 ? out[2] : '=';
+            out[3] = '=';
         }
         text += '\n';
     }

@@ -57,17 +57,30 @@ private:
 
 void Writer::AppendEscaped(std::string_view text)
 {
-    std::size_t plain = 0;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        const char character = text[at];
-        if (character != '<' && character != '>' && character != '&') {
-            continue;
-        }
-        mText += text.substr(plain, at - plain);
-        mText += character == '<' ? "&lt;" : character == '>' ? "&gt;" : "&amp;";
-        plain = at + 1;
+    // Most texts have none of the three, and finding that out costs less than a look at each
+    // character.
+    const auto has = [text](char character) {
+        return text.find(character) != std::string_view::npos;
+    };
+    if (!has('<') && !has('>') && !has('&')) {
+        mText += text;
+        return;
     }
-    mText += text.substr(plain);
+    for (const char character : text) {
+        switch (character) {
+        case '<':
+            mText += "&lt;";
+            break;
+        case '>':
+            mText += "&gt;";
+            break;
+        case '&':
+            mText += "&amp;";
+            break;
+        default:
+            mText += character;
+        }
+    }
 }
 
 void Writer::AppendElement(std::string_view name, std::string_view content, CFIndex indent)
