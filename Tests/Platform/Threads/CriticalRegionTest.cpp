@@ -85,7 +85,8 @@ TEST_F(CriticalRegion, EndsAWaitAtItsTimeout)
 TEST_F(CriticalRegion, LetsAWaitingThreadInAtTheLastExit)
 {
     for (const Duration timeout :
-         {kDurationForever, 60'000 * kDurationMillisecond, 60'000'000 * kDurationMicrosecond}) {
+         {Duration{kDurationForever}, Duration{60'000 * kDurationMillisecond},
+          Duration{60'000'000 * kDurationMicrosecond}}) {
         MPEnterCriticalRegion(mRegion, kDurationForever);
         std::atomic<bool> isLeft{false};
 
