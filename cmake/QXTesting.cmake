@@ -36,6 +36,8 @@ function(qx_add_tests name)
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} qx_options GTest::gmock GTest::gtest_main)
   set_target_properties(${name} PROPERTIES QX_IS_CHECK ON)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/Tests)
+  # GoogleTest's headers and templates take longer to compile than most tests.
+  set_target_properties(${name} PROPERTIES UNITY_BUILD ${QX_UNITY_BUILD})
   if(arg_WRAP)
     # Shared libraries that the program links may call the wrapped functions.
     set_target_properties(${name} PROPERTIES CXX_VISIBILITY_PRESET default)

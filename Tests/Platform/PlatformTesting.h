@@ -75,6 +75,12 @@ int CountChildrenThatAreFree(Step step)
     return ended;
 }
 
+/// A value for a container that does not look at what it points to.
+inline const void* Pointer(std::size_t number)
+{
+    return reinterpret_cast<const void*>(number);
+}
+
 /// Fails a test if the number of live objects is not the same after it as before.
 class LedgerTest : public testing::Test
 {

@@ -11,6 +11,9 @@
 
 namespace Recording {
 
+/// The version of the form of recordings.
+inline constexpr int kSchemaVersion = 1;
+
 /// What is known of an event but its texts and its data. Plain memory, which processes can share.
 struct EventFacts
 {

@@ -19,7 +19,7 @@
 namespace Recording {
 namespace {
 
-using JSON = nlohmann::json;
+using JSON = nlohmann::ordered_json;
 using Tools::FormatText;
 
 /// A message of the most bytes takes a quarter of this.
@@ -168,8 +168,7 @@ std::optional<Event> ReadLine(const std::string& line)
     if (!object.is_object()) {
         Refuse("this is no JSON object");
     }
-    constexpr int kVersion = 1;
-    if (GetNumber<SInt32>(object, "schemaVersion") != kVersion) {
+    if (GetNumber<SInt32>(object, "schemaVersion") != kSchemaVersion) {
         Refuse("its \"schemaVersion\" is not 1");
     }
     const std::string kind = GetText(object, "event");

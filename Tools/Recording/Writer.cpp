@@ -15,8 +15,6 @@ namespace {
 
 using JSON = nlohmann::ordered_json;
 
-constexpr int kVersion = 1;
-
 std::string Dump(const JSON& object)
 {
     return object.dump(-1, ' ', false, JSON::error_handler_t::replace) + '\n';
@@ -29,7 +27,7 @@ std::string FormatData(const Event& event)
 
 JSON MakeObject(const char* kind, UInt64 number, const Event& event)
 {
-    return {{"schemaVersion", kVersion},
+    return {{"schemaVersion", kSchemaVersion},
             {"event", kind},
             {"number", number},
             {"time", Tools::FormatUTC(event.nanoseconds)}};
@@ -113,7 +111,7 @@ Writer::Writer(const std::string& file, const Title& title)
         mFailure = std::strerror(errno);
         return;
     }
-    WriteLine(Dump({{"schemaVersion", kVersion},
+    WriteLine(Dump({{"schemaVersion", kSchemaVersion},
                     {"event", "recording"},
                     {"time", Tools::FormatUTC(Tools::GetTime())},
                     {"bundle", title.bundle},

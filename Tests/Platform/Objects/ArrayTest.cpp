@@ -8,11 +8,7 @@ namespace {
 
 using Array = Platform::LedgerTest;
 using ArrayDeathTest = Platform::LedgerTest;
-
-const void* Pointer(std::size_t number)
-{
-    return reinterpret_cast<const void*>(number);
-}
+using Platform::Pointer;
 
 TEST_F(Array, HoldsMoreValuesThanItsCapacityInOrder)
 {

@@ -8,11 +8,7 @@ namespace {
 
 using Dictionary = Platform::LedgerTest;
 using DictionaryDeathTest = Platform::LedgerTest;
-
-const void* Pointer(std::size_t number)
-{
-    return reinterpret_cast<const void*>(number);
-}
+using Platform::Pointer;
 
 /// Reads a document that is a dictionary.
 CFDictionaryRef Read(std::string_view document)

@@ -22,7 +22,7 @@ using TestSupport::Witness;
 using Array = QX::RCPtrArray<Witness, 1, 0>;
 
 constexpr uint32 kSlot = sizeof(void*);
-constexpr int32 kFailure = static_cast<int32>(0x80000008u);
+constexpr int32 kRefused = static_cast<int32>(0x80000008u);
 
 class RCPtrArrayMemory : public testing::Test
 {
@@ -48,7 +48,7 @@ TEST_F(RCPtrArrayMemory, TheLargeOneStartsWithRoomForItsReserve)
 
     // 256 null slots were opened and closed in the first block, which the slack keeps.
     EXPECT_EQ(heap.CountRequests(), 1);
-    EXPECT_EQ(array.Insert(0, 257), kFailure);
+    EXPECT_EQ(array.Insert(0, 257), kRefused);
 }
 
 TEST_F(RCPtrArrayMemory, TheLargeOneGrowsBy256Slots)
@@ -59,7 +59,7 @@ TEST_F(RCPtrArrayMemory, TheLargeOneGrowsBy256Slots)
         const LimitedHeap heap(768 * kSlot - 1);
         EXPECT_EQ(array.SetCount(512), 512);
         EXPECT_EQ(heap.CountRequests(), 0);
-        EXPECT_EQ(array.SetCount(513), kFailure);
+        EXPECT_EQ(array.SetCount(513), kRefused);
     }
     const LimitedHeap heap(768 * kSlot);
     EXPECT_EQ(array.SetCount(513), 513);
@@ -72,7 +72,7 @@ TEST_F(RCPtrArrayMemory, TheSmallOneHoldsExactlyItsSlots)
     EXPECT_EQ(heap.CountRequests(), 0);
 
     EXPECT_EQ(array.SetCount(3), 3);
-    EXPECT_EQ(array.SetCount(4), kFailure);
+    EXPECT_EQ(array.SetCount(4), kRefused);
 }
 
 TEST_F(RCPtrArrayMemory, NullSlotsAreClosedInOneStep)

@@ -35,9 +35,9 @@ public:
     inline static std::atomic<int> sLiveCount = 0;
 };
 
-using Queue = QX::RCPtrQueue<Parcel, 4>;
+using ParcelQueue = QX::RCPtrQueue<Parcel, 4>;
 
-void Produce(Queue& queue, uint32 producer)
+void Produce(ParcelQueue& queue, uint32 producer)
 {
     for (uint32 number = 0; number < kCount; ++number) {
         queue.Enqueue(RCPtr<Parcel>(new Parcel(producer, number)));
@@ -48,7 +48,7 @@ TEST(RCPtrQueueThreads, TwoProducersAndAConsumerKeepEachProducersOrder)
 {
     Mutex mutex;
     {
-        Queue queue(&mutex, 0);
+        ParcelQueue queue(&mutex, 0);
         std::thread first(Produce, std::ref(queue), 0);
         std::thread second(Produce, std::ref(queue), 1);
 
@@ -74,7 +74,7 @@ TEST(RCPtrQueueThreads, TwoProducersAndAConsumerKeepEachProducersOrder)
 TEST(RCPtrQueueThreads, TwoConsumersLoseNothingAndTakeNoNull)
 {
     Mutex mutex;
-    Queue queue(&mutex, 3);
+    ParcelQueue queue(&mutex, 3);
     std::atomic<uint32> taken = 0;
     std::vector<std::atomic<int>> seen(kCount);
     const auto consume = [&](bool isThrowing) {
@@ -114,7 +114,7 @@ TEST(RCPtrQueueThreads, TwoConsumersLoseNothingAndTakeNoNull)
 TEST(RCPtrQueueThreads, TheCountMayBeReadWhileOthersGrowTheRing)
 {
     Mutex mutex;
-    Queue queue(&mutex, 0);
+    ParcelQueue queue(&mutex, 0);
     std::atomic<bool> isDone = false;
     std::thread reader([&] {
         uint32 last = 0;

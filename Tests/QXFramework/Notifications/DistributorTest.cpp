@@ -12,8 +12,6 @@ namespace {
 
 using DeliveryFlags = LNotificationDistributor::DeliveryFlags;
 
-constexpr DeliveryFlags kLatest = LNotificationDistributor::kDeliverLatestOnly;
-
 class Distributor : public NotificationFixture
 {
 protected:

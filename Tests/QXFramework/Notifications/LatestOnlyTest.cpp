@@ -11,8 +11,6 @@
 namespace NotificationTests {
 namespace {
 
-constexpr uint32 kLatest = LNotificationDistributor::kDeliverLatestOnly;
-
 class LatestOnly : public NotificationFixture
 {
 protected:

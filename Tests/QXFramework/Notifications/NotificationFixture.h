@@ -36,6 +36,8 @@ using QX::RCPtr;
 using QX::uint32;
 using TestSupport::Witness;
 
+inline constexpr uint32 kLatest = LNotificationDistributor::kDeliverLatestOnly;
+
 /// Writes its name for each notification, and '!' and its name when it is asked to unregister.
 class LTestClient : public QX::LNotificationReceiver
 {

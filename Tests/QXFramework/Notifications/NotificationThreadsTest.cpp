@@ -223,10 +223,9 @@ TEST_F(NotificationThreads, PostToALatestOnlyClientTogether)
 
 TEST_F(NotificationThreads, PostWhileTheDeliveringThreadRegisters)
 {
-    constexpr uint32 kLatest = LNotificationDistributor::kDeliverLatestOnly;
     auto& center = KeepCenter();
     const auto latest = MakeClient('l');
-    center.RegisterNotificationClient(latest, "A", kLatest);
+    center.RegisterNotificationClient(latest, "A", LNotificationDistributor::kDeliverLatestOnly);
     const RCPtr<LOrderClient> client(new LOrderClient);
     center.RegisterNotificationClient(client, "A", 0);
     const auto coming = MakeClient('c');

@@ -17,8 +17,6 @@
 namespace NotificationTests {
 namespace {
 
-constexpr uint32 kLatest = LNotificationDistributor::kDeliverLatestOnly;
-
 class Reentrancy : public NotificationFixture
 {
 protected:

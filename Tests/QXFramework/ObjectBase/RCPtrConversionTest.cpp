@@ -20,7 +20,7 @@ using QX::LRefCountedObject;
 using QX::RCPtr;
 using TestSupport::Witness;
 
-using Base = LRefCountedObject;
+using Counted = LRefCountedObject;
 using Other = LIBuffer;
 
 template <class From, class To>
@@ -33,21 +33,21 @@ constexpr bool kIsUnrelatedTo =
 // To the same type and to a base class, with access kept or given up.
 static_assert(kConverts<const RCPtr<Witness>&, RCPtr<Witness>>);
 static_assert(kConverts<const RCPtr<Witness>&, ConstRCPtr<Witness>>);
-static_assert(kConverts<const RCPtr<Witness>&, RCPtr<Base>>);
-static_assert(kConverts<const RCPtr<Witness>&, ConstRCPtr<Base>>);
+static_assert(kConverts<const RCPtr<Witness>&, RCPtr<Counted>>);
+static_assert(kConverts<const RCPtr<Witness>&, ConstRCPtr<Counted>>);
 static_assert(kConverts<const ConstRCPtr<Witness>&, ConstRCPtr<Witness>>);
-static_assert(kConverts<const ConstRCPtr<Witness>&, ConstRCPtr<Base>>);
-static_assert(kConverts<RCPtr<Witness>, ConstRCPtr<Base>>);
+static_assert(kConverts<const ConstRCPtr<Witness>&, ConstRCPtr<Counted>>);
+static_assert(kConverts<RCPtr<Witness>, ConstRCPtr<Counted>>);
 static_assert(kConverts<std::nullptr_t, RCPtr<Witness>>);
 static_assert(kConverts<std::nullptr_t, ConstRCPtr<Witness>>);
 
 // Never to write access, to a derived class or across.
 static_assert(kIsUnrelatedTo<const ConstRCPtr<Witness>&, RCPtr<Witness>>);
 static_assert(kIsUnrelatedTo<ConstRCPtr<Witness>, RCPtr<Witness>>);
-static_assert(kIsUnrelatedTo<const ConstRCPtr<Witness>&, RCPtr<Base>>);
-static_assert(kIsUnrelatedTo<const RCPtr<Base>&, RCPtr<Witness>>);
-static_assert(kIsUnrelatedTo<RCPtr<Base>, RCPtr<Witness>>);
-static_assert(kIsUnrelatedTo<const ConstRCPtr<Base>&, ConstRCPtr<Witness>>);
+static_assert(kIsUnrelatedTo<const ConstRCPtr<Witness>&, RCPtr<Counted>>);
+static_assert(kIsUnrelatedTo<const RCPtr<Counted>&, RCPtr<Witness>>);
+static_assert(kIsUnrelatedTo<RCPtr<Counted>, RCPtr<Witness>>);
+static_assert(kIsUnrelatedTo<const ConstRCPtr<Counted>&, ConstRCPtr<Witness>>);
 static_assert(kIsUnrelatedTo<const RCPtr<Other>&, RCPtr<Witness>>);
 static_assert(kIsUnrelatedTo<RCPtr<Other>, ConstRCPtr<Witness>>);
 static_assert(kIsUnrelatedTo<std::string, RCPtr<Witness>>);
@@ -55,7 +55,7 @@ static_assert(kIsUnrelatedTo<const Witness*, ConstRCPtr<Witness>>);
 
 // A raw pointer becomes a holder only where that is written out.
 static_assert(std::is_constructible_v<RCPtr<Witness>, Witness*>);
-static_assert(std::is_constructible_v<RCPtr<Base>, Witness*>);
+static_assert(std::is_constructible_v<RCPtr<Counted>, Witness*>);
 static_assert(!std::is_convertible_v<Witness*, RCPtr<Witness>>);
 static_assert(!std::is_convertible_v<Witness*, ConstRCPtr<Witness>>);
 static_assert(!std::is_assignable_v<RCPtr<Witness>&, Witness*>);
@@ -68,8 +68,8 @@ static_assert(std::is_nothrow_move_constructible_v<RCPtr<Witness>>);
 static_assert(std::is_nothrow_move_assignable_v<RCPtr<Witness>>);
 static_assert(std::is_nothrow_move_constructible_v<ConstRCPtr<Witness>>);
 static_assert(std::is_nothrow_move_assignable_v<ConstRCPtr<Witness>>);
-static_assert(std::is_nothrow_constructible_v<RCPtr<Base>, RCPtr<Witness>>);
-static_assert(std::is_nothrow_constructible_v<ConstRCPtr<Base>, RCPtr<Witness>>);
+static_assert(std::is_nothrow_constructible_v<RCPtr<Counted>, RCPtr<Witness>>);
+static_assert(std::is_nothrow_constructible_v<ConstRCPtr<Counted>, RCPtr<Witness>>);
 static_assert(std::is_nothrow_destructible_v<RCPtr<Witness>>);
 static_assert(std::is_nothrow_swappable_v<RCPtr<Witness>>);
 
@@ -93,12 +93,12 @@ concept CanCompare = requires(const Left& left, const Right& right)
 {
     left == right;
 };
-static_assert(CanCompare<RCPtr<Witness>, ConstRCPtr<Base>>);
+static_assert(CanCompare<RCPtr<Witness>, ConstRCPtr<Counted>>);
 static_assert(!CanCompare<RCPtr<Witness>, RCPtr<Other>>);
 
 // The classes below the buffer interface share one base object, so only a dynamic cast goes down.
 template <class To>
-concept CanStaticCastFromBase = requires(Base* base)
+concept CanStaticCastFromBase = requires(Counted* base)
 {
     static_cast<To*>(base);
 };
@@ -127,7 +127,7 @@ concept CanDowncastToWitness = requires(const From& from)
 {
     RCPtr<Witness>::Downcast(from);
 };
-static_assert(CanDowncastToWitness<RCPtr<Base>>);
-static_assert(!CanDowncastToWitness<ConstRCPtr<Base>>);
+static_assert(CanDowncastToWitness<RCPtr<Counted>>);
+static_assert(!CanDowncastToWitness<ConstRCPtr<Counted>>);
 
 } // namespace

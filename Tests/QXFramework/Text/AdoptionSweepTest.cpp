@@ -44,8 +44,6 @@ struct Adoptions
     }
 };
 
-using Operation = SweptOperation<Adoptions>;
-
 // The string is then the only holder of a buffer that is exact.
 void Adopt(Adoptions& adoptions)
 {
@@ -55,7 +53,7 @@ void Adopt(Adoptions& adoptions)
 
 TEST(AdoptionSweep, ABufferThatCannotBeAdoptedIsAsItWas)
 {
-    const Operation operations[] = {
+    const SweptOperation<Adoptions> operations[] = {
         {.what = "of a text without an end",
          .run = [](Adoptions& adoptions) { adoptions.text = String(adoptions.buffer); },
          .done = "abc x2 (abc.)",
@@ -122,7 +120,7 @@ TEST(AdoptionSweep, ABufferThatCannotBeAdoptedIsAsItWas)
 
 TEST(AdoptionSweep, AnAdoptedTextThatCannotChangeIsPutBack)
 {
-    const Operation operations[] = {
+    const SweptOperation<Adoptions> operations[] = {
         {.what = "lock",
          .prepare = &Adopt,
          .run = [](Adoptions& adoptions) { adoptions.text.Lock(9); },

@@ -53,8 +53,6 @@ struct Texts
     }
 };
 
-using Operation = SweptOperation<Texts>;
-
 void Share(Texts& texts)
 {
     texts.sharer = texts.text;
@@ -67,7 +65,7 @@ void Lock(Texts& texts)
 
 TEST(String16Sweep, AStringThatCannotBeMadeIsNotMade)
 {
-    const Operation operations[] = {
+    const SweptOperation<Texts> operations[] = {
         {.what = "of units",
          .run = [](Texts& texts) { texts.madeWide = String16(kNew); },
          .done = "abcdef x1 > new",
@@ -104,7 +102,7 @@ TEST(String16Sweep, AStringThatCannotBeMadeIsNotMade)
 
 TEST(String16Sweep, AStringThatCannotChangeIsAsItWas)
 {
-    const Operation operations[] = {
+    const SweptOperation<Texts> operations[] = {
         {.what = "assign",
          .run = [](Texts& texts) { texts.text.Assign(kNew, 2); },
          .done = "ne x1",
@@ -147,7 +145,7 @@ TEST(String16Sweep, AStringThatCannotChangeIsAsItWas)
 
 TEST(String16Sweep, AConversionWithoutMemoryThrowsAndConvertsNothing)
 {
-    const Operation operations[] = {
+    const SweptOperation<Texts> operations[] = {
         {.what = "a string to 8 bits",
          .run = [](Texts& texts) { texts.made = String(texts.text); },
          .done = "abcdef x1 > abcdef",

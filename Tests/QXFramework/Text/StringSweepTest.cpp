@@ -41,8 +41,6 @@ struct Strings
     }
 };
 
-using Operation = SweptOperation<Strings>;
-
 void Share(Strings& strings)
 {
     strings.sharer = strings.text;
@@ -67,7 +65,7 @@ void TakeEndAway(Strings& strings)
 
 TEST(StringSweep, AStringThatCannotBeMadeIsNotMade)
 {
-    const Operation operations[] = {
+    const SweptOperation<Strings> operations[] = {
         {.what = "of characters",
          .run = [](Strings& strings) { strings.made = String("new"); },
          .done = "abcdef x1 > new",
@@ -127,7 +125,7 @@ TEST(StringSweep, AStringThatCannotBeMadeIsNotMade)
 
 TEST(StringSweep, AFormattedTextThatCannotBeMadeIsNotMade)
 {
-    const Operation operations[] = {
+    const SweptOperation<Strings> operations[] = {
         {.what = "a double",
          .run = [](Strings& strings) { strings.made = String::FormatNumber(3.14159, 2); },
          .done = "abcdef x1 > 3.14",
@@ -150,7 +148,7 @@ TEST(StringSweep, AFormattedTextThatCannotBeMadeIsNotMade)
 
 TEST(StringSweep, AnUnlockedStringThatCannotChangeIsAsItWas)
 {
-    const Operation operations[] = {
+    const SweptOperation<Strings> operations[] = {
         {.what = "assign characters",
          .run = [](Strings& strings) { strings.text.Assign("uvwxyz", 3); },
          .done = "uvw x1",
@@ -272,7 +270,7 @@ TEST(StringSweep, AnUnlockedStringThatCannotChangeIsAsItWas)
 
 TEST(StringSweep, ALockedStringThatCannotChangeKeepsItsField)
 {
-    const Operation operations[] = {
+    const SweptOperation<Strings> operations[] = {
         {.what = "assign",
          .prepare = &Lock,
          .run = [](Strings& strings) { strings.text.Assign("uvwxyzuvwxyz", 1); },
@@ -341,7 +339,7 @@ TEST(StringSweep, ALockedStringThatCannotChangeKeepsItsField)
 
 TEST(StringSweep, WhatOnlyReadsOfAStringChangesNothing)
 {
-    const Operation operations[] = {
+    const SweptOperation<Strings> operations[] = {
         {.what = "compare without case",
          .run = [](Strings& strings) { return strings.text.Compare("ABCDEF", false) == 0; },
          .done = "abcdef x1"},

@@ -29,7 +29,7 @@ struct HostRun
     int exitCode = 0;
 };
 
-HostRun RunHost(std::vector<std::string> arguments, const std::string& input = "")
+HostRun RunAsJSON(std::vector<std::string> arguments, const std::string& input = "")
 {
     arguments.push_back("--json");
     ChildProcess host(kHostProgram, arguments, input);
@@ -90,15 +90,15 @@ TEST(Host, SendsWhatAScriptSetsToARealServer)
     ChildProcess monitor(kMonitorProgram, {"--json", "--count", "7"});
     monitor.ReadLine();
 
-    const HostRun run = RunHost({"run", "-"}, "open 258\n"
-                                              "open 0xFFFFFFFE\n"
-                                              "set enable 0xFFFFFFFF device=258\n"
-                                              "set state 2\n"
-                                              "set level 1.0 10.0 channel=2\n"
-                                              "set level 0 -1 channel=0\n"
-                                              "set state off\n"
-                                              "close 258\n"
-                                              "close\n");
+    const HostRun run = RunAsJSON({"run", "-"}, "open 258\n"
+                                                "open 0xFFFFFFFE\n"
+                                                "set enable 0xFFFFFFFF device=258\n"
+                                                "set state 2\n"
+                                                "set level 1.0 10.0 channel=2\n"
+                                                "set level 0 -1 channel=0\n"
+                                                "set state off\n"
+                                                "close 258\n"
+                                                "close\n");
 
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.server["running"], true);
@@ -132,11 +132,11 @@ TEST(Host, ShowsNoControlCharacterOfAPathOrAnArgument)
 
 TEST(Host, SaysPlainlyThatNoServerRuns)
 {
-    const HostRun run = RunHost({"run", "-"}, "open 258\n"
-                                              "set enable on\nexpect -3\n"
-                                              "set state on\nexpect -3\n"
-                                              "set level 1 1\nexpect 0\n"
-                                              "close\n");
+    const HostRun run = RunAsJSON({"run", "-"}, "open 258\n"
+                                                "set enable on\nexpect -3\n"
+                                                "set state on\nexpect -3\n"
+                                                "set level 1 1\nexpect 0\n"
+                                                "close\n");
     ChildProcess text(kHostProgram, {"set", "enable", "on"});
     const std::vector<std::string> lines = text.ReadLines();
 
@@ -152,30 +152,30 @@ TEST(Host, SaysPlainlyThatNoServerRuns)
 
 TEST(Host, ReachesAServerThatStartsBetweenTwoRunsOfTheSameDevice)
 {
-    EXPECT_EQ(RunHost({"set", "state", "1"}).exitCode, 1);
+    EXPECT_EQ(RunAsJSON({"set", "state", "1"}).exitCode, 1);
 
     ChildProcess monitor(kMonitorProgram, {"--json", "--count", "2"});
     monitor.ReadLine();
 
-    EXPECT_EQ(RunHost({"set", "state", "1"}).exitCode, 0);
+    EXPECT_EQ(RunAsJSON({"set", "state", "1"}).exitCode, 0);
     EXPECT_EQ(CollectMessages(monitor), (std::vector<std::string>{"OpLM", "258 state 1"}));
 }
 
 TEST(Host, ShowsEveryRefusalOfThePlugIn)
 {
-    const HostRun run = RunHost({"run", "-"}, "get enable\nexpect what\n"
-                                              "open 1\n"
-                                              "open 1\nexpect what\n"
-                                              "get enable\n"
-                                              "get enable channel=1\nexpect what\n"
-                                              "get enable size=8\nexpect !siz\n"
-                                              "get level side=output\nexpect what\n"
-                                              "set enable 1 channel=2\nexpect unop\n"
-                                              "set enable 1 side=output\nexpect what\n"
-                                              "set level 1 1 size=7\nexpect !siz\n"
-                                              "set 'VoLu' 1\nexpect who?\n"
-                                              "stream info enable\n"
-                                              "close\nclose\nexpect what\n");
+    const HostRun run = RunAsJSON({"run", "-"}, "get enable\nexpect what\n"
+                                                "open 1\n"
+                                                "open 1\nexpect what\n"
+                                                "get enable\n"
+                                                "get enable channel=1\nexpect what\n"
+                                                "get enable size=8\nexpect !siz\n"
+                                                "get level side=output\nexpect what\n"
+                                                "set enable 1 channel=2\nexpect unop\n"
+                                                "set enable 1 side=output\nexpect what\n"
+                                                "set level 1 1 size=7\nexpect !siz\n"
+                                                "set 'VoLu' 1\nexpect who?\n"
+                                                "stream info enable\n"
+                                                "close\nclose\nexpect what\n");
 
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.summary["unexpected"], 0);
@@ -187,7 +187,7 @@ TEST(Host, ShowsEveryRefusalOfThePlugIn)
 
 TEST(Host, DescribesACallFieldByField)
 {
-    HostRun run = RunHost({"info", "level", "--device", "7"});
+    HostRun run = RunAsJSON({"info", "level", "--device", "7"});
 
     ASSERT_EQ(run.calls.size(), 3u);
     JSON& call = run.calls[1];
@@ -203,7 +203,7 @@ TEST(Host, DescribesACallFieldByField)
 TEST(Host, DrivesSeveralDevicesInOneProcess)
 {
     const HostRun run =
-        RunHost({"get", "state", "--device", "1", "--device", "2", "--repeat", "2"});
+        RunAsJSON({"get", "state", "--device", "1", "--device", "2", "--repeat", "2"});
 
     std::vector<std::string> calls;
     for (const JSON& call : run.calls) {
@@ -218,7 +218,7 @@ TEST(Host, DrivesSeveralDevicesInOneProcess)
 
 TEST(Host, CallsTheThreeStreamEntryPoints)
 {
-    const HostRun run = RunHost({"stream"});
+    const HostRun run = RunAsJSON({"stream"});
 
     EXPECT_EQ(GetStatuses(run),
               (std::vector<int>{0, kUnknownProperty, kUnknownProperty, kUnknownProperty, 0}));
@@ -227,8 +227,8 @@ TEST(Host, CallsTheThreeStreamEntryPoints)
 
 TEST(Host, ShowsOnlyWhatDiffersWhenQuiet)
 {
-    const HostRun asExpected = RunHost({"get", "--quiet", "--repeat", "100"});
-    const HostRun differing = RunHost({"get", "enable", "--quiet", "--expect", "ok"});
+    const HostRun asExpected = RunAsJSON({"get", "--quiet", "--repeat", "100"});
+    const HostRun differing = RunAsJSON({"get", "enable", "--quiet", "--expect", "ok"});
 
     EXPECT_TRUE(asExpected.calls.empty());
     EXPECT_EQ(asExpected.summary["calls"], 302);
@@ -478,7 +478,7 @@ TEST(Host, LoadsThePlugInIntoItselfForADebugger)
 
 TEST(Host, TakesNegativeNumbersAndOptionsAnywhere)
 {
-    const HostRun run = RunHost({"--expect", "-3", "set", "enable", "-1", "--channel", "0"});
+    const HostRun run = RunAsJSON({"--expect", "-3", "set", "enable", "-1", "--channel", "0"});
 
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.calls.at(1)["data"], "FFFFFFFF");
@@ -487,7 +487,7 @@ TEST(Host, TakesNegativeNumbersAndOptionsAnywhere)
 TEST(Host, DrivesABundleThatIsNotOurs)
 {
     const HostRun run =
-        RunHost({"--plugin", QX_ANSWERING_PLUGIN, "get", "enable", "--device", "5"});
+        RunAsJSON({"--plugin", QX_ANSWERING_PLUGIN, "get", "enable", "--device", "5"});
 
     EXPECT_EQ(GetStatuses(run), (std::vector<int>{5, 5, 5}));
     EXPECT_EQ(run.exitCode, 1);

@@ -40,19 +40,19 @@ struct Memory
 };
 
 /// Sends to the monitor.
-class Sender
+class SteadySender
 {
 public:
     /// Waits until there is a monitor.
-    Sender()
+    SteadySender()
     {
         while ((mPort = CFMessagePortCreateRemote(nullptr, CFSTR(kServerPortName))) == nullptr) {
             std::this_thread::yield();
         }
     }
-    Sender(const Sender&) = delete;
-    Sender& operator=(const Sender&) = delete;
-    ~Sender() { CFRelease(mPort); }
+    SteadySender(const SteadySender&) = delete;
+    SteadySender& operator=(const SteadySender&) = delete;
+    ~SteadySender() { CFRelease(mPort); }
 
     SInt32 Set(int device) const
     {
@@ -93,7 +93,7 @@ TEST(Memory, StaysTheSameHoweverManyMessagesTheMonitorShows)
     // One message in ten sets something, each time of the next device. The table is soon full.
     constexpr int kDevices = kMessages / 200;
     ChildProcess monitor("sh", {"-c", "exec " QX_EMULATOR " \"$0\" >/dev/null", kMonitorProgram});
-    const Sender sender;
+    const SteadySender sender;
     long early = 0;
     int refused = 0;
 
@@ -151,7 +151,7 @@ TEST(Memory, EndsAWaitingMonitorWithAMessageWhenMessagesUseItUp)
     // The heap of a second thread would be a reserve of 64 MB.
     ChildProcess monitor("sh", {"-c", "MALLOC_ARENA_MAX=1 exec \"$0\" --json", kMonitorProgram});
     monitor.ReadLine();
-    const Sender sender;
+    const SteadySender sender;
     const auto mapped = static_cast<rlim_t>(Memory(monitor.GetID()).mapped) * 1024;
     const rlimit limit = {mapped, mapped};
     ASSERT_EQ(prlimit(monitor.GetID(), RLIMIT_AS, &limit, nullptr), 0);

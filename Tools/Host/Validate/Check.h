@@ -9,6 +9,15 @@
 
 namespace Validate {
 
+// What checks are about. --only takes these as well as names.
+inline constexpr const char* kEntryPointsTag = "entry-points";
+inline constexpr const char* kRegistryTag = "registry";
+inline constexpr const char* kDispatchTag = "dispatch";
+inline constexpr const char* kMessagesTag = "messages";
+inline constexpr const char* kFaultsTag = "faults";
+inline constexpr const char* kThreadsTag = "threads";
+inline constexpr const char* kLifetimeTag = "lifetime";
+
 struct Check
 {
     std::string name; ///< words with hyphens

@@ -11,7 +11,6 @@ namespace {
 
 using Tools::FormatText;
 
-constexpr const char* kTag = "dispatch";
 constexpr UInt32 kMostSize = 16;
 constexpr UInt32 kChannels[] = {1, 2, 0xFFFFFFFF};
 
@@ -20,13 +19,13 @@ using PropertyCheck = void (*)(Bench&, const PropertyRules&);
 void Add(Checks& checks, const PropertyRules& property, const char* name, const char* rule,
          PropertyCheck run)
 {
-    checks.push_back({std::string(name) + "-" + property.name, kTag, rule,
+    checks.push_back({std::string(name) + "-" + property.name, kDispatchTag, rule,
                       [run, property](Bench& bench) { run(bench, property); }});
 }
 
 void Add(Checks& checks, const char* name, const char* rule, void (*run)(Bench&))
 {
-    checks.push_back({name, kTag, rule, run});
+    checks.push_back({name, kDispatchTag, rule, run});
 }
 
 /// A request of the first property.

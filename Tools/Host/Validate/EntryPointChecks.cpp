@@ -7,8 +7,6 @@
 namespace Validate {
 namespace {
 
-constexpr const char* kTag = "entry-points";
-
 /// The file that the code at an address was loaded from.
 std::string FindFile(const void* code)
 {
@@ -58,9 +56,10 @@ void CheckOwnFunctions(Bench& bench)
 
 void AddEntryPointChecks(Checks& checks)
 {
-    checks.push_back({"loads", kTag, "The bundle can be loaded and has the eight entry points.",
+    checks.push_back({"loads", kEntryPointsTag,
+                      "The bundle can be loaded and has the eight entry points.",
                       [](Bench& bench) { bench.Load(); }, true});
-    checks.push_back({"own-functions", kTag,
+    checks.push_back({"own-functions", kEntryPointsTag,
                       "Each entry point is a function of its own, inside the bundle.",
                       CheckOwnFunctions});
 }

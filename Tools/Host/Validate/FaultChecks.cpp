@@ -11,14 +11,12 @@ namespace {
 using Manner = ServerDouble::Manner;
 using PropertyCheck = void (*)(Bench&, const PropertyRules&);
 
-constexpr const char* kTag = "faults";
-
 void AddEach(Checks& checks, const Profile& profile, const char* name, const char* rule,
              PropertyCheck run)
 {
     for (const PropertyRules& property : profile.properties) {
         if (property.isWritable) {
-            checks.push_back({std::string(name) + "-" + property.name, kTag, rule,
+            checks.push_back({std::string(name) + "-" + property.name, kFaultsTag, rule,
                               [run, property](Bench& bench) { run(bench, property); }});
         }
     }
@@ -161,10 +159,10 @@ void AddFaultChecks(Checks& checks, const Profile& profile)
     AddEach(checks, profile, "server-restarts-reopened",
             "After a close and an open a device finds the new server.", ReopensToARestartedServer);
     if (!profile.properties.empty()) {
-        checks.push_back({"server-queue-full", kTag,
+        checks.push_back({"server-queue-full", kFaultsTag,
                           "A set is refused in a short time when the server's queue is full.",
                           ReportsAFullQueue});
-        checks.push_back({"no-descriptors", kTag,
+        checks.push_back({"no-descriptors", kFaultsTag,
                           "Without free descriptors a set answers as without a server.",
                           BearsNoDescriptors});
     }

@@ -16,7 +16,6 @@ namespace {
 
 using Tools::FormatText;
 
-constexpr const char* kTag = "lifetime";
 /// The first rounds fill caches that stay.
 constexpr int kFirstRounds = 50;
 /// Less than the smallest block of memory for each round.
@@ -175,36 +174,36 @@ void OpensNoFiles(Bench& bench)
 
 void AddLifetimeChecks(Checks& checks)
 {
-    checks.push_back(
-        {"unload", kTag, "Nothing keeps the bundle loaded after it was unloaded.", Unloads});
-    checks.push_back(
-        {"load-again", kTag, "A bundle that is loaded again knows no devices.", StartsAfresh});
-    checks.push_back({"unload-while-open", kTag, "The bundle can be unloaded with open devices.",
-                      UnloadsWhileOpen});
+    checks.push_back({"unload", kLifetimeTag,
+                      "Nothing keeps the bundle loaded after it was unloaded.", Unloads});
+    checks.push_back({"load-again", kLifetimeTag, "A bundle that is loaded again knows no devices.",
+                      StartsAfresh});
+    checks.push_back({"unload-while-open", kLifetimeTag,
+                      "The bundle can be unloaded with open devices.", UnloadsWhileOpen});
     checks.push_back({.name = "exit-while-open",
-                      .tag = kTag,
+                      .tag = kLifetimeTag,
                       .rule = "The process can end with open devices.",
                       .run = EndsWhileOpen,
                       .endsByExit = true});
-    checks.push_back({"rounds-of-loading", kTag,
+    checks.push_back({"rounds-of-loading", kLifetimeTag,
                       "Rounds of loading and unloading keep no memory and no descriptor.",
                       RepeatsLoading});
-    checks.push_back({"rounds-of-opening", kTag,
+    checks.push_back({"rounds-of-opening", kLifetimeTag,
                       "Rounds of opening and closing keep no memory and no descriptor.",
                       RepeatsOpening});
-    checks.push_back(
-        {"rounds-of-sets", kTag, "Rounds of sets keep no memory and no descriptor.", RepeatsSets});
-    checks.push_back({"rounds-of-refusals", kTag,
+    checks.push_back({"rounds-of-sets", kLifetimeTag,
+                      "Rounds of sets keep no memory and no descriptor.", RepeatsSets});
+    checks.push_back({"rounds-of-refusals", kLifetimeTag,
                       "Rounds of refused calls keep no memory and no descriptor.",
                       RepeatsRefusals});
     checks.push_back(
-        {"opens-no-files", kTag, "The plug-in opens and makes no files.", OpensNoFiles});
+        {"opens-no-files", kLifetimeTag, "The plug-in opens and makes no files.", OpensNoFiles});
 }
 
 void AddOutputChecks(Checks& checks)
 {
     checks.push_back({.name = "prints-nothing",
-                      .tag = kTag,
+                      .tag = kLifetimeTag,
                       .rule = "The plug-in writes nothing to the streams of its process.",
                       .run = UseAll,
                       .isAboutOutput = true});

@@ -7,18 +7,17 @@
 namespace Validate {
 namespace {
 
-constexpr const char* kTag = "messages";
-
 using Value = PropertyRules::Value;
 
 void AddRequest(Checks& checks, const PropertyRules& property, const std::string& name,
                 const char* rule, const Request& request)
 {
-    checks.push_back({name + "-" + property.name, kTag, rule, [property, request](Bench& bench) {
-                          bench.StartServer();
-                          bench.LoadAndOpen();
-                          bench.SetAndExpect(property, request);
-                      }});
+    checks.push_back(
+        {name + "-" + property.name, kMessagesTag, rule, [property, request](Bench& bench) {
+             bench.StartServer();
+             bench.LoadAndOpen();
+             bench.SetAndExpect(property, request);
+         }});
 }
 
 void AddWords(Checks& checks, const PropertyRules& property)
@@ -188,14 +187,15 @@ void AddMessageChecks(Checks& checks, const Profile& profile)
         }
     }
     checks.push_back(
-        {"device-ids", kTag, "Each message names the device of its set.", NamesTheDevice});
-    checks.push_back({"order", kTag, "Messages arrive in the order of the sets.", KeepsTheOrder});
+        {"device-ids", kMessagesTag, "Each message names the device of its set.", NamesTheDevice});
     checks.push_back(
-        {"set-again", kTag, "The same value is sent again when it is set again.", SendsAgain});
+        {"order", kMessagesTag, "Messages arrive in the order of the sets.", KeepsTheOrder});
+    checks.push_back({"set-again", kMessagesTag,
+                      "The same value is sent again when it is set again.", SendsAgain});
     checks.push_back(
-        {"only-sets-send", kTag, "Open, close, info and get send nothing.", OnlySetsSend});
-    checks.push_back({"refused-sets-send-nothing", kTag, "A set that is refused sends nothing.",
-                      RefusedSetsSendNothing});
+        {"only-sets-send", kMessagesTag, "Open, close, info and get send nothing.", OnlySetsSend});
+    checks.push_back({"refused-sets-send-nothing", kMessagesTag,
+                      "A set that is refused sends nothing.", RefusedSetsSendNothing});
 }
 
 } // namespace Validate

@@ -16,10 +16,10 @@
 namespace Validate {
 namespace {
 
-using JSON = nlohmann::json;
+using JSON = nlohmann::ordered_json;
 using Tools::FormatText;
 
-constexpr int kVersion = 1;
+constexpr int kProfileVersion = 1;
 
 /// An object of the file and where it is.
 class Node
@@ -208,8 +208,8 @@ Profile ReadAll(const JSON& value)
     const Node node(value, "",
                     {"schemaVersion", "name", "port", "deviceKey", "dataKey", "unknownProperty",
                      "findsRestartedServer", "statuses", "properties"});
-    if (node.Take("schemaVersion", &JSON::is_number_integer, "a number") != kVersion) {
-        node.Refuse("schemaVersion", FormatText("this qxhost reads version %d", kVersion));
+    if (node.Take("schemaVersion", &JSON::is_number_integer, "a number") != kProfileVersion) {
+        node.Refuse("schemaVersion", FormatText("this qxhost reads version %d", kProfileVersion));
     }
     Profile profile;
     profile.name = node.GetText("name");

@@ -7,12 +7,11 @@
 namespace Validate {
 namespace {
 
-constexpr const char* kTag = "registry";
 constexpr UInt32 kOther = 259;
 
 void Add(Checks& checks, const char* name, const char* rule, void (*run)(Bench&))
 {
-    checks.push_back({name, kTag, rule, run});
+    checks.push_back({name, kRegistryTag, rule, run});
 }
 
 void ExpectOpen(const Bench& bench, Caller& plugIn, UInt32 device)

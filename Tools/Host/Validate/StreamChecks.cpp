@@ -5,7 +5,6 @@
 namespace Validate {
 namespace {
 
-constexpr const char* kTag = "dispatch";
 constexpr UInt32 kSelectors[] = {0x44476D65, 0x44476D6C, 0x566F4C75, 0};
 
 void RefusesInfo(Bench& bench)
@@ -69,12 +68,12 @@ void RefusesClosed(Bench& bench)
 void AddStreamChecks(Checks& checks)
 {
     checks.push_back(
-        {"stream-info", kTag, "Stream info is refused and stores nothing.", RefusesInfo});
+        {"stream-info", kDispatchTag, "Stream info is refused and stores nothing.", RefusesInfo});
     checks.push_back(
-        {"stream-get", kTag, "A stream get is refused and stores nothing.", RefusesGet});
+        {"stream-get", kDispatchTag, "A stream get is refused and stores nothing.", RefusesGet});
     checks.push_back(
-        {"stream-set", kTag, "A stream set is refused and sends nothing.", RefusesSet});
-    checks.push_back({"stream-not-open", kTag,
+        {"stream-set", kDispatchTag, "A stream set is refused and sends nothing.", RefusesSet});
+    checks.push_back({"stream-not-open", kDispatchTag,
                       "Streams of a device that is not open are refused in the same way.",
                       RefusesClosed});
 }

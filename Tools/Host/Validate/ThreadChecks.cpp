@@ -11,7 +11,6 @@
 namespace Validate {
 namespace {
 
-constexpr const char* kTag = "threads";
 constexpr UInt32 kThreads = 4;
 constexpr UInt32 kTurns = 25;
 /// The device of the first thread; the next one's is the next.
@@ -130,11 +129,11 @@ void ThreadsTakeTurns(Bench& bench)
 
 void AddThreadChecks(Checks& checks)
 {
+    checks.push_back({"threads-set", kThreadsTag,
+                      "Threads may set properties of their devices at once.", SetsOverlap});
     checks.push_back(
-        {"threads-set", kTag, "Threads may set properties of their devices at once.", SetsOverlap});
-    checks.push_back(
-        {"threads-ask", kTag, "Threads may ask and be refused at once.", AnswersOverlap});
-    checks.push_back({"threads-take-turns", kTag,
+        {"threads-ask", kThreadsTag, "Threads may ask and be refused at once.", AnswersOverlap});
+    checks.push_back({"threads-take-turns", kThreadsTag,
                       "Open, sets and close may come from threads that have ended since.",
                       ThreadsTakeTurns});
 }
