@@ -88,7 +88,8 @@ bool LocalPort::HasMore()
             static_cast<SInt32>(mCurrent->mTally.GetSent() - mCurrent->mTaken) > 0);
 }
 
-void LocalPort::Accept()
+/// Accepts the next client; false if there is none, or it has to wait.
+bool LocalPort::AcceptNext()
 {
     // Allocates first: a client that cannot be stored must not be accepted.
     std::shared_ptr<Client> client;
@@ -97,7 +98,7 @@ void LocalPort::Accept()
         mClients.reserve(mClients.size() + 1);
     } catch (const std::bad_alloc&) {
         Pause();
-        return;
+        return false;
     }
     client->mSocket =
         FileDescriptor(accept4(mName.GetSocket(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
@@ -107,10 +108,7 @@ void LocalPort::Accept()
         } else if (mIsRefusing) {
             Watch(EPOLL_CTL_DEL, mName.GetSocket(), nullptr);
         }
-        return;
-    }
-    if (!Watch(EPOLL_CTL_ADD, client->mSocket.Get(), client.get())) {
-        return;
+        return false;
     }
     if (mIsRefusing) {
         shutdown(client->mSocket.Get(), SHUT_RD);
@@ -120,7 +118,21 @@ void LocalPort::Accept()
     if (getsockopt(client->mSocket.Get(), SOL_SOCKET, SO_PEERCRED, &sender, &size) == 0) {
         client->mProcess = static_cast<SInt32>(sender.pid);
     }
-    mClients.push_back(std::move(client));
+    mAccepted = std::move(client);
+    return true;
+}
+
+void LocalPort::Accept()
+{
+    if (mAccepted == nullptr && !AcceptNext()) {
+        return;
+    }
+    if (!Watch(EPOLL_CTL_ADD, mAccepted->mSocket.Get(), mAccepted.get())) {
+        // It may have sent already, so it must not be dropped.
+        Pause();
+        return;
+    }
+    mClients.push_back(std::move(mAccepted));
 }
 
 /// Accepts no client for a moment, because no descriptor or memory is free. A client that cannot be
@@ -135,11 +147,18 @@ void LocalPort::Pause()
 
 void LocalPort::Resume()
 {
-    if (mIsPaused) {
-        const itimerspec never = {};
-        timerfd_settime(mAlarm.Get(), 0, &never, nullptr);
-        mIsPaused = false;
-        Watch(EPOLL_CTL_ADD, mName.GetSocket(), &mName);
+    if (!mIsPaused) {
+        return;
+    }
+    if (!Watch(EPOLL_CTL_ADD, mName.GetSocket(), &mName)) {
+        Pause();
+        return;
+    }
+    const itimerspec never = {};
+    timerfd_settime(mAlarm.Get(), 0, &never, nullptr);
+    mIsPaused = false;
+    if (mAccepted != nullptr) {
+        Accept();
     }
 }
 
@@ -235,6 +254,9 @@ void LocalPort::RefuseSenders()
     for (const auto& client : mClients) {
         shutdown(client->mSocket.Get(), SHUT_RD);
     }
+    if (mAccepted != nullptr) {
+        shutdown(mAccepted->mSocket.Get(), SHUT_RD);
+    }
 }
 
 void LocalPort::CloseInChild()
@@ -244,6 +266,9 @@ void LocalPort::CloseInChild()
     mAlarm.Close();
     for (const auto& client : mClients) {
         client->mSocket.Close();
+    }
+    if (mAccepted != nullptr) {
+        mAccepted->mSocket.Close();
     }
 }
 

@@ -65,6 +65,7 @@ public:
 
 private:
     void Accept();
+    bool AcceptNext();
     void Pause();
     void Resume();
     void Drop(const Client& client);
@@ -82,6 +83,8 @@ private:
     bool mIsPaused = false;
     bool mIsRefusing = false;
     std::vector<std::shared_ptr<Client>> mClients;
+    /// A client that is accepted but not yet watched: the system had no memory for that.
+    std::shared_ptr<Client> mAccepted;
     /// The client whose turn it is, and the messages that it may send before the others' turn.
     Client* mCurrent = nullptr;
     UInt32 mLeft = 0;
