@@ -2,6 +2,7 @@
 
 #include "HostilePeer.h"
 
+#include <cstring>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -64,9 +65,23 @@ Packet TakePacket(FuzzInput& input)
     return packet;
 }
 
-bool Send(int socket, const Packet& packet)
+bool Send(int socket, const Packet& packet, int file)
 {
-    return send(socket, packet.bytes.data(), packet.bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT) ==
+    iovec part = {const_cast<unsigned char*>(packet.bytes.data()), packet.bytes.size()};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof file)] = {};
+    if (file >= 0) {
+        message.msg_control = control;
+        message.msg_controllen = sizeof control;
+        cmsghdr* const entry = CMSG_FIRSTHDR(&message);
+        entry->cmsg_level = SOL_SOCKET;
+        entry->cmsg_type = SCM_RIGHTS;
+        entry->cmsg_len = CMSG_LEN(sizeof file);
+        std::memcpy(CMSG_DATA(entry), &file, sizeof file);
+    }
+    return sendmsg(socket, &message, MSG_NOSIGNAL | MSG_DONTWAIT) ==
            static_cast<ssize_t>(packet.bytes.size());
 }
 

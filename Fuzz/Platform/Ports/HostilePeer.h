@@ -26,8 +26,9 @@ std::string MakeName(const char* purpose);
 /// data than a message can carry.
 Packet TakePacket(FuzzInput& input);
 
-/// Sends a packet; false if the other end is gone or reads nothing.
-bool Send(int socket, const Packet& packet);
+/// Sends a packet, and a file with it if there is one; false if the other end is gone or reads
+/// nothing.
+bool Send(int socket, const Packet& packet, int file = -1);
 
 /// Reads the next packet without waiting; none if there is none or the other end is gone.
 bool Receive(int socket, Packet& packet);
