@@ -4,6 +4,8 @@
 
 #include <QX/NotificationQueue.h>
 
+#include <utility>
+
 namespace QX {
 
 Mutex& LNotificationQueue::sMutex = gPostMutex;
@@ -93,6 +95,10 @@ int32 LNotificationQueue::PostForBroadcast(RCPtr<LNotification>&& notification)
 {
     if (!notification || notification->IsPosted()) {
         return kResultOutOfRange;
+    }
+    // A latest-only client holds it too, and a copy must not be made inside the mutex.
+    if (!notification->IsShareable()) {
+        return PostForBroadcast(std::as_const(notification));
     }
     // Released after unlocking, because a payload runs foreign code, which may drop the last holder
     // of this queue. No reference to the queue or its distributor is taken: its release on a

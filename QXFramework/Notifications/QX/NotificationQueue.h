@@ -33,8 +33,9 @@ public:
     LNotificationQueue();
     ~LNotificationQueue() override;
 
-    /// Sets the distributor that deliveries go through and returns kResultSuccess. It can be set
-    /// once; a null `distributor` changes nothing.
+    /// Sets the distributor that deliveries go through, which the queue holds until
+    /// ReleaseDistributor, and returns kResultSuccess. It can be set once; a null `distributor`
+    /// changes nothing.
     ///
     /// Fails: kResultFailure if one is set, or after ReleaseDistributor.
     int32 SetDistributor(const RCPtr<LNotificationDistributor>& distributor);
@@ -51,14 +52,14 @@ public:
     ///
     /// Threads: any. Notifications of one poster keep their order.
     int32 PostForBroadcast(const RCPtr<LNotification>& notification);
-    /// As above, with the caller's own reference, which is handed over if the notification was
-    /// posted.
+    /// As above, with the caller's own reference, which is handed over if the notification itself
+    /// was posted, and not a copy.
     int32 PostForBroadcast(RCPtr<LNotification>&& notification);
 
     /// Delivers what was pending at the start of the call, oldest first, then, if `deliverIdle`,
     /// the idle notification. Returns whether notifications are pending now. What is posted
     /// meanwhile waits for the next call; a flush ends the delivery. A call from inside a client
-    /// delivers only the idle notification.
+    /// delivers only the idle notification. Without a distributor it delivers nothing and flushes.
     ///
     /// A receiver that forwards a queue into itself, or two that forward into each other's queues,
     /// keep one notification pending for ever, so a loop until this returns false does not end. Nor

@@ -11,6 +11,13 @@
 namespace NotificationTests {
 namespace {
 
+/// A notification that can be copied.
+class LCopiedNotification : public LNotification
+{
+public:
+    RCPtr<LRefCountedObject> CreateCopy() const override { return Create(GetID(), GetData()); }
+};
+
 class LatestOnly : public NotificationFixture
 {
 protected:
@@ -175,6 +182,21 @@ TEST_F(LatestOnly, APostTakesTheCallersOwnReferenceOver)
 
     EXPECT_EQ(ofAnotherName, nullptr);
     EXPECT_EQ(ofItsName, nullptr);
+    center->DeliverPendingNotifications(false);
+    EXPECT_EQ(journal, "l");
+}
+
+TEST_F(LatestOnly, ClientsReceiveTheCopyOfAnUnshareableNotificationThatIsHandedOver)
+{
+    center->RegisterNotificationClient(latest, "B", kLatest);
+    RCPtr<LNotification> original(new LCopiedNotification);
+    original->SetName("B");
+    original->SetUnshareable(true);
+
+    EXPECT_EQ(center->PostForBroadcast(std::move(original)), kResultSuccess);
+    ASSERT_NE(original, nullptr) << "only the copy was posted";
+    EXPECT_FALSE(original->IsPosted());
+
     center->DeliverPendingNotifications(false);
     EXPECT_EQ(journal, "l");
 }
