@@ -13,6 +13,9 @@
 // RemoveLast, which hand the reference over. The other removals use the array again after they have
 // dropped a reference, and it may be gone with the object.
 //
+// An exception of an object's RemoveReference ends a removal: that reference is gone, and what was
+// still to be removed stays. The destructor of the array swallows it.
+//
 // An RCPtrArray<T> is the same block seen twice: as a sequence of RCPtr<T>, which the calls on the
 // array itself mean, and as one of ConstRCPtr<T>, which is reached through the base class.
 //

@@ -44,10 +44,14 @@ public:
     /// Fails: kResultFailure for a count above GetMaxCount; nothing changes.
     int32 SetCount(uint32 count) override;
 
+    /// Opens `count` empty elements in front of `index` and returns the new count.
+    ///
     /// Fails: kResultOutOfRange for an index above the count, kResultFailure for a new count above
     /// GetMaxCount; nothing changes.
     int32 Insert(uint32 index, uint32 count) override;
 
+    /// Removes `count` elements from `index` on and returns the new count.
+    ///
     /// Fails: kResultOutOfRange for an index not below the count, also if `count` is 0, and for a
     /// range that leaves the array; nothing changes.
     int32 Remove(uint32 index, uint32 count) override;
@@ -55,6 +59,8 @@ public:
     /// Inserts a copy of `item` and returns `index`. Fails: as Insert.
     int32 InsertItem(uint32 index, const T& item) override;
 
+    /// Assigns the element at `index` to `removed`, removes it and returns the new count.
+    ///
     /// Throws: as GetAt; nothing changes.
     int32 RemoveItem(uint32 index, T& removed) override;
 

@@ -9,8 +9,9 @@ namespace QX {
 
 /// Remembers that a reference to an object, held by one of its own parts, is counted as contained.
 ///
-/// The count is added after the reference and removed before it, and only once, whichever of the
-/// calls that dismantle the object comes first.
+/// The count is added after the reference. It is removed before the reference, and only once,
+/// whichever of the calls that dismantle the object comes first. Who takes the count over may
+/// remove it later, while holding the object.
 ///
 /// Threads: one at a time. Nothing fails.
 class ContainedReference

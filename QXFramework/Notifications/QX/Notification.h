@@ -72,8 +72,8 @@ public:
     /// Drops the payload of `notification` and, with reuse enabled, parks it. For the framework
     /// only: RemoveReference calls it for the last holder.
     ///
-    /// Throws: std::bad_alloc, or what CreateCopy throws for an unshareable notification; it is not
-    /// parked. Threads: that of the last holder.
+    /// Throws: std::bad_alloc, what CreateCopy throws for an unshareable notification, or what the
+    /// payload's RemoveReference throws; it is not parked. Threads: that of the last holder.
     static void NotificationIsAvailable(LNotification& notification);
 
     /// Gives the notification another name and returns kResultSuccess.
@@ -88,7 +88,8 @@ public:
     /// reference to the payload before is dropped.
     ///
     /// Fails: kResultFailure while it is posted. Throws: what CreateCopy throws for an unshareable
-    /// payload. Nothing changes in either case.
+    /// payload. Nothing changes in either case. What the RemoveReference of the payload before
+    /// throws passes too; the new payload is set then.
     ///
     /// Threads: a holder's, one at a time, and no other thread reads the payload meanwhile.
     int32 SetData(const RCPtr<LRefCountedObject>& data);

@@ -13,7 +13,9 @@
 // pointers.
 //
 // Threads: as for queues. The last holder of a center goes on the delivering thread, because the
-// clients are called there.
+// clients are called there, and after the holders on other threads have gone: two that go at the
+// same moment may both miss that they are the last, and the center stays. A holder that goes on
+// another thread while a client registers or unregisters may look like the last one.
 #pragma once
 
 #include <QX/NotificationDistributor.h>

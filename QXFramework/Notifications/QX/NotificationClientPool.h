@@ -21,7 +21,8 @@ public:
     /// What latest-only clients wait for, from the last client to the first.
     using LatestNotifications = std::vector<ConstRCPtr<LNotification>>;
 
-    /// Returns a pool without clients. Throws: std::bad_alloc.
+    /// Returns a pool without clients for `notificationID`, which is an ID and not just a name.
+    /// Throws: std::bad_alloc.
     static RCPtr<LNotificationClientPool> Create(const char* notificationID);
 
     /// Returns the ID that the clients registered for.
@@ -48,14 +49,15 @@ public:
     int32 GetDeliveryFlags(const RCPtr<LNotificationClient>& client, DeliveryFlags& flags) const;
 
     /// Delivers to all clients, from the last to the first; `distributor` is the one that they are
-    /// told. Returns kResultSuccess, or kResultNothingDone if there is no client. Throws: what a
-    /// client throws; the remaining clients are not served.
+    /// told. Returns kResultSuccess, or kResultNothingDone if there is no client. A null
+    /// notification reaches none. Throws: what a client throws; the remaining clients are not
+    /// served.
     int32 DeliverNotification(LNotificationDistributor& distributor,
                               const RCPtr<LNotification>& notification);
 
     /// Delivers to the client at `index` and returns the index below which a walk goes on: `index`
-    /// itself, less the clients below it that left meanwhile. An index that is not there delivers
-    /// nothing. Throws: what the client throws.
+    /// itself, less the clients below it that left meanwhile. Neither an index that is not there
+    /// nor a null notification delivers anything. Throws: what the client throws.
     uint32 DeliverNotification(LNotificationDistributor& distributor, uint32 index,
                                const RCPtr<LNotification>& notification);
 

@@ -10,6 +10,9 @@
 // Each registration is a reference to the distributor, so one with registrations outlives its
 // holders until its clients unregister. It lives on the heap, held by smart pointers.
 //
+// It holds clients and notifications by smart pointers. One that is marked unshareable is therefore
+// copied, and what CreateCopy throws reaches the caller.
+//
 // Threads: registration, unregistration and delivery happen on one thread at a time. All
 // distributors share one list, so only one thread at a time registers at any of them. Other threads
 // may post to a queue of the distributor meanwhile.

@@ -48,9 +48,11 @@ public:
     /// Counts one holder less and returns the new number of holders; after 0 the object is gone.
     ///
     /// If the caller's is the only reference from outside, RemoveContainedReferences runs first
-    /// and breaks the cycle. That test reads two counters one after the other and can miss a
-    /// holder that arrives in between. It decides when a cycle is broken, never when the object
-    /// is deleted: the decrement alone decides that.
+    /// and breaks the cycle. That test reads the two counts one after the other, and another thread
+    /// may change them in between. If the last two holders let go at the same moment, both may miss
+    /// that they are the last, and the cycle stays. If a contained reference goes meanwhile, one of
+    /// several holders may look like the last one. The test decides when a cycle is broken, never
+    /// when the object is deleted: the decrement alone decides that.
     ///
     /// Throws: what RemoveContainedReferences throws, after the reference has been dropped.
     /// Threads: as AddReference; the destructor runs on the thread that drops the last reference.
@@ -69,7 +71,8 @@ public:
     ///
     /// Copyable classes override it. The object that they return must be shareable, as the copy
     /// constructor makes it: the first smart pointers to it would copy an unshareable one without
-    /// end.
+    /// end. The smart pointer that asks for the copy must stay where it is meanwhile. For a slot of
+    /// an array that means that the array must not change; only insertions into it allow that.
     ///
     /// Throws: Exception<std::logic_error>, unless overridden.
     virtual RCPtr<LRefCountedObject> CreateCopy() const;
