@@ -28,6 +28,9 @@ public:
     /// Without memory, the buffer has no block afterwards. A buffer that stays too small is not
     /// written to. A value that cannot be serialized leaves the three header words written and the
     /// value bytes not initialised.
+    ///
+    /// Throws: what the operations of a derived value or buffer throw. Threads: any, while no other
+    /// thread uses the value or the buffer.
     static UInt32 CreateSetParamMessage(UInt32 parameterID, const QX::Variant& value,
                                         const QX::RCPtr<QX::LIBuffer>& buffer);
 };

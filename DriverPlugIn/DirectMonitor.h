@@ -8,6 +8,8 @@
 // done and returns 0.
 //
 // Throws: what sending throws; a level also std::bad_alloc.
+// Threads: the caller's; no lock is taken. The messages of two calls on two threads may mix. How
+// long a call blocks is in ServerLink.h.
 #pragma once
 
 #include "DriverPlugIn/PlugInInfo.h"

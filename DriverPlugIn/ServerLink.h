@@ -7,6 +7,8 @@
 // Statuses are the message port's (0, -1 to -5); kCFMessagePortIsInvalid also means that there is
 // no server, or that the message could not be made.
 //
+// No record passed here may be null.
+//
 // Threads: the caller's; no lock is taken. A send blocks for at most kSendTimeoutSeconds, a simple
 // message also for kReceiveTimeoutSeconds, during which the thread's run loop runs.
 #pragma once

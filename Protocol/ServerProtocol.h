@@ -128,9 +128,9 @@ inline constexpr UInt32 kMessageLengthOffset = 0;
 inline constexpr UInt32 kMessageReservedOffset = 4;
 inline constexpr UInt32 kMessageParameterOffset = 8;
 inline constexpr UInt32 kMessageValueOffset = 12;
-/// The size of the value's own header.
+/// The size of the value's own header in bytes.
 inline constexpr UInt32 kSerializedValueHeaderSize = 12;
-/// How much longer a message is than its value's data.
+/// How much longer a message is than its value's data, in bytes.
 inline constexpr UInt32 kMessageOverhead = kMessageValueOffset + kSerializedValueHeaderSize;
 
 /// The parameter ID of a property.
