@@ -20,29 +20,25 @@ namespace {
 template <class CharT>
 constexpr CharT kNoText{};
 
-/// Resizes a buffer of the class if it is of that very class; `resized` is set then.
-template <class BufferType>
-bool IsResizedAs(LIBuffer& buffer, uint32 size, bool& resized)
+// Returns whether the buffer has room for `size` bytes now. The framework's own buffers keep their
+// bytes when the heap refuses; another class does what its ResizeBytes does.
+bool TryResize(LIBuffer& buffer, uint32 size)
 {
-    BufferType* const own = AsBuffer<BufferType>(buffer);
-    if (own != nullptr) {
-        resized = own->TryResizeBytes(size);
+    if (LTextBuffer* const text = AsBuffer<LTextBuffer>(buffer)) {
+        return text->TryResizeBytes(size);
     }
-    return own != nullptr;
+    if (LByteBuffer* const bytes = AsBuffer<LByteBuffer>(buffer)) {
+        return bytes->TryResizeBytes(size);
+    }
+    buffer.ResizeBytes(size);
+    return TextElements<char>(buffer).count >= size;
 }
 
-// Resizes a buffer in place and zeroes the bytes gained. The framework's own buffers keep their
-// bytes when the heap refuses; another class does what its ResizeBytes does.
+// Resizes a buffer in place and zeroes the bytes gained.
 void ResizeInPlace(LIBuffer& buffer, uint32 size)
 {
     const uint32 oldSize = TextElements<char>(buffer).count;
-    bool resized = true;
-    if (!IsResizedAs<LTextBuffer>(buffer, size, resized) &&
-        !IsResizedAs<LByteBuffer>(buffer, size, resized)) {
-        buffer.ResizeBytes(size);
-        resized = buffer.GetRawPtr() != nullptr;
-    }
-    if (!resized) {
+    if (!TryResize(buffer, size)) {
         throw std::bad_alloc();
     }
     if (size > oldSize) {

@@ -80,6 +80,7 @@ inline RCPtr<LIBuffer> BufferWith(std::string_view bytes)
 struct BufferFaults
 {
     bool refusesGrowth = false;      ///< a larger size finds no memory
+    bool ignoresGrowth = false;      ///< a larger size changes nothing
     bool copiesAreForeign = false;   ///< CreateCopy gives an object of another kind
     bool copiesThrow = false;        ///< CreateCopy throws a std::domain_error
     bool copiesHaveNoBlock = false;  ///< CreateCopy finds no memory
@@ -100,6 +101,9 @@ public:
     int32 ResizeBytes(uint32 size) override
     {
         mWasShareable = IsShareable();
+        if (size > mSize && mFaults.ignoresGrowth) {
+            return static_cast<int32>(mSize);
+        }
         if (size > mSize && mBlock != nullptr && mFaults.refusesGrowth) {
             mBlock.reset();
         } else {

@@ -296,6 +296,17 @@ TEST(StringFailure, ABufferOfAForeignClassThatLosesItsBlockLeavesAnEmptyText)
     EXPECT_EQ(TextOf(text), "usable");
 }
 
+TEST(StringFailure, ABufferOfAForeignClassThatDoesNotGrowKeepsItsText)
+{
+    String text(HookedBuffer::Create(std::string_view("abc", 4), {.ignoresGrowth = true}));
+
+    EXPECT_THROW(text.Lock(100), std::bad_alloc);
+    EXPECT_THROW(text += 'd', std::bad_alloc);
+
+    EXPECT_FALSE(text.IsLocked());
+    EXPECT_EQ(TextOf(text), "abc");
+}
+
 TEST(StringFailure, ALockedFieldOfAForeignClassThatCannotGrowStaysLocked)
 {
     String text(HookedBuffer::Create(std::string_view("abc", 4), {.refusesGrowth = true}));
