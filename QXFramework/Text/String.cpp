@@ -93,7 +93,7 @@ String::StringT(const RCPtr<LIBuffer>& buffer)
 
 String::StringT(std::string_view text)
 {
-    SetText(text.data(), static_cast<uint32>(std::min(text.size(), std::size_t{kWholeText})));
+    SetText(text.data(), static_cast<uint32>(std::min<uint64>(text.size(), kUInt32Limit)));
 }
 
 String::~StringT() = default;

@@ -55,7 +55,8 @@ public:
     /// it for all of its holders to the text up to its first NUL and one NUL. A buffer without any
     /// NUL grows by one byte; a null pointer gives an empty string.
     StringT(const RCPtr<LIBuffer>& buffer);
-    /// Copies the text up to its first NUL, at most kWholeText characters of it.
+    /// Copies the text up to its first NUL. Throws: std::bad_alloc, also for a text whose size does
+    /// not fit 32 bits with its NUL.
     explicit StringT(std::string_view text);
     ~StringT() override;
 
