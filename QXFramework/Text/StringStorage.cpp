@@ -81,8 +81,7 @@ uint32 StringStorageT<CharT>::StrLen(const CharT* text, uint32 max)
         return 0;
     }
     if constexpr (sizeof(CharT) == 1) {
-        const void* const end = std::memchr(text, 0, max);
-        return end != nullptr ? static_cast<uint32>(static_cast<const char*>(end) - text) : max;
+        return LengthWithin(text, max);
     } else {
         uint32 length = 0;
         while (length < max && text[length] != 0) {

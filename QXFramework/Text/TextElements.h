@@ -47,14 +47,15 @@ struct TextElements
     uint32 count = 0;       ///< how many there are
 };
 
-/// Returns the number of elements before the first NUL of `count` elements, all of which exist.
+/// Returns the number of elements before the first NUL, at most `count`. What comes after the NUL
+/// need not exist.
 inline uint32 LengthWithin(const char* text, uint32 count)
 {
-    const void* const end = count != 0 ? std::memchr(text, 0, count) : nullptr;
+    const void* const end = std::memchr(text, 0, count);
     return end != nullptr ? static_cast<uint32>(static_cast<const char*>(end) - text) : count;
 }
 
-/// The same for 16 bits, by portions of 32 units.
+/// The same for 16 bits, by portions of 32 units, all `count` of which exist.
 inline uint32 LengthWithin(const unsigned short* text, uint32 count)
 {
     uint32 length = 0;
