@@ -82,9 +82,6 @@ StringT<char> VariantEx::GetXMLString() const
         const std::size_t entityLength = EntityOf(character).size();
         length += entityLength != 0 ? entityLength : 1;
     }
-    if (length == text.GetLength()) {
-        return text;
-    }
     String escaped;
     char* target = escaped.Lock(CheckedByteCount(length + 1, sizeof(char)));
     for (const char character : std::string_view(text)) {

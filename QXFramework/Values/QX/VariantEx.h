@@ -78,7 +78,8 @@ public:
     /// Throws: std::bad_alloc.
     StringT<char> GetString() const;
 
-    /// Returns GetString with the five characters that XML reserves replaced by their entities.
+    /// Returns a copy of GetString in which the five characters that XML reserves are replaced by
+    /// their entities. It shares no data.
     ///
     /// Throws: std::bad_alloc.
     StringT<char> GetXMLString() const;

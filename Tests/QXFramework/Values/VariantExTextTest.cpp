@@ -118,11 +118,15 @@ TEST(VariantExXMLText, ChangesNoOtherByte)
     }
 }
 
-TEST(VariantExXMLText, SharesTheTextThatNeedsNoEntity)
+TEST(VariantExXMLText, StaysAsItIsWhenAHolderWritesIntoTheData)
 {
-    const VariantEx variant = OfText("abc");
+    VariantEx variant = OfText("abc");
+    const String text = variant.GetXMLString();
 
-    EXPECT_EQ(BufferOf(variant.GetXMLString()), variant.GetBuffer().Get());
+    *static_cast<char*>(PointerOf(variant)) = '<';
+
+    EXPECT_EQ(TextOf(text), "abc");
+    EXPECT_EQ(TextOf(variant.GetXMLString()), "&lt;bc");
 }
 
 TEST(VariantExGetters, ReadTruthsFromText)
