@@ -2,8 +2,6 @@
 
 #include <QX/Variant.h>
 
-#include <QX/Buffer.h> // kUInt32Limit
-
 #include <cstdint>
 #include <cstring>
 #include <memory>

@@ -7,8 +7,6 @@
 
 #include <QX/Variant.h>
 
-#include <QX/Buffer.h> // kUInt32Limit
-
 #include "ByteOrder.h"
 
 #include <cstring>
