@@ -66,8 +66,8 @@ public:
     /// Views GetText without copying it; valid as long as CStr is.
     operator std::string_view() const;
 
-    /// Compares two texts as strcmp does, or the two in lower case; only the sign of the result
-    /// has a meaning. A null pointer is an empty text.
+    /// Compares two texts as strcmp does; if `caseSensitive` is false, it compares what ToLower
+    /// makes of them. Only the sign of the result has a meaning. A null pointer is an empty text.
     static int StrCompare(const char* left, const char* right, bool caseSensitive);
     int Compare(const char* text, bool caseSensitive) const;
     int Compare(const StringT& other, bool caseSensitive) const;
@@ -85,6 +85,7 @@ public:
     /// Returns `count` characters from `start` on, or as many as there are. A negative start counts
     /// from the end; characters that would lie before the text are taken off the count.
     StringT GetSubString(int start, uint32 count) const;
+    /// As above, with all characters to the end.
     StringT GetSubString(int start) const;
 
     /// Keeps the first token, without the delimiters before it, and returns what follows the one
@@ -121,7 +122,8 @@ public:
     /// Assigns what Format returns and returns this string, which may be one of the arguments.
     StringT& SetFormatted(const char* format, ...);
 
-    /// Returns the number with `precision` decimals; six if `precision` is negative.
+    /// Returns the number as printf writes it with `precision` decimals, six if that is negative,
+    /// cut as the text of Format is.
     static StringT FormatNumber(double value, int precision);
     static StringT FormatNumber(float value, int precision);
     /// Returns the number with a point before its last `decimals` digits, and with none below 1.

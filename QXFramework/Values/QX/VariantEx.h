@@ -35,9 +35,10 @@ public:
     VariantEx& operator=(const VariantEx& other);
     ~VariantEx() override;
 
-    // These getters copy a kString whose last byte is not its first NUL. Throws: std::bad_alloc.
-
     /// As Variant's, but for a kString: whether it is "true"; upper and lower case are the same.
+    ///
+    /// Throws, as the next four: std::bad_alloc for a kString whose last byte is not its first NUL,
+    /// because it is copied.
     bool GetBool() const override;
     /// As Variant's, but for a kString: the number that it begins with, by the rules of atoi and
     /// within the limits of the type.
@@ -58,7 +59,7 @@ protected:
     void FreeBuffer(void* block) override;
 
 public:
-    /// Returns GetString.
+    /// Returns GetString. Throws: std::bad_alloc.
     StringT<char> ToString() const override;
 
     /// Returns the text of the value.
@@ -113,6 +114,7 @@ public:
     /// that size. Bytes before the offset stay; new ones are zero. If `out` is this
     /// variant's own buffer, it becomes a copy with the record.
     ///
+    /// Requires: a kPointer or kConstPointer points to no bytes of `out`, which may move.
     /// Fails: kResultFailure (as uint32) for a sum that does not fit 32 bits; `out` is unchanged.
     /// Also for a pointer type without bytes, when `out` has been made or has grown; for a buffer
     /// of another class that does not grow; and when there is no memory: a buffer that could not
@@ -135,7 +137,7 @@ public:
     /// kConstBuffer is less than every kConstBuffer. Throws: std::bad_alloc, as GetDouble.
     bool operator<(const VariantEx& other) const;
 
-    /// Returns -1 if this < other, else 1 if other < this, else 0.
+    /// Returns -1 if this < other, else 1 if other < this, else 0. Throws: as operator<.
     int Compare(const VariantEx& other) const;
 
 private:
