@@ -11,6 +11,8 @@
 #include <cstdio>
 #include <cstring>
 #include <langinfo.h>
+#include <span>
+#include <string_view>
 
 namespace QX {
 namespace {
@@ -46,11 +48,21 @@ const LengthModifier* FindIntegerModifier(const char* text)
     return nullptr;
 }
 
-/// Collects a translated format in an area of fixed size; what does not fit makes it fail.
-class FormatWriter
+// Returns whether the C library writes the number as std::to_chars does: finite, rounded to the
+// nearest, and with a point.
+bool HasUsualText(double value)
+{
+    const bool hasPoint = std::strcmp(nl_langinfo(RADIXCHAR), ".") == 0;
+    const bool isFinite = std::isfinite(value);
+    return hasPoint & isFinite & (std::fegetround() == FE_TONEAREST);
+}
+
+/// Collects a text in an area of fixed size. What does not fit makes it fail, and so does what only
+/// the C library can write.
+class AreaWriter
 {
 public:
-    explicit FormatWriter(FormatArea& area)
+    explicit AreaWriter(std::span<char> area)
         : mArea(area)
     {}
     void Append(std::string_view text)
@@ -61,7 +73,29 @@ public:
             mUsed += text.size();
         }
     }
-    /// Returns the terminated format, or null if it did not fit.
+    void AppendText(const char* text)
+    {
+        if (text != nullptr) {
+            Append(std::string_view(text));
+        } else {
+            mFits = false;
+        }
+    }
+    /// Appends the digits that std::to_chars writes in this form.
+    template <class Number, class... Form>
+    void AppendNumber(Number value, Form... form)
+    {
+        const auto [end, error] =
+            std::to_chars(mArea.data() + mUsed, &mArea.back(), value, form...);
+        mFits = mFits & (error == std::errc());
+        mUsed = static_cast<std::size_t>(end - mArea.data());
+    }
+    void AppendDecimals(double value, int decimals)
+    {
+        mFits = mFits && HasUsualText(value);
+        AppendNumber(value, std::chars_format::fixed, decimals);
+    }
+    /// Returns the terminated text, or null if it has failed.
     const char* Finish()
     {
         mArea[mUsed] = '\0';
@@ -69,7 +103,7 @@ public:
     }
 
 private:
-    FormatArea& mArea;
+    std::span<char> mArea;
     std::size_t mUsed = 0; ///< always leaves room for the terminator
     bool mFits = true;
 };
@@ -82,7 +116,7 @@ const char* TranslateFormat(const char* format, FormatArea& area)
     if (std::strpbrk(format, "IL") == nullptr) {
         return format;
     }
-    FormatWriter writer(area);
+    AreaWriter writer(area);
     const char* rest = format;
     while (const char* const conversion = std::strchr(rest, '%')) {
         const char* modified = conversion + 1;
@@ -105,11 +139,56 @@ const char* TranslateFormat(const char* format, FormatArea& area)
     return translated != nullptr ? translated : format;
 }
 
+// Writes the text of a format that has only the usual conversions: %s, %d, %u, %f, %.0f to %.9f and
+// %%. Returns false where the C library has to write it, which takes several times as long.
+bool TryFormatUsual(TextArea& text, const char* format, std::va_list arguments)
+{
+    AreaWriter writer(text);
+    const char* rest = format;
+    while (const char* const conversion = std::strchr(rest, '%')) {
+        writer.Append({rest, conversion});
+        rest = conversion + 1;
+        int decimals = 6;
+        if (rest[0] == '.' && rest[1] >= '0' && rest[1] <= '9' && rest[2] == 'f') {
+            decimals = rest[1] - '0';
+            rest += 2;
+        }
+        switch (*rest++) {
+        case 's':
+            writer.AppendText(va_arg(arguments, const char*));
+            break;
+        case 'd':
+            writer.AppendNumber(va_arg(arguments, int));
+            break;
+        case 'u':
+            writer.AppendNumber(va_arg(arguments, unsigned int));
+            break;
+        case 'f':
+            writer.AppendDecimals(va_arg(arguments, double), decimals);
+            break;
+        case '%':
+            writer.Append("%");
+            break;
+        default:
+            return false;
+        }
+    }
+    writer.Append(rest);
+    return writer.Finish() != nullptr;
+}
+
 // Fills `text` with the formatted text, cut to fit. Takes no memory from the heap itself.
 void FormatText(TextArea& text, const char* format, std::va_list arguments)
 {
     text.front() = '\0';
     if (format == nullptr) {
+        return;
+    }
+    std::va_list copy;
+    va_copy(copy, arguments);
+    const bool isDone = TryFormatUsual(text, format, copy);
+    va_end(copy);
+    if (isDone) {
         return;
     }
     FormatArea area;
@@ -155,14 +234,6 @@ String FormatInteger(Integer value, int decimals)
     return InsertPoint({area.data(), static_cast<std::size_t>(end - area.data())}, decimals);
 }
 
-// Returns whether the C library writes numbers as std::to_chars does: rounded to the nearest, and
-// with a point.
-bool IsNumberTextUsual()
-{
-    const bool hasPoint = std::strcmp(nl_langinfo(RADIXCHAR), ".") == 0;
-    return hasPoint & (std::fegetround() == FE_TONEAREST);
-}
-
 } // namespace
 
 String String::Format(const char* format, ...)
@@ -190,15 +261,11 @@ String& String::SetFormatted(const char* format, ...)
 String String::FormatNumber(double value, int precision)
 {
     const int decimals = precision < 0 ? 6 : std::min(precision, kLargestPrecision);
-    if (std::isfinite(value) && IsNumberTextUsual()) {
-        std::array<char, kDigitsSize> area;
-        const auto [end, error] = std::to_chars(area.data(), area.data() + area.size(), value,
-                                                std::chars_format::fixed, decimals);
-        if (error == std::errc()) {
-            return StringT(std::string_view(area.data(), end));
-        }
-    }
-    return Format("%.*lf", decimals, value);
+    std::array<char, kDigitsSize> area;
+    AreaWriter writer(area);
+    writer.AppendDecimals(value, decimals);
+    const char* const text = writer.Finish();
+    return text != nullptr ? StringT(text) : Format("%.*lf", decimals, value);
 }
 
 String String::FormatNumber(float value, int precision)

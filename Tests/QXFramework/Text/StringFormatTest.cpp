@@ -25,6 +25,39 @@ TEST(StringFormat, WritesItsArguments)
     EXPECT_TRUE(SharesEmpty(String::Format("%s", "")));
 }
 
+TEST(StringFormat, WritesUsualAndOtherConversionsAlike)
+{
+    EXPECT_EQ(TextOf(String::Format("%s=%d (%.3f dB)", "level", -7, -6.25)),
+              "level=-7 (-6.250 dB)");
+    EXPECT_EQ(TextOf(String::Format("100 %%, %u%%%d", UINT_MAX, INT_MIN)),
+              "100 %, 4294967295%-2147483648");
+    EXPECT_EQ(TextOf(String::Format("%f|%.0f|%.9f", 0.1, 2.5, -1e9)),
+              "0.100000|2|-1000000000.000000000");
+    EXPECT_EQ(TextOf(String::Format("%d%s%.3d%.1f", 1, "a", 2, 3.0)), "1a0023.0");
+    EXPECT_EQ(TextOf(String::Format("%s|%.2s|%.f", "abc", "abc", 1.5)), "abc|ab|2");
+    EXPECT_EQ(TextOf(String::Format("%s|%.f", "abc", 2.5)), "abc|2");
+    EXPECT_EQ(TextOf(String::Format("%.1f %.1f", HUGE_VAL, 1.25)), "inf 1.2");
+    EXPECT_EQ(TextOf(String::Format("%d%s", 1, static_cast<const char*>(nullptr))), "1(null)");
+}
+
+TEST(StringFormat, RoundsAsTheThreadDoes)
+{
+    std::fesetround(FE_UPWARD);
+    const std::string upward = TextOf(String::Format("%.2f", 0.121));
+    std::fesetround(FE_TONEAREST);
+
+    EXPECT_EQ(upward, "0.13");
+    EXPECT_EQ(TextOf(String::Format("%.2f", 0.121)), "0.12");
+}
+
+TEST(StringFormat, GivesNothingForAFormatThatEndsInAConversion)
+{
+    EXPECT_TRUE(String::Format("abc%").IsEmpty());
+    EXPECT_TRUE(String::Format("abc%.").IsEmpty());
+    EXPECT_TRUE(String::Format("abc%.3").IsEmpty());
+    EXPECT_TRUE(String::Format("abc%I64").IsEmpty());
+}
+
 TEST(StringFormat, TranslatesLengthModifiersOfIntegers)
 {
     EXPECT_EQ(TextOf(String::Format("%I32d", -5)), "-5");
@@ -73,6 +106,23 @@ TEST(StringFormat, CutsLongText)
 
         EXPECT_EQ(formatted.GetLength(), std::min(length, kLongest));
         EXPECT_EQ(TextOf(formatted), text.substr(0, kLongest));
+    }
+}
+
+TEST(StringFormat, CutsTheLastArgument)
+{
+    for (uint32 room = 0; room <= 6; ++room) {
+        SCOPED_TRACE(room);
+        const std::string start(kLongest - room, 'x');
+
+        EXPECT_EQ(TextOf(String::Format("%s%s", start.c_str(), "12345")),
+                  start + std::string("12345").substr(0, room));
+        EXPECT_EQ(TextOf(String::Format("%s%d", start.c_str(), 12345)),
+                  start + std::string("12345").substr(0, room));
+        EXPECT_EQ(TextOf(String::Format("%s%.3f", start.c_str(), 1.5)),
+                  start + std::string("1.500").substr(0, room));
+        EXPECT_EQ(TextOf(String::Format("%s%dabc", start.c_str(), 12)),
+                  start + std::string("12abc").substr(0, room));
     }
 }
 
