@@ -47,14 +47,24 @@ struct Filled
     ConversionResult result;
 };
 
+/// Where the units that are converted can have a NUL.
+enum class Nul
+{
+    kAnywhere,
+    kLast ///< as the last unit, or nowhere
+};
+
 // Converts into the `bytes` bytes at `start`, terminates the text at its first NUL, and zeros what
 // the block keeps after it.
 template <class UnitT, class Convert>
-Filled FillUnits(UnitT* start, uint32 bytes, Convert convert)
+Filled FillUnits(UnitT* start, uint32 bytes, Nul nul, Convert convert)
 {
     UnitT* next = start;
     const ConversionResult result = convert(&next, start + bytes / sizeof(UnitT));
-    const uint32 length = LengthOf(start, static_cast<uint32>(next - start));
+    const auto count = static_cast<uint32>(next - start);
+    const bool endsWithNul = count != 0 && next[-1] == 0;
+    const uint32 length =
+        nul == Nul::kLast ? count - (endsWithNul ? 1 : 0) : LengthOf(start, count);
     const uint32 textBytes = (length + 1) * uint32{sizeof(UnitT)};
     const uint32 keptBytes = bytes - textBytes <= kSlack ? bytes : textBytes;
     std::memset(start + length, 0, keptBytes - length * sizeof(UnitT));
@@ -65,7 +75,7 @@ Filled FillUnits(UnitT* start, uint32 bytes, Convert convert)
 // then cut at its first NUL. `convert` takes the address of the next unit and the end, moves the
 // first on, and returns a ConversionResult.
 template <class UnitT, class Convert>
-int32 FillBuffer(RCPtr<LIBuffer>& buffer, uint64 size, Convert convert)
+int32 FillBuffer(RCPtr<LIBuffer>& buffer, uint64 size, Nul nul, Convert convert)
 {
     if (size * sizeof(UnitT) > kUInt32Limit) {
         return kResultFailure;
@@ -76,7 +86,7 @@ int32 FillBuffer(RCPtr<LIBuffer>& buffer, uint64 size, Convert convert)
     std::array<UnitT, kAreaSize / sizeof(UnitT)> area;
     Filled filled{};
     if (isShort) {
-        filled = FillUnits(area.data(), bytes, convert);
+        filled = FillUnits(area.data(), bytes, nul, convert);
     }
     RCPtr<LIBuffer> target = LTextBuffer::Create(isShort ? filled.keptBytes : bytes, 0, false);
     auto* const start = static_cast<UnitT*>(target->GetRawPtr());
@@ -86,7 +96,7 @@ int32 FillBuffer(RCPtr<LIBuffer>& buffer, uint64 size, Convert convert)
     if (isShort) {
         std::memcpy(start, area.data(), filled.keptBytes);
     } else {
-        filled = FillUnits(start, bytes, convert);
+        filled = FillUnits(start, bytes, nul, convert);
     }
     // A block that the heap does not cut is kept as it is.
     static_cast<LTextBuffer&>(*target).TryResizeBytes(filled.textBytes);
@@ -117,7 +127,7 @@ int32 ConvertWide(RCPtr<LIBuffer>& buffer, const wchar_t* source, int count,
         }
         return worst;
     };
-    return FillBuffer<UnitT>(buffer, length * unitsPerCharacter + 1, convertAll);
+    return FillBuffer<UnitT>(buffer, length * unitsPerCharacter + 1, Nul::kAnywhere, convertAll);
 }
 
 // Returns whether a NUL follows the string's text, so that a C string ends where the text does.
@@ -128,20 +138,30 @@ bool IsTerminated(const StringT<CharT>& string, std::span<const CharT> text)
     return text.size() < std::max<std::size_t>(elements.count, 1) && text.data()[text.size()] == 0;
 }
 
-// Converts the text of a string with its terminator, if it has one. A text that is too long for the
-// other width gives an empty string.
-template <class CharT, class OtherT>
-void ConvertString(RCPtr<LIBuffer>& buffer, const StringT<CharT>& source)
+// Returns the text of a string with its terminator, if it has one.
+template <class CharT>
+std::span<const CharT> GetUnits(const StringT<CharT>& string)
 {
-    const std::span<const CharT> text = source.GetText();
-    const bool isTerminated = IsTerminated(source, text);
-    // From INT_MAX units on, either width is too long.
-    const auto count =
-        static_cast<int>(std::min<std::size_t>(text.size() + (isTerminated ? 1 : 0), INT_MAX));
-    using Other = StringT<OtherT>;
-    RCPtr<LIBuffer> converted;
-    Other::ConvertToCharType(converted, text.data(), count);
-    buffer = converted ? std::move(converted) : RCPtr<LIBuffer>(Other::GetEmpty().GetBuffer());
+    const std::span<const CharT> text = string.GetText();
+    return {text.data(), text.size() + (IsTerminated(string, text) ? 1 : 0)};
+}
+
+int32 ConvertToUTF8(RCPtr<LIBuffer>& buffer, const UTF16* source, uint64 length)
+{
+    return FillBuffer<UTF8>(buffer, length * 4 + 1, Nul::kAnywhere,
+                            [=](UTF8** target, UTF8* targetEnd) {
+                                const UTF16* next = source;
+                                return UTF16ToUTF8(&next, source + length, target, targetEnd,
+                                                   ConversionMode::kReplacing);
+                            });
+}
+
+int32 ConvertToUTF16(RCPtr<LIBuffer>& buffer, const char* source, uint64 length, Nul nul)
+{
+    return FillBuffer<UTF16>(buffer, length + 1, nul, [=](UTF16** target, UTF16* targetEnd) {
+        const auto* next = reinterpret_cast<const UTF8*>(source);
+        return UTF8ToUTF16(&next, next + length, target, targetEnd);
+    });
 }
 
 // The functions of the C library read up to a NUL, so a text without one is copied first.
@@ -156,7 +176,20 @@ auto ParseNumber(const String& text, Parse parse)
 
 String::StringT(const StringT<unsigned short, char>& other)
 {
-    ConvertString<unsigned short, char>(mBuffer, other);
+    const TextElements<unsigned short> elements(*other.GetBuffer());
+    const std::span<const unsigned short> all(elements.first, elements.count);
+    // All units of an unlocked text are converted, also after a NUL that another holder wrote: the
+    // result is searched for a NUL anyway, and in less time than the source.
+    const bool isLocked = other.IsLocked();
+    const bool endsWithNul = !all.empty() && all.back() == 0;
+    const bool takesAll = endsWithNul & !isLocked & (all.size() < kUInt32Limit / 4);
+    const std::span<const unsigned short> units = takesAll ? all : GetUnits(other);
+    if (units.data()[0] != 0) {
+        ConvertToUTF8(mBuffer, units.data(), units.size());
+    }
+    if (mBuffer == nullptr) {
+        mBuffer = GetEmpty().mBuffer;
+    }
 }
 
 String::StringT(const unsigned short* text)
@@ -171,12 +204,9 @@ int32 String::ConvertToCharType(RCPtr<LIBuffer>& buffer, const unsigned short* s
         buffer = GetEmpty().mBuffer;
         return kResultSuccess;
     }
-    const uint64 length = count < 0 ? uint64{StringT<unsigned short>::StrLen(source, kNoLimit)} + 1
-                                    : static_cast<uint64>(count);
-    return FillBuffer<UTF8>(buffer, length * 4 + 1, [=](UTF8** target, UTF8* targetEnd) {
-        const UTF16* next = source;
-        return UTF16ToUTF8(&next, source + length, target, targetEnd, ConversionMode::kReplacing);
-    });
+    return ConvertToUTF8(buffer, source,
+                         count < 0 ? uint64{StringT<unsigned short>::StrLen(source, kNoLimit)} + 1
+                                   : static_cast<uint64>(count));
 }
 
 int32 String::ConvertToCharType(RCPtr<LIBuffer>& buffer, const wchar_t* source, int count)
@@ -186,7 +216,13 @@ int32 String::ConvertToCharType(RCPtr<LIBuffer>& buffer, const wchar_t* source, 
 
 String16::StringT(const StringT<char, unsigned short>& other)
 {
-    ConvertString<char, unsigned short>(mBuffer, other);
+    const std::span<const char> units = GetUnits(other);
+    if (units.data()[0] != 0) {
+        ConvertToUTF16(mBuffer, units.data(), units.size(), Nul::kLast);
+    }
+    if (mBuffer == nullptr) {
+        mBuffer = GetEmpty().mBuffer;
+    }
 }
 
 String16::StringT(const char* text)
@@ -201,11 +237,8 @@ int32 String16::ConvertToCharType(RCPtr<LIBuffer>& buffer, const char* source, i
         buffer = GetEmpty().mBuffer;
         return kResultSuccess;
     }
-    const uint64 length = count < 0 ? uint64{std::strlen(source)} + 1 : static_cast<uint64>(count);
-    return FillBuffer<UTF16>(buffer, length + 1, [=](UTF16** target, UTF16* targetEnd) {
-        const auto* next = reinterpret_cast<const UTF8*>(source);
-        return UTF8ToUTF16(&next, next + length, target, targetEnd);
-    });
+    return count < 0 ? ConvertToUTF16(buffer, source, uint64{std::strlen(source)} + 1, Nul::kLast)
+                     : ConvertToUTF16(buffer, source, static_cast<uint64>(count), Nul::kAnywhere);
 }
 
 int32 String16::ConvertToCharType(RCPtr<LIBuffer>& buffer, const wchar_t* source, int count)

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <climits>
 #include <cwchar>
 
@@ -64,6 +66,20 @@ TEST(StringConversion, ConvertsWholeTexts)
         EXPECT_EQ(TextOf(String(Units(units).data())), text);
         EXPECT_EQ(TextOf(String(Wide(units))), text);
     }
+}
+
+TEST(StringConversion, EndsWhereTheTextOfAStringDoes)
+{
+    String16 full;
+    std::copy_n(u"abc", 3, full.Lock(3));
+    String16 cut = Wide(u"abc");
+    cut.GetBuffer()->GetPtr<unsigned short>(2)[0] = 0;
+    String16 open = Wide(u"abc");
+    open.GetBuffer()->GetPtr<unsigned short>(6)[0] = 'd';
+
+    EXPECT_EQ(TextOf(String(full)), "abc");
+    EXPECT_EQ(TextOf(String(cut)), "a");
+    EXPECT_EQ(TextOf(String(open)), "abc");
 }
 
 TEST(StringConversion, TrimsTheBufferToTheText)
