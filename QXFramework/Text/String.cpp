@@ -9,6 +9,7 @@
 #include <cstring>
 #include <new>
 #include <ostream>
+#include <typeinfo>
 
 namespace QX {
 namespace {
@@ -32,14 +33,22 @@ int CompareTexts(std::string_view left, std::string_view right, bool caseSensiti
     return caseSensitive ? left.compare(right) : CompareLowered(left, right);
 }
 
-// Returns whether both buffers have the same bytes with a NUL at the end, and so the same text up
-// to the first NUL, locked or not.
+// Returns whether both buffers are of the class that strings make and have the same bytes with a
+// NUL at the end, and so the same text up to the first NUL, locked or not. Other texts can be equal
+// too; this is the quick answer, without a call but the one that compares.
 bool HaveSameBytes(LIBuffer& left, LIBuffer& right)
 {
-    const TextElements<char> ours(left);
-    const TextElements<char> theirs(right);
-    return ours.count != 0 && ours.count == theirs.count && ours.first[ours.count - 1] == '\0' &&
-           std::memcmp(ours.first, theirs.first, ours.count) == 0;
+    if (&typeid(left) != &typeid(LTextBuffer) || &typeid(right) != &typeid(LTextBuffer)) {
+        return false;
+    }
+    const auto& ours = static_cast<LTextBuffer&>(left);
+    const auto& theirs = static_cast<LTextBuffer&>(right);
+    const char* const ourBytes = ours.GetData();
+    const char* const theirBytes = theirs.GetData();
+    const uint32 size = ours.LTextBuffer::GetSizeBytes();
+    const bool haveBytes = (size != 0) & (ourBytes != nullptr) & (theirBytes != nullptr);
+    return haveBytes && size == theirs.LTextBuffer::GetSizeBytes() && ourBytes[size - 1] == '\0' &&
+           theirBytes[size - 1] == '\0' && std::memcmp(ourBytes, theirBytes, size - 1) == 0;
 }
 
 std::string_view ViewOf(const char* text)

@@ -36,8 +36,9 @@ TEST(StringIsEqual, ComparesTextsWhateverElseTheirBuffersHold)
 {
     String left("abc");
     String right("abc");
-    left.GetBuffer()->GetPtr<char>(3)[0] = 'x';
     right.GetBuffer()->GetPtr<char>(3)[0] = 'x';
+    EXPECT_TRUE(left == right);
+    left.GetBuffer()->GetPtr<char>(3)[0] = 'x';
     EXPECT_TRUE(left == right);
 
     // The same three bytes: a text of two characters, and one of three that fills its field.
@@ -52,6 +53,18 @@ TEST(StringIsEqual, ComparesTextsWhateverElseTheirBuffersHold)
     right.GetBuffer()->ResizeBytes(0);
     EXPECT_TRUE(left == right);
     EXPECT_TRUE(left == String());
+}
+
+TEST(StringIsEqual, ComparesTextsInBuffersOfAnyClass)
+{
+    const RCPtr<LIBuffer> bytes = LByteBuffer::Create(4, 0, true);
+    std::memcpy(bytes->GetRawPtr(), "abc", 3);
+    const String adopted(bytes);
+
+    EXPECT_TRUE(adopted == String("abc"));
+    EXPECT_TRUE(String("abc") == adopted);
+    EXPECT_FALSE(adopted == String("abd"));
+    EXPECT_FALSE(String("ab") == adopted);
 }
 
 TEST(StringCompare, HasTheSignOfStrcmpAndAgreesWithTheOperators)
