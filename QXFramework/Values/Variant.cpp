@@ -104,8 +104,26 @@ const char* Variant::GetCStr() const
     return mType == kString ? static_cast<const char*>(GetConstPointer(size)) : nullptr;
 }
 
+// A word has a fixed size, and so needs no call.
+template <class Word>
+inline Variant::Type Variant::StoreScalar(Type type, Word word)
+{
+    std::memset(mValue, 0, sizeof mValue);
+    std::memcpy(mValue, &word, sizeof word);
+    mSize = 0;
+    mType = type;
+    return type;
+}
+
 Variant::Type Variant::Set(Type type, const void* data, uint32 size)
 {
+    // Most values are numbers of four bytes, set where there is no block to release.
+    const bool hasFourBytes = ((type == kInt32) | (type == kFloat)) & (size == sizeof(uint32));
+    if (hasFourBytes & (data != nullptr) & !OwnsBlock()) {
+        uint32 word;
+        std::memcpy(&word, data, sizeof word);
+        return StoreScalar(type, word);
+    }
     switch (type) {
     case kBool:
     case kInt32:
@@ -200,30 +218,22 @@ Variant::Type Variant::SetScalar(Type type, const void* data, uint32 size)
         Clear();
         return mType;
     }
-    // Read before the release, because the source may lie in the block. Words of a fixed size need
-    // no call.
-    const auto store = [this, data](auto word) {
+    // Read before the release, because the source may lie in the block.
+    const auto store = [this, type, data](auto word) {
         std::memcpy(&word, data, sizeof word);
         if (OwnsBlock()) {
             Clear();
         }
-        std::memset(mValue, 0, sizeof mValue);
-        std::memcpy(mValue, &word, sizeof word);
+        return StoreScalar(type, word);
     };
     switch (size) {
     case 1:
-        store(uint8{});
-        break;
+        return store(uint8{});
     case 4:
-        store(uint32{});
-        break;
+        return store(uint32{});
     default:
-        store(uint64{});
-        break;
+        return store(uint64{});
     }
-    mSize = 0;
-    mType = type;
-    return mType;
 }
 
 Variant::Type Variant::SetCopy(Type type, const void* data, uint32 size)

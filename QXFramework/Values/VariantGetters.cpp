@@ -99,11 +99,12 @@ bool Variant::GetBool() const
 
 int32 Variant::GetInt32() const
 {
+    if (mType == kInt32) {
+        return LoadValue<int32>();
+    }
     switch (mType) {
     case kBool:
         return LoadValue<uint8>();
-    case kInt32:
-        return LoadValue<int32>();
     case kInt64:
         return static_cast<int32>(LoadValue<int64>());
     case kFloat:
@@ -116,6 +117,7 @@ int32 Variant::GetInt32() const
         return LoadFromData<int32>();
     case kString:
         return static_cast<int32>(GetTextLength());
+    case kInt32: // above
     case kEmpty:
     case kConstBuffer:
         break;

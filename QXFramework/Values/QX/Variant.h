@@ -175,6 +175,8 @@ private:
     uint32 GetDataSize() const;
     uint32 GetTextLength() const;
     bool OverlapsStorage(const void* data, uint32 size) const;
+    template <class Word>
+    Type StoreScalar(Type type, Word word);
     Type SetScalar(Type type, const void* data, uint32 size);
     Type SetCopy(Type type, const void* data, uint32 size);
     template <class T>
