@@ -253,33 +253,16 @@ template <class SourceT, class TargetT>
     return static_cast<uint32>(_mm_movemask_epi8(bytes));
 }
 
-/// Writes the characters of the lower and of the upper half.
-[[gnu::always_inline]] inline void PutTwo(UTF16* target, uint32 characters)
+/// Computes the characters that end at eight bytes: `low` has their bits of these bytes, `high`
+/// those of the bytes before, and zero where no character ends, which is at a lead. Of two bytes
+/// the first character comes first, whether or not the first of them is a lead.
+template <class TargetT>
+[[gnu::always_inline]] inline void EndShort(TargetT* characters, __m128i low, __m128i high,
+                                            __m128i isLead)
 {
-    std::memcpy(target, &characters, sizeof(characters));
-}
-
-[[gnu::always_inline]] inline void PutTwo(UTF32* target, uint32 characters)
-{
-    target[0] = characters & 0xFFFF;
-    target[1] = characters >> 16;
-}
-
-/// Computes the characters of one and two bytes that end at eight bytes; `before` has for each of
-/// these bytes the one before it. Two bytes end one or two characters: `characters` gets them as
-/// the halves of a long, `counts` their number.
-[[gnu::always_inline]] inline void EndShort(uint32* characters, uint32* counts, const Words& last,
-                                            const Words& before)
-{
-    const Words isASCII = reinterpret_cast<Words>((last & 0x80) == 0);
-    const Words isLead = reinterpret_cast<Words>((last & 0xC0) == 0xC0);
-    const Words twoBytes = (last & 0x3F) | (before & 0x1F) << 6;
-    const Longs apart = reinterpret_cast<Longs>((isASCII & last) | (~isASCII & twoBytes));
-    const Longs isFirstLead =
-        reinterpret_cast<Longs>(reinterpret_cast<Block<int32, 4>>(isLead) << 16 >> 16);
-    StoreBlock(characters, Longs((isFirstLead & apart >> 16) | (~isFirstLead & apart)));
-    const Longs ends = reinterpret_cast<Longs>(isLead + 1);
-    StoreBlock(counts, Longs((ends & 0xFFFF) + (ends >> 16)));
+    const __m128i apart = _mm_or_si128(low, _mm_srli_epi16(high, 2));
+    const __m128i second = _mm_and_si128(isLead, _mm_srli_epi32(apart, 16));
+    StoreAs<uint16, 8>(characters, reinterpret_cast<Words>(_mm_or_si128(apart, second)));
 }
 
 /// Takes characters of one and two bytes in any mixture from sixteen bytes.
@@ -295,32 +278,39 @@ template <class TargetT>
         return TakeASCII(at);
     }
     // As signed numbers 80 to BF are the lowest, C0 to FF lie above them and ASCII above those.
-    const uint32 continuations = MaskOf(_mm_cmplt_epi8(bytes, _mm_set1_epi8(-0x40)));
+    const __m128i isContinuation = _mm_cmplt_epi8(bytes, _mm_set1_epi8(-0x40));
+    const uint32 continuations = MaskOf(isContinuation);
     const uint32 leads = notASCII & ~continuations;
-    const __m128i isTwo = _mm_and_si128(_mm_cmpgt_epi8(bytes, _mm_set1_epi8(-0x3F)),
-                                        _mm_cmplt_epi8(bytes, _mm_set1_epi8(-0x20)));
-    if (MaskOf(isTwo) != leads || continuations != (leads << 1 & 0xFFFF)) {
+    const __m128i isLead = _mm_and_si128(_mm_cmpgt_epi8(bytes, _mm_set1_epi8(-0x3F)),
+                                         _mm_cmplt_epi8(bytes, _mm_set1_epi8(-0x20)));
+    if (MaskOf(isLead) != leads || continuations != (leads << 1 & 0xFFFF)) {
         return false;
     }
     const __m128i zero = _mm_setzero_si128();
     const __m128i before = _mm_slli_si128(bytes, 1);
-    uint32 characters[8];
-    uint32 counts[8];
-    EndShort(characters, counts, reinterpret_cast<Words>(_mm_unpacklo_epi8(bytes, zero)),
-             reinterpret_cast<Words>(_mm_unpacklo_epi8(before, zero)));
-    EndShort(characters + 4, counts + 4, reinterpret_cast<Words>(_mm_unpackhi_epi8(bytes, zero)),
-             reinterpret_cast<Words>(_mm_unpackhi_epi8(before, zero)));
+    const __m128i mark = _mm_and_si128(isContinuation, _mm_set1_epi8(-0x80));
+    const __m128i low = _mm_xor_si128(_mm_andnot_si128(isLead, bytes), mark);
+    const __m128i high = _mm_and_si128(_mm_and_si128(before, isContinuation), _mm_set1_epi8(0x1F));
+    // Two bytes end one or two characters.
+    TargetT characters[16];
+    uint16 counts[8];
+    EndShort(characters, _mm_unpacklo_epi8(low, zero), _mm_unpacklo_epi8(zero, high),
+             _mm_unpacklo_epi8(isLead, isLead));
+    EndShort(characters + 8, _mm_unpackhi_epi8(low, zero), _mm_unpackhi_epi8(zero, high),
+             _mm_unpackhi_epi8(isLead, isLead));
+    const Words ends = reinterpret_cast<Words>(_mm_add_epi8(isLead, _mm_set1_epi8(1)));
+    StoreBlock(counts, Words((ends & 0xFF) + (ends >> 8)));
 
     // Always two units: the next characters overwrite what is too much. The last two bytes
     // have none after them; their characters are written from both ends.
     TargetT* target = at.target;
     for (int i = 0; i < 7; ++i) {
-        PutTwo(target, characters[i]);
+        std::memcpy(target, characters + 2 * i, 2 * sizeof(TargetT));
         target += counts[i];
     }
-    *target = static_cast<UTF16>(characters[7]);
+    *target = characters[14];
     target += counts[7];
-    target[-1] = static_cast<UTF16>(characters[7] >> (16 * counts[7] - 16));
+    target[-1] = characters[13 + counts[7]];
     // A lead in the last place is left to the next block.
     at.source += 16 - (leads >> 15);
     at.target = target;
