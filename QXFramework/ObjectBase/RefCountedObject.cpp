@@ -64,11 +64,11 @@ int32 LRefCountedObject::AddReference()
 
 int32 LRefCountedObject::RemoveReference()
 {
-    // Relaxed loads, one of each: the pair need not be a snapshot (see the header).
+    // Relaxed loads, one of each: the pair need not be a snapshot (see the header). The number of
+    // holders is read only if it matters: a load of a word that was just counted takes longer.
     const int32 contained = GetContainedReferenceCount();
-    const int32 references = __atomic_load_n(&mReferenceCount, __ATOMIC_RELAXED);
-    const bool onlyCallerIsOutside = Add(references, -1) == contained;
-    if (onlyCallerIsOutside && contained > 0 &&
+    if (contained > 0 &&
+        Add(__atomic_load_n(&mReferenceCount, __ATOMIC_RELAXED), -1) == contained &&
         __atomic_load_n(&mReleasingContained, __ATOMIC_RELAXED) == 0) {
         try {
             const RaisedCounter releasing(mReleasingContained);
