@@ -104,19 +104,27 @@ int32 Pool::AddClient(const RCPtr<LNotificationClient>& client, DeliveryFlags fl
             present = &info;
         }
     }
-    ConstRCPtr<LNotification> dropped; // released after unlocking
-    const RCPtr<Info> added = present == nullptr ? Info::Create(client, flags) : nullptr;
-    const MutexLock lock(gPostMutex);
-    if (present != nullptr) {
-        present->SetDeliveryFlags(flags, dropped);
-        mDeliveryFlags = allFlags;
+    if (present == nullptr) {
+        AppendClient(client, flags);
         return kResultSuccess;
     }
-    if (mClients.AppendItem(added) < 0) {
+    ConstRCPtr<LNotification> dropped; // released after unlocking
+    const MutexLock lock(gPostMutex);
+    present->SetDeliveryFlags(flags, dropped);
+    mDeliveryFlags = allFlags;
+    return kResultSuccess;
+}
+
+void Pool::AppendClient(const RCPtr<LNotificationClient>& client, DeliveryFlags flags)
+{
+    RCPtr<Info> added = Info::Create(client, flags); // released after unlocking if it finds no room
+    const uint32 index = mClients.GetCount();
+    const MutexLock lock(gPostMutex);
+    if (mClients.SetCount(index + 1) < 0) {
         throw std::bad_alloc();
     }
+    mClients.GetPtr()[index].Swap(added);
     mDeliveryFlags |= flags;
-    return kResultSuccess;
 }
 
 int32 Pool::RemoveClient(const RCPtr<LNotificationClient>& client)

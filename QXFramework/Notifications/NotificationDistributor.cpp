@@ -73,7 +73,7 @@ int32 LNotificationDistributor::RegisterNotificationClient(const RCPtr<LNotifica
         if (pool == nullptr) {
             pool = &AddPool(id);
         }
-        pool->AddClient(client, flags);
+        pool->AppendClient(client, flags);
     } catch (...) {
         RemoveRegistration();
         throw;

@@ -80,6 +80,8 @@ private:
     friend class LNotificationDistributor; // for what it does as the holder of the pool
     class Walk;
 
+    /// As AddClient, for a client that is not here.
+    void AppendClient(const RCPtr<LNotificationClient>& client, DeliveryFlags flags);
     LNotificationRegisteredClientInfo& InfoAt(uint32 index) const;
     bool HasLatestOnlyClients() const noexcept
     {
