@@ -93,6 +93,22 @@ void AddShrinking(const std::string& row, bool isFront)
     })->UseManualTime();
 }
 
+/// One client more in an array of 64 that has room for no other, and one less. The array lives
+/// until the process ends.
+void AddRegistration(std::size_t record, int atomics)
+{
+    AddRow("register", "floor", 1, [=] {
+        constexpr std::size_t kClients = 64 * sizeof(void*);
+        return [=, clients = Block(kClients)]() mutable {
+            void* const added = Block(record);
+            clients = Resize(clients, kClients + sizeof(void*));
+            Count(atomics);
+            clients = Resize(clients, kClients);
+            std::free(added);
+        };
+    });
+}
+
 } // namespace
 
 void AddFloorRows()
@@ -115,6 +131,9 @@ void AddFloorRows()
     AddBlocks("post.new", kObject, 0, 14);
     AddBlocks("post.one", kObject, 0, 18);
     AddBlocks("post.ready", 0, 0, 18);
+    // Enter and leave twice; a reference to the record, two to the client, and three to the
+    // distributor, one of which is counted as contained too.
+    AddRegistration(kObject, 18);
     AddBlocks("broadcast.1", 0, 0, 8);
     AddBlocks("broadcast.8", 0, 0, 4);
     AddBlocks("broadcast.64", 0, 0, 4);
