@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 
@@ -72,6 +73,17 @@ std::string FormatHex(const unsigned char* bytes, std::size_t size, const char* 
         text.push_back(kDigits[bytes[index] & 0xF]);
     }
     return text;
+}
+
+std::string Count(UInt64 number, const char* noun)
+{
+    return FormatText("%llu %s%s", number, noun, number == 1 ? "" : "s");
+}
+
+double RoundDecimals(double number, int decimals)
+{
+    const double factor = std::pow(10.0, decimals);
+    return std::round(number * factor) / factor;
 }
 
 std::string FormatNumber(double number)

@@ -25,6 +25,12 @@ std::string FormatStatus(SInt32 status);
 /// Returns the bytes as two hexadecimal digits each, with `separator` between them.
 std::string FormatHex(const unsigned char* bytes, std::size_t size, const char* separator = "");
 
+/// Returns a number and what is counted: "1 message", "2 messages", "0 bytes".
+std::string Count(UInt64 number, const char* noun);
+
+/// Returns the number with that many decimals, so that its shortest text has no more of them.
+double RoundDecimals(double number, int decimals);
+
 /// Returns the shortest decimal text that reads back as the same number; "nan", "inf", "-inf".
 std::string FormatNumber(double number);
 

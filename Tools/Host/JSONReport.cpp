@@ -63,9 +63,9 @@ public:
                {"event", "summary"},
                {"calls", totals.calls},
                {"unexpected", totals.unexpected},
-               {"shortestMicroseconds", totals.shortest},
-               {"longestMicroseconds", totals.longest},
-               {"totalMicroseconds", totals.sum}});
+               {"shortestMicroseconds", Tools::RoundDecimals(totals.shortest, 3)},
+               {"longestMicroseconds", Tools::RoundDecimals(totals.longest, 3)},
+               {"totalMicroseconds", Tools::RoundDecimals(totals.sum, 3)}});
     }
 
     void ShowEnd(const std::string& how, const ChildEnd& end, const std::string& gdb) override
@@ -113,7 +113,7 @@ void JSONReport::ShowCall(std::size_t number, const Step& step, const CallResult
     }
     object["expected"] = step.isAnyExpected ? JSON() : JSON(step.expected);
     object["asExpected"] = result.isAsExpected;
-    object["microseconds"] = result.microseconds;
+    object["microseconds"] = Tools::RoundDecimals(result.microseconds, 3);
     Print(object);
 }
 

@@ -98,9 +98,9 @@ void TextReport::ShowCall(std::size_t number, const Step& step, const CallResult
     line += "  " + Paint("[" + FormatDuration(result.microseconds) + "]", Colour::kFaint);
     PrintLine("       -> " + line);
     if (result.overrun > 0) {
-        PrintLine(Paint(
-            FormatText("       !! it wrote %zu bytes after the end of its room", result.overrun),
-            Colour::kBad));
+        PrintLine(Paint("       !! it wrote " + Tools::Count(result.overrun, "byte") +
+                            " after the end of its room",
+                        Colour::kBad));
     } else if (!result.isAsExpected) {
         PrintLine(Paint("       !! expected " +
                             (step.isAnyExpected ? "a status" : FormatStatus(step.expected)),
@@ -111,11 +111,11 @@ void TextReport::ShowCall(std::size_t number, const Step& step, const CallResult
 void TextReport::ShowTotals(const Totals& totals)
 {
     const double mean = totals.calls > 0 ? totals.sum / static_cast<double>(totals.calls) : 0;
-    PrintLine(
-        FormatText("qxhost: %zu calls, %zu as expected, %zu not; shortest %s, mean %s, longest %s",
-                   totals.calls, totals.calls - totals.unexpected, totals.unexpected,
-                   FormatDuration(totals.shortest).c_str(), FormatDuration(mean).c_str(),
-                   FormatDuration(totals.longest).c_str()));
+    PrintLine("qxhost: " + Tools::Count(totals.calls, "call") +
+              FormatText(", %zu as expected, %zu not; shortest %s, mean %s, longest %s",
+                         totals.calls - totals.unexpected, totals.unexpected,
+                         FormatDuration(totals.shortest).c_str(), FormatDuration(mean).c_str(),
+                         FormatDuration(totals.longest).c_str()));
 }
 
 void TextReport::ShowEnd(const std::string& how, const ChildEnd& end, const std::string& gdb)
@@ -151,9 +151,9 @@ std::string DescribeArguments(const Step& step, const CallResult& result)
     }
     text += FormatSelector(step.property);
     if (step.action == Action::kGet || step.action == Action::kStreamGet) {
-        text += FormatText(", room for %llu bytes", UInt64{step.size});
+        text += ", room for " + Tools::Count(step.size, "byte");
     } else if (step.action == Action::kSet || step.action == Action::kStreamSet) {
-        text += FormatText(", %llu bytes", UInt64{step.size});
+        text += ", " + Tools::Count(step.size, "byte");
         text += step.valueText.empty() ? "" : ": " + step.valueText;
     }
     return text;

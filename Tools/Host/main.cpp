@@ -73,8 +73,8 @@ public:
         const Clock::time_point now = Clock::now();
         if (mIsShown && now - mLast >= kPeriod) {
             mLast = now;
-            std::fprintf(Tools::GetErrors(), "\r\033[K%zu calls, %zu not as expected", totals.calls,
-                         totals.unexpected);
+            std::fprintf(Tools::GetErrors(), "\r\033[K%s, %zu not as expected",
+                         Tools::Count(totals.calls, "call").c_str(), totals.unexpected);
         }
     }
     void Erase() const

@@ -13,7 +13,7 @@ std::string DescribeValue(const Entry& entry)
     if (entry.integer) {
         return FormatText("%lld", *entry.integer);
     }
-    return entry.data ? FormatText("%zu bytes", entry.data->size()) : "";
+    return entry.data ? Tools::Count(entry.data->size(), "byte") : "";
 }
 
 } // namespace
@@ -23,7 +23,7 @@ std::vector<Field> ListElements(const PropertyList& list)
     std::vector<Field> elements;
     if (list.size > 0) {
         elements.push_back(
-            {list.offset, list.size, "<dict>", FormatText("%zu keys", list.entries.size())});
+            {list.offset, list.size, "<dict>", Tools::Count(list.entries.size(), "key")});
     }
     for (const Entry& entry : list.entries) {
         elements.push_back({entry.keyOffset, entry.keySize, "<key>", Tools::Shorten(entry.key)});

@@ -2,6 +2,8 @@
 
 #include "Tools/Monitor/FieldReader.h"
 
+#include "Tools/Common/Text.h"
+
 #include <utility>
 
 namespace Monitor {
@@ -33,8 +35,9 @@ bool FieldReader::Read(const char* name, std::size_t size, ByteOrder order, UInt
 bool FieldReader::ReadBytes(const char* name, std::size_t size, const unsigned char*& bytes)
 {
     if (GetRemaining() < size) {
-        ReportAt(mOffset, std::string("truncated: the ") + name + " needs " + std::to_string(size) +
-                              " bytes, " + std::to_string(GetRemaining()) + " are left");
+        ReportAt(mOffset, std::string("truncated: the ") + name + " needs " +
+                              Tools::Count(size, "byte") + ", " + std::to_string(GetRemaining()) +
+                              (GetRemaining() == 1 ? " is left" : " are left"));
         if (GetRemaining() > 0) {
             mMessage.fields.push_back(
                 {mOffset, GetRemaining(), std::string(name) + " (truncated)", ""});

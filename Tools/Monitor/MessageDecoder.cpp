@@ -100,8 +100,8 @@ void DetermineByteOrder(DecodedMessage& message, FieldReader& fields, const unsi
     fields.SetMeaning(FormatText("%llu, %s", length, GetName(*message.byteOrder)));
     if (length != size) {
         fields.Report(FormatText("wrong length word: it says %llu (big-endian) or %llu "
-                                 "(little-endian), the message has %llu bytes",
-                                 big, little, size));
+                                 "(little-endian), the message has %s",
+                                 big, little, Tools::Count(size, "byte").c_str()));
     }
 }
 
@@ -125,7 +125,7 @@ DecodedMessage DecodeRequest(SInt32 id, const unsigned char* data, std::size_t s
         message.findings.push_back({Place::kRequest, 0, "unknown message ID"});
     } else if (size != 0) {
         ReportInDocument(message, 0,
-                         FormatText("%zu bytes came with a message that has none", size));
+                         Tools::Count(size, "byte") + " came with a message that has none");
     }
     return message;
 }

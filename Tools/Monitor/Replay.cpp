@@ -25,8 +25,9 @@ DecodedMessage DecodeEvent(const Event& event)
     if (event.IsCut()) {
         // What is wrong with a document without its end says nothing about the sender.
         message.findings = {{Place::kRequest, 0,
-                             FormatText("the recording has only the first %zu bytes of %llu",
-                                        event.data.size(), UInt64{event.dataSize})}};
+                             "the recording has only the first " +
+                                 Tools::Count(event.data.size(), "byte") + " of " +
+                                 std::to_string(event.dataSize)}};
         message.dataSize = event.dataSize;
     }
     return message;

@@ -156,19 +156,17 @@ void TextReport::ShowFields(const DecodedMessage& message)
 void TextReport::ShowSummary(const StateTable& table)
 {
     PrintWrapped("");
-    PrintWrapped(FormatText("%zu message%s: %zu well formed, %zu malformed; 'OpLM' %zu, 'ClLM' %zu",
-                            table.GetReceived(), table.GetReceived() == 1 ? "" : "s",
+    PrintWrapped(Tools::Count(table.GetReceived(), "message") +
+                 FormatText(": %zu well formed, %zu malformed; 'OpLM' %zu, 'ClLM' %zu",
                             table.GetReceived() - table.GetMalformed(), table.GetMalformed(),
                             table.GetOpens(), table.GetCloses()));
     if (table.GetLeftOut() > 0) {
-        PrintWrapped(FormatText("%zu other message%s came that the filters leave out.",
-                                table.GetLeftOut(), table.GetLeftOut() == 1 ? "" : "s"));
+        PrintWrapped(Tools::Count(table.GetLeftOut(), "other message") +
+                     " came that the filters leave out.");
     }
     if (table.GetUnkept() > 0) {
-        PrintWrapped(
-            FormatText("The table is full: %zu messages of further devices or channels are not "
-                       "in it.",
-                       table.GetUnkept()));
+        PrintWrapped("The table is full. It lacks " + Tools::Count(table.GetUnkept(), "message") +
+                     " of further devices or channels.");
     }
     if (table.GetDevices().empty()) {
         PrintWrapped("No device has set anything.");

@@ -60,9 +60,9 @@ bool ReadHeader(DecodedMessage& message, FieldReader& fields, std::size_t& dataS
         return false;
     }
     if (total != room) {
-        fields.Report(FormatText("wrong length word: the value says %llu bytes, the message has "
-                                 "%llu for it",
-                                 total, room));
+        fields.Report(
+            FormatText("wrong length word: the value says %s, the message has %llu for it",
+                       Tools::Count(total, "byte").c_str(), room));
     }
     if (!fields.Read("value reserved", 4, ByteOrder::kLittle, reserved)) {
         return false;
@@ -175,8 +175,9 @@ bool CheckType(const DecodedMessage& message, FieldReader& fields, std::size_t d
     const std::size_t scalarSize = GetScalarSize(type);
     const bool isScalarOfOtherSize = scalarSize != 0 && dataSize != scalarSize;
     if (isScalarOfOtherSize || (type == kEmpty && dataSize != 0)) {
-        fields.ReportAt(fields.GetOffset(), FormatText("%s has %zu bytes of data, not %zu",
-                                                       typeName, scalarSize, dataSize));
+        fields.ReportAt(fields.GetOffset(),
+                        FormatText("%s has %s of data, not %zu", typeName,
+                                   Tools::Count(scalarSize, "byte").c_str(), dataSize));
         return false;
     }
     return true;
@@ -198,7 +199,7 @@ void DecodeValue(DecodedMessage& message, FieldReader& fields)
             ReadLevelRecord(message, fields);
         } else {
             fields.ReportAt(fields.GetOffset(),
-                            FormatText("the level record has %zu bytes, not 20", size));
+                            "the level record has " + Tools::Count(size, "byte") + ", not 20");
             ReadBlock(message, fields, size);
         }
     } else if (isReadable && GetScalarSize(*message.type) != 0) {

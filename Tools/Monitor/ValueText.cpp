@@ -19,10 +19,7 @@ struct Formatter
     {
         return '"' + Tools::EscapeControls(text) + '"';
     }
-    std::string operator()(const Bytes& bytes) const
-    {
-        return Tools::FormatText("%zu bytes", bytes.size());
-    }
+    std::string operator()(const Bytes& bytes) const { return Tools::Count(bytes.size(), "byte"); }
     std::string operator()(const Levels& levels) const
     {
         return FormatChannel(levels.channelIndex) + ", " + FormatDecibels(levels.first) + " and " +

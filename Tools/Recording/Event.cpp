@@ -34,14 +34,14 @@ std::string DescribeData(const EventFacts& call, const unsigned char* data, std:
     case Action::kGet:
     case Action::kStreamGet:
         return (call.isSizeNull ? std::string(", null size pointer")
-                                : FormatText(", room for %llu bytes", UInt64{call.size})) +
+                                : ", room for " + Tools::Count(call.size, "byte")) +
                (call.isDataNull ? ", null data pointer" : "");
     default:
         break;
     }
     constexpr std::size_t kMostShown = 16;
     const std::size_t shown = std::min(kept, kMostShown);
-    std::string text = FormatText(", %llu bytes", UInt64{call.size});
+    std::string text = ", " + Tools::Count(call.size, "byte");
     if (call.isDataNull) {
         return text + ", null data pointer";
     }
@@ -63,7 +63,8 @@ std::string CountEvents(const Events& events)
 {
     const auto messages = static_cast<std::size_t>(
         std::ranges::count_if(events, [](const Event& event) { return event.isMessage; }));
-    return FormatText("%zu calls and %zu messages", events.size() - messages, messages);
+    return Tools::Count(events.size() - messages, "call") + " and " +
+           Tools::Count(messages, "message");
 }
 
 std::string DescribeCall(const EventFacts& call, const unsigned char* data, std::size_t kept)

@@ -154,8 +154,8 @@ void ReadMessage(const JSON& object, Event& event)
     ReadData(GetText(object, "data"), event);
     const auto size = GetNumber<UInt32>(object, "dataSize");
     if (size < event.data.size()) {
-        Refuse(FormatText("\"dataSize\" is %llu, but \"data\" has %zu bytes", UInt64{size},
-                          event.data.size()));
+        Refuse(FormatText("\"dataSize\" is %llu, but \"data\" has ", UInt64{size}) +
+               Tools::Count(event.data.size(), "byte"));
     }
     event.dataSize = size;
 }

@@ -43,4 +43,18 @@ TEST(EscapeControls, LeavesNothingThatATerminalWouldActOn)
     }
 }
 
+TEST(Text, CountsWithTheRightFormOfANoun)
+{
+    EXPECT_EQ(Tools::Count(0, "message"), "0 messages");
+    EXPECT_EQ(Tools::Count(1, "message"), "1 message");
+    EXPECT_EQ(Tools::Count(2, "message"), "2 messages");
+}
+
+TEST(Text, RoundsToTheDecimalsThatAreAskedFor)
+{
+    EXPECT_EQ(Tools::FormatNumber(Tools::RoundDecimals(8.408999999999999, 3)), "8.409");
+    EXPECT_EQ(Tools::FormatNumber(Tools::RoundDecimals(123456789.0004, 3)), "123456789");
+    EXPECT_EQ(Tools::FormatNumber(Tools::RoundDecimals(0.0123456789, 6)), "0.012346");
+}
+
 } // namespace

@@ -92,7 +92,7 @@ constexpr Row kRows[] = {
     {"channel-master-level", "messages", "the channel index is 0 (0x00000000) instead of -1"},
     {"device-ids", "messages", "the device is 65534 instead of -2"},
     {"set-again", "messages", "0 messages arrived instead of 1"},
-    {"only-sets-send", "messages", "1 messages arrived instead of 0: 'ClLM'"},
+    {"only-sets-send", "messages", "1 message arrived instead of 0: 'ClLM'"},
     {"refused-sets-send-nothing", "messages", "3 messages arrived instead of 0"},
     {"server-absent-level", "faults", "the second set answered -3 instead of 0"},
     {"server-late-state", "faults", "the set answered -3 instead of 0"},

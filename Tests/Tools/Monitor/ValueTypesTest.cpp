@@ -42,7 +42,7 @@ TEST(MonitorValueTypes, AgreeWithThoseOfTheFramework)
         {Variant::kInt64, "kInt64", OfInt64(-5000000000), "-5000000000"},
         {Variant::kFloat, "kFloat", OfFloat(0.5f), "0.5"},
         {Variant::kDouble, "kDouble", OfDouble(-1.25), "-1.25"},
-        {Variant::kPointer, "kPointer", OfPointer(memory, 1), "1 bytes"},
+        {Variant::kPointer, "kPointer", OfPointer(memory, 1), "1 byte"},
         {Variant::kConstPointer, "kConstPointer", constPointer, "2 bytes"},
         {Variant::kBuffer, "kBuffer", OfBytes("abc"), "3 bytes"},
         {Variant::kString, "kString", OfText("a"), "\"a\""},

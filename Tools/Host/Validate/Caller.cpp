@@ -36,8 +36,8 @@ OSStatus TakeStreamChange(AudioDeviceID, io_object_t, UInt32, AudioDevicePropert
 void RequireUndamaged(const LentBuffer& buffer, const char* name)
 {
     if (buffer.IsDamaged()) {
-        throw CheckFailed(Tools::FormatText("it wrote outside the %s (%zu bytes) that it was lent",
-                                            name, buffer.GetSize()));
+        throw CheckFailed(std::string("it wrote outside the ") + name + " (" +
+                          Tools::Count(buffer.GetSize(), "byte") + ") that it was lent");
     }
 }
 

@@ -229,7 +229,7 @@ void GetRefusesUnknown(Bench& bench)
     Caller& plugIn = bench.LoadAndOpen();
     for (const UInt32 size : {0U, 1U, 4U, 8U, 64U}) {
         Request request = {.selector = bench.GetProfile().unknownSelector, .data = Bytes(size)};
-        const std::string what = FormatText("room for %llu bytes", UInt64{size});
+        const std::string what = "room for " + Tools::Count(size, "byte");
         ExpectRefusedGet(bench, plugIn, request, bench.GetProfile().unknownProperty, what);
         request.channel = 1;
         request.isInput = 0;
@@ -328,7 +328,7 @@ void SetRefusesUnknown(Bench& bench)
     Caller& plugIn = bench.LoadAndOpen();
     for (const UInt32 size : {0U, 1U, 4U, 8U, 64U}) {
         Request request = {.selector = bench.GetProfile().unknownSelector, .data = Bytes(size)};
-        const std::string what = FormatText("%llu bytes", UInt64{size});
+        const std::string what = Tools::Count(size, "byte");
         bench.Expect(what, plugIn.Set(request).status, bench.GetProfile().unknownProperty);
         request.channel = 1;
         request.isInput = 0;

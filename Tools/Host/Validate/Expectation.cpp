@@ -90,8 +90,8 @@ std::string CompareParameter(const Bytes& bytes, const ExpectedMessage& expected
     const UInt32 dataSize = isWord ? 4 : kLevelRecordSize;
     const UInt32 size = dataSize + kMessageOverhead;
     if (bytes.size() != size) {
-        return FormatText("the set-parameter message has %zu bytes instead of %llu", bytes.size(),
-                          UInt64{size});
+        return "the set-parameter message has " + Tools::Count(bytes.size(), "byte") +
+               FormatText(" instead of %llu", UInt64{size});
     }
     const unsigned char* const value = bytes.data() + kMessageValueOffset;
     const struct
@@ -140,7 +140,8 @@ std::string CompareDocument(const Profile& profile, const Message& message,
         return "the dictionary has no data \"" + profile.dataKey + "\"";
     }
     if (list.entries.size() != 2) {
-        return FormatText("the dictionary has %zu entries instead of 2", list.entries.size());
+        return FormatText("the number of the dictionary's entries is %zu instead of 2",
+                          list.entries.size());
     }
     // The ID's bits as a signed number.
     if (*device->integer != static_cast<SInt32>(expected.device)) {
@@ -191,15 +192,16 @@ std::string CompareMessages(const Profile& profile, const std::vector<Message>& 
         if (wanted.rule.hasParameter) {
             difference = CompareDocument(profile, message, wanted);
         } else if (!message.data.empty()) {
-            difference = FormatText("it carries %zu bytes instead of none", message.data.size());
+            difference =
+                "it carries " + Tools::Count(message.data.size(), "byte") + " instead of none";
         }
         if (!difference.empty()) {
             return place + DescribeID(message.id).append(": ").append(difference);
         }
     }
     if (messages.size() != expected.size()) {
-        return FormatText("%zu messages arrived instead of %zu: %s", messages.size(),
-                          expected.size(), DescribeIDs(messages).c_str());
+        return Tools::Count(messages.size(), "message") +
+               FormatText(" arrived instead of %zu: ", expected.size()) + DescribeIDs(messages);
     }
     return "";
 }

@@ -1,6 +1,7 @@
 // JSONReport.cpp - a validation for a program: one JSON object a line.
 
 #include "Tools/Common/Terminal.h"
+#include "Tools/Common/Text.h"
 #include "Tools/Host/Validate/Report.h"
 
 #include <nlohmann/json.hpp>
@@ -41,7 +42,7 @@ public:
                {"passed", totals.passed},
                {"failed", totals.failed},
                {"notRun", totals.notRun},
-               {"seconds", totals.seconds}});
+               {"seconds", Tools::RoundDecimals(totals.seconds, 6)}});
     }
 };
 
@@ -51,7 +52,7 @@ void JSONReport::ShowResult(const CheckResult& result, const Advice& advice)
                    {"name", result.check->name}, {"tag", result.check->tag},
                    {"rule", result.check->rule}, {"result", GetName(result.result)}};
     if (result.result != Result::kNotRun) {
-        object["seconds"] = result.outcome.seconds;
+        object["seconds"] = Tools::RoundDecimals(result.outcome.seconds, 6);
     }
     if (result.result == Result::kFailed) {
         object["finding"] = result.outcome.finding;

@@ -41,6 +41,12 @@ int TakeSlot()
     return -1;
 }
 
+/// Of the plural of "byte".
+const char* GetEnding(unsigned number)
+{
+    return number == 1 ? "" : "s";
+}
+
 std::size_t GetPageSize()
 {
     static const std::size_t size = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
@@ -115,18 +121,19 @@ void LentBuffer::DescribeAddress(const void* address, char* text, std::size_t si
         if (begin == 0 || place < slot.whole || place >= slot.end) {
             continue;
         }
+        const auto lent = static_cast<unsigned>(slot.size);
         if (place >= end) {
-            std::snprintf(text, size, "%u bytes after the end of the %s (%u bytes)",
-                          static_cast<unsigned>(place - end + 1), slot.name,
-                          static_cast<unsigned>(slot.size));
+            const auto distance = static_cast<unsigned>(place - end + 1);
+            std::snprintf(text, size, "%u byte%s after the end of the %s (%u byte%s)", distance,
+                          GetEnding(distance), slot.name, lent, GetEnding(lent));
         } else if (place < begin) {
-            std::snprintf(text, size, "%u bytes before the %s (%u bytes)",
-                          static_cast<unsigned>(begin - place), slot.name,
-                          static_cast<unsigned>(slot.size));
+            const auto distance = static_cast<unsigned>(begin - place);
+            std::snprintf(text, size, "%u byte%s before the %s (%u byte%s)", distance,
+                          GetEnding(distance), slot.name, lent, GetEnding(lent));
         } else {
             std::snprintf(text, size,
-                          "inside the %s (%u bytes), which is not the plug-in's to use so",
-                          slot.name, static_cast<unsigned>(slot.size));
+                          "inside the %s (%u byte%s), which is not the plug-in's to use so",
+                          slot.name, lent, GetEnding(lent));
         }
         return;
     }

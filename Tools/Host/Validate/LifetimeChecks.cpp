@@ -47,15 +47,13 @@ void ExpectNoGrowth(const Bench& bench, const std::function<void()>& round)
         round();
     }
     const std::size_t heapLater = CountHeapBytes() - heapOfList;
+    const std::string rounds = Tools::Count(static_cast<UInt64>(bench.GetRounds()), "round");
     for (const auto& [number, target] : ListDescriptors()) {
-        bench.Require(
-            descriptors.contains(number),
-            FormatText("after %d rounds descriptor %d is open: ", bench.GetRounds(), number) +
-                target);
+        bench.Require(descriptors.contains(number),
+                      "after " + rounds + FormatText(" descriptor %d is open: ", number) + target);
     }
-    bench.Require(heapLater < heap + kMostGrowth,
-                  FormatText("after %d rounds the heap has grown by %zu bytes", bench.GetRounds(),
-                             heapLater - heap));
+    bench.Require(heapLater < heap + kMostGrowth, "after " + rounds + " the heap has grown by " +
+                                                      Tools::Count(heapLater - heap, "byte"));
 }
 
 void Unloads(Bench& bench)

@@ -216,9 +216,8 @@ Line MakeTotals(const LiveState& state, std::size_t columns, double now)
     const StateTable& table = state.GetTable();
     const std::size_t malformed = table.GetMalformed();
     LineWriter line(columns);
-    line.Write(FormatText(" %zu message%s  %s/s  ", table.GetReceived(),
-                          table.GetReceived() == 1 ? "" : "s",
-                          FormatRate(state.GetRate(now)).c_str()))
+    line.Write(" " + Tools::Count(table.GetReceived(), "message") + "  " +
+               FormatRate(state.GetRate(now)) + "/s  ")
         .Write(FormatText("%zu malformed", malformed), malformed > 0 ? Style::kBad : Style::kPlain)
         .Write(FormatText("  'OpLM' %zu  'ClLM' %zu", table.GetOpens(), table.GetCloses()));
     if (table.GetLeftOut() > 0) {
