@@ -2,9 +2,9 @@
 
 #include "Tools/Host/Arguments.h"
 
+#include "Tools/Common/CommandLine.h"
 #include "Tools/Common/File.h"
 #include "Tools/Common/Nearest.h"
-#include "Tools/Common/NumberCheck.h"
 #include "Tools/Common/Text.h"
 #include "Tools/Host/Script.h"
 #include "Tools/Host/Session.h"
@@ -16,6 +16,10 @@
 
 namespace Host {
 namespace {
+
+using Tools::Refuse;
+
+constexpr const char* kVersionText = "qxhost " QX_VERSION;
 
 constexpr const char* kDescription =
     "qxhost loads a driver plug-in and calls its entry points, as the audio hardware layer does.\n"
@@ -93,17 +97,6 @@ std::vector<std::string> GetCommandNames()
         names.emplace_back(name);
     }
     return names;
-}
-
-/// Throws: CLI::ValidationError with that text.
-[[noreturn]] void Refuse(const std::string& text)
-{
-    throw CLI::ValidationError(text);
-}
-
-std::string FormatFailure(const CLI::App*, const CLI::Error& error)
-{
-    return "qxhost: " + Tools::EscapeControls(error.what()) + "\nqxhost --help tells more.\n";
 }
 
 Property RequireProperty(const std::string& word)
@@ -346,9 +339,9 @@ std::optional<Arguments> ReadArguments(int count, const char* const* values, int
     Options options;
     CLI::App app(kDescription, "qxhost");
     app.footer(kFooter);
-    app.failure_message(FormatFailure);
+    app.failure_message(Tools::FormatFailure);
     app.allow_extras();
-    app.set_version_flag("--version", "qxhost " QX_VERSION);
+    app.set_version_flag("--version", kVersionText);
     AddCommonOptions(app, arguments);
     AddCallOptions(app, options);
     for (const Command& command : kCommands) {

@@ -1,11 +1,10 @@
 // JSONReport.cpp - the host's output for a program: one JSON object a line.
 
+#include "Tools/Common/JSONLine.h"
 #include "Tools/Common/Terminal.h"
 #include "Tools/Common/Text.h"
 #include "Tools/Host/Report.h"
 #include "Tools/Host/Status.h"
-
-#include <nlohmann/json.hpp>
 
 namespace Host {
 namespace {
@@ -16,9 +15,7 @@ constexpr int kVersion = 1;
 
 void Print(const JSON& object)
 {
-    // A path or the text of an exception need not be UTF-8. What is not ASCII is escaped: it could
-    // be a control of the terminal.
-    Tools::PrintLine(object.dump(-1, ' ', true, JSON::error_handler_t::replace));
+    Tools::PrintLine(Tools::WriteJSON(object));
 }
 
 void AddProperty(JSON& object, const Step& step)

@@ -146,9 +146,7 @@ std::string Parser::ParseCall(Action action, std::size_t first, const Words& wor
 std::string Parser::ApplyOption(Step& step, const std::string& name, const std::string& value)
 {
     const std::optional<UInt32> number = ParseWord(value);
-    if (name == "side" &&
-        (step.action == Action::kStreamInfo || step.action == Action::kStreamGet ||
-         step.action == Action::kStreamSet)) {
+    if (name == "side" && IsStream(step.action)) {
         return "side has no effect on stream: a stream has one side";
     }
     if (name == "side") {

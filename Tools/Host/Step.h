@@ -14,6 +14,7 @@ namespace Host {
 
 using Recording::Action;
 using Recording::GetEntryPointName;
+using Recording::IsStream;
 
 struct Step
 {

@@ -4,6 +4,7 @@
 #include "Tools/Common/Text.h"
 #include "Tools/Host/Report.h"
 #include "Tools/Host/Status.h"
+#include "Tools/Recording/Event.h"
 
 #include <algorithm>
 
@@ -19,12 +20,6 @@ bool HasProperty(Action action)
     return action != Action::kOpen && action != Action::kClose;
 }
 
-bool IsStream(Action action)
-{
-    return action == Action::kStreamInfo || action == Action::kStreamGet ||
-           action == Action::kStreamSet;
-}
-
 std::string FormatDuration(double microseconds)
 {
     return microseconds < 1000 ? FormatText("%.1f us", microseconds)
@@ -33,10 +28,8 @@ std::string FormatDuration(double microseconds)
 
 std::string FormatSelector(UInt32 selector)
 {
-    const std::string code = Tools::FormatFourCharCode(selector);
     const std::string name = GetProperty(selector).name;
-    const std::string text =
-        code.empty() ? FormatText("0x%08llX", UInt64{selector}) : "'" + code + "'";
+    const std::string text = Recording::DescribeSelector(selector);
     return name.empty() ? text : text + " " + name;
 }
 

@@ -2,8 +2,7 @@
 
 #include "Tools/Monitor/Arguments.h"
 
-#include "Tools/Common/NumberCheck.h"
-#include "Tools/Common/Text.h"
+#include "Tools/Common/CommandLine.h"
 #include "Tools/Monitor/CommandOptions.h"
 #include "Tools/Monitor/MessageOptions.h"
 
@@ -51,11 +50,6 @@ constexpr const char* kFooter =
     "  qxmon serve --profile die-after 3\n"
     "                             a server that crashes at the third message\n";
 
-std::string FormatFailure(const CLI::App*, const CLI::Error& error)
-{
-    return "qxmon: " + Tools::EscapeControls(error.what()) + "\nqxmon --help tells more.\n";
-}
-
 } // namespace
 
 std::optional<Arguments> ReadArguments(int count, const char* const* values, int& exitCode)
@@ -63,7 +57,7 @@ std::optional<Arguments> ReadArguments(int count, const char* const* values, int
     Arguments arguments;
     CLI::App app(kDescription, "qxmon");
     app.footer(kFooter);
-    app.failure_message(FormatFailure);
+    app.failure_message(Tools::FormatFailure);
     app.fallthrough();
     app.allow_extras();
     app.set_version_flag("--version", "qxmon " QX_VERSION);

@@ -2,6 +2,7 @@
 
 #include "Tools/Monitor/CommandOptions.h"
 
+#include "Tools/Common/CommandLine.h"
 #include "Tools/Common/Nearest.h"
 #include "Tools/Monitor/Columns.h"
 
@@ -10,11 +11,7 @@
 namespace Monitor {
 namespace {
 
-/// Throws: CLI::ValidationError with that text.
-[[noreturn]] void Refuse(const std::string& text)
-{
-    throw CLI::ValidationError(text);
-}
+using Tools::Refuse;
 
 /// The names of options or commands.
 template <class Items>

@@ -1,12 +1,12 @@
 // JSONReport.cpp - the monitor's output for a program: one JSON object a line.
 
+#include "Tools/Common/JSONLine.h"
 #include "Tools/Common/Terminal.h"
 #include "Tools/Common/Text.h"
 #include "Tools/Common/Time.h"
 #include "Tools/Monitor/Report.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 namespace Monitor {
@@ -27,23 +27,16 @@ void PrintHex(const char* name, const Bytes& bytes)
     Tools::Print("\"");
 }
 
-std::string Write(const JSON& object)
-{
-    // A message's string need not be UTF-8. What is not ASCII is escaped: it could be a control of
-    // the terminal.
-    return object.dump(-1, ' ', true, JSON::error_handler_t::replace);
-}
-
 void Print(const JSON& object)
 {
-    Tools::PrintLine(Write(object));
+    Tools::PrintLine(Tools::WriteJSON(object));
 }
 
 /// Prints `object` with two more members: the hexadecimal digits of a message's bytes, which may be
 /// megabytes, are written piece by piece.
 void Print(const JSON& object, const DecodedMessage& message)
 {
-    std::string line = Write(object);
+    std::string line = Tools::WriteJSON(object);
     line.pop_back(); // the brace
     Tools::Print(line);
     PrintHex("bytes", message.bytes);

@@ -2,6 +2,8 @@
 
 #include "Tools/Monitor/MessageOptions.h"
 
+#include "Tools/Common/CommandLine.h"
+
 namespace Monitor {
 namespace {
 
@@ -12,7 +14,7 @@ void AddFilterOption(CLI::App& app, Filter& filter, const char* name, Subject su
         for (const std::string& value : values) {
             const std::string wrong = filter.Add(subject, value);
             if (!wrong.empty()) {
-                throw CLI::ValidationError(std::string(name) + ": " + wrong);
+                Tools::Refuse(std::string(name) + ": " + wrong);
             }
         }
     };
@@ -37,7 +39,7 @@ void AddMessageOptions(CLI::App& app, Arguments& arguments)
         std::string wrong;
         arguments.until = Expression::Parse(text, wrong);
         if (!arguments.until) {
-            throw CLI::ValidationError("--until \"" + text + "\": " + wrong);
+            Tools::Refuse("--until \"" + text + "\": " + wrong);
         }
     };
     app.add_option_function<std::string>("--until", setUntil,

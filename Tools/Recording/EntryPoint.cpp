@@ -26,3 +26,9 @@ const char* Recording::GetEntryPointName(Action action)
     }
     return "";
 }
+
+bool Recording::IsStream(Action action)
+{
+    return action == Action::kStreamInfo || action == Action::kStreamGet ||
+           action == Action::kStreamSet;
+}

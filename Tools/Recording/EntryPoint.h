@@ -19,4 +19,7 @@ enum class Action
 /// The name of the entry point that an action calls, or "" for a pause.
 const char* GetEntryPointName(Action action);
 
+/// Tells whether an action calls one of the three entry points of streams.
+bool IsStream(Action action);
+
 } // namespace Recording

@@ -12,18 +12,6 @@ namespace {
 
 using Tools::FormatText;
 
-std::string DescribeSelector(UInt32 selector)
-{
-    const std::string code = Tools::FormatFourCharCode(selector);
-    return code.empty() ? FormatText("0x%08llX", UInt64{selector}) : "'" + code + "'";
-}
-
-bool IsStream(Action action)
-{
-    return action == Action::kStreamInfo || action == Action::kStreamGet ||
-           action == Action::kStreamSet;
-}
-
 std::string DescribeData(const EventFacts& call, const unsigned char* data, std::size_t kept)
 {
     switch (call.action) {
@@ -50,6 +38,12 @@ std::string DescribeData(const EventFacts& call, const unsigned char* data, std:
 }
 
 } // namespace
+
+std::string DescribeSelector(UInt32 selector)
+{
+    const std::string code = Tools::FormatFourCharCode(selector);
+    return code.empty() ? FormatText("0x%08llX", UInt64{selector}) : "'" + code + "'";
+}
 
 Events SelectEvents(const Events& events, bool areMessages)
 {

@@ -64,8 +64,11 @@ Events SelectEvents(const Events& events, bool areMessages);
 /// "5 calls and 3 messages".
 std::string CountEvents(const Events& events);
 
+/// "'DGme'", or "0x00000001" if not all four characters are printable.
+std::string DescribeSelector(UInt32 selector);
+
 /// "AudioDriverPlugInClose(device 258)", "AudioDriverPlugInDeviceSetProperty(device 258, channel 0,
-/// input, 'DGme' enable, 4 bytes: 01 00 00 00)". Of the call's data `kept` bytes are there.
+/// input, 'DGme', 4 bytes: 01 00 00 00)". Of the call's data `kept` bytes are there.
 std::string DescribeCall(const EventFacts& call, const unsigned char* data, std::size_t kept);
 
 } // namespace Recording

@@ -2,10 +2,9 @@
 
 #include "Tools/Recording/Writer.h"
 
+#include "Tools/Common/JSONLine.h"
 #include "Tools/Common/Text.h"
 #include "Tools/Common/Time.h"
-
-#include <nlohmann/json.hpp>
 
 #include <cerrno>
 #include <cstring>
@@ -14,11 +13,6 @@ namespace Recording {
 namespace {
 
 using JSON = nlohmann::ordered_json;
-
-std::string Dump(const JSON& object)
-{
-    return object.dump(-1, ' ', false, JSON::error_handler_t::replace) + '\n';
-}
 
 std::string FormatData(const Event& event)
 {
@@ -111,22 +105,24 @@ Writer::Writer(const std::string& file, const Title& title)
         mFailure = std::strerror(errno);
         return;
     }
-    WriteLine(Dump({{"schemaVersion", kSchemaVersion},
-                    {"event", "recording"},
-                    {"time", Tools::FormatUTC(Tools::GetTime())},
-                    {"bundle", title.bundle},
-                    {"check", title.check},
-                    {"finding", title.finding},
-                    {"firstNumber", title.firstNumber}}));
+    WriteLine(Tools::WriteJSON({{"schemaVersion", kSchemaVersion},
+                                {"event", "recording"},
+                                {"time", Tools::FormatUTC(Tools::GetTime())},
+                                {"bundle", title.bundle},
+                                {"check", title.check},
+                                {"finding", title.finding},
+                                {"firstNumber", title.firstNumber}}));
 }
 
 void Writer::Write(UInt64 number, const Event& event)
 {
-    WriteLine(Dump(event.isMessage ? MakeMessage(number, event) : MakeCall(number, event)));
+    WriteLine(
+        Tools::WriteJSON(event.isMessage ? MakeMessage(number, event) : MakeCall(number, event)));
 }
 
-void Writer::WriteLine(const std::string& line)
+void Writer::WriteLine(std::string line)
 {
+    line += '\n';
     const bool isWritten = mFailure.empty() &&
                            std::fwrite(line.data(), 1, line.size(), mFile.get()) == line.size() &&
                            std::fflush(mFile.get()) == 0;

@@ -40,7 +40,7 @@ private:
         void operator()(std::FILE* file) const { std::fclose(file); }
     };
 
-    void WriteLine(const std::string& line);
+    void WriteLine(std::string line);
 
     std::unique_ptr<std::FILE, Closer> mFile;
     std::string mFailure;

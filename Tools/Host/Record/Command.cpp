@@ -2,8 +2,8 @@
 
 #include "Tools/Host/Record/Command.h"
 
+#include "Tools/Common/CommandLine.h"
 #include "Tools/Common/File.h"
-#include "Tools/Common/NumberCheck.h"
 #include "Tools/Common/Terminal.h"
 #include "Tools/Common/Text.h"
 #include "Tools/Host/Arguments.h"
@@ -32,6 +32,7 @@ using Host::Action;
 using Recording::Event;
 using Recording::Events;
 using Tools::FormatText;
+using Tools::Refuse;
 using Validate::Request;
 
 constexpr const char* kFooter =
@@ -54,12 +55,6 @@ struct Options
     double timeLimit = 60;
     bool hasTimeLimit = false;
 };
-
-/// Throws: CLI::ValidationError with that text.
-[[noreturn]] void Refuse(const std::string& text)
-{
-    throw CLI::ValidationError(text);
-}
 
 std::string ReadText(const std::string& file)
 {
@@ -293,11 +288,11 @@ int RunDiff(const Options& options)
                           first);
 }
 
-std::string FormatFailure(const CLI::App* app, const CLI::Error& error)
+struct Word
 {
-    return app->get_name() + ": " + Tools::EscapeControls(error.what()) + "\n" + app->get_name() +
-           " --help tells more.\n";
-}
+    const char* name; ///< null for none
+    const char* description;
+};
 
 struct Command
 {
@@ -345,7 +340,7 @@ int Run(const Command& command, int count, const char* const* values)
     Options options;
     CLI::App app(command.description, std::string("qxhost ") + command.name);
     app.footer(kFooter);
-    app.failure_message(FormatFailure);
+    app.failure_message(Tools::FormatFailure);
     AddOptions(app, command, options);
     try {
         app.parse(count, values);

@@ -2,10 +2,9 @@
 
 #include "Tools/Host/Validate/Arguments.h"
 
+#include "Tools/Common/CommandLine.h"
 #include "Tools/Common/File.h"
 #include "Tools/Common/Nearest.h"
-#include "Tools/Common/NumberCheck.h"
-#include "Tools/Common/Text.h"
 #include "Tools/Host/Arguments.h"
 #include "Tools/Host/PlugIn.h"
 #include "Tools/Host/Validate/ProfileFile.h"
@@ -19,6 +18,8 @@
 
 namespace Validate {
 namespace {
+
+using Tools::Refuse;
 
 constexpr const char* kDescription =
     "Tries a driver plug-in bundle against every rule that a caller can observe.\n"
@@ -46,18 +47,6 @@ constexpr const char* kFooter =
     "  qxhost validate --only threads --repeat 50\n"
     "  qxhost validate --only gain-nan-level    one check\n"
     "  qxhost validate Other.bundle --profile other.json\n";
-
-/// Throws: CLI::ValidationError with that text.
-[[noreturn]] void Refuse(const std::string& text)
-{
-    throw CLI::ValidationError(text);
-}
-
-std::string FormatFailure(const CLI::App*, const CLI::Error& error)
-{
-    return "qxhost validate: " + Tools::EscapeControls(error.what()) +
-           "\nqxhost validate --help tells more.\n";
-}
 
 Profile LoadProfile(const std::string& file)
 {
@@ -160,7 +149,7 @@ std::optional<Arguments> ReadArguments(int count, const char* const* values, int
     std::string profile;
     CLI::App app(kDescription, "qxhost validate");
     app.footer(kFooter);
-    app.failure_message(FormatFailure);
+    app.failure_message(Tools::FormatFailure);
     AddOptions(app, arguments, profile);
     try {
         app.parse(count, values);

@@ -9,7 +9,7 @@ namespace Validate {
 /// that is, in the verdict. The process still ends by the signal.
 void NoteFaults(Verdict& verdict);
 
-/// "SIGSEGV, invalid memory access", or the number of a signal that has no name here.
+/// "SIGSEGV, an invalid memory access", or the number of a signal that has no name here.
 std::string DescribeSignal(int number);
 
 } // namespace Validate

@@ -1,10 +1,9 @@
 // JSONReport.cpp - a validation for a program: one JSON object a line.
 
+#include "Tools/Common/JSONLine.h"
 #include "Tools/Common/Terminal.h"
 #include "Tools/Common/Text.h"
 #include "Tools/Host/Validate/Report.h"
-
-#include <nlohmann/json.hpp>
 
 namespace Validate {
 namespace {
@@ -15,8 +14,7 @@ constexpr int kVersion = 1;
 
 void Print(const JSON& object)
 {
-    // What a plug-in prints need not be UTF-8.
-    Tools::PrintLine(object.dump(-1, ' ', false, JSON::error_handler_t::replace));
+    Tools::PrintLine(Tools::WriteJSON(object));
 }
 
 class JSONReport final : public IReport

@@ -51,7 +51,7 @@ Request MakeTurn(const PropertyRules& property, UInt32 device, UInt32 turn)
     return request;
 }
 
-/// Takes from all messages those of one device, which the property list of each names.
+/// The messages that the sets of one thread send, in order.
 std::vector<ExpectedMessage> ListTurns(const PropertyRules& property, UInt32 device)
 {
     std::vector<ExpectedMessage> expected;

@@ -1,11 +1,10 @@
-// NumberCheck.cpp - ranges in plain words.
+// CommandLine.cpp - checks of words, and refusals.
 
-#include "Tools/Common/NumberCheck.h"
+#include "Tools/Common/CommandLine.h"
 
 #include "Tools/Common/Text.h"
 
 #include <charconv>
-#include <string>
 
 namespace Tools {
 namespace {
@@ -37,6 +36,25 @@ CLI::Validator MakeNumberCheck(unsigned least, unsigned most)
 CLI::Validator MakeSecondsCheck(double least, double most)
 {
     return MakeCheck("a number of seconds", least, most);
+}
+
+CLI::Validator MakeNameCheck()
+{
+    return {[](const std::string& text) {
+                return text.empty() ? std::string("the name is empty") : std::string();
+            },
+            ""};
+}
+
+void Refuse(const std::string& text)
+{
+    throw CLI::ValidationError(text);
+}
+
+std::string FormatFailure(const CLI::App* app, const CLI::Error& error)
+{
+    const std::string& name = app->get_name();
+    return name + ": " + EscapeControls(error.what()) + "\n" + name + " --help tells more.\n";
 }
 
 } // namespace Tools
