@@ -2,8 +2,10 @@
 
 #include "Tools/Common/Terminal.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <poll.h>
 #include <unistd.h>
 
 namespace Tools {
@@ -75,6 +77,28 @@ void PrintLine(std::string_view line)
 bool IsOutputWritten()
 {
     return std::ferror(GetOutput()) == 0;
+}
+
+bool AwaitReaderGone(int milliseconds)
+{
+    // A hang-up is told without being asked for; a file never has one.
+    pollfd output = {fileno(GetOutput()), 0, 0};
+    while (poll(&output, 1, milliseconds) < 0 && errno == EINTR) {
+    }
+    return (output.revents & (POLLERR | POLLHUP)) != 0;
+}
+
+int ConcludeOutput(const char* tool, int exitCode, int unwritten, int readerGone)
+{
+    std::fflush(GetOutput());
+    if (IsOutputWritten()) {
+        return exitCode;
+    }
+    if (AwaitReaderGone(0)) {
+        return readerGone;
+    }
+    std::fprintf(GetErrors(), "%s: the standard output could not be written\n", tool);
+    return unwritten;
 }
 
 } // namespace Tools

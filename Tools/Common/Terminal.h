@@ -42,4 +42,12 @@ void PrintLine(std::string_view line);
 /// Tells whether every line so far has gone out.
 bool IsOutputWritten();
 
+/// Waits that long for the reader of the standard output to go; -1 is for ever. Returns true if it
+/// has gone: the output is a pipe or socket that nobody reads any more, or a terminal that is gone.
+bool AwaitReaderGone(int milliseconds);
+
+/// Returns `exitCode` if all of the output has gone out. If not, returns `readerGone` if its reader
+/// has gone; or else `unwritten`, after telling so in the name of `tool`.
+int ConcludeOutput(const char* tool, int exitCode, int unwritten, int readerGone);
+
 } // namespace Tools

@@ -36,8 +36,10 @@ constexpr const char* kFooter =
     "  3  the plug-in cannot be loaded, or lacks an entry point\n"
     "  4  the standard output cannot be written\n"
     "  5  there is not enough memory\n"
-    "  6  the plug-in crashed    7  a call did not return in time\n"
-    "  8  the plug-in ended the process\n"
+    "  6  the plug-in crashed: in a call, or while it was loaded, unloaded, or at the end\n"
+    "  7  it did not return in time, in one of these\n"
+    "  8  it ended the process, in one of these\n"
+    "  9  the reader of the standard output has gone\n"
     "  130, 143  stopped by SIGINT or SIGTERM; open devices were closed first\n"
     "\n"
     "Examples:\n"
@@ -361,7 +363,7 @@ std::optional<Arguments> ReadArguments(int count, const char* const* values, int
         }
         MakeSteps(app, options, arguments);
     } catch (const CLI::ParseError& error) {
-        exitCode = app.exit(error) == 0 ? kExitAsExpected : kExitUsage;
+        exitCode = app.exit(error) == 0 ? Conclude(kExitAsExpected) : kExitUsage;
         return std::nullopt;
     }
     return arguments;

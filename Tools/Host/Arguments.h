@@ -1,6 +1,7 @@
 // Arguments.h - what the command line of the host asks for.
 #pragma once
 
+#include "Tools/Host/ExitCode.h"
 #include "Tools/Host/Step.h"
 
 #include <optional>
@@ -8,19 +9,6 @@
 #include <vector>
 
 namespace Host {
-
-enum ExitCode : int
-{
-    kExitAsExpected = 0,
-    kExitUnexpected = 1,
-    kExitUsage = 2,
-    kExitNotLoaded = 3,
-    kExitUnwritten = 4,
-    kExitNoMemory = 5,
-    kExitCrashed = 6,
-    kExitHung = 7,
-    kExitEnded = 8 ///< the plug-in ended the process
-};
 
 struct Arguments
 {

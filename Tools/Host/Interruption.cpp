@@ -46,6 +46,12 @@ void NoteInterruptions()
     sigaction(SIGTERM, &action, nullptr);
 }
 
+void ForgetInterruptions()
+{
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGTERM, SIG_DFL);
+}
+
 int GetInterruption()
 {
     return gSignal;

@@ -23,6 +23,9 @@ private:
 /// second one ends the process.
 void NoteInterruptions();
 
+/// From now on the first SIGINT or SIGTERM ends the process, as if nothing had been noted before.
+void ForgetInterruptions();
+
 /// The signal that has come, or 0.
 int GetInterruption();
 

@@ -30,12 +30,16 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+/// As long as the child goes on.
+constexpr int kNoExitCode = -1;
+
 /// What parent and child share.
 struct Shared
 {
     std::atomic<unsigned> begun; ///< calls that have begun, and ended
     std::atomic<unsigned> ended;
-    std::atomic<bool> isOver; ///< the child has ended by itself
+    std::atomic<int> exitCode; ///< what the child is to end with, or kNoExitCode
+    std::atomic<bool> isOver;  ///< it has ended by itself
     char call[512];
 };
 
@@ -151,6 +155,23 @@ void DivertStreams(int output, int errors)
     close(errors);
 }
 
+Shared* gShared = nullptr;
+
+/// The child's side.
+[[noreturn]] void RunAsChild(Shared& shared, const std::function<int(CallNote&)>& body)
+{
+    gShared = &shared;
+    shared.exitCode = kNoExitCode;
+    // Registered before the plug-in is loaded, this runs after what it does at the end.
+    std::atexit([] { gShared->isOver = gShared->exitCode != kNoExitCode; });
+    SharedNote note(shared);
+    const int exitCode = body(note);
+    std::fflush(nullptr);
+    shared.exitCode = exitCode;
+    note.Begin("the end of the process");
+    std::exit(exitCode);
+}
+
 /// The parent's side.
 class Child
 {
@@ -236,8 +257,9 @@ ChildEnd Child::Judge(int status, bool isLate) const
         end.kind = ChildEnd::Kind::kCrashed;
         end.signal = WTERMSIG(status);
     } else {
-        end.kind = mShared.isOver ? ChildEnd::Kind::kReturned : ChildEnd::Kind::kExited;
         end.exitCode = WEXITSTATUS(status);
+        const bool hasReturned = mShared.isOver && end.exitCode == mShared.exitCode;
+        end.kind = hasReturned ? ChildEnd::Kind::kReturned : ChildEnd::Kind::kExited;
     }
     return end;
 }
@@ -278,16 +300,12 @@ ChildEnd RunInChild(double callSeconds, const std::function<int(CallNote&)>& bod
 #endif
         close(output[0]);
         close(errors[0]);
-        for (const int fault : {SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL}) {
+        for (const int fault : {SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL, SIGPIPE}) {
             // The parent tells of a crash, so that no handler may take it.
             std::signal(fault, SIG_DFL);
         }
         DivertStreams(output[1], errors[1]);
-        SharedNote note(shared);
-        const int exitCode = body(note);
-        std::fflush(nullptr);
-        shared.isOver = true;
-        std::exit(exitCode);
+        RunAsChild(shared, body);
     }
     close(output[1]);
     close(errors[1]);

@@ -7,7 +7,8 @@
 
 namespace Host {
 
-/// The call that the child makes, in memory that outlives it.
+/// What the plug-in does in the child: a call, or "unloading the plug-in". It is kept in memory
+/// that outlives the child.
 class CallNote
 {
 public:
@@ -30,13 +31,15 @@ struct ChildEnd
     Kind kind = Kind::kReturned;
     int exitCode = 0; ///< for kReturned and kExited
     int signal = 0;   ///< for kCrashed
-    std::string call; ///< the last one
-    bool isInCall = false;
+    std::string call; ///< the last one, or "loading PATH", "unloading the plug-in" or "the end of
+                      ///< the process"
+    bool isInCall = false; ///< it had not returned
 };
 
 /// Runs `body` in a child process and waits for its end. What is written there to the standard
 /// output and error by anything but the tools' own reports goes, line by line and marked as the
-/// plug-in's, to this process's standard error. Where there can be no child, `body` runs here.
+/// plug-in's, to this process's standard error. What the plug-in does at the end of the process
+/// counts as a call. Where there can be no child, `body` runs here.
 ChildEnd RunInChild(double callSeconds, const std::function<int(CallNote&)>& body);
 
 /// Runs `body` in this process.

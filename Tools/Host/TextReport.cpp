@@ -115,10 +115,9 @@ void TextReport::ShowEnd(const std::string& how, const ChildEnd& end, const std:
 {
     PrintLine("qxhost: " + Paint(how, Colour::kBad));
     if (!end.call.empty()) {
-        PrintLine((end.isInCall ? "        in the call:    " : "        after the call: ") +
-                  end.call);
+        PrintLine((end.isInCall ? "        during:   " : "        after:    ") + end.call);
     }
-    PrintLine("        to debug:       " + gdb);
+    PrintLine("        to debug: " + gdb);
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include "Tools/Common/Terminal.h"
 #include "Tools/Common/Text.h"
 #include "Tools/Host/Arguments.h"
+#include "Tools/Host/DebugCommand.h"
 #include "Tools/Host/Interruption.h"
 #include "Tools/Host/Record/Command.h"
 #include "Tools/Host/Report.h"
@@ -135,43 +136,29 @@ int Drive(const Arguments& arguments, const PlugIn& plugIn, CallNote& note)
     if (showsFrame || totals.unexpected > 0 || GetInterruption() != 0) {
         report->ShowTotals(totals);
     }
-    if (!Tools::IsOutputWritten()) {
-        std::fputs("qxhost: the standard output could not be written\n", Tools::GetErrors());
-        return kExitUnwritten;
-    }
     if (GetInterruption() != 0) {
-        return 128 + GetInterruption();
+        return Conclude(128 + GetInterruption());
     }
-    return totals.unexpected > 0 ? kExitUnexpected : kExitAsExpected;
+    return Conclude(totals.unexpected > 0 ? kExitUnexpected : kExitAsExpected);
 }
 
 int LoadAndDrive(const Arguments& arguments, const std::string& path, CallNote& note)
 {
     std::string error;
     note.Begin("loading " + path);
-    const std::unique_ptr<PlugIn> plugIn = PlugIn::Load(path, error);
+    std::unique_ptr<PlugIn> plugIn = PlugIn::Load(path, error);
     note.End();
     if (plugIn == nullptr) {
         std::fprintf(Tools::GetErrors(), "qxhost: cannot load the plug-in %s: %s\n",
                      Tools::EscapeControls(path).c_str(), Tools::EscapeControls(error).c_str());
         return kExitNotLoaded;
     }
-    return Drive(arguments, *plugIn, note);
-}
-
-/// The command line with a debugger before it, which has all the time that it needs.
-std::string MakeDebugCommand(int count, const char* const* values)
-{
-    std::string command = "gdb --args " + Tools::QuoteForShell(values[0]);
-    for (int index = 1; index < count; ++index) {
-        const std::string_view word = values[index];
-        if (word == "--time-limit") {
-            ++index;
-        } else if (!word.starts_with("--time-limit=")) {
-            command += " " + Tools::QuoteForShell(values[index]);
-        }
-    }
-    return command + " --in-process";
+    const int exitCode = Drive(arguments, *plugIn, note);
+    ForgetInterruptions();
+    note.Begin("unloading the plug-in");
+    plugIn.reset();
+    note.End();
+    return exitCode;
 }
 
 /// Tells of an end that the plug-in has caused. Returns the exit code.
@@ -183,9 +170,8 @@ int ShowEnd(const Arguments& arguments, const ChildEnd& end, const std::string& 
     case ChildEnd::Kind::kReturned:
         return end.exitCode;
     case ChildEnd::Kind::kCrashed:
-        if (end.signal == SIGPIPE && !end.isInCall) {
-            // The reader of the output has gone: this process ends as the child did.
-            std::raise(SIGPIPE);
+        if (end.signal == SIGPIPE && !end.isInCall && Tools::AwaitReaderGone(0)) {
+            return kExitReaderGone;
         }
         if (end.signal == SIGINT || end.signal == SIGTERM) {
             how = "stopped while the plug-in did not return";
@@ -197,7 +183,7 @@ int ShowEnd(const Arguments& arguments, const ChildEnd& end, const std::string& 
         exitCode = kExitCrashed;
         break;
     case ChildEnd::Kind::kHung:
-        how = Tools::FormatText("the call did not return within %g s", arguments.callSeconds);
+        how = Tools::FormatText("the plug-in did not return within %g s", arguments.callSeconds);
         exitCode = kExitHung;
         break;
     case ChildEnd::Kind::kExited:
@@ -216,8 +202,9 @@ int ShowEnd(const Arguments& arguments, const ChildEnd& end, const std::string& 
 int main(int count, char** values)
 {
     Tools::EndWithoutMemory("qxhost: there is not enough memory\n", kExitNoMemory);
+    EndWithoutReader();
     if (count > 1 && Record::IsCommand(values[1])) {
-        return Record::RunCommand(count - 1, values + 1);
+        return Record::RunCommand(count, values);
     }
     if (count > 1 && std::string_view(values[1]) == "validate") {
         return Validate::RunCommand(count - 1, values + 1);

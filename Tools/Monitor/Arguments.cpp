@@ -4,6 +4,7 @@
 
 #include "Tools/Common/CommandLine.h"
 #include "Tools/Monitor/CommandOptions.h"
+#include "Tools/Monitor/Commands.h"
 #include "Tools/Monitor/MessageOptions.h"
 
 #include <CLI/CLI.hpp>
@@ -81,7 +82,7 @@ std::optional<Arguments> ReadArguments(int count, const char* const* values, int
         app.parse(count, values);
         RefuseExtras(app, arguments);
     } catch (const CLI::ParseError& error) {
-        exitCode = app.exit(error) == 0 ? kExitDone : kExitUsage;
+        exitCode = app.exit(error) == 0 ? Conclude(kExitDone) : kExitUsage;
         return std::nullopt;
     }
     if (decode->parsed()) {

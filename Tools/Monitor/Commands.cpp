@@ -7,7 +7,6 @@
 #include "Tools/Common/Terminal.h"
 #include "Tools/Common/Text.h"
 #include "Tools/Monitor/Live/Report.h"
-#include "Tools/Monitor/OutputWatch.h"
 #include "Tools/Monitor/Signals.h"
 
 #include <algorithm>
@@ -60,7 +59,7 @@ void RunPort(ServerPort& port, const std::function<bool()>& wantsMore,
     const Clock::time_point start = Clock::now();
     // A loop may end early; one without an end of its own is asked for years.
     double left = seconds.value_or(kForeverSeconds);
-    while (!WasInterrupted() && !IsReaderGone() && wantsMore() && left > 0) {
+    while (!WasInterrupted() && !Tools::AwaitReaderGone(0) && wantsMore() && left > 0) {
         const std::optional<double> period = report.Refresh();
         if (!period) {
             break;
@@ -74,14 +73,7 @@ void RunPort(ServerPort& port, const std::function<bool()>& wantsMore,
 
 int Conclude(int exitCode)
 {
-    if (Tools::IsOutputWritten()) {
-        return exitCode;
-    }
-    if (IsReaderGone()) {
-        return kExitReaderGone;
-    }
-    std::fputs("qxmon: the standard output could not be written\n", stderr);
-    return kExitUnwritten;
+    return Tools::ConcludeOutput("qxmon", exitCode, kExitUnwritten, kExitReaderGone);
 }
 
 int Finish(IReport& report, const StateTable& table)

@@ -8,8 +8,4 @@ namespace Monitor {
 /// be called after StopRunLoopOnSignals, so that signals do not go to that thread.
 void StopRunLoopWithoutReader();
 
-/// Tells whether the standard output is a pipe or socket whose reader has gone, or a terminal that
-/// is gone.
-bool IsReaderGone();
-
 } // namespace Monitor

@@ -6,11 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <csignal>
-#include <cstdlib>
-#include <fcntl.h>
-#include <poll.h>
-#include <unistd.h>
 
 namespace {
 
@@ -351,93 +346,6 @@ TEST(Host, GivesNoAdviceOnThisProductForAnothersBundle)
         << lines[3];
 }
 
-TEST(Host, CountsCallsOnATerminalWhereTheyAreNotShown)
-{
-    const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
-    ASSERT_EQ(grantpt(terminal), 0);
-    ASSERT_EQ(unlockpt(terminal), 0);
-    ChildProcess host("sh", {"-c",
-                             std::string("exec ") + QX_EMULATOR +
-                                 " \"$0\" get --quiet --repeat 1000000000 2>" + ptsname(terminal),
-                             kHostProgram});
-    std::string shown;
-    char block[256];
-    while (shown.find(" calls, 0 not as expected") == std::string::npos) {
-        pollfd waiting = {terminal, POLLIN, 0};
-        constexpr int kPatienceMilliseconds = 60000;
-        ASSERT_EQ(poll(&waiting, 1, kPatienceMilliseconds), 1);
-        const ssize_t size = read(terminal, block, sizeof block);
-        ASSERT_GT(size, 0);
-        shown.append(block, static_cast<std::size_t>(size));
-    }
-
-    host.Signal(SIGINT);
-
-    EXPECT_EQ(host.ReadLines().size(), 1U) << "the summary";
-    EXPECT_EQ(host.Wait(), 130);
-    close(terminal);
-}
-
-TEST(Host, ClosesDevicesAndSumsUpWhenItIsInterrupted)
-{
-    ChildProcess host(kHostProgram, {"--json", "run", "-"},
-                      "open 7\nopen 8\nclose 7\nopen 9\nsleep 3600\n");
-    for (int line = 0; line < 6; ++line) {
-        host.ReadLine();
-    }
-
-    host.Signal(SIGINT);
-
-    std::vector<JSON> rest;
-    for (const std::string& line : host.ReadLines()) {
-        rest.push_back(JSON::parse(line));
-    }
-    EXPECT_EQ(host.Wait(), 130);
-    ASSERT_EQ(rest.size(), 3U);
-    EXPECT_EQ(rest[0]["entryPoint"], "AudioDriverPlugInClose");
-    EXPECT_EQ(rest[0]["device"], 8);
-    EXPECT_EQ(rest[1]["device"], 9);
-    EXPECT_EQ(rest[2]["calls"], 6);
-}
-
-/// The last object that the host prints for a script with a wrong bundle, and its exit code.
-std::pair<JSON, int> RunWrongBundle(const std::string& check, const std::string& script)
-{
-    ChildProcess host(
-        kHostProgram,
-        {"--plugin", GetWrongBundle(check), "--time-limit", "1", "--json", "run", "-"}, script);
-    const std::vector<std::string> lines = host.ReadLines();
-    const int exitCode = host.Wait();
-    return {lines.empty() ? JSON() : JSON::parse(lines.back()), exitCode};
-}
-
-TEST(Host, NamesTheCallInWhichThePlugInEndsItsProcess)
-{
-    ChildProcess monitor(kMonitorProgram, {"--json"});
-    monitor.ReadLine();
-
-    const auto [crash, crashCode] =
-        RunWrongBundle("set-largest-positive-state", "open 7\nset state 0x7FFFFFFF\n");
-    const auto [hang, hangCode] =
-        RunWrongBundle("gain-infinite-level", "open 7\nset level inf 1\n");
-    const auto [exit, exitCode] = RunWrongBundle("gain-huge-level", "open 7\nset level 1e38 1\n");
-
-    EXPECT_EQ(crashCode, 6);
-    EXPECT_EQ(crash["event"], "end");
-    EXPECT_EQ(crash["text"], "the plug-in crashed: signal 11, Segmentation fault");
-    EXPECT_EQ(crash["call"], "AudioDriverPlugInDeviceSetProperty(device 7, channel 0, input, "
-                             "'DGdm' state, 4 bytes: 0x7FFFFFFF)");
-    EXPECT_EQ(hangCode, 7);
-    EXPECT_EQ(hang["text"], "the call did not return within 1 s");
-    EXPECT_EQ(hang["call"], "AudioDriverPlugInDeviceSetProperty(device 7, channel 1, input, "
-                            "'DGml' level, 8 bytes: inf 1)");
-    EXPECT_EQ(exitCode, 8);
-    EXPECT_EQ(exit["text"], "the plug-in ended the process with the exit code 0");
-    EXPECT_EQ(exit["inCall"], true);
-    EXPECT_EQ(exit["debug"], "gdb --args " + std::string(kHostProgram) + " --plugin " +
-                                 GetWrongBundle("gain-huge-level") + " --json run - --in-process");
-}
-
 TEST(Host, ShowsWhatThePlugInPrintsApartFromItsOwnOutput)
 {
     ChildProcess host(kHostProgram,
@@ -449,19 +357,6 @@ TEST(Host, ShowsWhatThePlugInPrintsApartFromItsOwnOutput)
     EXPECT_EQ(lines.size(), 6U);
     EXPECT_EQ(JSON::parse(lines.back())["event"], "summary");
     EXPECT_EQ(host.GetErrors(), "plug-in: device opened\n");
-}
-
-TEST(Host, EndsInSilenceWhenTheReaderOfItsOutputGoes)
-{
-    for (const char* const command : {"info --repeat 10000", "validate --only registry"}) {
-        const std::string line =
-            std::string(QX_EMULATOR) + " \"$0\" " + command + " | head -n 1; echo over";
-        ChildProcess shell("sh", {"-c", line, kHostProgram});
-
-        EXPECT_EQ(shell.ReadLines().size(), 2U) << command;
-        EXPECT_EQ(shell.Wait(), 0);
-        EXPECT_EQ(shell.GetErrors(), "");
-    }
 }
 
 TEST(Host, LoadsThePlugInIntoItselfForADebugger)
@@ -534,14 +429,6 @@ TEST(Host, RefusesACommandLineOrScriptThatItDoesNotKnow)
     script.Wait();
     EXPECT_TRUE(script.GetErrors().starts_with("qxhost: -:2: unknown statement"))
         << script.GetErrors();
-}
-
-TEST(Host, SaysThatItsOutputCannotBeWritten)
-{
-    ChildProcess host("sh", {"-c", QX_EMULATOR " \"$0\" info >/dev/full", kHostProgram});
-
-    EXPECT_EQ(host.Wait(), 4);
-    EXPECT_EQ(host.GetErrors(), "qxhost: the standard output could not be written\n");
 }
 
 } // namespace

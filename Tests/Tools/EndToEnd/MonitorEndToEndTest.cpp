@@ -519,11 +519,14 @@ TEST(Monitor, RefusesACommandLineThatItDoesNotKnow)
 
 TEST(Monitor, SaysThatItsOutputCannotBeWritten)
 {
-    ChildProcess monitor(
-        "sh", {"-c", QX_EMULATOR " \"$0\" decode /dev/null >/dev/full", kMonitorProgram});
+    for (const char* const command : {"decode /dev/null", "--help", "decode --version"}) {
+        ChildProcess monitor(
+            "sh",
+            {"-c", QX_EMULATOR " \"$0\" " + std::string(command) + " >/dev/full", kMonitorProgram});
 
-    EXPECT_EQ(monitor.Wait(), 5);
-    EXPECT_EQ(monitor.GetErrors(), "qxmon: the standard output could not be written\n");
+        EXPECT_EQ(monitor.Wait(), 5) << command;
+        EXPECT_EQ(monitor.GetErrors(), "qxmon: the standard output could not be written\n");
+    }
 }
 
 } // namespace

@@ -131,6 +131,34 @@ TEST_F(Recording, SendsItsMessagesToAServer)
               "qxhost replay: --time-limit has no effect with --against server");
 }
 
+TEST_F(Recording, TellsHowThePlugInEndedItsProcessAndTheCommandThatShowsIt)
+{
+    const struct
+    {
+        const char* bundle;
+        const char* finding;
+    } kCases[] = {
+        {"crashes-when-unloaded", "the plug-in crashed while it was unloaded: SIGABRT, it gave up"},
+        {"crashes-at-the-end",
+         "the plug-in crashed at the end of the process: SIGABRT, it gave up"},
+        {"exits-at-the-end", "the plug-in ended the process with the exit code 0 at its end"},
+    };
+    for (const auto& entry : kCases) {
+        const std::string bundle = GetWrongBundle(entry.bundle);
+        ChildProcess host(kHostProgram, {"record", mFile, "-", "--plugin", bundle},
+                          "open 7\nclose\n");
+
+        EXPECT_EQ(host.Wait(), 1);
+        EXPECT_EQ(host.GetErrors(),
+                  std::string("qxhost: ") + entry.finding +
+                      "\n        last call: AudioDriverPlugInClose(device 7)\n"
+                      "        to debug:  gdb -ex 'set detach-on-fork off' -ex 'set "
+                      "schedule-multiple on' --args " +
+                      kHostProgram + " record " + mFile + " - --plugin " + bundle +
+                      " --time-limit 86400\n");
+    }
+}
+
 TEST_F(Recording, IsRefusedWithTheLineThatIsWrong)
 {
     const std::string wrong = mFolder / "wrong.jsonl";

@@ -6,7 +6,8 @@
 #include "Tools/Common/File.h"
 #include "Tools/Common/Terminal.h"
 #include "Tools/Common/Text.h"
-#include "Tools/Host/Arguments.h"
+#include "Tools/Host/DebugCommand.h"
+#include "Tools/Host/ExitCode.h"
 #include "Tools/Host/PlugIn.h"
 #include "Tools/Host/Script.h"
 #include "Tools/Host/Session.h"
@@ -44,8 +45,9 @@ constexpr const char* kFooter =
     "  0  recorded; played again or compared without a difference\n"
     "  1  a difference, a message that was refused, or the plug-in ended its process\n"
     "  2  the command line, the script or a recording is wrong\n"
-    "  3  the plug-in cannot be loaded\n"
-    "  4  the recording cannot be written, or no process can be started\n";
+    "  3  the plug-in cannot be loaded; or no server holds the port\n"
+    "  4  the output or the recording cannot be written, or no process can be started\n"
+    "  9  the reader of the standard output has gone\n";
 
 struct Options
 {
@@ -54,6 +56,7 @@ struct Options
     std::string against;
     double timeLimit = 60;
     bool hasTimeLimit = false;
+    std::string debug; ///< the command that shows the same in a debugger
 };
 
 std::string ReadText(const std::string& file)
@@ -172,7 +175,9 @@ Validate::Outcome Play(const Events& calls, const Options& options, std::string&
             // The messages of a call stand after it, and before the next.
             bench.TakeMessages();
         }
+        bench.Unload();
     };
+    check.endsByExit = true;
     Validate::Plan plan;
     plan.profile = Validate::MakeBuiltInProfile();
     plan.timeLimit = options.timeLimit;
@@ -197,13 +202,17 @@ bool HasFailed(const Validate::Outcome& outcome)
     return !outcome.finding.empty() && !outcome.isNoise;
 }
 
-int ShowFailure(const Validate::Outcome& outcome)
+int ShowFailure(const Validate::Outcome& outcome, const Options& options)
 {
     std::fprintf(stderr, "qxhost: %s\n", Tools::EscapeControls(outcome.finding).c_str());
     if (!outcome.lastCall.empty()) {
         std::fprintf(stderr, "        last call: %s\n", outcome.lastCall.c_str());
     }
-    return outcome.isNotLoaded ? Host::kExitNotLoaded : Host::kExitUnexpected;
+    if (outcome.isNotLoaded) {
+        return Host::kExitNotLoaded;
+    }
+    std::fprintf(stderr, "        to debug:  %s\n", options.debug.c_str());
+    return Host::kExitUnexpected;
 }
 
 int RunRecord(const Options& options)
@@ -225,7 +234,7 @@ int RunRecord(const Options& options)
         }
     }
     if (HasFailed(outcome)) {
-        return ShowFailure(outcome);
+        return ShowFailure(outcome, options);
     }
     Tools::PrintLine("qxhost: recorded " + Recording::CountEvents(TakeEvents(*outcome.journal)));
     return Host::kExitAsExpected;
@@ -276,7 +285,7 @@ int RunReplay(const Options& options)
     const Events played = TakeEvents(*outcome.journal);
     const std::string difference = Recording::FindDifference(recorded, played);
     if (outcome.isNotLoaded || (HasFailed(outcome) && difference.empty())) {
-        return ShowFailure(outcome);
+        return ShowFailure(outcome, options);
     }
     return ShowDifference(difference, played);
 }
@@ -338,18 +347,18 @@ void AddOptions(CLI::App& app, const Command& command, Options& options)
 int Run(const Command& command, int count, const char* const* values)
 {
     Options options;
+    options.debug = Host::MakeDebugCommandForChildren(count, values);
     CLI::App app(command.description, std::string("qxhost ") + command.name);
     app.footer(kFooter);
     app.failure_message(Tools::FormatFailure);
     AddOptions(app, command, options);
     try {
-        app.parse(count, values);
-        options.hasTimeLimit =
-            std::strcmp(command.name, "diff") != 0 && app.count("--time-limit") > 0;
+        app.parse(count - 1, values + 1);
+        options.hasTimeLimit = command.run != RunDiff && app.count("--time-limit") > 0;
         const int exitCode = command.run(options);
-        return Tools::IsOutputWritten() ? exitCode : Host::kExitUnwritten;
+        return Host::Conclude(exitCode);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? Host::kExitAsExpected : Host::kExitUsage;
+        return app.exit(error) == 0 ? Host::Conclude(Host::kExitAsExpected) : Host::kExitUsage;
     } catch (const std::runtime_error& error) {
         std::fprintf(stderr, "qxhost: %s\n", error.what());
         return Host::kExitUnwritten;
@@ -367,7 +376,7 @@ bool IsCommand(const char* word)
 int RunCommand(int count, const char* const* values)
 {
     for (const Command& command : kCommands) {
-        if (std::strcmp(command.name, values[0]) == 0) {
+        if (std::strcmp(command.name, values[1]) == 0) {
             return Run(command, count, values);
         }
     }

@@ -5,7 +5,7 @@
 #include "Tools/Common/CommandLine.h"
 #include "Tools/Common/File.h"
 #include "Tools/Common/Nearest.h"
-#include "Tools/Host/Arguments.h"
+#include "Tools/Host/ExitCode.h"
 #include "Tools/Host/PlugIn.h"
 #include "Tools/Host/Validate/ProfileFile.h"
 
@@ -38,6 +38,7 @@ constexpr const char* kFooter =
     "  2  the command line or the profile is wrong\n"
     "  3  the bundle cannot be loaded\n"
     "  4  the output or a file cannot be written, or no process can be started\n"
+    "  9  the reader of the standard output has gone\n"
     "  130, 143  stopped by SIGINT or SIGTERM; the summary counts what was not run\n"
     "\n"
     "Examples:\n"
@@ -160,7 +161,7 @@ std::optional<Arguments> ReadArguments(int count, const char* const* values, int
         plan.checks = MakeChecks(plan.profile);
         Select(plan.checks, arguments.only);
     } catch (const CLI::ParseError& error) {
-        exitCode = app.exit(error) == 0 ? Host::kExitAsExpected : Host::kExitUsage;
+        exitCode = app.exit(error) == 0 ? Host::Conclude(Host::kExitAsExpected) : Host::kExitUsage;
         return std::nullopt;
     }
     return arguments;

@@ -25,8 +25,10 @@ Caller& Bench::Load()
 
 void Bench::Unload()
 {
+    mJournal.GetVerdict().phase = Phase::kUnloading;
     mCaller.reset();
     mPlugIn.reset();
+    mJournal.GetVerdict().phase = Phase::kCalls;
 }
 
 Caller& Bench::LoadAndOpen()

@@ -49,6 +49,22 @@ void LimitResources(double timeLimit)
     Limit(RLIMIT_CPU, static_cast<rlim_t>(timeLimit) + 5);
 }
 
+Verdict* gOwnVerdict = nullptr;
+
+struct PhaseTexts
+{
+    const char* name;
+    const char* crash; ///< outside of calls
+    const char* time;  ///< of an exit
+};
+
+/// By phase.
+constexpr PhaseTexts kPhaseTexts[] = {
+    {"the check", "the process crashed after the last call", ""},
+    {"the unloading", "the plug-in crashed while it was unloaded", " while it was unloaded"},
+    {"the end of the process", "the plug-in crashed at the end of the process", " at its end"},
+};
+
 /// An unnamed file for what a stream takes.
 int MakeCapture()
 {
@@ -139,6 +155,9 @@ void CheckProcess::Run(const Plan& plan) const
     LimitResources(mTimeLimit);
     Verdict& verdict = mJournal->GetVerdict();
     NoteFaults(verdict);
+    gOwnVerdict = &verdict;
+    // Registered before the plug-in is loaded, this runs after what it does at the end.
+    std::atexit([] { gOwnVerdict->isOver = gOwnVerdict->phase == Phase::kEnding ? 1 : 0; });
     try {
         EnterFolder();
         // Never destroyed: a check that does not unload the bundle is not about unloading.
@@ -147,7 +166,7 @@ void CheckProcess::Run(const Plan& plan) const
         if (mCheck.endsByExit) {
             bench->StopServer();
             std::fflush(nullptr);
-            verdict.isOver = 1;
+            verdict.phase = Phase::kEnding;
             std::exit(EXIT_SUCCESS);
         }
     } catch (const std::exception& exception) {
@@ -197,20 +216,20 @@ std::string CheckProcess::DescribeEnd(int status, bool isLate) const
     const Verdict& verdict = mJournal->GetVerdict();
     const Event* const call = mJournal->FindLastCall();
     const bool isInCall = call != nullptr && !call->isDone;
+    const PhaseTexts& texts = kPhaseTexts[static_cast<int>(verdict.phase.load())];
     if (isLate) {
-        return FormatText("%s did not end within %g s", isInCall ? "the last call" : "the check",
+        return FormatText("%s did not end within %g s", isInCall ? "the last call" : texts.name,
                           mTimeLimit);
     }
     if (WIFSIGNALED(status)) {
-        std::string text =
-            isInCall ? "the last call crashed: " : "the process crashed after the last call: ";
-        text += DescribeSignal(WTERMSIG(status));
+        std::string text = isInCall ? "the last call crashed" : texts.crash;
+        text += ": " + DescribeSignal(WTERMSIG(status));
         text += verdict.fault[0] != '\0' ? std::string(", ") + verdict.fault : "";
         return text;
     }
     if (verdict.isOver == 0) {
-        return FormatText("the plug-in ended the process with the exit code %d",
-                          WEXITSTATUS(status));
+        return FormatText("the plug-in ended the process with the exit code %d%s",
+                          WEXITSTATUS(status), texts.time);
     }
     return verdict.finding;
 }

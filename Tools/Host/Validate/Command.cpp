@@ -4,7 +4,7 @@
 
 #include "Tools/Common/Terminal.h"
 #include "Tools/Common/Text.h"
-#include "Tools/Host/Arguments.h"
+#include "Tools/Host/ExitCode.h"
 #include "Tools/Host/Validate/Arguments.h"
 #include "Tools/Host/Validate/Report.h"
 #include "Tools/Recording/Writer.h"
@@ -20,6 +20,14 @@ namespace Validate {
 namespace {
 
 using Tools::FormatText;
+
+/// Says that a file cannot be written. Returns the exit code.
+int ShowUnwritten(const std::string& file, const std::string& failure)
+{
+    std::fprintf(stderr, "qxhost: cannot write %s: %s\n", Tools::EscapeControls(file).c_str(),
+                 failure.c_str());
+    return Host::kExitUnwritten;
+}
 
 /// Passes on what happens to every report, and leaves recordings.
 class Presenter final : public IObserver
@@ -67,8 +75,7 @@ std::string Presenter::Record(const CheckResult& result)
                                    result.outcome.finding, result.outcome.journal->GetFirst() + 1},
                                   TakeEvents(*result.outcome.journal));
     if (!failure.empty()) {
-        std::fprintf(stderr, "qxhost: cannot write the recording %s: %s\n",
-                     Tools::EscapeControls(file).c_str(), failure.c_str());
+        ShowUnwritten("the recording " + file, failure);
         mHasFailedToWrite = true;
         return "";
     }
@@ -130,13 +137,9 @@ void List(const Checks& checks)
     }
 }
 
-int Conclude(Presenter& presenter, const std::string& junitError)
+int GetExitCode(const Presenter& presenter, const Totals& totals)
 {
-    const Totals totals = presenter.ShowTotals();
-    if (!junitError.empty()) {
-        std::fprintf(stderr, "qxhost: cannot write the JUnit file: %s\n", junitError.c_str());
-    }
-    if (!Tools::IsOutputWritten() || !junitError.empty() || presenter.HasFailedToWrite()) {
+    if (presenter.HasFailedToWrite()) {
         return Host::kExitUnwritten;
     }
     if (GetStopSignal() != 0) {
@@ -164,7 +167,10 @@ int RunPlan(const Arguments& arguments)
     }
     Presenter presenter(arguments, std::move(reports));
     RunChecks(arguments.plan, presenter);
-    return Conclude(presenter, junitError);
+    const Totals totals = presenter.ShowTotals();
+    const int exitCode = junitError.empty() ? GetExitCode(presenter, totals)
+                                            : ShowUnwritten(arguments.junit, junitError);
+    return Host::Conclude(exitCode);
 }
 
 } // namespace
@@ -178,7 +184,7 @@ int RunCommand(int count, const char* const* values)
     }
     if (arguments->isList) {
         List(arguments->plan.checks);
-        return Tools::IsOutputWritten() ? Host::kExitAsExpected : Host::kExitUnwritten;
+        return Host::Conclude(Host::kExitAsExpected);
     }
     try {
         return RunPlan(*arguments);

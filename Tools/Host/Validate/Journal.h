@@ -24,9 +24,18 @@ struct Event : Recording::EventFacts
     unsigned char data[kMostData];
 };
 
+/// What a check's process is about.
+enum class Phase
+{
+    kCalls,
+    kUnloading,
+    kEnding ///< the end of the process
+};
+
 /// How a check ended, as its own process saw it.
 struct Verdict
 {
+    std::atomic<Phase> phase;
     std::atomic<int> isOver; ///< 1 as soon as the check has said how it ended
     char finding[1024];      ///< what is wrong, or ""
     bool isNotLoaded;        ///< the bundle could not be loaded

@@ -113,9 +113,27 @@ struct Lifetime
         if (CountOpen() > 1 && HasFault("exit-while-open")) {
             std::abort();
         }
+        if (HasFault("crashes-when-unloaded") || HasFault("crashes-at-the-end")) {
+            std::abort();
+        }
+        if (HasFault("exits-when-unloaded") || HasFault("exits-at-the-end")) {
+            _exit(0);
+        }
+        while (HasFault("hangs-when-unloaded")) {
+            usleep(1000);
+        }
     }
 };
 const Lifetime gLifetime;
+
+/// From now on the bundle goes with the process.
+void StayLoaded()
+{
+    Dl_info self = {};
+    if (dladdr(&gDevices, &self) != 0) {
+        dlopen(self.dli_fname, RTLD_NOW | RTLD_NODELETE);
+    }
+}
 
 /// What an open does besides.
 void Misbehave(const AudioDriverPlugInHostInfo& info)
@@ -126,6 +144,9 @@ void Misbehave(const AudioDriverPlugInHostInfo& info)
     }
     if (HasFault("opens-no-files")) {
         close(open("/etc/hostname", O_RDONLY | O_CLOEXEC));
+    }
+    if (HasFault("crashes-at-the-end") || HasFault("exits-at-the-end")) {
+        StayLoaded();
     }
     if (HasFault("rounds-of-opening") && gOpens > 1) {
         eventfd(0, EFD_CLOEXEC);
@@ -306,9 +327,8 @@ EXPORTED OSStatus AudioDriverPlugInDeviceSetProperty(AudioDeviceID id, const Aud
 EXPORTED OSStatus AudioDriverPlugInStreamGetPropertyInfo(AudioDeviceID, io_object_t, UInt32,
                                                          AudioDevicePropertyID, UInt32*, Boolean*)
 {
-    Dl_info self = {};
-    if (HasFault("unload") && dladdr(&gDevices, &self) != 0) {
-        dlopen(self.dli_fname, RTLD_NOW | RTLD_NODELETE);
+    if (HasFault("unload")) {
+        StayLoaded();
     }
     return kWho;
 }

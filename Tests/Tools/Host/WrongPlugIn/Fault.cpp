@@ -21,9 +21,9 @@ std::string NameOfThisFile()
 
 } // namespace
 
-bool HasFault(const char* check)
+bool HasFault(const char* fault)
 {
     // Some faults are asked for while the bundle is loaded, before its static objects are made.
     static const std::string name = NameOfThisFile();
-    return name == check;
+    return name == fault;
 }

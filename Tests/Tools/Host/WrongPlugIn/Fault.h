@@ -1,5 +1,6 @@
 // Fault.h - what a wrong bundle does wrong.
 #pragma once
 
-/// Tells whether the bundle has the fault of that check: whether its file has the check's name.
-bool HasFault(const char* check);
+/// Tells whether the bundle has that fault, which is named after the check that finds it: whether
+/// its file has the name.
+bool HasFault(const char* fault);
