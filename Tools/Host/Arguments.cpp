@@ -26,8 +26,11 @@ constexpr const char* kDescription =
     "Every call is shown with its arguments, its status in plain words, and how long it took.";
 
 constexpr const char* kFooter =
-    "Unless --expect says otherwise, open, close, info and set are to answer 0, get 'unop' (the\n"
-    "direct-monitor properties can only be set), and stream 'who?'.\n"
+    "Properties:\n"
+    "  enable  VALUE: 0 or 1, off or on\n"
+    "  level   GAIN GAIN: two linear gains, such as 1.0 0.5\n"
+    "  state   VALUE: a number\n"
+    "  CODE    VALUE: any other property by its four characters, or 0x and its number\n"
     "\n"
     "Exit codes:\n"
     "  0  every call answered as expected\n"
@@ -49,6 +52,22 @@ constexpr const char* kFooter =
     "  qxhost set state 1 --device 7 --device 8 two devices\n"
     "  qxhost run session.qxs                   a script, one statement a line\n"
     "  qxhost validate                          every rule that the plug-in has to keep\n";
+
+constexpr const char* kScriptFooter =
+    "Statements:\n"
+    "  open ID               open a device; the lines below are about it\n"
+    "  close [ID]            close it, or another one\n"
+    "  set PROPERTY VALUE    set, read or ask for a property,\n"
+    "  get PROPERTY          as the commands of these names do\n"
+    "  info PROPERTY\n"
+    "  stream info PROPERTY  call the stream entry points; also stream get and stream set\n"
+    "  expect STATUS         the status of the call above if it is right: ok, a number,\n"
+    "                        a four-character code, or any\n"
+    "  sleep SECONDS         wait, 3600 seconds at most\n"
+    "  # TEXT                a comment\n"
+    "After a property may follow, each once: device=ID, channel=N, side=input or side=output, and\n"
+    "size=BYTES, the size of the data that is passed, 65536 at most.\n"
+    "\n";
 
 /// What the options say, before steps are made of it.
 struct Options
@@ -72,13 +91,13 @@ struct Command
 
 constexpr Command kCommands[] = {
     {"info", "Ask for a property's size and whether it can be set", "PROPERTY",
-     "enable, level, state or a code (default: all)", false, true},
-    {"get", "Read a property", "PROPERTY", "enable, level, state or a code (default: all)", false,
-     true},
+     "The properties (default: enable, level and state)", false, true},
+    {"get", "Read a property", "PROPERTY", "The properties (default: enable, level and state)",
+     false, true},
     {"set", "Set a property: enable N, state N, level GAIN GAIN", "PROPERTY VALUE",
      "The property and its value", true, true},
-    {"stream", "Call the three stream entry points", "PROPERTY",
-     "enable, level, state or a code (default: enable)", false, true},
+    {"stream", "Call the three stream entry points", "PROPERTY", "The properties (default: enable)",
+     false, true},
     {"run", "Run a script", "SCRIPT", "The script; - reads the standard input", true, false},
 };
 /// Commands that read their own words, if they are the first one; here for the list of commands.
@@ -224,7 +243,8 @@ void StepMaker::AddForDevices(Step step)
 void AddCommonOptions(CLI::App& app, Arguments& arguments)
 {
     app.add_option("--plugin", arguments.plugIn, "The bundle (default: the one beside qxhost)")
-        ->type_name("PATH");
+        ->type_name("PATH")
+        ->check(Tools::MakeNameCheck());
     app.add_option("--repeat", arguments.repeat, "Repeat the call, or the script, this often")
         ->type_name("N")
         ->check(Tools::MakeNumberCheck(1, 1000000000));
@@ -251,7 +271,8 @@ void AddCallOptions(CLI::App& app, Options& options)
         ->type_name("N");
     app.add_flag("--output", options.isOutput, "Address the output side instead of the input side");
     app.add_option("--expect", options.expected,
-                   "The status to expect: ok, a number, a four-character code, or any")
+                   "The status if all is right: ok, a number, four characters, or any\n"
+                   "(default: ok; get: unop; stream: who?)")
         ->type_name("STATUS");
 }
 
@@ -260,11 +281,14 @@ CLI::Option* AddCommand(CLI::App& app, const Command& command, Options& options,
 {
     CLI::App* const added = app.add_subcommand(command.name, command.description);
     added->allow_extras();
+    added->set_version_flag("--version", kVersionText);
     AddCommonOptions(*added, arguments);
     if (command.makesCalls) {
         AddCallOptions(*added, options);
+    } else {
+        added->footer(std::string(kScriptFooter) + kFooter);
     }
-    return added->add_option(command.words, options.words, command.wordsDescription);
+    return added->add_option(command.words, options.words, command.wordsDescription)->type_name("");
 }
 
 /// How often an option was given, before the command or after it.
@@ -275,6 +299,15 @@ std::size_t CountOption(const CLI::App& app, const char* name)
         count += command->get_option_no_throw(name) != nullptr ? command->count(name) : 0;
     }
     return count;
+}
+
+void RefuseLateCommands(const CLI::App& app)
+{
+    for (const auto& [name, description] : kOwnCommands) {
+        if (app.got_subcommand(name)) {
+            Refuse(std::string(name) + " has to be the first word: qxhost " + name + " ...");
+        }
+    }
 }
 
 /// Refuses words and options that no command has, and options that have no effect.
@@ -351,16 +384,13 @@ std::optional<Arguments> ReadArguments(int count, const char* const* values, int
         words->required(command.needsWords);
     }
     for (const auto& [name, description] : kOwnCommands) {
-        app.add_subcommand(name, description);
+        // What follows is for the command itself to judge.
+        app.add_subcommand(name, description)->prefix_command()->set_help_flag();
     }
     try {
         app.parse(count, values);
+        RefuseLateCommands(app);
         RefuseExtras(app);
-        for (const auto& [name, description] : kOwnCommands) {
-            if (app.got_subcommand(name)) {
-                Refuse(std::string(name) + " has to be the first word");
-            }
-        }
         MakeSteps(app, options, arguments);
     } catch (const CLI::ParseError& error) {
         exitCode = app.exit(error) == 0 ? Conclude(kExitAsExpected) : kExitUsage;

@@ -1,7 +1,7 @@
 # complete.bash - completion of qxhost and qxmon in bash.
 #
-# Asks the tool itself: subcommands, options and the names of validate's checks are those that it
-# prints. Where a file may follow, bash completes file names.
+# Asks the tool itself: subcommands, options, their values, properties and the names of validate's
+# checks are those that it prints. Where a file may follow, bash completes file names.
 
 # Prints the words that begin a line of one section of a help text.
 _qx_words_of() {
@@ -9,11 +9,42 @@ _qx_words_of() {
     on && /^ / { sub(/^ */, ""); sub(/^-[a-z],/, ""); print $1 }'
 }
 
+# Prints the options of a help text, and those of the tool that work there too.
+_qx_options_of() {
+  local help
+  help=$(cat)
+  _qx_words_of Options <<< "$help" | grep -e ^--
+  awk '/^These work here too:/ { on = 1; print; next } !/^ / { on = 0 } on' <<< "$help" |
+    grep -o -e '--[a-z-]*'
+}
+
+# Prints what an option takes, such as PATH or level|state; nothing if it takes no value.
+_qx_value_of() {
+  awk -v option="$1" '
+    $1 == option && $2 ~ /^([A-Z]+|[A-Za-z]+([|][A-Za-z]+)+)$/ { print $2; exit }'
+}
+
+# Prints the words that may stand at the place of a property, if there is one.
+_qx_properties_of() {
+  local help given words
+  help=$(cat)
+  grep -q '^  PROPERTY' <<< "$help" || return
+  words=$(_qx_words_of Properties <<< "$help" | grep '^[a-z]')
+  if grep -q '^  PROPERTY VALUE' <<< "$help"; then
+    # A value follows the property.
+    for given; do
+      grep -qxF -e "$given" <<< "$words" && return
+    done
+  fi
+  echo "$words"
+}
+
 _qx_complete() {
   local program=${COMP_WORDS[0]} word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]}
-  local help commands command= given value words=
-  help=$("$program" --help 2>/dev/null) || return
-  commands=$(_qx_words_of Subcommands <<< "$help")
+  local all help commands command= given words=
+  all=$("$program" --help 2>/dev/null) || return
+  help=$all
+  commands=$(_qx_words_of Subcommands <<< "$all")
   for given in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
     if grep -qxF -e "$given" <<< "$commands"; then
       command=$given
@@ -22,17 +53,20 @@ _qx_complete() {
     fi
   done
 
-  # What the option before takes, such as PATH; nothing if it takes no value.
-  value=$(awk -v option="$before" '$1 == option && $2 ~ /^[A-Z|]+$/ { print $2; exit }' <<< "$help")
-  case $value in
+  case $(_qx_value_of "$before" <<< "$help"$'\n'"$all") in
     'TAG|NAME') words=$("$program" "$command" --list 2>/dev/null | awk '{ print $1; print $2 }' | sort -u) ;;
-    PATH | FILE | FOLDER | 'BUNDLE|'*) ;;
+    # The words to choose from; N and BUNDLE stand for others.
+    *'|'*) words=$(_qx_value_of "$before" <<< "$help"$'\n'"$all" | tr '|' '\n' | grep -vx -e N -e BUNDLE) ;;
+    NAME) words=$(_qx_words_of Profiles <<< "$help") ;;
+    PATH | FILE | FOLDER) ;;
     ?*) return ;;
     *)
       if [[ $word == -* ]]; then
-        words=$(_qx_words_of Options <<< "$help" | grep -e ^--)
+        words=$(_qx_options_of <<< "$help")
       elif [ -z "$command" ]; then
         words=$commands
+      else
+        words=$(_qx_properties_of "${COMP_WORDS[@]:1:COMP_CWORD-1}" <<< "$help")
       fi
       ;;
   esac

@@ -30,10 +30,11 @@ constexpr const char* kFooter =
     "  7  the reader of the standard output has gone\n"
     "  8  ended before the message that --until waits for\n"
     "\n"
-    "EXPR is a term, or several joined by \",\" or \"and\" that all have to hold:\n"
-    "  device=258  channel=1  enable=1  state!=0  level<-20\n"
-    "  parameter=level  message=OpLM  malformed\n"
-    "The comparisons are = != < <= > >=. One of the two levels (dB) is enough.\n"
+    "Expressions:\n"
+    "  An EXPR is a term, or several joined by \",\" or \"and\" that all have to hold:\n"
+    "    device=258  channel=1  enable=1  state!=0  level<-20\n"
+    "    parameter=level  message=OpLM  malformed\n"
+    "  The comparisons are = != < <= > >=. One of the two levels (dB) is enough.\n"
     "\n"
     "Examples:\n"
     "  qxmon                      show messages until Ctrl-C\n"
@@ -76,7 +77,9 @@ std::optional<Arguments> ReadArguments(int count, const char* const* values, int
     CLI::App* const decode =
         app.add_subcommand("decode", "Decode a captured XML document or a recording");
     std::string file;
-    decode->add_option("FILE", file, "The document; - reads the standard input")->required();
+    decode->add_option("FILE", file, "The document; - reads the standard input")
+        ->type_name("")
+        ->required();
     AddCommands(app, arguments);
     try {
         app.parse(count, values);

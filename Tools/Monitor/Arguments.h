@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace Monitor {
 
@@ -40,7 +39,8 @@ struct Arguments
     std::optional<std::string> decode; ///< decode this file instead; "-" is the standard input
     std::optional<std::string> replay; ///< show this recording instead
     bool isSent = false;               ///< send the recording instead of showing it
-    std::vector<std::string> diff;     ///< compare these two recordings instead
+    std::optional<std::string> diff;   ///< compare this recording instead
+    std::string other;                 ///< with this one
 };
 
 /// Reads the command line. Returns nothing, with the exit code to end with, when that is all there

@@ -45,6 +45,14 @@ const Idle kIdle[] = {
     {"--live", {"--json", "--hex"}},
 };
 
+constexpr const char* kProfiles = "Profiles:\n"
+                                  "  slow [SECONDS]  waits before each message, 1 second\n"
+                                  "  silent          takes no message\n"
+                                  "  refuse [N]      refuses senders after N messages, 1\n"
+                                  "  die-after N     ends as in a crash at message N\n"
+                                  "  garbage-reply   replies with bytes that mean nothing\n"
+                                  "\n";
+
 /// The options of the program that a command takes too.
 std::string ListUseful(const CLI::App& app, const std::string& command)
 {
@@ -85,17 +93,23 @@ void AddCommands(CLI::App& app, Arguments& arguments)
 {
     app.add_subcommand("record", "Show messages, and write them to a file as well")
         ->add_option("FILE", arguments.record, "The recording; what it held before is lost")
+        ->type_name("")
         ->required();
     CLI::App* const replay =
         app.add_subcommand("replay", "Show a recording's messages as if they arrived");
     replay->add_option("FILE", arguments.replay, "The recording; - reads the standard input")
+        ->type_name("")
         ->required();
     replay->add_flag("--send", arguments.isSent,
                      "Send them to the server that holds the port instead, without pauses");
-    app.add_subcommand("diff", "Tell the first difference of two recordings")
-        ->add_option("FILE FILE", arguments.diff, "The recordings")
-        ->required()
-        ->expected(2);
+    CLI::App* const diff =
+        app.add_subcommand("diff", "Tell the first difference of two recordings");
+    diff->add_option("FILE", arguments.diff, "The recording; - reads the standard input")
+        ->type_name("")
+        ->required();
+    diff->add_option("OTHER", arguments.other, "The recording that it is compared with")
+        ->type_name("")
+        ->required();
     const auto readFault = [&arguments](const std::vector<std::string>& words) {
         std::string wrong;
         arguments.fault = ReadFault(words, wrong);
@@ -104,19 +118,16 @@ void AddCommands(CLI::App& app, Arguments& arguments)
         }
     };
     app.add_subcommand("serve", "Be a server with a fault, to try a driver with")
-        ->add_option_function<std::vector<std::string>>(
-            "--profile", readFault,
-            "slow [SECONDS]  waits before each message, 1 second\n"
-            "silent  takes no message\n"
-            "refuse [N]  refuses senders after N messages, 1\n"
-            "die-after N  ends as in a crash at message N\n"
-            "garbage-reply  replies with bytes that mean nothing")
+        ->add_option_function<std::vector<std::string>>("--profile", readFault,
+                                                        "What the server does wrong; see below")
         ->type_name("NAME [NUMBER]")
         ->required()
         ->expected(1, 2);
     for (CLI::App* const command : app.get_subcommands([](const CLI::App*) { return true; })) {
         command->footer(std::string());
-        command->footer([&app, command] { return ListUseful(app, command->get_name()); });
+        const std::string name = command->get_name();
+        command->footer(
+            [&app, name] { return (name == "serve" ? kProfiles : "") + ListUseful(app, name); });
     }
 }
 

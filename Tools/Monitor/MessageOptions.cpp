@@ -31,10 +31,10 @@ void AddMessageOptions(CLI::App& app, Arguments& arguments)
 {
     AddFilterOption(app, arguments.filter, "--device", Subject::kDevice, "ID",
                     "Take messages of this device only");
-    AddFilterOption(app, arguments.filter, "--parameter", Subject::kParameter, "NAME",
-                    "Take enable, level or state only");
-    AddFilterOption(app, arguments.filter, "--message", Subject::kMessage, "ID",
-                    "Take SLLM, OpLM, ClLM or a number only");
+    AddFilterOption(app, arguments.filter, "--parameter", Subject::kParameter,
+                    "enable|level|state|N", "Take messages of this parameter only");
+    AddFilterOption(app, arguments.filter, "--message", Subject::kMessage, "SLLM|OpLM|ClLM|N",
+                    "Take messages of this ID only");
     const auto setUntil = [&arguments](const std::string& text) {
         std::string wrong;
         arguments.until = Expression::Parse(text, wrong);

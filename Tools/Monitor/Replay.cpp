@@ -87,9 +87,9 @@ int Diff(const Arguments& arguments)
 {
     Events first;
     Events second;
-    std::string failure = Recording::Reader(arguments.diff.front()).Read(first);
+    std::string failure = Recording::Reader(*arguments.diff).Read(first);
     if (failure.empty()) {
-        failure = Recording::Reader(arguments.diff.back()).Read(second);
+        failure = Recording::Reader(arguments.other).Read(second);
     }
     if (!failure.empty()) {
         return ShowUnreadable(failure);

@@ -115,7 +115,7 @@ int Run(const Arguments& arguments)
     if (arguments.replay) {
         return Replay(arguments);
     }
-    if (!arguments.diff.empty()) {
+    if (arguments.diff) {
         return Diff(arguments);
     }
     return arguments.fault ? Serve(arguments) : Listen(arguments);

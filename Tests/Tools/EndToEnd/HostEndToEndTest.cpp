@@ -297,12 +297,19 @@ TEST(Host, RefusesWhatCannotBeMeant)
               "qxhost validate: --json has no effect with --list");
 }
 
-TEST(Host, TellsItsVersion)
+TEST(Host, TellsItsVersionAfterACommandToo)
 {
-    ChildProcess host(kHostProgram, {"--version"});
+    const std::vector<std::string> kCases[] = {
+        {"--version"},        {"info", "--version"},     {"set", "--version"},
+        {"run", "--version"}, {"validate", "--version"}, {"replay", "--version"},
+    };
+    for (const auto& arguments : kCases) {
+        SCOPED_TRACE(arguments.front());
+        ChildProcess host(kHostProgram, arguments);
 
-    EXPECT_EQ(host.ReadLine(), "qxhost " QX_VERSION);
-    EXPECT_EQ(host.Wait(), 0);
+        EXPECT_EQ(host.ReadLine(), "qxhost " QX_VERSION);
+        EXPECT_EQ(host.Wait(), 0);
+    }
 }
 
 TEST(Host, ShowsTheOptionsOfACommandInItsHelp)

@@ -177,6 +177,7 @@ TEST(Validate, TellsWhichWordOfItsCommandLineIsWrong)
     EXPECT_EQ(GetRefusal({"--only", "opne"}),
               "qxhost validate: there is no check and no tag \"opne\"; did you mean "
               "open? --list shows all");
+    EXPECT_EQ(GetRefusal({"--junit", ""}), "qxhost validate: --junit: the name is empty");
     EXPECT_EQ(GetRefusal({"--repeat", "0"}),
               "qxhost validate: --repeat: \"0\" is not a whole number from 1 to 1000000");
     EXPECT_EQ(GetRefusal({"--jobs", "two"}),

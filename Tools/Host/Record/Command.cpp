@@ -51,7 +51,8 @@ constexpr const char* kFooter =
 
 struct Options
 {
-    std::vector<std::string> files;
+    std::string file;
+    std::string second; ///< the script, or the other recording
     std::string plugIn;
     std::string against;
     double timeLimit = 60;
@@ -217,8 +218,8 @@ int ShowFailure(const Validate::Outcome& outcome, const Options& options)
 
 int RunRecord(const Options& options)
 {
-    const std::string& file = options.files.front();
-    const Events calls = LoadScript(options.files.back());
+    const std::string& file = options.file;
+    const Events calls = LoadScript(options.second);
     std::string bundle;
     const Validate::Outcome outcome = Play(calls, options, bundle);
     if (!outcome.isNotLoaded) {
@@ -267,7 +268,7 @@ int SendMessages(const Events& messages)
 
 int RunReplay(const Options& options)
 {
-    const Events recorded = LoadEvents(options.files.front());
+    const Events recorded = LoadEvents(options.file);
     if (options.against == "server") {
         if (options.hasTimeLimit) {
             Refuse("--time-limit has no effect with --against server");
@@ -292,9 +293,8 @@ int RunReplay(const Options& options)
 
 int RunDiff(const Options& options)
 {
-    const Events first = LoadEvents(options.files.front());
-    return ShowDifference(Recording::FindDifference(first, LoadEvents(options.files.back())),
-                          first);
+    const Events first = LoadEvents(options.file);
+    return ShowDifference(Recording::FindDifference(first, LoadEvents(options.second)), first);
 }
 
 struct Word
@@ -307,36 +307,56 @@ struct Command
 {
     const char* name;
     const char* description;
-    const char* words;
-    int files;
+    Word file;
+    Word second;
     int (*run)(const Options& options);
 };
+
+constexpr Word kRecording = {"FILE", "The recording; - reads the standard input"};
 
 constexpr Command kCommands[] = {
     {"record",
      "Runs a script with a server of its own, and writes each call and message to a file.",
-     "FILE SCRIPT", 2, RunRecord},
+     {"FILE", "The recording; what it held before is lost"},
+     {"SCRIPT", "The script, as for run; - reads the standard input"},
+     RunRecord},
     {"replay",
      "Makes the calls of a recording again, and tells the first answer or message that differs;\n"
      "or sends its messages again.",
-     "FILE", 1, RunReplay},
-    {"diff", "Tells the first call or message in which two recordings differ.", "FILE FILE", 2,
+     kRecording,
+     {},
+     RunReplay},
+    {"diff",
+     "Tells the first call or message in which two recordings differ.",
+     kRecording,
+     {"OTHER", "The recording that it is compared with"},
      RunDiff},
 };
 
 void AddOptions(CLI::App& app, const Command& command, Options& options)
 {
-    app.add_option(command.words, options.files, "")->required()->expected(command.files);
+    app.add_option(command.file.name, options.file, command.file.description)
+        ->type_name("")
+        ->required()
+        ->check(Tools::MakeNameCheck());
+    if (command.second.name != nullptr) {
+        app.add_option(command.second.name, options.second, command.second.description)
+            ->type_name("")
+            ->required()
+            ->check(Tools::MakeNameCheck());
+    }
     if (command.run == RunReplay) {
         app.add_option("--against", options.against,
-                       "A bundle (default: the one beside qxhost), or the word server: whoever "
-                       "holds the port gets the messages")
-            ->type_name("BUNDLE|server");
-    } else if (command.files == 2 && std::strcmp(command.name, "record") == 0) {
+                       "A bundle (default: the one beside qxhost), or the word server: the process "
+                       "that holds the port gets the messages")
+            ->type_name("BUNDLE|server")
+            ->check(Tools::MakeNameCheck());
+    } else if (command.run == RunRecord) {
         app.add_option("--plugin", options.plugIn, "The bundle (default: the one beside qxhost)")
-            ->type_name("PATH");
+            ->type_name("PATH")
+            ->check(Tools::MakeNameCheck());
     }
-    if (std::strcmp(command.name, "diff") != 0) {
+    if (command.run != RunDiff) {
         app.add_option("--time-limit", options.timeLimit,
                        "The longest that all calls may take (default: 60)")
             ->type_name("SECONDS")
@@ -351,6 +371,7 @@ int Run(const Command& command, int count, const char* const* values)
     CLI::App app(command.description, std::string("qxhost ") + command.name);
     app.footer(kFooter);
     app.failure_message(Tools::FormatFailure);
+    app.set_version_flag("--version", "qxhost " QX_VERSION);
     AddOptions(app, command, options);
     try {
         app.parse(count - 1, values + 1);

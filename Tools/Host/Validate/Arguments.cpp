@@ -99,7 +99,9 @@ std::string MakeAbsolute(const std::string& path)
 
 void AddOptions(CLI::App& app, Arguments& arguments, std::string& profile)
 {
-    app.add_option("BUNDLE", arguments.plan.bundle, "The bundle (default: the one beside qxhost)");
+    app.add_option("BUNDLE", arguments.plan.bundle, "The bundle (default: the one beside qxhost)")
+        ->type_name("")
+        ->check(Tools::MakeNameCheck());
     app.add_flag("--list", arguments.isList, "List the checks with their tags and rules");
     app.add_option("--only", arguments.only,
                    "Run only the checks of that name or tag; may be given more than once")
@@ -107,7 +109,8 @@ void AddOptions(CLI::App& app, Arguments& arguments, std::string& profile)
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     app.add_option("--profile", profile, "The product's rules, as JSON (default: direct monitor)")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(Tools::MakeNameCheck());
     app.add_option("--repeat", arguments.plan.repeat, "Run all of it this often")
         ->type_name("N")
         ->check(Tools::MakeNumberCheck(1, 1000000));
@@ -124,10 +127,12 @@ void AddOptions(CLI::App& app, Arguments& arguments, std::string& profile)
         ->check(Tools::MakeSecondsCheck(0.1, 3600));
     app.add_flag("--json", arguments.isJSON, "Print one JSON object a line and nothing else");
     app.add_option("--junit", arguments.junit, "Write the results in the form of JUnit as well")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(Tools::MakeNameCheck());
     app.add_option("--recordings", arguments.recordings,
                    "Where checks that fail leave recordings (default: qxhost-recordings)")
-        ->type_name("FOLDER");
+        ->type_name("FOLDER")
+        ->check(Tools::MakeNameCheck());
     app.add_flag("--quiet", arguments.isQuiet, "Show only checks that fail, and the verdict");
 }
 
@@ -151,6 +156,7 @@ std::optional<Arguments> ReadArguments(int count, const char* const* values, int
     CLI::App app(kDescription, "qxhost validate");
     app.footer(kFooter);
     app.failure_message(Tools::FormatFailure);
+    app.set_version_flag("--version", "qxhost " QX_VERSION);
     AddOptions(app, arguments, profile);
     try {
         app.parse(count, values);
