@@ -6,6 +6,7 @@
 #include "Tools/Host/Status.h"
 
 #include <charconv>
+#include <set>
 #include <utility>
 
 namespace Host {
@@ -132,9 +133,14 @@ std::string Parser::ParseCall(Action action, std::size_t first, const Words& wor
     if (action != Action::kSet && !values.empty()) {
         return "\"" + values.front() + "\" is unexpected here";
     }
+    std::set<std::string> names;
     for (const std::string& option : options) {
         const std::size_t equals = option.find('=');
-        std::string error = ApplyOption(step, option.substr(0, equals), option.substr(equals + 1));
+        const std::string name = option.substr(0, equals);
+        if (!names.insert(name).second) {
+            return "\"" + option + "\": " + name + "= is there twice";
+        }
+        std::string error = ApplyOption(step, name, option.substr(equals + 1));
         if (!error.empty()) {
             return error;
         }

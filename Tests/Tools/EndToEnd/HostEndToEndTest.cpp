@@ -291,6 +291,13 @@ TEST(Host, RefusesWhatCannotBeMeant)
               "qxhost: --time-limit has no effect with --in-process");
     EXPECT_EQ(GetRefusal({"stream", "--output"}),
               "qxhost: --output has no effect on stream: a stream has one side");
+    EXPECT_EQ(GetRefusal({"--quiet", "validate", "--only", "open"}),
+              "qxhost: validate has to be the first word: qxhost validate ...");
+    EXPECT_EQ(GetRefusal({"--json", "diff", "--help"}),
+              "qxhost: diff has to be the first word: qxhost diff ...");
+    EXPECT_EQ(GetRefusal({"info", "--plugin", ""}), "qxhost: --plugin: the name is empty");
+    EXPECT_EQ(GetRefusal({"run", "-"}, "open 7\nset level 1 1 channel=1 channel=2\n"),
+              "qxhost: -:2: \"channel=2\": channel= is there twice");
     EXPECT_EQ(GetRefusal({"run", "-"}, "stream get enable side=output\n"),
               "qxhost: -:1: side has no effect on stream: a stream has one side");
     EXPECT_EQ(GetRefusal({"validate", "--list", "--json"}),
