@@ -206,7 +206,46 @@ TEST(Validate, CannotLoadWhatIsNoBundle)
     std::ofstream(folder / "text.so") << "not a bundle";
 
     EXPECT_EQ(Validate({folder / "text.so"}, folder).exitCode, 3);
-    EXPECT_EQ(Validate({"/nonexistent/bundle.so"}, folder).exitCode, 3);
+    // Without the check that is about loading as well.
+    const Validation missing = Validate({"/nonexistent/bundle.so", "--only", "registry"}, folder);
+    EXPECT_EQ(missing.exitCode, 3);
+    EXPECT_EQ(missing.verdict["failed"], 1);
+    EXPECT_EQ(missing.verdict["notRun"], missing.checks.size() - 1);
+}
+
+TEST(Validate, SaysOnceThatABundleIsMissing)
+{
+    ChildProcess host(kHostProgram, {"validate", "/nonexistent/bundle.so"});
+
+    const Lines lines = host.ReadLines();
+
+    EXPECT_EQ(host.Wait(), 3);
+    ASSERT_EQ(lines.size(), 6U);
+    EXPECT_TRUE(lines[2].starts_with("FAILED   loads ")) << lines[2];
+    EXPECT_TRUE(Contains(lines[3], "No such file or directory")) << lines[3];
+    EXPECT_TRUE(lines[5].starts_with("0 passed, 1 failed, ")) << lines[5];
+    EXPECT_TRUE(lines[5].ends_with(" not run")) << lines[5];
+}
+
+TEST(Validate, KeepsTheRecordingOfEachRound)
+{
+    const TemporaryFolder folder;
+
+    Validate({GetWrongBundle("open-twice"), "--only", "open-twice", "--repeat", "3"}, folder);
+
+    for (const char* const file : {"open-twice", "open-twice.2", "open-twice.3"}) {
+        EXPECT_TRUE(std::filesystem::exists(folder / "recordings/" + file + ".jsonl")) << file;
+    }
+}
+
+TEST(Validate, SaysBeforeTheChecksThatAFileCannotBeWritten)
+{
+    ChildProcess host(kHostProgram, {"validate", "--junit", "/nonexistent/junit.xml"});
+
+    EXPECT_EQ(host.ReadLines(), Lines{});
+    EXPECT_EQ(host.Wait(), 4);
+    EXPECT_EQ(host.GetErrors(),
+              "qxhost: cannot write /nonexistent/junit.xml: No such file or directory\n");
 }
 
 TEST(Validate, NamesTheMachineOfAForeignBundle)

@@ -16,9 +16,13 @@ Caller& Bench::Load()
 {
     std::string error;
     mPlugIn = Host::PlugIn::Load(mBundle, error);
+    if (mPlugIn == nullptr && mWasLoaded) {
+        throw CheckFailed("the bundle cannot be loaded again: " + error);
+    }
     if (mPlugIn == nullptr) {
         throw NotLoaded("the bundle cannot be loaded: " + error);
     }
+    mWasLoaded = true;
     mCaller = std::make_unique<Caller>(mPlugIn->GetEntryPoints(), mJournal);
     return *mCaller;
 }

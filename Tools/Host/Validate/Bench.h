@@ -32,7 +32,8 @@ public:
     const std::string& GetBundle() const { return mBundle; }
     int GetRounds() const { return mRounds; }
 
-    /// Loads the bundle. Throws NotLoaded if it cannot be loaded or lacks an entry point.
+    /// Loads the bundle. Throws NotLoaded if it cannot be loaded or lacks an entry point, and
+    /// CheckFailed if it could be loaded before.
     Caller& Load();
     /// Unloads it, as far as nothing else keeps it.
     void Unload();
@@ -62,6 +63,7 @@ private:
     const Profile& mProfile;
     const int mRounds;
     Journal& mJournal;
+    bool mWasLoaded = false;
     std::unique_ptr<Host::PlugIn> mPlugIn;
     std::unique_ptr<Caller> mCaller;
     std::unique_ptr<ServerDouble> mServer;

@@ -30,7 +30,7 @@ struct Plan
 struct Outcome
 {
     std::string finding;      ///< what is wrong, or ""
-    bool isNotLoaded = false; ///< the bundle could not even be loaded
+    bool isNotLoaded = false; ///< the bundle could not be loaded at all
     bool isNoise = false;     ///< nothing is wrong but that something was printed
     std::string lastCall;     ///< the call that was made last, or ""
     std::string output;       ///< what was written to the standard output

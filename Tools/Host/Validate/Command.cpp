@@ -68,7 +68,8 @@ std::string Presenter::Record(const CheckResult& result)
     const std::filesystem::path folder = mArguments.recordings;
     std::error_code error;
     std::filesystem::create_directories(folder, error);
-    std::string file = (folder / (result.check->name + ".jsonl")).string();
+    const std::string round = result.round > 1 ? FormatText(".%d", result.round) : "";
+    std::string file = (folder / (result.check->name + round + ".jsonl")).string();
     const std::string failure =
         Recording::WriteRecording(file,
                                   {mArguments.plan.bundle, result.check->name,
@@ -93,10 +94,10 @@ Advice Presenter::Advise(const CheckResult& result)
                                              std::filesystem::absolute(plan.profile.file).string());
     }
     if (plan.rounds != Plan().rounds) {
-        advice.repeat += Tools::FormatText(" --rounds %d", plan.rounds);
+        advice.repeat += FormatText(" --rounds %d", plan.rounds);
     }
     if (plan.timeLimit != Plan().timeLimit) {
-        advice.repeat += Tools::FormatText(" --time-limit %g", plan.timeLimit);
+        advice.repeat += FormatText(" --time-limit %g", plan.timeLimit);
     }
     // A bundle that cannot be loaded has made no calls.
     if (result.outcome.journal->GetCount() > 0) {
@@ -110,9 +111,7 @@ void Presenter::ShowResult(const CheckResult& result)
     ++(result.result == Result::kPassed   ? mTotals.passed
        : result.result == Result::kFailed ? mTotals.failed
                                           : mTotals.notRun);
-    // One that was loaded before, in the same check, has a fault of its own.
-    mIsNotLoaded =
-        mIsNotLoaded || (result.outcome.isNotLoaded && result.outcome.journal->GetCount() == 0);
+    mIsNotLoaded = mIsNotLoaded || result.outcome.isNotLoaded;
     const Advice advice = result.result == Result::kFailed ? Advise(result) : Advice{};
     for (const auto& report : mReports) {
         report->ShowResult(result, advice);
@@ -161,6 +160,10 @@ int RunPlan(const Arguments& arguments)
                          : MakeTextReport(Tools::WantsColours(), arguments.isQuiet, showsProgress));
     if (!arguments.junit.empty()) {
         reports.push_back(MakeJUnitReport(arguments.junit, junitError));
+    }
+    // Told before the checks, which may take minutes.
+    if (!junitError.empty()) {
+        return ShowUnwritten(arguments.junit, junitError);
     }
     for (const auto& report : reports) {
         report->ShowPlan(arguments.plan);

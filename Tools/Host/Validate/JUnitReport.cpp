@@ -41,10 +41,12 @@ std::string Quote(const std::string& text)
 class JUnitReport final : public IReport
 {
 public:
-    JUnitReport(std::string file, std::string& error)
-        : mFile(std::move(file))
+    JUnitReport(const std::string& file, std::string& error)
+        : mStream(file)
         , mError(error)
-    {}
+    {
+        mError = mStream ? "" : std::strerror(errno);
+    }
 
     void ShowPlan(const Plan& plan) override { mBundle = plan.bundle; }
     void ShowProgress(std::size_t, std::size_t, const std::string&) override {}
@@ -52,7 +54,7 @@ public:
     void ShowTotals(const Totals& totals) override;
 
 private:
-    const std::string mFile;
+    std::ofstream mStream;
     std::string& mError;
     std::string mBundle;
     std::string mCases;
@@ -86,16 +88,15 @@ void JUnitReport::ShowResult(const CheckResult& result, const Advice& advice)
 
 void JUnitReport::ShowTotals(const Totals& totals)
 {
-    std::ofstream stream(mFile);
     const std::string counts =
         FormatText("tests=\"%zu\" failures=\"%zu\" skipped=\"%zu\" errors=\"0\" time=\"%.3f\"",
                    totals.passed + totals.failed + totals.notRun, totals.failed, totals.notRun,
                    totals.seconds);
-    stream << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites>\n  <testsuite name=\""
-           << Quote(mBundle) << "\" " << counts << ">\n"
-           << mCases << "  </testsuite>\n</testsuites>\n";
-    stream.close();
-    if (!stream) {
+    mStream << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites>\n  <testsuite name=\""
+            << Quote(mBundle) << "\" " << counts << ">\n"
+            << mCases << "  </testsuite>\n</testsuites>\n";
+    mStream.close();
+    if (!mStream) {
         mError = std::strerror(errno);
     }
 }

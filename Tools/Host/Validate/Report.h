@@ -44,8 +44,8 @@ std::unique_ptr<IReport> MakeTextReport(bool isColoured, bool isQuiet, bool show
 /// One JSON object a line.
 std::unique_ptr<IReport> MakeJSONReport();
 
-/// Gathers results, and writes the file in the form of JUnit at the end. `error` is then what went
-/// wrong, or "".
+/// Makes a file, gathers results, and writes them in the form of JUnit at the end. `error` is what
+/// went wrong in making or writing the file, or "".
 std::unique_ptr<IReport> MakeJUnitReport(const std::string& file, std::string& error);
 
 } // namespace Validate

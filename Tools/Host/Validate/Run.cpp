@@ -55,7 +55,7 @@ std::vector<CheckResult> Runner::Run()
 {
     for (int turn = 0; turn < mPlan.repeat; ++turn) {
         for (const Check& check : mPlan.checks) {
-            mResults.push_back({&check, Result::kNotRun, {}});
+            mResults.push_back({&check, turn + 1, Result::kNotRun, {}});
         }
     }
     mIsOver.resize(mResults.size());
@@ -125,7 +125,7 @@ void Runner::Take(std::size_t index, Outcome outcome)
         mIsBarrierRunning = false;
     }
     mIsNoiseKnown = mIsNoiseKnown || (check.isAboutOutput && hasFailed);
-    mIsStopped = mIsStopped || (check.isGate && hasFailed);
+    mIsStopped = mIsStopped || result.outcome.isNotLoaded || (check.isGate && hasFailed);
 }
 
 void Runner::ShowFinished()

@@ -11,12 +11,13 @@ enum class Result
 {
     kPassed,
     kFailed,
-    kNotRun ///< since a gate failed, or the run was stopped
+    kNotRun ///< since the bundle cannot be loaded, or the run was stopped
 };
 
 struct CheckResult
 {
     const Check* check = nullptr;
+    int round = 1; ///< of the plan's repetitions
     Result result = Result::kNotRun;
     Outcome outcome;
 };

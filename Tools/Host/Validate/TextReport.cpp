@@ -65,7 +65,8 @@ void TextReport::EraseProgress() const
 void TextReport::ShowResult(const CheckResult& result, const Advice& advice)
 {
     const Check& check = *result.check;
-    if (result.result != Result::kFailed && mIsQuiet) {
+    // The verdict counts what was not run.
+    if (result.result == Result::kNotRun || (result.result == Result::kPassed && mIsQuiet)) {
         return;
     }
     EraseProgress();
@@ -76,13 +77,9 @@ void TextReport::ShowResult(const CheckResult& result, const Advice& advice)
                                mIsColoured));
         return;
     }
-    const bool hasFailed = result.result == Result::kFailed;
-    PrintLine(Tools::Paint(hasFailed ? "FAILED " : "not run",
-                           hasFailed ? Colour::kBad : Colour::kFaint, mIsColoured) +
+    PrintLine(Tools::Paint("FAILED ", Colour::kBad, mIsColoured) +
               FormatText("  %-32s  %s", check.name.c_str(), check.rule.c_str()));
-    if (hasFailed) {
-        ShowDetails(result.outcome, advice);
-    }
+    ShowDetails(result.outcome, advice);
 }
 
 void TextReport::ShowDetails(const Outcome& outcome, const Advice& advice) const
