@@ -45,14 +45,13 @@ int SendRecording(const Recording::Reader& reader)
         return ShowUnreadable("a message of " + reader.GetName() +
                               " is cut: it cannot be sent again");
     }
-    const auto refused = Recording::SendMessages(messages, [](const Event& event, SInt32 status) {
-        Tools::PrintLine(Tools::FormatStatus(event.id) + ": " + Tools::FormatStatus(status));
-    });
+    const auto refused = Recording::SendMessages(messages, Tools::PrintLine);
     if (!refused) {
         std::fputs("qxmon: no server holds the port\n", stderr);
         return kExitPortTaken;
     }
-    Tools::PrintLine(FormatText("qxmon: %zu messages, %zu refused", messages.size(), *refused));
+    Tools::PrintLine("qxmon: " + Tools::Count(messages.size(), "message") +
+                     FormatText(", %zu refused", *refused));
     return Conclude(*refused == 0 ? kExitDone : kExitMalformed);
 }
 

@@ -149,8 +149,9 @@ TEST_F(MonitorRecording, IsSentToTheServerThatIsThere)
     EXPECT_EQ(alone.exitCode, 3);
     EXPECT_EQ(alone.errors, "qxmon: no server holds the port\n");
     EXPECT_EQ(sent.exitCode, 0);
-    EXPECT_EQ(sent.lines, (Lines{"1397509197 'SLLM': 0", "1332759629 'OpLM': 0",
-                                 "1397509197 'SLLM': 0", "qxmon: 3 messages, 0 refused"}));
+    EXPECT_EQ(sent.lines,
+              (Lines{"    1  'SLLM'  device 258  -> 0", "    2  'OpLM'  -> 0",
+                     "    3  'SLLM'  device 258  -> 0", "qxmon: 3 messages, 0 refused"}));
     server.ReadLines();
     const MonitorRun same = RunMonitor({"diff", mFile, again});
     EXPECT_EQ(same.exitCode, 0);

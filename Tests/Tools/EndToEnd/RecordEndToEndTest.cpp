@@ -111,6 +111,7 @@ TEST_F(Recording, IsComparedFieldByField)
 
 TEST_F(Recording, SendsItsMessagesToAServer)
 {
+    const Ending alone = RunHost({"replay", mFile, "--against", "server"});
     ChildProcess monitor(kMonitorProgram, {"--json", "--count", "3"});
     monitor.ReadLine();
 
@@ -118,6 +119,8 @@ TEST_F(Recording, SendsItsMessagesToAServer)
 
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.text, "qxhost: 3 messages, 0 refused");
+    EXPECT_EQ(alone.exitCode, 3);
+    EXPECT_EQ(alone.text, "qxhost: no server holds the port");
     Lines codes;
     while (const std::optional<std::string> line = monitor.ReadLine()) {
         const JSON object = JSON::parse(*line);

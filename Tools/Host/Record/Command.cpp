@@ -256,13 +256,13 @@ int SendMessages(const Events& messages)
             Refuse("a message of the recording is cut: it cannot be sent again");
         }
     }
-    const auto refused = Recording::SendMessages(messages, [](const Event& message, SInt32 status) {
-        Tools::PrintLine(Host::FormatStatus(message.id) + ": " + Host::FormatStatus(status));
-    });
+    const auto refused = Recording::SendMessages(messages, Tools::PrintLine);
     if (!refused) {
-        Refuse("no server holds the port");
+        std::fputs("qxhost: no server holds the port\n", stderr);
+        return Host::kExitNotLoaded;
     }
-    Tools::PrintLine(FormatText("qxhost: %zu messages, %zu refused", messages.size(), *refused));
+    Tools::PrintLine("qxhost: " + Tools::Count(messages.size(), "message") +
+                     FormatText(", %zu refused", *refused));
     return *refused == 0 ? Host::kExitAsExpected : Host::kExitUnexpected;
 }
 
