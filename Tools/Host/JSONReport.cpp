@@ -44,7 +44,7 @@ public:
         Print({{"schemaVersion", kVersion}, {"event", "plugin"}, {"path", path}});
     }
 
-    void ShowServer(const std::string& portName, bool isThere) override
+    void ShowServer(const std::string& portName, bool isThere, bool) override
     {
         Print({{"schemaVersion", kVersion},
                {"event", "server"},

@@ -27,7 +27,8 @@ public:
     virtual ~IReport() = default;
 
     virtual void ShowPlugIn(const std::string& path) = 0;
-    virtual void ShowServer(const std::string& portName, bool isThere) = 0;
+    /// `canBeThere` is false if something keeps the user from having a server, which has been told.
+    virtual void ShowServer(const std::string& portName, bool isThere, bool canBeThere) = 0;
     virtual void ShowCall(std::size_t number, const Step& step, const CallResult& result) = 0;
     virtual void ShowTotals(const Totals& totals) = 0;
 

@@ -42,7 +42,7 @@ public:
     {}
 
     void ShowPlugIn(const std::string& path) override;
-    void ShowServer(const std::string& portName, bool isThere) override;
+    void ShowServer(const std::string& portName, bool isThere, bool canBeThere) override;
     void ShowCall(std::size_t number, const Step& step, const CallResult& result) override;
     void ShowTotals(const Totals& totals) override;
     void ShowEnd(const std::string& how, const ChildEnd& end, const std::string& gdb) override;
@@ -62,7 +62,7 @@ void TextReport::ShowPlugIn(const std::string& path)
     PrintLine("qxhost: plug-in " + Tools::EscapeControls(path));
 }
 
-void TextReport::ShowServer(const std::string& portName, bool isThere)
+void TextReport::ShowServer(const std::string& portName, bool isThere, bool canBeThere)
 {
     if (isThere) {
         PrintLine("qxhost: a server holds the port " + portName);
@@ -75,7 +75,9 @@ void TextReport::ShowServer(const std::string& portName, bool isThere)
     }
     PrintLine(
         "        Enable and state will answer -3. A level will answer 0, but no server gets it.");
-    PrintLine("        Start qxmon in another terminal to have one.");
+    if (canBeThere) {
+        PrintLine("        Start qxmon in another terminal to have one.");
+    }
 }
 
 void TextReport::ShowCall(std::size_t number, const Step& step, const CallResult& result)

@@ -92,14 +92,14 @@ private:
     Clock::time_point mLast = Clock::now();
 };
 
-void ShowStart(IReport& report, const std::string& path)
+/// Tells what keeps this user from having any server. Returns false then.
+bool CheckPorts()
 {
-    report.ShowPlugIn(path);
-    const bool isServerThere = IsServerThere();
-    report.ShowServer(kServerPortName, isServerThere);
-    if (const std::string fault = Tools::DescribePortFault(); !isServerThere && !fault.empty()) {
+    const std::string fault = Tools::DescribePortFault();
+    if (!fault.empty()) {
         std::fprintf(Tools::GetErrors(), "qxhost: no server can be reached: %s\n", fault.c_str());
     }
+    return fault.empty();
 }
 
 int Drive(const Arguments& arguments, const PlugIn& plugIn, CallNote& note)
@@ -109,8 +109,11 @@ int Drive(const Arguments& arguments, const PlugIn& plugIn, CallNote& note)
         arguments.isJSON ? MakeJSONReport(isOwn) : MakeTextReport(Tools::WantsColours(), isOwn);
     // A program that reads the output gets the frame of it all the same.
     const bool showsFrame = !arguments.isQuiet || arguments.isJSON;
+    // First and always: it is the reason for what follows.
+    const bool hasPorts = CheckPorts();
     if (showsFrame) {
-        ShowStart(*report, plugIn.GetPath());
+        report->ShowPlugIn(plugIn.GetPath());
+        report->ShowServer(kServerPortName, IsServerThere(), hasPorts);
     }
     NoteInterruptions();
     Totals totals;

@@ -347,15 +347,23 @@ TEST(Monitor, SaysWhatIsWrongWithAFolderThatItRefuses)
     std::filesystem::create_directory(folder);
     std::filesystem::permissions(folder, std::filesystem::perms(0755));
     ChildProcess monitor(kMonitorProgram, {});
-    ChildProcess host(kHostProgram, {"set", "enable", "on"});
+    ChildProcess host("sh", {"-c", QX_EMULATOR " \"$0\" set enable on 2>&1", kHostProgram});
+    ChildProcess quiet(kHostProgram, {"--quiet", "set", "enable", "on"});
+    const std::string reason = "qxhost: no server can be reached: " + folder +
+                               " is open to other users; its mode must be 700";
 
     EXPECT_EQ(monitor.Wait(), 3);
     EXPECT_EQ(monitor.GetErrors(), "qxmon: cannot hold the port " + std::string(kServerPortName) +
                                        ": " + folder +
                                        " is open to other users; its mode must be 700\n");
+    const std::vector<std::string> lines = host.ReadLines();
     EXPECT_EQ(host.Wait(), 1);
-    EXPECT_EQ(host.GetErrors(), "qxhost: no server can be reached: " + folder +
-                                    " is open to other users; its mode must be 700\n");
+    EXPECT_EQ(lines.front(), reason);
+    EXPECT_EQ(std::ranges::count_if(
+                  lines, [](const auto& line) { return line.find("Start qxmon") != line.npos; }),
+              0);
+    EXPECT_EQ(quiet.Wait(), 1);
+    EXPECT_EQ(quiet.GetErrors(), reason + "\n");
     std::filesystem::permissions(folder, std::filesystem::perms(0700));
 }
 
