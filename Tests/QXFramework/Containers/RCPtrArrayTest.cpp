@@ -185,15 +185,18 @@ TEST_F(RCPtrArrayRemoveItem, ThrowsAfterTheEndWithNothingChanged)
 
 TEST_F(RCPtrArrayRemoveItem, TestsTheIndexAgainAfterTheOldReferenceIsDropped)
 {
-    Array array;
-    Fill(array, "ABC");
-    RCPtr<Witness> removed = MakeWitness('X');
-    removed->onDestruction = [&] { array.SetCount(1); };
+    for (const uint32 left : {1u, 2u}) {
+        SCOPED_TRACE(left);
+        Array array;
+        Fill(array, "ABC");
+        RCPtr<Witness> removed = MakeWitness('X');
+        removed->onDestruction = [&] { array.SetCount(left); };
 
-    EXPECT_THROW(array.RemoveItem(2, removed), QX::Exception<std::out_of_range>);
+        EXPECT_THROW(array.RemoveItem(2, removed), QX::Exception<std::out_of_range>);
 
-    EXPECT_EQ(removed, nullptr);
-    EXPECT_EQ(NamesOf(array), "A");
+        EXPECT_EQ(removed, nullptr);
+        EXPECT_EQ(NamesOf(array), std::string("AB", left));
+    }
 }
 
 TEST_F(RCPtrArrayRemoveItem, FillsAnElementWhoseDestructorMovesTheArray)
@@ -489,6 +492,35 @@ TEST_F(RCPtrArrayLife, AFailedCopyOpensNoSlot)
 
     EXPECT_EQ(NamesOf(array), "AB");
     EXPECT_EQ(item->GetReferenceCount(), 1);
+}
+
+TEST_F(RCPtrArrayLife, AFailedCopyLeavesTheSlotThatItFilled)
+{
+    class Filling : public Witness
+    {
+    public:
+        explicit Filling(Array& array)
+            : Witness('F')
+            , mArray(array)
+        {
+            SetUnshareable(true);
+        }
+        RCPtr<LRefCountedObject> CreateCopy() const override
+        {
+            *mArray.GetAt(1) = MakeWitness('X');
+            throw std::runtime_error("no copy");
+        }
+
+    private:
+        Array& mArray;
+    };
+    Array array;
+    Fill(array, "AB");
+    const RCPtr<Witness> item(new Filling(array));
+
+    EXPECT_THROW(array.InsertItem(1, item), std::runtime_error);
+
+    EXPECT_EQ(NamesOf(array), "AXB");
 }
 
 } // namespace

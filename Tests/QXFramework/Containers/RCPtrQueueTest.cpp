@@ -278,17 +278,19 @@ TEST_F(RCPtrQueueTest, CountsRoundAnArrayThatWasShortened)
         const char* what;
         const char* queued;
         int dequeued;
+        const char* queuedLater;
         uint32 slots;
         uint32 expected;
     } rows[] = {
-        {"the write index at the end", "ABCD", 0, 4, 0},
-        {"both indices at the end", "ABCD", 4, 4, 0},
-        {"the read index at the end", "ABCDE", 4, 4, 1},
-        {"the write index after the end", "ABCDE", 2, 4, 3},
-        {"both indices after the end", "ABCDEFG", 5, 4, 2},
-        {"nothing queued after the end", "ABCDEF", 6, 4, 0},
-        {"a single slot", "ABCD", 2, 1, 0},
-        {"no slots", "AB", 1, 0, 0},
+        {"the write index at the end", "ABCD", 0, "", 4, 0},
+        {"both indices at the end", "ABCD", 4, "", 4, 0},
+        {"the read index at the end", "ABCDE", 4, "", 4, 1},
+        {"the read index alone at the end", "ABCDEFG", 5, "HI", 5, 1},
+        {"the write index after the end", "ABCDE", 2, "", 4, 3},
+        {"both indices after the end", "ABCDEFG", 5, "", 4, 2},
+        {"nothing queued after the end", "ABCDEF", 6, "", 4, 0},
+        {"a single slot", "ABCD", 2, "", 1, 0},
+        {"no slots", "AB", 1, "", 0, 0},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
@@ -297,6 +299,7 @@ TEST_F(RCPtrQueueTest, CountsRoundAnArrayThatWasShortened)
         for (int count = 0; count < row.dequeued; ++count) {
             queue.Dequeue();
         }
+        Enqueue(queue, row.queuedLater);
 
         queue.SetCount(row.slots);
 

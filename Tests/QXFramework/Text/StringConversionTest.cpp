@@ -195,6 +195,15 @@ TEST(StringConversion, ReadsAsManyUnitsAsTheCount)
     EXPECT_EQ(UnitsOf(target), Terminated(u"a"));
 }
 
+TEST(StringConversion, ReadsAsManyUnitsAsTheCountOfALongText)
+{
+    const std::wstring wide(600, L'w');
+    RCPtr<LIBuffer> target;
+
+    EXPECT_EQ(String::ConvertToCharType(target, wide.c_str(), 300), 0);
+    EXPECT_EQ(BytesOf(target), Terminated(std::string(300, 'w')));
+}
+
 TEST(StringConversion, EndsAtANulWithinTheCount)
 {
     const unsigned short units[] = {'a', 0, 'b'};

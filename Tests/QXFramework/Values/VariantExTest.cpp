@@ -139,7 +139,7 @@ TEST(VariantEx, TakesTheTextOfALockedString)
     VariantEx variant;
     RCPtr<LIBuffer> record;
 
-    variant.Set(text);
+    EXPECT_EQ(variant.Set(text), Variant::kString);
 
     EXPECT_EQ(BytesOf(variant), std::string("ab", 3));
     EXPECT_EQ(variant.Serialize(record, 0), 15u);

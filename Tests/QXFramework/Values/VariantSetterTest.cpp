@@ -271,6 +271,18 @@ TEST(VariantSetFromItself, ABufferAndATextAreMadeFromTheOwnScalar)
     EXPECT_STREQ(value.GetCStr(), "abc");
 }
 
+TEST(VariantSetFromItself, OneByteIsTakenFromTheOwnBlock)
+{
+    Variant value;
+    value.Set("abcdefgh");
+    uint32 size = 0;
+    const auto* const own = static_cast<const char*>(value.GetConstPointer(size));
+
+    EXPECT_EQ(value.SetBuffer(own + 1, 1), Variant::kBuffer);
+
+    EXPECT_EQ(Contents(value), FromHex("62"));
+}
+
 TEST(VariantSetFromItself, ABlockAroundTheVariantIsCopiedAsItWas)
 {
     struct
