@@ -7,10 +7,7 @@
 
 #include <QX/Types.h>
 
-#include <array>
 #include <atomic>
-#include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -41,20 +38,6 @@ public:
     /// Threads: as ReserveOne.
     void Add(const char* name, uint32 hash) noexcept;
 
-    /// Returns whether `name` is the address of an entry, of those that NotePassedBack saw lately.
-    /// Its characters are not read.
-    ///
-    /// Threads: any.
-    bool IsPassedBack(const char* name) const
-    {
-        return mPassedBack[PlaceOf(name)].load(std::memory_order_relaxed) == name;
-    }
-    /// Remembers `entry`, a result of Find that is the address which was looked for. Threads: any.
-    void NotePassedBack(const char* entry)
-    {
-        mPassedBack[PlaceOf(entry)].store(entry, std::memory_order_relaxed);
-    }
-
 private:
     struct Slot
     {
@@ -69,13 +52,6 @@ private:
         std::unique_ptr<Slot[]> slots;
     };
 
-    static constexpr std::size_t kPassedBackPlaces = 64;
-
-    static std::size_t PlaceOf(const char* name)
-    {
-        // Blocks of the heap lie apart by multiples of 16 bytes.
-        return reinterpret_cast<std::uintptr_t>(name) / 16 % kPassedBackPlaces;
-    }
     static void Insert(Slots& slots, const char* name, uint32 hash);
     void Grow();
 
@@ -83,8 +59,6 @@ private:
     std::vector<std::unique_ptr<Slots>>
         mGenerations; ///< the last is current; readers may be in any
     uint32 mCount = 0;
-    /// Entries that were passed back, each at the place of its address, where the last one stays.
-    std::array<std::atomic<const char*>, kPassedBackPlaces> mPassedBack{};
 };
 
 } // namespace QX

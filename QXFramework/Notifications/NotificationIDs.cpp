@@ -110,16 +110,10 @@ const char* LNotification::GetNotificationID(const char* name)
         GetNotificationIDs();
         lookup = gLookup.load(std::memory_order_acquire);
     }
-    if (lookup->index.IsPassedBack(name)) {
-        return name;
-    }
     // Entries are unique, so searching by content finds an ID that is passed back as well.
     const std::string_view text(name);
     const uint32 hash = NameIndex::Hash(text);
     if (const char* const id = lookup->index.Find(text, hash)) {
-        if (id == name) {
-            lookup->index.NotePassedBack(id);
-        }
         return id;
     }
     const MutexLock lock(lookup->mutex);

@@ -58,26 +58,4 @@ TEST(NameIndex, FindsEveryNameWhileItGrows)
     }
 }
 
-TEST(NameIndex, RemembersTheEntryThatWasPassedBackLastAtEachPlace)
-{
-    // 1,024 bytes apart they have the same place.
-    const std::string texts(1040, 'x');
-    const char* const first = texts.c_str();
-    const char* const second = first + 1024;
-    const char* const neighbour = first + 16;
-    NameIndex index;
-
-    EXPECT_FALSE(index.IsPassedBack(first));
-    index.NotePassedBack(first);
-    index.NotePassedBack(neighbour);
-    EXPECT_TRUE(index.IsPassedBack(first));
-    EXPECT_FALSE(index.IsPassedBack(first + 1));
-    EXPECT_FALSE(index.IsPassedBack(second));
-
-    index.NotePassedBack(second);
-    EXPECT_TRUE(index.IsPassedBack(second));
-    EXPECT_TRUE(index.IsPassedBack(neighbour));
-    EXPECT_FALSE(index.IsPassedBack(first));
-}
-
 } // namespace

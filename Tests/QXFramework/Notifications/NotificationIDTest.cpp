@@ -46,20 +46,6 @@ TEST_F(NotificationID, IsTheSameForEqualNamesInDifferentBuffers)
     EXPECT_NE(id, first.c_str());
 }
 
-TEST_F(NotificationID, StaysTheOnlyOneOfItsNameHoweverOftenItIsPassedBack)
-{
-    const char* const id = LNotification::GetNotificationID("passed.back");
-    const uint32 count = CountNames();
-
-    for (int round = 0; round < 3; ++round) {
-        EXPECT_EQ(LNotification::GetNotificationID(id), id);
-        EXPECT_EQ(LNotification::GetNotificationID(std::string("passed.back").c_str()), id);
-    }
-    EXPECT_EQ(CountNames(), count);
-    EXPECT_STREQ(LNotification::GetNotificationID(id + 7), "back");
-    EXPECT_EQ(CountNames(), count + 1);
-}
-
 TEST_F(NotificationID, IsTheAddressOfTheLastEntryAtOnce)
 {
     auto& names = LNotification::GetNotificationIDs();
