@@ -389,6 +389,17 @@ TEST(StringConversion, KeepsWhatCameBeforeIllFormedBytes)
     }
 }
 
+TEST(StringConversion, GivesAnEmptyTextForOneThatAnotherHolderHasEmptied)
+{
+    String16 wide = Wide(u"abc");
+    wide.GetBuffer()->SetSizeBytes(0);
+    String narrow("abc");
+    narrow.GetBuffer()->SetSizeBytes(0);
+
+    EXPECT_EQ(TextOf(String(wide)), "");
+    EXPECT_EQ(TextOf(String16(narrow)), u"");
+}
+
 TEST(StringConversion, GivesAnEmptyBufferOfItsOwnWhenItFailsAtOnce)
 {
     const String16 wide("\x80");
