@@ -88,6 +88,11 @@ bool AwaitReaderGone(int milliseconds)
     return (output.revents & (POLLERR | POLLHUP)) != 0;
 }
 
+void ShowUnwrittenOutput(const char* tool)
+{
+    std::fprintf(GetErrors(), "%s: the standard output could not be written\n", tool);
+}
+
 int ConcludeOutput(const char* tool, int exitCode, int unwritten, int readerGone)
 {
     std::fflush(GetOutput());
@@ -97,7 +102,7 @@ int ConcludeOutput(const char* tool, int exitCode, int unwritten, int readerGone
     if (AwaitReaderGone(0)) {
         return readerGone;
     }
-    std::fprintf(GetErrors(), "%s: the standard output could not be written\n", tool);
+    ShowUnwrittenOutput(tool);
     return unwritten;
 }
 

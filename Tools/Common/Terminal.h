@@ -46,6 +46,9 @@ bool IsOutputWritten();
 /// has gone: the output is a pipe or socket that nobody reads any more, or a terminal that is gone.
 bool AwaitReaderGone(int milliseconds);
 
+/// Tells, in the name of `tool`, that the standard output could not be written.
+void ShowUnwrittenOutput(const char* tool);
+
 /// Returns `exitCode` if all of the output has gone out. If not, returns `readerGone` if its reader
 /// has gone; or else `unwritten`, after telling so in the name of `tool`.
 int ConcludeOutput(const char* tool, int exitCode, int unwritten, int readerGone);

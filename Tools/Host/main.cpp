@@ -3,6 +3,7 @@
 #include "Protocol/ServerProtocol.h"
 #include "Tools/Common/Memory.h"
 #include "Tools/Common/PortExtras.h"
+#include "Tools/Common/Streams.h"
 #include "Tools/Common/Terminal.h"
 #include "Tools/Common/Text.h"
 #include "Tools/Host/Arguments.h"
@@ -204,6 +205,9 @@ int ShowEnd(const Arguments& arguments, const ChildEnd& end, const std::string& 
 
 int main(int count, char** values)
 {
+    if (!Tools::OpenMissingStreams("qxhost")) {
+        return kExitUnwritten;
+    }
     Tools::EndWithoutMemory("qxhost: there is not enough memory\n", kExitNoMemory);
     EndWithoutReader();
     if (count > 1 && Record::IsCommand(values[1])) {

@@ -3,6 +3,7 @@
 #include "Protocol/ServerProtocol.h"
 #include "Tools/Common/File.h"
 #include "Tools/Common/Memory.h"
+#include "Tools/Common/Streams.h"
 #include "Tools/Common/Terminal.h"
 #include "Tools/Common/Time.h"
 #include "Tools/Monitor/Commands.h"
@@ -125,6 +126,9 @@ int Run(const Arguments& arguments)
 
 int main(int count, char** values)
 {
+    if (!Tools::OpenMissingStreams("qxmon")) {
+        return kExitUnwritten;
+    }
     Tools::EndWithoutMemory("qxmon: there is not enough memory\n", kExitNoMemory);
     // A write without a reader then fails, and the exit code tells of it.
     std::signal(SIGPIPE, SIG_IGN);

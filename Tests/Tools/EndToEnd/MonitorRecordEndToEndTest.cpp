@@ -222,6 +222,19 @@ TEST(MonitorRecords, NothingIfTheFileCannotBeWritten)
     EXPECT_EQ(full.errors, "qxmon: cannot write /dev/full: No space left on device\n");
 }
 
+TEST(MonitorRecords, NothingIfItsOutputIsClosed)
+{
+    const TemporaryFolder folder;
+    std::ofstream(folder / "kept") << "as it was";
+    ChildProcess monitor(
+        "sh", {"-c", QX_EMULATOR " \"$0\" record \"$1\" >&-", kMonitorProgram, folder / "kept"});
+
+    EXPECT_EQ(monitor.Wait(), 5);
+    EXPECT_EQ(monitor.GetErrors(), "qxmon: the standard output could not be written\n");
+    std::ifstream kept(folder / "kept");
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(kept), {}), "as it was");
+}
+
 TEST(MonitorReplays, AMessageThatTheRecordingHasNotInFull)
 {
     const std::string cut =
