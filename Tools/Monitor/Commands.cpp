@@ -59,7 +59,7 @@ void RunPort(ServerPort& port, const std::function<bool()>& wantsMore,
     const Clock::time_point start = Clock::now();
     // A loop may end early; one without an end of its own is asked for years.
     double left = seconds.value_or(kForeverSeconds);
-    while (!WasInterrupted() && !Tools::AwaitReaderGone(0) && wantsMore() && left > 0) {
+    while (!WasInterrupted() && wantsMore() && left > 0) {
         const std::optional<double> period = report.Refresh();
         if (!period) {
             break;

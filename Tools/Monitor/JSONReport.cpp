@@ -179,6 +179,9 @@ void JSONReport::ShowSummary(const StateTable& table)
     if (table.GetLeftOut() > 0) {
         object["leftOut"] = table.GetLeftOut();
     }
+    if (table.GetLost() > 0) {
+        object["lost"] = table.GetLost();
+    }
     Print(object);
 }
 

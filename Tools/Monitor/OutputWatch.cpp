@@ -3,8 +3,7 @@
 #include "Tools/Monitor/OutputWatch.h"
 
 #include "Tools/Common/Terminal.h"
-
-#include <CoreFoundation/CoreFoundation.h>
+#include "Tools/Monitor/Signals.h"
 
 #include <thread>
 
@@ -14,7 +13,7 @@ namespace {
 void WaitForReader(CFRunLoopRef loop)
 {
     if (Tools::AwaitReaderGone(-1)) {
-        CFRunLoopStop(loop);
+        Interrupt(loop);
     }
     CFRelease(loop);
 }

@@ -4,6 +4,7 @@
 #include "Tools/Common/Time.h"
 #include "Tools/Monitor/Commands.h"
 #include "Tools/Monitor/MessageDecoder.h"
+#include "Tools/Monitor/OutputWatch.h"
 #include "Tools/Monitor/Signals.h"
 
 #include <CoreFoundation/CoreFoundation.h>
@@ -49,6 +50,10 @@ private:
 
 void Server::Take(SInt32 id, const UInt8* data, std::size_t size)
 {
+    if (mFault.profile == Profile::kSilent) {
+        mTable.Lose();
+        return;
+    }
     if (!WantsMore()) {
         return;
     }
@@ -98,13 +103,17 @@ int Server::Run()
         mPort->Refuse();
     }
     StopRunLoopOnSignals();
+    StopRunLoopWithoutReader();
     mReport->ShowReady(kServerPortName);
     switch (mFault.profile) {
     case Profile::kSlow:
         RunSlowly();
+        mPort->Finish([this] { return WantsMore(); });
         break;
     case Profile::kSilent:
         WaitForInterruption(mArguments.seconds.value_or(kForeverSeconds));
+        // What lies in the queue is counted, and that is all.
+        mPort->Finish([] { return true; });
         break;
     case Profile::kRefuse:
     case Profile::kDieAfter:

@@ -2,8 +2,6 @@
 
 #include "Tools/Monitor/Signals.h"
 
-#include <CoreFoundation/CoreFoundation.h>
-
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -24,12 +22,7 @@ std::condition_variable gChange;
 {
     int signal = 0;
     sigwait(&signals, &signal);
-    {
-        const std::lock_guard lock(gMutex);
-        gWasInterrupted.store(true);
-    }
-    gChange.notify_all();
-    CFRunLoopStop(loop);
+    Interrupt(loop);
     CFRelease(loop);
     // This thread takes the next one, which then does what signals do.
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
@@ -52,6 +45,16 @@ void StopRunLoopOnSignals()
     const CFRunLoopRef loop = CFRunLoopGetCurrent();
     CFRetain(loop);
     std::thread(WaitForSignals, signals, loop).detach();
+}
+
+void Interrupt(CFRunLoopRef loop)
+{
+    {
+        const std::lock_guard lock(gMutex);
+        gWasInterrupted.store(true);
+    }
+    gChange.notify_all();
+    CFRunLoopStop(loop);
 }
 
 bool WasInterrupted()

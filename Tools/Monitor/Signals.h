@@ -1,5 +1,7 @@
-// Signals.h - the end that SIGINT and SIGTERM ask for.
+// Signals.h - the end that SIGINT, SIGTERM or the reader of the output ask for.
 #pragma once
+
+#include <CoreFoundation/CoreFoundation.h>
 
 namespace Monitor {
 
@@ -10,9 +12,12 @@ namespace Monitor {
 /// it. To be called before any other thread is made, once.
 void StopRunLoopOnSignals();
 
+/// Asks for the end as a signal does: from now on WasInterrupted is true, and the run loop stops.
+void Interrupt(CFRunLoopRef loop);
+
 bool WasInterrupted();
 
-/// Waits until a signal has come, or the time is over.
+/// Waits until the end is asked for, or the time is over.
 void WaitForInterruption(double seconds);
 
 } // namespace Monitor

@@ -31,6 +31,9 @@ public:
     /// Counts a message that a filter has left out, and does no more with it.
     void LeaveOut() { ++mLeftOut; }
 
+    /// Counts a message that was sent and is never taken.
+    void Lose() { ++mLost; }
+
     const std::map<UInt32, DeviceState>& GetDevices() const { return mDevices; }
     std::size_t GetReceived() const { return mReceived; }
     std::size_t GetMalformed() const { return mMalformed; }
@@ -39,6 +42,7 @@ public:
     /// Well-formed messages that the full table had no row for.
     std::size_t GetUnkept() const { return mUnkept; }
     std::size_t GetLeftOut() const { return mLeftOut; }
+    std::size_t GetLost() const { return mLost; }
 
 private:
     bool HasRoom() const { return mRows < kMostRows; }
@@ -51,6 +55,7 @@ private:
     std::size_t mCloses = 0;
     std::size_t mUnkept = 0;
     std::size_t mLeftOut = 0;
+    std::size_t mLost = 0;
     std::size_t mRows = 0;
 };
 

@@ -121,6 +121,7 @@ void TextReport::ShowMessage(const Arrival& arrival)
     if (message.byteOrder) {
         line += "  " + Paint(*message.byteOrder == ByteOrder::kBig ? "BE" : "LE", Colour::kFaint);
     }
+    line.erase(line.find_last_not_of(' ') + 1);
     PrintWrapped(line);
     for (const Finding& finding : message.findings) {
         PrintWrapped(FormatText("       ! %s offset %zu: %s", GetName(finding.place),
@@ -163,6 +164,10 @@ void TextReport::ShowSummary(const StateTable& table)
     if (table.GetLeftOut() > 0) {
         PrintWrapped(Tools::Count(table.GetLeftOut(), "other message") +
                      " came that the filters leave out.");
+    }
+    if (table.GetLost() > 0) {
+        PrintWrapped(
+            "Never taken, although answered 0: " + Tools::Count(table.GetLost(), "message") + ".");
     }
     if (table.GetUnkept() > 0) {
         PrintWrapped("The table is full. It lacks " + Tools::Count(table.GetUnkept(), "message") +
