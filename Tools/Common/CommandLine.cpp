@@ -2,6 +2,7 @@
 
 #include "Tools/Common/CommandLine.h"
 
+#include "Tools/Common/Nearest.h"
 #include "Tools/Common/Text.h"
 
 #include <charconv>
@@ -44,6 +45,28 @@ CLI::Validator MakeNameCheck()
                 return text.empty() ? std::string("the name is empty") : std::string();
             },
             ""};
+}
+
+CLI::Validator MakeOutputNameCheck()
+{
+    return {[](const std::string& text) {
+                return text.empty() ? std::string("the name is empty")
+                       : text == "-"
+                           ? std::string("the standard output is for other text; name a file")
+                           : std::string();
+            },
+            ""};
+}
+
+void RefuseExtras(const CLI::App& app)
+{
+    std::vector<std::string> options;
+    for (const CLI::Option* const option : app.get_options()) {
+        options.push_back(option->get_name());
+    }
+    for (const std::string& word : app.remaining(true)) {
+        Refuse(DescribeUnexpected(word, options, {}));
+    }
 }
 
 void Refuse(const std::string& text)

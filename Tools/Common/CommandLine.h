@@ -17,6 +17,13 @@ CLI::Validator MakeSecondsCheck(double least, double most);
 /// Accepts names of files and folders: any text but "".
 CLI::Validator MakeNameCheck();
 
+/// Accepts names of files and folders that are to be written: any but "" and "-", which would look
+/// like the standard output and be a file.
+CLI::Validator MakeOutputNameCheck();
+
+/// Refuses the first word that the command line has nothing for.
+void RefuseExtras(const CLI::App& app);
+
 /// Throws: CLI::ValidationError with that text.
 [[noreturn]] void Refuse(const std::string& text);
 

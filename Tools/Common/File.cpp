@@ -5,8 +5,18 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace Tools {
+namespace {
+
+bool Examine(const std::string& name, struct stat& info)
+{
+    return (name == "-" ? fstat(STDIN_FILENO, &info) : stat(name.c_str(), &info)) == 0;
+}
+
+} // namespace
 
 std::string ReadWholeFile(const std::string& name, std::string& bytes)
 {
@@ -29,6 +39,15 @@ std::string ReadWholeFile(const std::string& name, std::string& bytes)
         failure = "it is longer than 16 megabytes";
     }
     return failure;
+}
+
+bool IsSameFile(const std::string& first, const std::string& second)
+{
+    struct stat one = {};
+    struct stat other = {};
+    // A device is not changed by what is written to it.
+    return Examine(first, one) && Examine(second, other) && S_ISREG(one.st_mode) &&
+           one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
 } // namespace Tools

@@ -12,4 +12,7 @@ inline constexpr std::size_t kLargestFile = std::size_t{16} << 20;
 /// Stores the bytes of a file, or of the standard input for "-". Returns what went wrong, or "".
 std::string ReadWholeFile(const std::string& name, std::string& bytes);
 
+/// Returns whether both names are of the same file; "-" is the standard input.
+bool IsSameFile(const std::string& first, const std::string& second);
+
 } // namespace Tools

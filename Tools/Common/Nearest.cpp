@@ -72,12 +72,12 @@ std::string DescribeUnexpected(const std::string& word, const std::vector<std::s
            "there are " + JoinWords(commands);
 }
 
-std::string JoinWords(const std::vector<std::string>& words)
+std::string JoinWords(const std::vector<std::string>& words, const std::string& last)
 {
     std::string text;
     for (std::size_t index = 0; index < words.size(); ++index) {
         const bool isLast = index + 1 == words.size();
-        text += (index == 0 ? "" : isLast ? " and " : ", ") + words[index];
+        text += (index == 0 ? "" : isLast ? " " + last + " " : ", ") + words[index];
     }
     return text;
 }

@@ -17,7 +17,7 @@ std::string SuggestNearest(const std::string& word, const std::vector<std::strin
 std::string DescribeUnexpected(const std::string& word, const std::vector<std::string>& options,
                                const std::vector<std::string>& commands);
 
-/// "info, get and set".
-std::string JoinWords(const std::vector<std::string>& words);
+/// "info, get and set", or with another word before the last.
+std::string JoinWords(const std::vector<std::string>& words, const std::string& last = "and");
 
 } // namespace Tools

@@ -152,6 +152,17 @@ void LoadScript(const Options& options, Arguments& arguments)
     arguments.repeated = std::move(script.steps);
 }
 
+/// A number that says which device or channel is meant.
+UInt32 RequireNumber(const char* option, const std::string& word)
+{
+    const std::optional<UInt32> number = word.starts_with('-') ? std::nullopt : ParseWord(word);
+    if (!number) {
+        Refuse(std::string(option) + ": \"" + word +
+               "\" is not a number of 32 bits without a sign");
+    }
+    return *number;
+}
+
 /// Makes the steps of one device out of a template.
 class StepMaker
 {
@@ -174,14 +185,11 @@ StepMaker::StepMaker(const Options& options, Arguments& arguments)
     , mArguments(arguments)
 {
     for (const std::string& word : options.devices) {
-        const std::optional<UInt32> device = ParseWord(word);
-        if (!device) {
-            Refuse("\"" + word + "\" is not a device ID");
-        }
-        if (std::ranges::find(mDevices, *device) != mDevices.end()) {
+        const UInt32 device = RequireNumber("--device", word);
+        if (std::ranges::find(mDevices, device) != mDevices.end()) {
             Refuse("device " + word + " is there twice");
         }
-        mDevices.push_back(*device);
+        mDevices.push_back(device);
     }
     if (mDevices.empty()) {
         mDevices.push_back(Session::kDefaultDevice);
@@ -218,11 +226,7 @@ void StepMaker::AddSet(const std::vector<std::string>& words)
 void StepMaker::AddForDevices(Step step)
 {
     if (mOptions.channel) {
-        const std::optional<UInt32> channel = ParseWord(*mOptions.channel);
-        if (!channel) {
-            Refuse("\"" + *mOptions.channel + "\" is not a channel");
-        }
-        step.channel = *channel;
+        step.channel = RequireNumber("--channel", *mOptions.channel);
     }
     step.isInput = mOptions.isOutput ? 0 : 1;
     if (mOptions.expected) {
@@ -288,7 +292,9 @@ CLI::Option* AddCommand(CLI::App& app, const Command& command, Options& options,
     } else {
         added->footer(std::string(kScriptFooter) + kFooter);
     }
-    return added->add_option(command.words, options.words, command.wordsDescription)->type_name("");
+    CLI::Option* const words =
+        added->add_option(command.words, options.words, command.wordsDescription)->type_name("");
+    return command.makesCalls ? words : words->check(Tools::MakeNameCheck());
 }
 
 /// How often an option was given, before the command or after it.
@@ -340,7 +346,7 @@ void RefuseExtras(const CLI::App& app)
             app.get_subcommands().empty() ? GetCommandNames() : std::vector<std::string>()));
     }
     if (app.get_subcommands().empty()) {
-        Refuse("a command is needed: " + Tools::JoinWords(GetCommandNames()));
+        Refuse("a command is needed: " + Tools::JoinWords(GetCommandNames(), "or"));
     }
 }
 

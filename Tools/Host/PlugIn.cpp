@@ -2,12 +2,14 @@
 
 #include "Tools/Host/PlugIn.h"
 
+#include "Tools/Common/Nearest.h"
 #include "Tools/Host/Image.h"
 
 #include <dlfcn.h>
 #include <filesystem>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #ifdef __APPLE__
 #include <cstdint>
@@ -48,17 +50,17 @@ fs::path FindImage(const std::string& path)
 
 /// Looks an entry point up. Adds its name to `missing` if it is not there.
 template <class T>
-void FindEntryPoint(void* image, const char* name, T& entryPoint, std::string& missing)
+void FindEntryPoint(void* image, const char* name, T& entryPoint, std::vector<std::string>& missing)
 {
     entryPoint = reinterpret_cast<T>(dlsym(image, name));
     if (entryPoint == nullptr) {
-        missing += (missing.empty() ? "" : ", ") + std::string(name);
+        missing.emplace_back(name);
     }
 }
 
-std::string FindEntryPoints(void* image, EntryPoints& points)
+std::vector<std::string> FindEntryPoints(void* image, EntryPoints& points)
 {
-    std::string missing;
+    std::vector<std::string> missing;
     FindEntryPoint(image, "AudioDriverPlugInOpen", points.open, missing);
     FindEntryPoint(image, "AudioDriverPlugInClose", points.close, missing);
     FindEntryPoint(image, "AudioDriverPlugInDeviceGetPropertyInfo", points.deviceGetPropertyInfo,
@@ -88,9 +90,10 @@ std::unique_ptr<PlugIn> PlugIn::Load(const std::string& path, std::string& error
         return nullptr;
     }
     std::unique_ptr<PlugIn> plugIn(new PlugIn(image, file.string()));
-    const std::string missing = FindEntryPoints(image, plugIn->mEntryPoints);
+    const std::vector<std::string> missing = FindEntryPoints(image, plugIn->mEntryPoints);
     if (!missing.empty()) {
-        error = "it lacks the entry point " + missing;
+        error = (missing.size() == 1 ? "it lacks the entry point " : "it lacks the entry points ") +
+                Tools::JoinWords(missing);
         return nullptr;
     }
     return plugIn;

@@ -79,7 +79,8 @@ std::optional<Arguments> ReadArguments(int count, const char* const* values, int
     std::string file;
     decode->add_option("FILE", file, "The document; - reads the standard input")
         ->type_name("")
-        ->required();
+        ->required()
+        ->check(Tools::MakeNameCheck());
     AddCommands(app, arguments);
     try {
         app.parse(count, values);

@@ -45,13 +45,14 @@ const Idle kIdle[] = {
     {"--live", {"--json", "--hex"}},
 };
 
-constexpr const char* kProfiles = "Profiles:\n"
-                                  "  slow [SECONDS]  waits before each message, 1 second\n"
-                                  "  silent          takes no message\n"
-                                  "  refuse [N]      refuses senders after N messages, 1\n"
-                                  "  die-after N     ends as in a crash at message N\n"
-                                  "  garbage-reply   replies with bytes that mean nothing\n"
-                                  "\n";
+constexpr const char* kProfiles =
+    "Profiles:\n"
+    "  slow [SECONDS]  waits before each message (default: 1)\n"
+    "  silent          takes no message\n"
+    "  refuse [N]      refuses senders after N messages (default: 1)\n"
+    "  die-after N     ends as in a crash at message N\n"
+    "  garbage-reply   replies with bytes that mean nothing\n"
+    "\n";
 
 /// The options of the program that a command takes too.
 std::string ListUseful(const CLI::App& app, const std::string& command)
@@ -66,7 +67,7 @@ std::string ListUseful(const CLI::App& app, const std::string& command)
         });
     }
     if (names.empty()) {
-        return "";
+        return "qxmon --help tells of exit codes.";
     }
     std::string text;
     for (const std::string& line : WrapToColumns(
@@ -94,22 +95,26 @@ void AddCommands(CLI::App& app, Arguments& arguments)
     app.add_subcommand("record", "Show messages, and write them to a file as well")
         ->add_option("FILE", arguments.record, "The recording; what it held before is lost")
         ->type_name("")
-        ->required();
+        ->required()
+        ->check(Tools::MakeOutputNameCheck());
     CLI::App* const replay =
         app.add_subcommand("replay", "Show a recording's messages as if they arrived");
     replay->add_option("FILE", arguments.replay, "The recording; - reads the standard input")
         ->type_name("")
-        ->required();
+        ->required()
+        ->check(Tools::MakeNameCheck());
     replay->add_flag("--send", arguments.isSent,
                      "Send them to the server that holds the port instead, without pauses");
     CLI::App* const diff =
         app.add_subcommand("diff", "Tell the first difference of two recordings");
     diff->add_option("FILE", arguments.diff, "The recording; - reads the standard input")
         ->type_name("")
-        ->required();
+        ->required()
+        ->check(Tools::MakeNameCheck());
     diff->add_option("OTHER", arguments.other, "The recording that it is compared with")
         ->type_name("")
-        ->required();
+        ->required()
+        ->check(Tools::MakeNameCheck());
     const auto readFault = [&arguments](const std::vector<std::string>& words) {
         std::string wrong;
         arguments.fault = ReadFault(words, wrong);

@@ -259,7 +259,7 @@ TEST(Host, TellsWhichWordIsWrongAndTheNearestRightOne)
               "qxhost: there is no command \"inof\"; did you mean info? " + commands);
     EXPECT_EQ(GetRefusal({"teleport"}), "qxhost: there is no command \"teleport\"; " + commands);
     EXPECT_EQ(GetRefusal({}), "qxhost: a command is needed: info, get, set, stream, run, validate, "
-                              "record, replay and diff");
+                              "record, replay or diff");
     EXPECT_EQ(GetRefusal({"get", "--devcie", "7"}),
               "qxhost: there is no option --devcie; did you mean --device? see --help");
     EXPECT_EQ(GetRefusal({"set", "leve", "1"}),
@@ -280,7 +280,12 @@ TEST(Host, RefusesWhatCannotBeMeant)
               "qxhost: --repeat: \"0\" is not a whole number from 1 to 1000000000");
     EXPECT_EQ(GetRefusal({"info", "--repeat", "often"}),
               "qxhost: --repeat: \"often\" is not a whole number from 1 to 1000000000");
-    EXPECT_EQ(GetRefusal({"info", "--channel", "x"}), "qxhost: \"x\" is not a channel");
+    EXPECT_EQ(GetRefusal({"info", "--channel", "x"}),
+              "qxhost: --channel: \"x\" is not a number of 32 bits without a sign");
+    EXPECT_EQ(GetRefusal({"info", "--channel", "-1"}),
+              "qxhost: --channel: \"-1\" is not a number of 32 bits without a sign");
+    EXPECT_EQ(GetRefusal({"info", "--device", "-1"}),
+              "qxhost: --device: \"-1\" is not a number of 32 bits without a sign");
     EXPECT_EQ(GetRefusal({"info", "--device", "7", "--device", "0x7"}),
               "qxhost: device 0x7 is there twice");
     EXPECT_EQ(GetRefusal({"run", "-", "--device", "7"}),
@@ -296,6 +301,12 @@ TEST(Host, RefusesWhatCannotBeMeant)
     EXPECT_EQ(GetRefusal({"--json", "diff", "--help"}),
               "qxhost: diff has to be the first word: qxhost diff ...");
     EXPECT_EQ(GetRefusal({"info", "--plugin", ""}), "qxhost: --plugin: the name is empty");
+    EXPECT_EQ(GetRefusal({"run", ""}), "qxhost: SCRIPT: the name is empty");
+    EXPECT_EQ(GetRefusal({"record", "-", "a.qxs"}),
+              "qxhost record: FILE: the standard output is for other text; name a file");
+    EXPECT_EQ(GetRefusal({"record", "a", "b", "--repeat", "2"}),
+              "qxhost record: there is no option --repeat; see --help");
+    EXPECT_EQ(GetRefusal({"diff", "a", "b", "c"}), "qxhost diff: \"c\" is unexpected");
     EXPECT_EQ(GetRefusal({"run", "-"}, "open 7\nset level 1 1 channel=1 channel=2\n"),
               "qxhost: -:2: \"channel=2\": channel= is there twice");
     EXPECT_EQ(GetRefusal({"run", "-"}, "stream get enable side=output\n"),
@@ -411,7 +422,7 @@ TEST(Host, SaysWhyABundleCannotBeLoaded)
     EXPECT_NE(missing.GetErrors().find("cannot load the plug-in /nonexistent/bundle.so"),
               std::string::npos);
     EXPECT_EQ(lacking.Wait(), 3);
-    EXPECT_NE(lacking.GetErrors().find("lacks the entry point AudioDriverPlugInClose"),
+    EXPECT_NE(lacking.GetErrors().find("lacks the entry points AudioDriverPlugInClose and "),
               std::string::npos);
 }
 

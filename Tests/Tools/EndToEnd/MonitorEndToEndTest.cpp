@@ -495,6 +495,10 @@ TEST(Monitor, RefusesACommandLineThatItDoesNotKnow)
         {{"--for", "-1"}, "--for: \"-1" + seconds},
         {{"--for", "nan"}, "--for: \"nan" + seconds},
         {{"decode"}, "FILE is required"},
+        {{"decode", ""}, "FILE: the name is empty"},
+        {{"replay", ""}, "FILE: the name is empty"},
+        {{"diff", "a", ""}, "OTHER: the name is empty"},
+        {{"record", "-"}, "FILE: the standard output is for other text; name a file"},
         {{"decdoe", "a.xml"},
          "there is no command \"decdoe\"; did you mean decode? there are decode, record, replay, "
          "diff and serve"},
@@ -523,6 +527,9 @@ TEST(Monitor, RefusesACommandLineThatItDoesNotKnow)
     EXPECT_NE(std::find(words.begin(), words.end(),
                         "These work here too: --hex, --json, --device, --parameter and --message."),
               words.end());
+    ChildProcess ofDiff(kMonitorProgram, {"diff", "--help"});
+    const std::vector<std::string> last = ofDiff.ReadLines();
+    EXPECT_EQ(last.at(last.size() - 2), "qxmon --help tells of exit codes.");
 }
 
 TEST(Monitor, SaysThatItsOutputCannotBeWritten)

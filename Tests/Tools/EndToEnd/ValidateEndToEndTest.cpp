@@ -100,8 +100,8 @@ TEST(Validate, NamesTheLastCallAndTheCommandThatRepeatsIt)
     EXPECT_EQ(lines[4], "         last call  AudioDriverPlugInDeviceGetPropertyInfo(device 258, "
                         "channel 0, input, 'DGme', null size pointer, null writable pointer)");
     EXPECT_EQ(lines[5], "         recording  " + folder / "kept/info-null-enable.jsonl");
-    EXPECT_EQ(lines[6],
-              "         repeat     qxhost validate " + bundle + " --only info-null-enable");
+    EXPECT_EQ(lines[6], "         repeat     qxhost validate " + bundle +
+                            " --only info-null-enable --recordings " + folder / "kept");
     EXPECT_EQ(lines[7], "0 passed, 1 failed");
 }
 
@@ -178,6 +178,15 @@ TEST(Validate, TellsWhichWordOfItsCommandLineIsWrong)
               "qxhost validate: there is no check and no tag \"opne\"; did you mean "
               "open? --list shows all");
     EXPECT_EQ(GetRefusal({"--junit", ""}), "qxhost validate: --junit: the name is empty");
+    EXPECT_EQ(GetRefusal({"--junit", "-"}),
+              "qxhost validate: --junit: the standard output is for other text; name a file");
+    const TemporaryFolder folder;
+    const std::string bundle = folder / "Driver.so";
+    std::ofstream(bundle) << "a bundle";
+    EXPECT_EQ(GetRefusal({bundle, "--junit", bundle}),
+              "qxhost validate: --junit: the results would take the place of " + bundle);
+    EXPECT_EQ(GetRefusal({"--jbos", "2"}),
+              "qxhost validate: there is no option --jbos; did you mean --jobs? see --help");
     EXPECT_EQ(GetRefusal({"--repeat", "0"}),
               "qxhost validate: --repeat: \"0\" is not a whole number from 1 to 1000000");
     EXPECT_EQ(GetRefusal({"--jobs", "two"}),

@@ -42,7 +42,7 @@ TEST(PlugIn, NamesEveryEntryPointThatABundleLacks)
     std::string error;
 
     EXPECT_EQ(PlugIn::Load(QX_LACKING_PLUGIN, error), nullptr);
-    EXPECT_EQ(error, "it lacks the entry point AudioDriverPlugInClose, "
+    EXPECT_EQ(error, "it lacks the entry points AudioDriverPlugInClose and "
                      "AudioDriverPlugInStreamSetProperty");
 }
 

@@ -182,7 +182,7 @@ TEST(LivePicture, SaysWhenThereIsNoDevice)
     View view;
     EXPECT_EQ(GetBody(LiveState(), view), Lines{" No device has sent anything."});
     view.filter = "z";
-    EXPECT_EQ(GetBody(MakeLiveState(), view), Lines{" No device is as the filter asks."});
+    EXPECT_EQ(GetBody(MakeLiveState(), view), Lines{" No device matches the filter."});
     LiveState state;
     state.LeaveOut();
     EXPECT_EQ(GetText(MakePicture(state, view, 0).lines[1]),

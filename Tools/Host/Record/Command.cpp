@@ -338,7 +338,7 @@ void AddOptions(CLI::App& app, const Command& command, Options& options)
     app.add_option(command.file.name, options.file, command.file.description)
         ->type_name("")
         ->required()
-        ->check(Tools::MakeNameCheck());
+        ->check(command.run == RunRecord ? Tools::MakeOutputNameCheck() : Tools::MakeNameCheck());
     if (command.second.name != nullptr) {
         app.add_option(command.second.name, options.second, command.second.description)
             ->type_name("")
@@ -371,10 +371,12 @@ int Run(const Command& command, int count, const char* const* values)
     CLI::App app(command.description, std::string("qxhost ") + command.name);
     app.footer(kFooter);
     app.failure_message(Tools::FormatFailure);
+    app.allow_extras();
     app.set_version_flag("--version", "qxhost " QX_VERSION);
     AddOptions(app, command, options);
     try {
         app.parse(count - 1, values + 1);
+        Tools::RefuseExtras(app);
         options.hasTimeLimit = command.run != RunDiff && app.count("--time-limit") > 0;
         const int exitCode = command.run(options);
         return Host::Conclude(exitCode);

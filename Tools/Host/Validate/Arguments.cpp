@@ -128,11 +128,11 @@ void AddOptions(CLI::App& app, Arguments& arguments, std::string& profile)
     app.add_flag("--json", arguments.isJSON, "Print one JSON object a line and nothing else");
     app.add_option("--junit", arguments.junit, "Write the results in the form of JUnit as well")
         ->type_name("FILE")
-        ->check(Tools::MakeNameCheck());
+        ->check(Tools::MakeOutputNameCheck());
     app.add_option("--recordings", arguments.recordings,
                    "Where checks that fail leave recordings (default: qxhost-recordings)")
         ->type_name("FOLDER")
-        ->check(Tools::MakeNameCheck());
+        ->check(Tools::MakeOutputNameCheck());
     app.add_flag("--quiet", arguments.isQuiet, "Show only checks that fail, and the verdict");
 }
 
@@ -156,13 +156,20 @@ std::optional<Arguments> ReadArguments(int count, const char* const* values, int
     CLI::App app(kDescription, "qxhost validate");
     app.footer(kFooter);
     app.failure_message(Tools::FormatFailure);
+    app.allow_extras();
     app.set_version_flag("--version", "qxhost " QX_VERSION);
     AddOptions(app, arguments, profile);
     try {
         app.parse(count, values);
+        Tools::RefuseExtras(app);
         RefuseIdle(app);
         Plan& plan = arguments.plan;
         plan.bundle = MakeAbsolute(plan.bundle.empty() ? Host::FindDefaultPlugIn() : plan.bundle);
+        for (const std::string& read : {plan.bundle, profile}) {
+            if (Tools::IsSameFile(arguments.junit, read)) {
+                Refuse("--junit: the results would take the place of " + read);
+            }
+        }
         plan.profile = LoadProfile(profile);
         plan.checks = MakeChecks(plan.profile);
         Select(plan.checks, arguments.only);

@@ -99,6 +99,11 @@ Advice Presenter::Advise(const CheckResult& result)
     if (plan.timeLimit != Plan().timeLimit) {
         advice.repeat += FormatText(" --time-limit %g", plan.timeLimit);
     }
+    if (mArguments.recordings != Arguments().recordings) {
+        advice.repeat +=
+            " --recordings " +
+            Tools::QuoteForShell(std::filesystem::absolute(mArguments.recordings).string());
+    }
     // A bundle that cannot be loaded has made no calls.
     if (result.outcome.journal->GetCount() > 0) {
         advice.recording = Record(result);

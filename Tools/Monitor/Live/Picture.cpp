@@ -204,8 +204,8 @@ std::vector<Line> MakeBody(const LiveState& state, const View& view, double now)
         }
     }
     if (body.empty()) {
-        const char* const text = view.filter.empty() ? "No device has sent anything."
-                                                     : "No device is as the filter asks.";
+        const char* const text =
+            view.filter.empty() ? "No device has sent anything." : "No device matches the filter.";
         body.push_back(LineWriter(view.columns).Write(" ").Write(text, Style::kFaint).Get());
     }
     return body;
