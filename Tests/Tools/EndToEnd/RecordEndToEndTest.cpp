@@ -4,7 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <filesystem>
 #include <fstream>
+#include <iterator>
 
 namespace {
 
@@ -160,6 +163,92 @@ TEST_F(Recording, TellsHowThePlugInEndedItsProcessAndTheCommandThatShowsIt)
                       kHostProgram + " record " + mFile + " - --plugin " + bundle +
                       " --time-limit 86400\n");
     }
+}
+
+std::string ReadText(const std::string& file)
+{
+    std::ifstream stream(file);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+TEST_F(Recording, HasWhatWasCalledBeforeASignal)
+{
+    const std::string bundle = GetWrongBundle("stops-its-host");
+    std::filesystem::create_directory(mFolder / "temporary");
+    ChildProcess host("sh",
+                      {"-c", "TMPDIR=\"$1\" " QX_EMULATOR " \"$0\" record \"$2\" - --plugin \"$3\"",
+                       kHostProgram, mFolder / "temporary", mFolder / "cut.jsonl", bundle},
+                      kScript);
+
+    EXPECT_EQ(host.ReadLines(), Lines{"qxhost: stopped; recorded 3 calls and 1 message"});
+    EXPECT_EQ(host.Wait(), 128 + SIGTERM);
+    EXPECT_EQ(RunHost({"diff", mFolder / "cut.jsonl", mFolder / "cut.jsonl"}).text,
+              "qxhost: no difference in 3 calls and 1 message");
+    EXPECT_TRUE(std::filesystem::is_empty(mFolder / "temporary"));
+    const Ending replay = RunHost({"replay", mFile, "--against", bundle});
+    EXPECT_EQ(replay.exitCode, 128 + SIGTERM);
+    EXPECT_EQ(replay.text, "qxhost: stopped; 3 calls and 1 message were not compared");
+}
+
+/// Runs the host with redirections of its streams, in the words of the shell.
+std::pair<int, std::string> RunRedirected(const std::string& words, const std::string& file,
+                                          const std::string& redirections)
+{
+    ChildProcess host(
+        "sh", {"-c", QX_EMULATOR " \"$0\" " + words + " " + redirections, kHostProgram, file});
+    const int exitCode = host.Wait();
+    return {exitCode, host.GetErrors()};
+}
+
+TEST_F(Recording, TakesThePlaceOfNoFileThatItIsMadeFrom)
+{
+    const std::string script = mFolder / "script.qxs";
+    std::ofstream(script) << kScript;
+    std::filesystem::create_symlink("script.qxs", mFolder / "link");
+
+    const Ending run = RunHost({"record", mFolder / "link", script});
+
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.text, "qxhost record: the recording would take the place of " + script);
+    EXPECT_EQ(
+        RunRedirected("record \"$1\" -", script, "<\"$1\""),
+        std::make_pair(2, std::string("qxhost record: the recording would take the place of "
+                                      "the standard input\nqxhost record --help tells more.\n")));
+    EXPECT_EQ(ReadText(script), kScript);
+}
+
+TEST_F(Recording, StaysAsItIsWhenTheOutputIsClosed)
+{
+    const std::string before = ReadText(mFile);
+    const std::pair<int, std::string> refusal = {
+        4, "qxhost: the standard output could not be written\n"};
+
+    EXPECT_EQ(RunRedirected("record \"$1\" -", mFile, ">&-"), refusal);
+    EXPECT_EQ(RunRedirected("validate --only open --junit \"$1\"", mFile, ">&-"), refusal);
+
+    EXPECT_EQ(ReadText(mFile), before);
+}
+
+TEST_F(Recording, NeedsATemporaryFolder)
+{
+    ChildProcess host("sh", {"-c", "TMPDIR=/nonexistent " QX_EMULATOR " \"$0\" replay \"$1\"",
+                             kHostProgram, mFile});
+
+    EXPECT_EQ(host.Wait(), 4);
+    EXPECT_EQ(host.GetErrors(), "qxhost: cannot make a temporary folder in /nonexistent: No such "
+                                "file or directory; TMPDIR can name another place\n");
+}
+
+TEST(ClosedStreams, TakeNoPartOfAFileThatIsWritten)
+{
+    const TemporaryFolder folder;
+    const std::string words = "validate " + GetWrongBundle("open-twice") +
+                              " --only open-twice --recordings /dev/null/none --junit \"$1\"";
+
+    const auto [exitCode, errors] = RunRedirected(words, folder / "junit.xml", "2>&-");
+
+    EXPECT_EQ(exitCode, 4);
+    EXPECT_TRUE(ReadText(folder / "junit.xml").starts_with("<?xml"));
 }
 
 TEST_F(Recording, IsRefusedWithTheLineThatIsWrong)

@@ -13,6 +13,7 @@
 #include "Tools/Host/Session.h"
 #include "Tools/Host/Status.h"
 #include "Tools/Host/Validate/CheckProcess.h"
+#include "Tools/Host/Validate/Run.h"
 #include "Tools/Recording/Difference.h"
 #include "Tools/Recording/Reader.h"
 #include "Tools/Recording/Sender.h"
@@ -47,7 +48,8 @@ constexpr const char* kFooter =
     "  2  the command line, the script or a recording is wrong\n"
     "  3  the plug-in cannot be loaded; or no server holds the port\n"
     "  4  the output or the recording cannot be written, or no process can be started\n"
-    "  9  the reader of the standard output has gone\n";
+    "  9  the reader of the standard output has gone\n"
+    "  130, 143  stopped by SIGINT or SIGTERM; what had been recorded is in the file\n";
 
 struct Options
 {
@@ -188,9 +190,13 @@ Validate::Outcome Play(const Events& calls, const Options& options, std::string&
                       .lexically_normal()
                       .string();
     bundle = plan.bundle;
+    Validate::NoteStopSignals();
     Validate::CheckProcess process(check, plan);
     std::optional<Validate::Outcome> outcome;
     while (!(outcome = process.Poll())) {
+        if (Validate::GetStopSignal() != 0) {
+            return process.Stop();
+        }
         constexpr timespec kPause = {0, 1'000'000};
         nanosleep(&kPause, nullptr);
     }
@@ -216,9 +222,21 @@ int ShowFailure(const Validate::Outcome& outcome, const Options& options)
     return Host::kExitUnexpected;
 }
 
+int ShowStop(const std::string& text)
+{
+    Tools::PrintLine("qxhost: stopped; " + text);
+    return 128 + Validate::GetStopSignal();
+}
+
 int RunRecord(const Options& options)
 {
     const std::string& file = options.file;
+    for (const std::string& read : {options.second, options.plugIn}) {
+        if (Tools::IsSameFile(file, read)) {
+            Refuse("the recording would take the place of " +
+                   (read == "-" ? "the standard input" : read));
+        }
+    }
     const Events calls = LoadScript(options.second);
     std::string bundle;
     const Validate::Outcome outcome = Play(calls, options, bundle);
@@ -234,10 +252,14 @@ int RunRecord(const Options& options)
             return Host::kExitUnwritten;
         }
     }
+    const std::string recorded = "recorded " + Recording::CountEvents(TakeEvents(*outcome.journal));
+    if (Validate::GetStopSignal() != 0) {
+        return ShowStop(recorded);
+    }
     if (HasFailed(outcome)) {
         return ShowFailure(outcome, options);
     }
-    Tools::PrintLine("qxhost: recorded " + Recording::CountEvents(TakeEvents(*outcome.journal)));
+    Tools::PrintLine("qxhost: " + recorded);
     return Host::kExitAsExpected;
 }
 
@@ -284,6 +306,9 @@ int RunReplay(const Options& options)
     std::string bundle;
     const Validate::Outcome outcome = Play(calls, playing, bundle);
     const Events played = TakeEvents(*outcome.journal);
+    if (Validate::GetStopSignal() != 0) {
+        return ShowStop(Recording::CountEvents(played) + " were not compared");
+    }
     const std::string difference = Recording::FindDifference(recorded, played);
     if (outcome.isNotLoaded || (HasFailed(outcome) && difference.empty())) {
         return ShowFailure(outcome, options);

@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <new>
@@ -89,9 +90,14 @@ std::string ReadCapture(int descriptor)
 
 std::string MakeFolder()
 {
-    std::string path = std::filesystem::temp_directory_path() / "qxhost-XXXXXX";
+    const char* const given = std::getenv("TMPDIR");
+    const std::filesystem::path base = given != nullptr && *given != '\0' ? given : "/tmp";
+    std::string path = std::filesystem::absolute(base) / "qxhost-XXXXXX";
     if (mkdtemp(path.data()) == nullptr) {
-        throw std::runtime_error("no temporary folder: " + path);
+        const std::string reason = std::strerror(errno);
+        throw std::runtime_error("cannot make a temporary folder in " +
+                                 Tools::EscapeControls(base.string()) + ": " + reason +
+                                 "; TMPDIR can name another place");
     }
     return path;
 }
@@ -206,9 +212,15 @@ std::optional<Outcome> CheckProcess::Poll()
         kill(-mProcess, SIGKILL);
         mProcess = -1;
     }
-    Outcome outcome = Judge(status, isLate);
+    Outcome outcome = Judge(DescribeEnd(status, isLate));
     outcome.seconds = time.count();
     return outcome;
+}
+
+Outcome CheckProcess::Stop()
+{
+    KillAll();
+    return Judge("stopped by a signal");
 }
 
 std::string CheckProcess::DescribeEnd(int status, bool isLate) const
@@ -234,11 +246,11 @@ std::string CheckProcess::DescribeEnd(int status, bool isLate) const
     return verdict.finding;
 }
 
-Outcome CheckProcess::Judge(int status, bool isLate) const
+Outcome CheckProcess::Judge(const std::string& finding) const
 {
     Outcome outcome;
     outcome.journal = mJournal;
-    outcome.finding = DescribeEnd(status, isLate);
+    outcome.finding = finding;
     outcome.isNotLoaded = mJournal->GetVerdict().isNotLoaded;
     const Event* const call = mJournal->FindLastCall();
     outcome.lastCall = call != nullptr ? DescribeCall(*call) : "";

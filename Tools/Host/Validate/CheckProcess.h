@@ -57,11 +57,14 @@ public:
     /// Returns the outcome if the check is over or its time is. Never waits.
     std::optional<Outcome> Poll();
 
+    /// Gives the check up. Its outcome is what has been so far.
+    Outcome Stop();
+
 private:
     [[noreturn]] void Run(const Plan& plan) const;
     void EnterFolder() const;
     void KillAll();
-    Outcome Judge(int status, bool isLate) const;
+    Outcome Judge(const std::string& finding) const;
     std::string DescribeEnd(int status, bool isLate) const;
 
     const Check& mCheck;

@@ -141,10 +141,15 @@ void Runner::ShowFinished()
 
 } // namespace
 
-std::vector<CheckResult> RunChecks(const Plan& plan, IObserver& observer)
+void NoteStopSignals()
 {
     std::signal(SIGINT, Stop);
     std::signal(SIGTERM, Stop);
+}
+
+std::vector<CheckResult> RunChecks(const Plan& plan, IObserver& observer)
+{
+    NoteStopSignals();
     // A reader that has gone is noticed when a line cannot be written.
     std::signal(SIGPIPE, SIG_IGN);
     return Runner(plan, observer).Run();

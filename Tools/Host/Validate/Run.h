@@ -38,7 +38,10 @@ public:
 /// the rest counts as not run.
 std::vector<CheckResult> RunChecks(const Plan& plan, IObserver& observer);
 
-/// The signal that ended the run, or 0.
+/// From now on SIGINT and SIGTERM are noted and do no more.
+void NoteStopSignals();
+
+/// The signal that has come, or 0.
 int GetStopSignal();
 
 } // namespace Validate

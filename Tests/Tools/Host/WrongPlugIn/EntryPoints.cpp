@@ -9,6 +9,7 @@
 #include <CoreAudio/AudioDriverPlugIn.h>
 
 #include <atomic>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -310,6 +311,12 @@ EXPORTED OSStatus AudioDriverPlugInDeviceSetProperty(AudioDeviceID id, const Aud
     if (selector == kDirectMonitorStateProperty && word == 0x7FFFFFFF &&
         HasFault("set-largest-positive-state")) {
         return static_cast<OSStatus>(when->mFlags);
+    }
+    if (selector == kDirectMonitorStateProperty && HasFault("stops-its-host")) {
+        kill(getppid(), SIGTERM);
+        for (;;) {
+            pause();
+        }
     }
     const bool isThreaded = id >= 1000 && id < 1004 && HasFault("threads-set");
     if (isThreaded && ++gSets > 1) {
