@@ -54,14 +54,11 @@ bool ReadHeader(const unsigned char* bytes, std::size_t size, Frame& frame)
     return frame.mLength == size - kHeaderSize;
 }
 
-SendResult SendFrame(int socket, const Frame& frame, const void* data, int file)
+ssize_t SendParts(int socket, iovec* parts, std::size_t count, int file)
 {
-    unsigned char header[kHeaderSize];
-    WriteHeader(frame, header);
-    iovec parts[2] = {{header, sizeof header}, {const_cast<void*>(data), frame.mLength}};
     msghdr packet{};
     packet.msg_iov = parts;
-    packet.msg_iovlen = frame.mLength > 0 ? 2 : 1;
+    packet.msg_iovlen = count;
     alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof file)] = {};
     if (file >= 0) {
         packet.msg_control = control;
@@ -76,7 +73,15 @@ SendResult SendFrame(int socket, const Frame& frame, const void* data, int file)
     do {
         size = sendmsg(socket, &packet, MSG_NOSIGNAL | MSG_DONTWAIT);
     } while (size < 0 && errno == EINTR);
-    if (size >= 0) {
+    return size;
+}
+
+SendResult SendFrame(int socket, const Frame& frame, const void* data, int file)
+{
+    unsigned char header[kHeaderSize];
+    WriteHeader(frame, header);
+    iovec parts[2] = {{header, sizeof header}, {const_cast<void*>(data), frame.mLength}};
+    if (SendParts(socket, parts, frame.mLength > 0 ? 2 : 1, file) >= 0) {
         return SendResult::kSent;
     }
     switch (errno) {

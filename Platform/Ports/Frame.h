@@ -18,6 +18,8 @@
 #include <CoreFoundation/CFBase.h>
 
 #include <cstddef>
+#include <sys/types.h>
+#include <sys/uio.h>
 
 namespace Standin {
 
@@ -62,7 +64,11 @@ enum class SendResult
     kClosed
 };
 
-/// Sends one packet without waiting and without a signal, and a file with it unless that is -1.
+/// Sends the parts as one packet, without waiting and without a signal, and a file with it unless
+/// that is -1. Returns the bytes that were sent, or -1 with errno set.
+ssize_t SendParts(int socket, iovec* parts, std::size_t count, int file);
+
+/// Sends a frame as one packet, as SendParts does.
 SendResult SendFrame(int socket, const Frame& frame, const void* data, int file = -1);
 
 enum class ReceiveResult

@@ -2,7 +2,6 @@
 
 #include "HostilePeer.h"
 
-#include <cstring>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -68,21 +67,7 @@ Packet TakePacket(FuzzInput& input)
 bool Send(int socket, const Packet& packet, int file)
 {
     iovec part = {const_cast<unsigned char*>(packet.bytes.data()), packet.bytes.size()};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof file)] = {};
-    if (file >= 0) {
-        message.msg_control = control;
-        message.msg_controllen = sizeof control;
-        cmsghdr* const entry = CMSG_FIRSTHDR(&message);
-        entry->cmsg_level = SOL_SOCKET;
-        entry->cmsg_type = SCM_RIGHTS;
-        entry->cmsg_len = CMSG_LEN(sizeof file);
-        std::memcpy(CMSG_DATA(entry), &file, sizeof file);
-    }
-    return sendmsg(socket, &message, MSG_NOSIGNAL | MSG_DONTWAIT) ==
-           static_cast<ssize_t>(packet.bytes.size());
+    return Standin::SendParts(socket, &part, 1, file) == static_cast<ssize_t>(packet.bytes.size());
 }
 
 bool Receive(int socket, Packet& packet)
