@@ -43,7 +43,7 @@ void PrintLine(std::string_view line);
 bool IsOutputWritten();
 
 /// Waits that long for the reader of the standard output to go; -1 is for ever. Returns true if it
-/// has gone: the output is a pipe or socket that nobody reads any more, or a terminal that is gone.
+/// has gone: the output is a pipe or socket that no one reads any more, or a terminal that is gone.
 bool AwaitReaderGone(int milliseconds);
 
 /// Tells, in the name of `tool`, that the standard output could not be written.

@@ -18,11 +18,11 @@ enum ExitCode : int
 };
 
 /// Returns the exit code, or another one if the standard output could not be written. That is told,
-/// unless it is because nobody reads it any more.
+/// unless it is because no one reads it any more.
 int Conclude(int exitCode);
 
 /// From now on this process ends with kExitReaderGone when it writes to a standard output that
-/// nobody reads any more.
+/// no one reads any more.
 void EndWithoutReader();
 
 } // namespace Host

@@ -41,7 +41,7 @@ int TakeSlot()
     return -1;
 }
 
-/// Of the plural of "byte".
+/// Of the plural of "byte". Tools::Count takes memory, which a signal handler must not.
 const char* GetEnding(unsigned number)
 {
     return number == 1 ? "" : "s";
