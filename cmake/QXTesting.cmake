@@ -11,6 +11,8 @@ if(QX_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${QX_SANITIZE})
   endforeach()
 endif()
+# Much of a build's time goes into the tests' own code, which need not be fast.
+set(QX_TEST_OPTIONS "" CACHE STRING "More options for the compiler of the tests' own code, such as -O0")
 
 include(GoogleTest)
 
@@ -19,6 +21,7 @@ file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/TestHeaders.cpp CONTENT "int main() 
 add_executable(TestHeaders EXCLUDE_FROM_ALL ${PROJECT_BINARY_DIR}/TestHeaders.cpp)
 target_link_libraries(TestHeaders PRIVATE qx_options GTest::gtest)
 set_target_properties(TestHeaders PROPERTIES QX_IS_CHECK ON)
+target_compile_options(TestHeaders PRIVATE ${QX_TEST_OPTIONS})
 target_precompile_headers(TestHeaders PRIVATE
   <gtest/gtest.h> <algorithm> <functional> <map> <random> <string> <thread> <vector>)
 
@@ -35,6 +38,7 @@ function(qx_add_tests name)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} qx_options GTest::gmock GTest::gtest_main)
   set_target_properties(${name} PROPERTIES QX_IS_CHECK ON)
+  target_compile_options(${name} PRIVATE ${QX_TEST_OPTIONS})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/Tests)
   # GoogleTest's headers and templates take longer to compile than most tests.
   set_target_properties(${name} PROPERTIES UNITY_BUILD ${QX_UNITY_BUILD})

@@ -32,7 +32,3 @@ if(QX_SANITIZE)
     -fsanitize=${QX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(qx_options INTERFACE -fsanitize=${QX_SANITIZE})
 endif()
-if(QX_BUILD_FUZZERS)
-  # The coverage of the product's code guides a fuzzer.
-  target_compile_options(qx_options INTERFACE -fsanitize=fuzzer-no-link)
-endif()
