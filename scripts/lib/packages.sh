@@ -22,6 +22,7 @@ packages_of() {
     peers) echo "libabsl-dev libfmt-dev python3-matplotlib qt6-base-dev" ;;
     packages) echo "dpkg-dev fakeroot file lintian binutils" ;;
     clean-root) echo "debootstrap util-linux" ;;
+    darwin) echo "gcc-12-source make libgmp-dev libmpfr-dev libmpc-dev zlib1g-dev flex" ;;
     abi) echo "abigail-tools" ;;
     docs) echo "graphviz fonts-dejavu-core" ;;
     reference) echo "doxygen" ;;
