@@ -11,6 +11,10 @@
 
 #include <type_traits>
 
+#if __cplusplus < 202002L
+#error "QX needs C++20: compile with -std=c++20 or later"
+#endif
+
 /// Marks what the shared library exports; everything else has hidden visibility.
 #define QX_API __attribute__((visibility("default")))
 
