@@ -19,8 +19,9 @@
 #include <cstddef>
 #include <string_view>
 
+/// The vendor's reverse-DNS name. A build with another one installs this header with that one.
 #ifndef QX_VENDOR_PREFIX
-#error "Define QX_VENDOR_PREFIX as the vendor's reverse-DNS name, or link Protocol"
+#define QX_VENDOR_PREFIX "org.qxaudio"
 #endif
 
 /// Returns the code that the platform writes as four characters in single quotes.
