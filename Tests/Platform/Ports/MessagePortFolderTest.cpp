@@ -8,11 +8,14 @@
 #include "Support/TemporaryFolder.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 
 namespace {
 
@@ -176,18 +179,16 @@ TEST_F(MessagePortFolder, EveryNameHasAFileOfItsOwn)
 TEST_F(MessagePortFolder, AStoppedHolderKeepsItsNameWhateverItsQueueOfCallersHolds)
 {
     ProcessServer server("stopped");
+    CFMessagePortRef port = Connect("stopped");
     server.Stop();
-    std::vector<Standin::FileDescriptor> callers;
-    do {
-        callers.push_back(Standin::ConnectToHolder("stopped"));
-    } while (callers.back() && callers.size() < 900);
+    // A caller that goes stays in the queue until the holder looks at it: the queue gets full.
+    while (Standin::ConnectToHolder("stopped")) {
+    }
 
     EXPECT_FALSE(CanHold("stopped"));
     server.Continue();
-    EXPECT_FALSE(CanHold("stopped"));
-    callers.clear();
-    CFMessagePortRef port = Connect("stopped");
     EXPECT_EQ(SendRequest(port, 1), 0);
+    EXPECT_FALSE(CanHold("stopped"));
     CFRelease(port);
 }
 
@@ -329,6 +330,54 @@ TEST_F(MessagePortFolder, KeepsEveryOtherUserOut)
         return BecomeUser(65532) && Connect("foreign") == nullptr && !CanHold("foreign") &&
                stat((folder / "socket").c_str(), &info) != 0 && errno == EACCES &&
                open((folder / "lock").c_str(), O_RDWR) < 0 && errno == EACCES;
+    }));
+}
+
+/// Listens as the user 65532 in the namespace that all users share, at names that a port of the
+/// user 65533 could have there: one with the port's name, and 25 with a hash of it.
+std::vector<Standin::FileDescriptor> MakeDecoys()
+{
+    std::vector<std::string> names = {"qx-port:65533:foreign"};
+    for (int number = 10; number < 35; ++number) {
+        names.push_back("qx-spare:65533:466b58a030dfb213854a6635d3ba219b:" + std::string(30, '0') +
+                        std::to_string(number));
+    }
+    std::vector<Standin::FileDescriptor> decoys;
+    EXPECT_EQ(seteuid(65532), 0);
+    for (const std::string& name : names) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        // The first byte stays 0: the name is not a file's.
+        name.copy(address.sun_path + 1, name.size());
+        const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+        decoys.emplace_back(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+        EXPECT_EQ(bind(decoys.back().Get(), reinterpret_cast<const sockaddr*>(&address), size), 0);
+        EXPECT_EQ(listen(decoys.back().Get(), SOMAXCONN), 0);
+    }
+    EXPECT_EQ(seteuid(0), 0);
+    return decoys;
+}
+
+TEST_F(MessagePortFolder, AsksNoSocketThatAnotherUserHasMade)
+{
+    if (!HoldsInChild([] { return MayChangeUser() && unshare(CLONE_NEWNET) == 0; })) {
+        GTEST_SKIP() << "needs root, and a system that makes network namespaces";
+    }
+    EXPECT_TRUE(HoldsInChild([&] {
+        // Or the names of another run of this test would be taken.
+        EXPECT_EQ(unshare(CLONE_NEWNET), 0);
+        const std::vector<Standin::FileDescriptor> decoys = MakeDecoys();
+        const ForeignServer server(mBase, BecomeUser);
+
+        EXPECT_TRUE(HoldsInChild([] {
+            CFMessagePortRef port = BecomeUser(65533) ? Connect("foreign") : nullptr;
+            return port != nullptr && SendOneWay(port, 1) == 0;
+        }));
+
+        for (const Standin::FileDescriptor& decoy : decoys) {
+            EXPECT_EQ(accept(decoy.Get(), nullptr, nullptr), -1);
+        }
+        return !HasFailure();
     }));
 }
 
