@@ -157,11 +157,17 @@ TEST_F(MessagePortFaults, AnyNumberOfClientsIsServed)
 
     for (int client = 0; client < 300; ++client) {
         clients.push_back(Standin::ConnectToHolder(name));
+        fcntl(clients.back().Get(), F_SETFL, 0);
         ASSERT_EQ(Standin::SendFrame(clients.back().Get(),
                                      {Standin::FrameKind::kOneWay, 0, client, 0}, nullptr),
                   Standin::SendResult::kSent);
     }
 
+    for (const Standin::FileDescriptor& client : clients) {
+        // The server acknowledges each message; the connection of a refused client has ended.
+        unsigned char packet[Standin::kHeaderSize];
+        ASSERT_EQ(recv(client.Get(), packet, sizeof packet, 0), 20);
+    }
     EXPECT_EQ(server.WaitFor(300).size(), 300u);
 }
 
@@ -175,7 +181,7 @@ TEST_F(MessagePortFaults, ClientsThatAServerHasNoDescriptorForWaitAndLoseNothing
     const rlim_t next = FindNextDescriptor(server.GetProcess());
     SetDescriptorLimit(server.GetProcess(), next);
 
-    SendFromProcesses(name, 20);
+    ASSERT_NO_FATAL_FAILURE(SendFromProcesses(name, 20));
     EXPECT_EQ(SendRequest(first, 1001), 0);
     EXPECT_EQ(server.NextID(), 1001);
     SetDescriptorLimit(server.GetProcess(), next + 1);
