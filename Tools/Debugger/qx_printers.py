@@ -6,7 +6,9 @@
 #     (gdb) print message
 #     $2 = 2 holders of "track.changed" = {data = 1 holder of 3 bytes: 00 78 78}
 #
-# A program that uses the installed shared library needs no `source`: gdb loads this file with it.
+# A program that uses the installed shared library needs no `source`: gdb loads this file with it. If
+# the framework has no debug information, compile the program with -g -femit-class-debug-always (GCC)
+# or -g -fstandalone-debug (Clang): otherwise it does not describe the framework's classes.
 #
 # Nothing here calls a function of the program, so it works with core files as well. The class of an
 # object is read from its table of virtual functions, because gdb does not find the debug information
@@ -234,6 +236,8 @@ class StringArrayPrinter:
     def __init__(self, value):
         vector = value["mItems"]["_M_impl"]
         self.first = vector["_M_start"]
+        if self.first.dereference().type.sizeof == 0:
+            raise gdb.error("the class of the items is not described")
         self.count = int(vector["_M_finish"] - vector["_M_start"])
 
     def to_string(self):
@@ -262,6 +266,29 @@ class NotificationPrinter:
         yield "data", self.value["mData"]
 
 
+class UndescribedPrinter:
+    """An object of a class that the debug information does not describe."""
+
+    def to_string(self):
+        return "<no debug information of this class; see -femit-class-debug-always>"
+
+
+def or_undescribed(printer):
+    """Returns what makes a printer for an object, or says why there is none."""
+
+    def make(value):
+        try:
+            made = printer(value)
+            made.to_string()
+            return made
+        except gdb.MemoryError:
+            raise
+        except gdb.error:
+            return UndescribedPrinter()
+
+    return make
+
+
 def make_printers():
     printers = gdb.printing.RegexpCollectionPrettyPrinter("QX")
     for name, pattern, printer in (
@@ -274,7 +301,7 @@ def make_printers():
         ("StringArray", "^QX::(StringArrayT|Array)<", StringArrayPrinter),
         ("Notification", "^QX::LNotification$", NotificationPrinter),
     ):
-        printers.add_printer(name, pattern, printer)
+        printers.add_printer(name, pattern, or_undescribed(printer))
     return printers
 
 
