@@ -8,7 +8,8 @@
 //     device 258, parameter -251: 1
 //     device 258, parameter -249: channel 2, -6.02 dB, -12.04 dB
 //
-// Ctrl-C or SIGTERM ends it: the signal sets a flag that the loop in main looks at.
+// Ctrl-C or SIGTERM ends it: the signal sets a flag that the loop in main looks at, and what was
+// sent before is still printed.
 
 #include "Protocol/ServerProtocol.h"
 
@@ -36,27 +37,37 @@ T ReadAt(const UInt8* bytes, UInt32 offset)
     return value;
 }
 
-/// Prints one set-parameter message. Returns false if its lengths are wrong.
+/// Reads a word of a serialized value, which is little-endian on every host.
+UInt32 ReadWordAt(const UInt8* bytes, UInt32 offset)
+{
+    return UInt32{bytes[offset]} | UInt32{bytes[offset + 1]} << 8 |
+           UInt32{bytes[offset + 2]} << 16 | UInt32{bytes[offset + 3]} << 24;
+}
+
+/// Prints one set-parameter message. Returns false if a length or the type is wrong, or the
+/// parameter is not known.
 bool PrintParameter(unsigned device, const UInt8* message, UInt32 size)
 {
-    if (size < kMessageOverhead || ReadAt<UInt32>(message, kMessageLengthOffset) != size) {
+    if (size < kMessageOverhead || ReadAt<UInt32>(message, kMessageLengthOffset) != size ||
+        ReadWordAt(message, kMessageValueOffset) != size - kMessageValueOffset) {
         return false;
     }
-    const auto parameter = ReadAt<int>(message, kMessageParameterOffset);
+    const auto parameter = ReadAt<UInt32>(message, kMessageParameterOffset);
+    const UInt32 type = ReadWordAt(message, kMessageValueOffset + 8);
     const UInt8* const data = message + kMessageOverhead;
     const UInt32 dataSize = size - kMessageOverhead;
-    if (dataSize == kLevelRecordSize) {
-        std::printf("device %u, parameter %d: channel %u, %.2f dB, %.2f dB\n", device, parameter,
+    if (parameter == kDirectMonitorLevelParameter && type == 8 && dataSize == kLevelRecordSize) {
+        std::printf("device %u, parameter -249: channel %u, %.2f dB, %.2f dB\n", device,
                     ReadAt<unsigned>(data, kLevelRecordChannelOffset) + 1,
                     ReadAt<double>(data, kLevelRecordFirstOffset),
                     ReadAt<double>(data, kLevelRecordSecondOffset));
         return true;
     }
-    if (dataSize == 4) {
-        // An integer value is little-endian on every host.
-        const unsigned value = unsigned{data[0]} | unsigned{data[1]} << 8 |
-                               unsigned{data[2]} << 16 | unsigned{data[3]} << 24;
-        std::printf("device %u, parameter %d: %u\n", device, parameter, value);
+    const bool isSwitch =
+        parameter == kDirectMonitorEnableParameter || parameter == kDirectMonitorStateParameter;
+    if (isSwitch && type == 2 && dataSize == 4) {
+        std::printf("device %u, parameter %d: %u\n", device, static_cast<int>(parameter),
+                    static_cast<unsigned>(ReadWordAt(data, 0)));
         return true;
     }
     return false;
@@ -98,7 +109,7 @@ void PrintDocument(CFDataRef document)
         !CFNumberGetValue(number, kCFNumberSInt32Type, &device) ||
         !PrintParameter(device, CFDataGetBytePtr(data),
                         static_cast<UInt32>(CFDataGetLength(data)))) {
-        std::puts("not a parameter message");
+        std::puts("not a parameter message, or an unknown parameter");
     }
     CFRelease(list);
 }
@@ -128,7 +139,9 @@ int main()
     const CFMessagePortRef port =
         CFMessagePortCreateLocal(nullptr, CFSTR(kServerPortName), Receive, nullptr, nullptr);
     if (port == nullptr) {
-        std::fputs("The port " kServerPortName " has another server.\n", stderr);
+        std::fputs("The port " kServerPortName
+                   " has another server, or cannot be made; qxmon says which.\n",
+                   stderr);
         return 1;
     }
     const CFRunLoopSourceRef source = CFMessagePortCreateRunLoopSource(nullptr, port, 0);
@@ -137,6 +150,11 @@ int main()
     std::fflush(stdout);
     while (gIsEnding == 0) {
         CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0.1, true);
+    }
+    // What the queue holds now was answered with 0. A sender that never stops must not keep us.
+    for (int left = 1000; left > 0 && CFRunLoopRunInMode(kCFRunLoopDefaultMode, 0, true) ==
+                                          kCFRunLoopRunHandledSource;
+         --left) {
     }
     CFMessagePortInvalidate(port);
     CFRelease(source);
