@@ -45,6 +45,12 @@ constexpr const char* kFooter =
     "  9  the reader of the standard output has gone\n"
     "  130, 143  stopped by SIGINT or SIGTERM; open devices were closed first\n"
     "\n"
+    "Environment:\n"
+    "  XDG_RUNTIME_DIR  the port is in the folder qx-ports of this folder, else of\n"
+    "                   /run/user/UID or ~/.cache: the same for qxhost and qxmon, and\n"
+    "                   for programs of one user only\n"
+    "  NO_COLOR         if it is set, nothing is coloured\n"
+    "\n"
     "Examples:\n"
     "  qxhost info                              what the plug-in says of its properties\n"
     "  qxhost set enable on                     switch direct monitoring on, device 258\n"
@@ -277,7 +283,7 @@ void AddCallOptions(CLI::App& app, Options& options)
     app.add_option("--expect", options.expected,
                    "The status if all is right: ok, a number, four characters, or any\n"
                    "(default: ok; get: unop; stream: who?)")
-        ->type_name("STATUS");
+        ->type_name("ok|any|STATUS");
 }
 
 CLI::Option* AddCommand(CLI::App& app, const Command& command, Options& options,

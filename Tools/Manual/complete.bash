@@ -24,7 +24,7 @@ _qx_value_of() {
     $1 == option && $2 ~ /^([A-Z]+|[A-Za-z]+([|][A-Za-z]+)+)$/ { print $2; exit }'
 }
 
-# Prints the words that may stand at the place of a property, if there is one.
+# Prints the words that may stand at the place of a property or of its value, if there is one.
 _qx_properties_of() {
   local help given words
   help=$(cat)
@@ -33,7 +33,10 @@ _qx_properties_of() {
   if grep -q '^  PROPERTY VALUE' <<< "$help"; then
     # A value follows the property.
     for given; do
-      grep -qxF -e "$given" <<< "$words" && return
+      if grep -qxF -e "$given" <<< "$words"; then
+        grep -q "^  $given .* off or on" <<< "$help" && printf 'off\non\n'
+        return
+      fi
     done
   fi
   echo "$words"
@@ -42,6 +45,12 @@ _qx_properties_of() {
 _qx_complete() {
   local program=${COMP_WORDS[0]} word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]}
   local all help commands command= given words=
+  # bash makes three words of --option=value.
+  if [ "$word" = = ]; then
+    word=
+  elif [ "$before" = = ]; then
+    before=${COMP_WORDS[COMP_CWORD-2]}
+  fi
   all=$("$program" --help 2>/dev/null) || return
   help=$all
   commands=$(_qx_words_of Subcommands <<< "$all")
@@ -55,11 +64,15 @@ _qx_complete() {
 
   case $(_qx_value_of "$before" <<< "$help"$'\n'"$all") in
     'TAG|NAME') words=$("$program" "$command" --list 2>/dev/null | awk '{ print $1; print $2 }' | sort -u) ;;
-    # The words to choose from; N and BUNDLE stand for others.
-    *'|'*) words=$(_qx_value_of "$before" <<< "$help"$'\n'"$all" | tr '|' '\n' | grep -vx -e N -e BUNDLE) ;;
+    # The words to choose from; those in capitals stand for others.
+    *'|'*) words=$(_qx_value_of "$before" <<< "$help"$'\n'"$all" | tr '|' '\n' | grep -vxE '[A-Z]+') ;;
     NAME) words=$(_qx_words_of Profiles <<< "$help") ;;
     PATH | FILE | FOLDER) ;;
-    ?*) return ;;
+    # A number or an expression, and no name of a file.
+    ?*)
+      compopt +o default 2>/dev/null
+      return
+      ;;
     *)
       if [[ $word == -* ]]; then
         words=$(_qx_options_of <<< "$help")
