@@ -50,6 +50,11 @@ install(DIRECTORY Docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentati
   PATTERN *.dot EXCLUDE)
 install(DIRECTORY Examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
   PATTERN CMakeLists.txt EXCLUDE)
+set(QX_REFERENCE "" CACHE PATH "The reference that scripts/docs has made, to be installed too")
+if(QX_REFERENCE)
+  install(DIRECTORY ${QX_REFERENCE}/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/reference
+    COMPONENT documentation)
+endif()
 
 if(PROJECT_IS_TOP_LEVEL)
   add_custom_target(uninstall
