@@ -65,7 +65,7 @@ CFMessagePortRef CFMessagePortCreateRemote(CFAllocatorRef allocator, CFStringRef
 ///   -3  the port is invalid: it was invalidated, or a run loop has noticed that the server is gone
 ///   -4  the message cannot be sent: the server has ended, or the data is longer than
 ///       128 KiB
-///   -5  the port became invalid while the reply was awaited
+///   -5  the port became invalid while the reply was awaited; these headers have no name for it
 /// Null `data` arrives as empty data. The reply is stored in `*returnData`, unless that pointer is
 /// null; the caller releases it. Without a `replyMode`, `rcvTimeout` and `returnData` are not used.
 SInt32 CFMessagePortSendRequest(CFMessagePortRef remote, SInt32 msgid, CFDataRef data,
