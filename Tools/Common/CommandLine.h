@@ -21,6 +21,15 @@ CLI::Validator MakeNameCheck();
 /// like the standard output and be a file.
 CLI::Validator MakeOutputNameCheck();
 
+/// The end of the help of each tool: the environment variables that count.
+inline constexpr const char* kEnvironmentHelp =
+    "\n"
+    "Environment:\n"
+    "  XDG_RUNTIME_DIR  the port is in the folder qx-ports of this folder, else of\n"
+    "                   /run/user/UID or ~/.cache: the same for qxhost and qxmon, and\n"
+    "                   for programs of one user only\n"
+    "  NO_COLOR         if it is set, nothing is coloured\n";
+
 /// Refuses the first word that the command line has nothing for.
 void RefuseExtras(const CLI::App& app);
 

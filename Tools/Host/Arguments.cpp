@@ -45,12 +45,6 @@ constexpr const char* kFooter =
     "  9  the reader of the standard output has gone\n"
     "  130, 143  stopped by SIGINT or SIGTERM; open devices were closed first\n"
     "\n"
-    "Environment:\n"
-    "  XDG_RUNTIME_DIR  the port is in the folder qx-ports of this folder, else of\n"
-    "                   /run/user/UID or ~/.cache: the same for qxhost and qxmon, and\n"
-    "                   for programs of one user only\n"
-    "  NO_COLOR         if it is set, nothing is coloured\n"
-    "\n"
     "Examples:\n"
     "  qxhost info                              what the plug-in says of its properties\n"
     "  qxhost set enable on                     switch direct monitoring on, device 258\n"
@@ -296,7 +290,7 @@ CLI::Option* AddCommand(CLI::App& app, const Command& command, Options& options,
     if (command.makesCalls) {
         AddCallOptions(*added, options);
     } else {
-        added->footer(std::string(kScriptFooter) + kFooter);
+        added->footer(std::string(kScriptFooter) + kFooter + Tools::kEnvironmentHelp);
     }
     CLI::Option* const words =
         added->add_option(command.words, options.words, command.wordsDescription)->type_name("");
@@ -385,7 +379,7 @@ std::optional<Arguments> ReadArguments(int count, const char* const* values, int
     Arguments arguments;
     Options options;
     CLI::App app(kDescription, "qxhost");
-    app.footer(kFooter);
+    app.footer(std::string(kFooter) + Tools::kEnvironmentHelp);
     app.failure_message(Tools::FormatFailure);
     app.allow_extras();
     app.set_version_flag("--version", kVersionText);

@@ -36,12 +36,6 @@ constexpr const char* kFooter =
     "    parameter=level  message=OpLM  malformed\n"
     "  The comparisons are = != < <= > >=. One of the two levels (dB) is enough.\n"
     "\n"
-    "Environment:\n"
-    "  XDG_RUNTIME_DIR  the port is in the folder qx-ports of this folder, else of\n"
-    "                   /run/user/UID or ~/.cache: the same for qxhost and qxmon, and\n"
-    "                   for programs of one user only\n"
-    "  NO_COLOR         if it is set, nothing is coloured\n"
-    "\n"
     "Examples:\n"
     "  qxmon                      show messages until Ctrl-C\n"
     "  qxmon --hex --count 5      show five messages with their bytes\n"
@@ -64,7 +58,7 @@ std::optional<Arguments> ReadArguments(int count, const char* const* values, int
 {
     Arguments arguments;
     CLI::App app(kDescription, "qxmon");
-    app.footer(kFooter);
+    app.footer(std::string(kFooter) + Tools::kEnvironmentHelp);
     app.failure_message(Tools::FormatFailure);
     app.fallthrough();
     app.allow_extras();
