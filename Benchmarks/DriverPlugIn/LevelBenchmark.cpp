@@ -8,7 +8,8 @@
 // one core and on two. "Set" is one level at a time, to a server that is idle: until the call
 // returns, and until the server has the message. "Burst" is 64 documents in a row until the server
 // has the last one, for each. "Request" waits for a reply of no bytes. Each is measured beside
-// a socket of the same kind with the same bytes, and a process that only receives and answers.
+// a socket of the same kind with the same bytes, and a process that only receives and answers. The
+// "floor" of a set builds what a set builds, and sends it through such a socket.
 
 #include "DriverPlugIn/DeviceMessageSerializer.h"
 #include "Protocol/ServerProtocol.h"
@@ -320,10 +321,10 @@ struct SocketPair
     int mEnds[2];
 };
 
-void SendPacket(int socket, char* document, std::size_t size)
+void SendPacket(int socket, const void* document, std::size_t size)
 {
     char header[kFrameHeaderSize] = "";
-    iovec parts[2] = {{header, kFrameHeaderSize}, {document, size}};
+    iovec parts[2] = {{header, kFrameHeaderSize}, {const_cast<void*>(document), size}};
     msghdr message{};
     message.msg_iov = parts;
     message.msg_iovlen = 2;
@@ -359,6 +360,22 @@ void SendBare(benchmark::State& state, int messages, Ending ending, bool replies
         });
 }
 
+void SendBareBuilt(benchmark::State& state, Ending ending)
+{
+    const SocketPair sockets;
+    Measure(
+        state, 1, ending, [&] { ServeSocket(sockets.mEnds[1], false); },
+        [&] {
+            QX::Variant value;
+            FillValue(value);
+            const auto message = BuildMessage(value);
+            const CFDataRef document = CreateDocument(*message);
+            SendPacket(sockets.mEnds[0], CFDataGetBytePtr(document),
+                       static_cast<std::size_t>(CFDataGetLength(document)));
+            CFRelease(document);
+        });
+}
+
 void SendBareByLibplist(benchmark::State& state, Ending ending)
 {
     const SocketPair sockets;
@@ -390,11 +407,14 @@ const int gRegistered = [] {
     Register("Set/returns", [](benchmark::State& state) { SetLevel(state, kReturned); });
     Register("Set/returns/bare socket",
              [](benchmark::State& state) { SendBare(state, 1, kReturned, false); });
+    Register("Set/returns/floor", [](benchmark::State& state) { SendBareBuilt(state, kReturned); });
     Register("Set/returns/libplist and bare socket",
              [](benchmark::State& state) { SendBareByLibplist(state, kReturned); });
     Register("Set/delivered", [](benchmark::State& state) { SetLevel(state, kDelivered); });
     Register("Set/delivered/bare socket",
              [](benchmark::State& state) { SendBare(state, 1, kDelivered, false); });
+    Register("Set/delivered/floor",
+             [](benchmark::State& state) { SendBareBuilt(state, kDelivered); });
     Register("Set/delivered/libplist and bare socket",
              [](benchmark::State& state) { SendBareByLibplist(state, kDelivered); });
     Register("Burst", [](benchmark::State& state) { SendToPort(state, 64, nullptr); });
