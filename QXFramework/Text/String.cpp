@@ -47,8 +47,9 @@ bool HaveSameBytes(LIBuffer& left, LIBuffer& right)
     const char* const theirBytes = theirs.GetData();
     const uint32 size = ours.LTextBuffer::GetSizeBytes();
     const bool haveBytes = (size != 0) & (ourBytes != nullptr) & (theirBytes != nullptr);
-    return haveBytes && size == theirs.LTextBuffer::GetSizeBytes() && ourBytes[size - 1] == '\0' &&
-           theirBytes[size - 1] == '\0' && std::memcmp(ourBytes, theirBytes, size - 1) == 0;
+    return haveBytes && size == theirs.LTextBuffer::GetSizeBytes() &&
+           (ourBytes[size - 1] | theirBytes[size - 1]) == 0 &&
+           std::memcmp(ourBytes, theirBytes, size - 1) == 0;
 }
 
 std::string_view ViewOf(const char* text)

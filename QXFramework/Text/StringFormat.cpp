@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cfenv>
 #include <charconv>
 #include <cmath>
@@ -148,11 +149,6 @@ bool TryFormatUsual(TextArea& text, const char* format, std::va_list arguments)
     while (const char* const conversion = std::strchr(rest, '%')) {
         writer.Append({rest, conversion});
         rest = conversion + 1;
-        int decimals = 6;
-        if (rest[0] == '.' && rest[1] >= '0' && rest[1] <= '9' && rest[2] == 'f') {
-            decimals = rest[1] - '0';
-            rest += 2;
-        }
         switch (*rest++) {
         case 's':
             writer.AppendText(va_arg(arguments, const char*));
@@ -164,7 +160,14 @@ bool TryFormatUsual(TextArea& text, const char* format, std::va_list arguments)
             writer.AppendNumber(va_arg(arguments, unsigned int));
             break;
         case 'f':
-            writer.AppendDecimals(va_arg(arguments, double), decimals);
+            writer.AppendDecimals(va_arg(arguments, double), 6);
+            break;
+        case '.':
+            if (std::isdigit(static_cast<unsigned char>(*rest)) == 0 || rest[1] != 'f') {
+                return false;
+            }
+            writer.AppendDecimals(va_arg(arguments, double), *rest - '0');
+            rest += 2;
             break;
         case '%':
             writer.Append("%");
