@@ -198,6 +198,18 @@ TEST(StringNul, EndsWhatIsComparedHashedAndWritten)
     EXPECT_EQ(std::hash<String16>{}(WideCut()), std::hash<String16>{}(Wide(u"ab")));
 }
 
+TEST(StringNul, EndsAWideTextWhereverItStands)
+{
+    // Longer than any portion that is looked through at once, each time on a new block.
+    for (uint32 length = 0; length < 130; ++length) {
+        String16 text = Wide(std::u16string(130, u'x'));
+        text.GetBuffer()->GetPtr<unsigned short>(0)[length] = 0;
+
+        ASSERT_EQ(text.GetText().size(), length);
+        ASSERT_TRUE(text == Wide(std::u16string(length, u'x')));
+    }
+}
+
 TEST(StringNul, EndsWhatIsConverted)
 {
     String number("123456");
