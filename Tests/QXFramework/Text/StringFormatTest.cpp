@@ -34,6 +34,10 @@ TEST(StringFormat, WritesUsualAndOtherConversionsAlike)
     EXPECT_EQ(TextOf(String::Format("%f|%.0f|%.9f", 0.1, 2.5, -1e9)),
               "0.100000|2|-1000000000.000000000");
     EXPECT_EQ(TextOf(String::Format("%d%s%.3d%.1f", 1, "a", 2, 3.0)), "1a0023.0");
+    EXPECT_EQ(TextOf(String::Format("%.3d", 2)), "002");
+    EXPECT_EQ(TextOf(String::Format("%.3g", 0.5)), "0.5");
+    EXPECT_EQ(TextOf(String::Format("%.ff", 1.75)), "2f");
+    EXPECT_EQ(TextOf(String::Format("%f3f", 1.5)), "1.5000003f");
     EXPECT_EQ(TextOf(String::Format("%s|%.2s|%.f", "abc", "abc", 1.5)), "abc|ab|2");
     EXPECT_EQ(TextOf(String::Format("%s|%.f", "abc", 2.5)), "abc|2");
     EXPECT_EQ(TextOf(String::Format("%.1f %.1f", HUGE_VAL, 1.25)), "inf 1.2");
