@@ -44,7 +44,7 @@ _qx_properties_of() {
 
 _qx_complete() {
   local program=${COMP_WORDS[0]} word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]}
-  local all help commands command= given words=
+  local all help commands command= given value words=
   # bash makes three words of --option=value.
   if [ "$word" = = ]; then
     word=
@@ -62,10 +62,11 @@ _qx_complete() {
     fi
   done
 
-  case $(_qx_value_of "$before" <<< "$help"$'\n'"$all") in
+  value=$(_qx_value_of "$before" <<< "$help"$'\n'"$all")
+  case $value in
     'TAG|NAME') words=$("$program" "$command" --list 2>/dev/null | awk '{ print $1; print $2 }' | sort -u) ;;
     # The words to choose from; those in capitals stand for others.
-    *'|'*) words=$(_qx_value_of "$before" <<< "$help"$'\n'"$all" | tr '|' '\n' | grep -vxE '[A-Z]+') ;;
+    *'|'*) words=$(tr '|' '\n' <<< "$value" | grep -vxE '[A-Z]+') ;;
     NAME) words=$(_qx_words_of Profiles <<< "$help") ;;
     PATH | FILE | FOLDER) ;;
     # A number or an expression, and no name of a file.
