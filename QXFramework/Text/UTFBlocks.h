@@ -11,7 +11,10 @@
 
 #include "UTFCodec.h"
 
+#include <algorithm>
+#include <array>
 #include <bit>
+#include <cstddef>
 #include <cstring>
 
 #if defined(__SSE2__)
@@ -366,76 +369,116 @@ template <class TargetT>
 
 // To UTF-8.
 
-[[gnu::always_inline]] inline bool LoadEightShort(Words& words, const UTF16* source)
+#if defined(__SSE2__)
+
+/// Loads eight units as words. One that is too great for a word becomes one of 800 or above.
+[[gnu::always_inline]] inline __m128i LoadEightWords(const UTF16* source)
 {
-    LoadBlock(words, source);
-    return IsZero(words & 0xF800);
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(source));
 }
 
-[[gnu::always_inline]] inline bool LoadEightShort(Words& words, const UTF32* source)
+[[gnu::always_inline]] inline __m128i LoadEightWords(const UTF32* source)
 {
-    Longs firstFour;
-    Longs lastFour;
-    LoadBlock(firstFour, source);
-    LoadBlock(lastFour, source + 4);
-    if (!IsZero((firstFour | lastFour) & 0xFFFFF800u)) {
-        return false;
+    const auto* const fours = reinterpret_cast<const __m128i*>(source);
+    return _mm_packs_epi32(_mm_loadu_si128(fours), _mm_loadu_si128(fours + 1));
+}
+
+/// Where the four pairs of eight short characters end in UTF-8.
+using EndsOfPairs = std::array<UTF8, 4>;
+
+/// The ends, by which of the eight take two bytes: the lowest bit is the first character's.
+inline constexpr std::array<EndsOfPairs, 256> kEndsOfPairs = [] {
+    std::array<EndsOfPairs, 256> table{};
+    for (uint32 longOnes = 0; longOnes < 256; ++longOnes) {
+        for (uint32 pair = 0; pair < 4; ++pair) {
+            const uint32 characters = 2 * pair + 2;
+            const int longer = std::popcount(longOnes & ((1u << characters) - 1));
+            table[longOnes][pair] = static_cast<UTF8>(characters + static_cast<uint32>(longer));
+        }
     }
-    Block<uint32, 8> units;
-    LoadBlock(units, source);
-    words = __builtin_convertvector(units, Words);
-    return true;
-}
+    return table;
+}();
 
-/// Writes eight characters of one or two bytes, whichever each needs, and returns the end.
-///
-/// Each two of them become two to four bytes in a long.
-[[gnu::always_inline]] inline UTF8* StoreEightShort(UTF8* target, const Words& words,
-                                                    const Words& isOneByte)
+/// Returns the choice's bits where the mask is set, and the other's where it is not.
+[[gnu::always_inline]] inline __m128i Choose(__m128i mask, __m128i choice, __m128i other)
 {
-    const Words twoBytes = (0xC0 | words >> 6) | (0x80 | (words & 0x3F)) << 8;
-    const Longs apart = reinterpret_cast<Longs>((isOneByte & words) | (~isOneByte & twoBytes));
-    const Longs together = (apart & 0xFF) | (apart >> 16) << 8;
-    const Longs isFirstOneByte =
-        reinterpret_cast<Longs>(reinterpret_cast<Block<int32, 4>>(isOneByte) << 16 >> 16);
-    const Longs bytes = (isFirstOneByte & together) | (~isFirstOneByte & apart);
-    const Longs lengthsOfTwo = reinterpret_cast<Longs>(isOneByte + 2);
-    const Longs lengths = (lengthsOfTwo & 0xFFFF) + (lengthsOfTwo >> 16);
-
-    // Always four bytes: the next two characters overwrite what is too much. The last two
-    // have none after them and are written from both ends.
-    for (int i = 0; i < 3; ++i) {
-        const uint32 fourBytes = bytes[i];
-        std::memcpy(target, &fourBytes, 4);
-        target += lengths[i];
-    }
-    const auto first = static_cast<uint16>(bytes[3]);
-    const auto last = static_cast<uint16>(bytes[3] >> (8 * lengths[3] - 16));
-    std::memcpy(target, &first, 2);
-    std::memcpy(target + lengths[3] - 2, &last, 2);
-    return target + lengths[3];
+    return _mm_or_si128(_mm_and_si128(mask, choice), _mm_andnot_si128(mask, other));
 }
 
-/// Takes characters of one and two bytes in any mixture, by eights.
-///
-/// Eight that are ASCII end it: more of them are taken faster.
+/// Computes four pairs of characters below 800 in UTF-8: each has two to four bytes from the lowest
+/// of a long on.
+[[gnu::always_inline]] inline Longs PairShort(__m128i words, __m128i isLong)
+{
+    const __m128i leads = _mm_srli_epi16(words, 6);
+    const __m128i trails = _mm_and_si128(_mm_slli_epi16(words, 8), _mm_set1_epi16(0x3F00));
+    const __m128i marks = _mm_set1_epi16(static_cast<short>(0x80C0));
+    const __m128i twoBytes = _mm_or_si128(_mm_or_si128(leads, trails), marks);
+    const __m128i apart = Choose(isLong, twoBytes, words);
+    // Behind a single byte the second character moves down by one.
+    const __m128i isFirstLong = _mm_srai_epi32(_mm_slli_epi32(isLong, 16), 16);
+    const __m128i second = _mm_slli_epi32(_mm_srli_epi32(apart, 16), 16);
+    const __m128i first = _mm_xor_si128(apart, second);
+    const __m128i placed = Choose(isFirstLong, second, _mm_srli_epi32(second, 8));
+    return reinterpret_cast<Longs>(_mm_or_si128(first, placed));
+}
+
+/// Writes what PairShort has computed, and nothing behind it.
+[[gnu::always_inline]] inline void StorePairs(UTF8* target, const Longs& pairs,
+                                              const EndsOfPairs& ends)
+{
+    // Always four bytes: the next pair overwrites what is too much. The last pair has none
+    // after it and is written from both ends.
+    const std::array<int, 3> starts = {0, ends[0], ends[1]};
+    for (std::size_t i = 0; i < 3; ++i) {
+        const uint32 pair = pairs[i];
+        std::memcpy(target + starts[i], &pair, 4);
+    }
+    const int lengthOfLast = ends[3] - ends[2];
+    const auto firstHalf = static_cast<uint16>(pairs[3]);
+    const auto lastHalf = static_cast<uint16>(pairs[3] >> (8 * lengthOfLast - 16));
+    std::memcpy(target + ends[2], &firstHalf, 2);
+    std::memcpy(target + ends[3] - 2, &lastHalf, 2);
+}
+
+/// Takes characters of one and two bytes in any mixture, by eights. It ends now and then, because
+/// much ASCII is taken faster by TakeASCII.
 template <class SourceT>
 [[gnu::always_inline]] inline bool TakeShort(Cursor<SourceT, UTF8>& at)
 {
-    if (std::endian::native != std::endian::little) {
-        return false;
-    }
+    constexpr std::ptrdiff_t kMostBlocks = 64;
     const SourceT* const start = at.source;
-    Words words;
-    bool areASCII = false;
-    while (!areASCII && at.Has(8, 16) && LoadEightShort(words, at.source)) {
-        const Words isOneByte = reinterpret_cast<Words>(words < 0x80);
-        areASCII = IsZero(~isOneByte);
-        at.target = StoreEightShort(at.target, words, isOneByte);
-        at.source += 8;
+    std::ptrdiff_t blocks =
+        std::min({kMostBlocks, (at.sourceEnd - at.source) / 8, (at.targetEnd - at.target) / 16});
+    for (; blocks > 0; --blocks) {
+        const __m128i words = LoadEightWords(at.source);
+        // Saturating sums: the highest bit is set where a word is 80 or above, and 800 or above.
+        const __m128i from80 = _mm_adds_epu16(words, _mm_set1_epi16(0x7F80));
+        const __m128i from800 = _mm_adds_epu16(words, _mm_set1_epi16(0x7800));
+        const uint32 longOnes = MaskOf(_mm_packs_epi16(from80, from800));
+        if (longOnes > 0xFF) {
+            break;
+        }
+        if (longOnes == 0) {
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(at.target), _mm_packus_epi16(words, words));
+            at.Advance(8, 8);
+            continue;
+        }
+        const EndsOfPairs& ends = kEndsOfPairs[longOnes];
+        StorePairs(at.target, PairShort(words, _mm_srai_epi16(from80, 15)), ends);
+        at.Advance(8, ends[3]);
     }
     return at.source != start;
 }
+
+#else
+
+template <class SourceT>
+[[gnu::always_inline]] inline bool TakeShort(Cursor<SourceT, UTF8>&)
+{
+    return false;
+}
+
+#endif
 
 /// Takes four characters of three bytes.
 template <class SourceT>

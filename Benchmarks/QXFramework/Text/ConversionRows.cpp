@@ -43,6 +43,8 @@ const Text kTexts[] = {
     {"mixed",
      "Пункт 12: set the Volume to -6 dB, затем нажмите Enter и подождите 3 секунды (см. page 4). "},
     {"words", "Level уровень, gain усиление, mute тихо, solo один, pan панорама, bus шина, 5 dB. "},
+    {"french",
+     "L'entrée est coupée, la sortie reste à zéro : vérifiez le câble branché à l'arrière. "},
     {"cjk", "春眠不覚暁、処処聞啼鳥。夜来風雨声、花落知多少。我能吞下玻璃而不伤身体。"},
     {"emoji",
      "😀🚀🎧🎹🎸🥁🎷🎺🎻🔊🔈🎵🎶🌍🌈🔥👍🎉🐍🦊🦀🍎🍕"
