@@ -95,16 +95,18 @@ static UInt32 ReadUInt32(const void* data)
 QX_API OSStatus AudioDriverPlugInOpen(AudioDriverPlugInHostInfo* inHostInfo)
 {
     if (gHostInfoArray == nullptr) {
-        // Capacity 1 is a hint for the usual single device; the array grows with more. With null
-        // callbacks the array neither retains nor compares its values.
+        // The array grows, but not up to Mac OS X 10.4: there a capacity makes its size fixed, and
+        // its block has room for four devices. With null callbacks it neither retains nor compares
+        // its values.
         gHostInfoArray = CFArrayCreateMutable(nullptr, 1, nullptr);
     }
     if (FetchPlugInInfoElementByID(inHostInfo->mDeviceID) != nullptr) {
         return kAudioHardwareUnspecifiedError;
     }
     // The test of the allocation comes after the append: a return before it would leave a new array
-    // without a record, which no Close releases. Without volatile a compiler would conclude from
-    // the stores that the pointer is not null, and drop the test.
+    // without a record, which no Close releases. It is reached only where the first page of memory
+    // is mapped; elsewhere the stores fault. Without volatile a compiler would conclude from the
+    // stores that the pointer is not null, and drop the test.
     _PlugInInfo* volatile info = static_cast<_PlugInInfo*>(std::malloc(sizeof(_PlugInInfo)));
     info->mDeviceID = inHostInfo->mDeviceID;
     info->mIOAudioDevice = inHostInfo->mIOAudioDevice;

@@ -1,8 +1,8 @@
 // LevelServer.cpp - a whole server: it holds the port and prints what a plug-in sends to it.
 //
 // This file and Protocol/ServerProtocol.h, which describes every message, are all that a server
-// needs. It makes the platform's own calls, so the same file is a server on the Mac. A session
-// looks like this:
+// needs. It makes the platform's own calls, so that the same file is a server on the Mac. A
+// session looks like this:
 //
 //     open
 //     device 258, parameter -251: 1

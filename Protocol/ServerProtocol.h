@@ -84,8 +84,8 @@ constexpr bool IsVendorPrefix(std::string_view prefix)
 }
 
 static_assert(IsVendorPrefix(QX_VENDOR_PREFIX), "letters, digits, dots and hyphens only");
-static_assert(sizeof(kServerPortName) - 1 <= 100,
-              "the vendor prefix is too long: a port name has at most 100 bytes");
+static_assert(sizeof(kServerPortName) - 1 <= 127,
+              "the vendor prefix is too long: a port name has at most 127 bytes");
 
 // The message IDs.
 

@@ -1,7 +1,7 @@
 # QXInstall.cmake - the libraries, and what find_package, pkg-config and sub-projects need of them.
 #
 # Components: runtime (shared libraries), development (headers, archives, packages), tools (programs
-# and the bundle), documentation.
+# and the bundle), documentation, license.
 
 # A sub-project's targets have the names of the installed ones.
 foreach(pair qxframework:Framework qxframework_shared:FrameworkShared PlatformStandIn:Platform

@@ -1,4 +1,4 @@
-# QXPackages.cmake - the Debian packages that `cpack -G DEB` makes: libqx, libqx-dev, qx-tools, qx-doc.
+# QXPackages.cmake - the Debian packages that `cpack -G DEB` makes: libqx0, libqx-dev, qx-tools, qx-doc.
 #
 # scripts/check-packages configures as Debian builds, makes them and tries them. DEBFULLNAME and
 # DEBEMAIL name the maintainer, as they do for Debian's own tools.

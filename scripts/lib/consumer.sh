@@ -1,5 +1,4 @@
-# consumer.sh - uses what is installed as a user does. To be sourced by bash, or run in a clean root
-# with the folder of Examples/ as its argument.
+# consumer.sh - uses what is installed as a user does. To be sourced by bash.
 
 # hear_the_host SERVER HOST [OPTIONS...]: starts the example server and lets the installed host set a
 # level. Fails unless the server prints what was set.

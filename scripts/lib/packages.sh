@@ -24,7 +24,7 @@ packages_of() {
     clean-root) echo "debootstrap util-linux" ;;
     darwin) echo "gcc-12-source make libgmp-dev libmpfr-dev libmpc-dev zlib1g-dev flex" ;;
     abi) echo "abigail-tools" ;;
-    docs) echo "graphviz fonts-dejavu-core" ;;
+    pictures) echo "graphviz fonts-dejavu-core" ;;
     reference) echo "doxygen" ;;
     checks) echo "clang-format git python3 python3-pyelftools" ;;
     *)

@@ -19,8 +19,8 @@ CFStringRef StandinCopyPortFault(void);
 /// received; all have been once a poll of the run loop handles nothing. The port keeps its name.
 void StandinRefuseSenders(CFMessagePortRef local);
 
-/// The process that sent the message which a local port handed over last, or 0 before the first
-/// one.
+/// Returns the process that sent the message which a local port handed over last, or 0 before the
+/// first one.
 SInt32 StandinGetSender(CFMessagePortRef local);
 
 CF_EXTERN_C_END

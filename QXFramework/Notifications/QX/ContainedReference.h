@@ -13,7 +13,7 @@ namespace QX {
 /// whichever of the calls that dismantle the object comes first. Who takes the count over may
 /// remove it later, while holding the object.
 ///
-/// Threads: one at a time. Nothing fails.
+/// Threads: one at a time, and no other that changes the object's number of contained references.
 class ContainedReference
 {
 public:

@@ -54,8 +54,8 @@ public:
 /// so it is data and not the position of the code.
 struct ThrowSite
 {
-    const char* path; ///< from the framework's sub-directory on, without extension
-    int line;
+    const char* path; ///< a fixed label, in the form of a path without extension
+    int line;         ///< fixed too; neither need match a file of today
 };
 
 /// The word that begins the text of an Exception<T>, with its separator.

@@ -37,7 +37,10 @@ public:
     /// Returns "PKN2QX17LRefCountedObjectE", whatever the dynamic type is.
     StringT<char> ToString() const override;
 
-    /// Throws: Exception<std::logic_error>; classes that can take a change back override it.
+    /// For classes that can take a change back, which override it: takes back what made this object
+    /// of `object`, and hands over the object before it in `result`.
+    ///
+    /// Throws: Exception<std::logic_error>, unless overridden.
     void Undo(const RCPtr<LRefCountedObject>& object, RCPtr<LRefCountedObject>& result) override;
 
     /// Counts one more holder and returns the new number of holders.
@@ -65,6 +68,8 @@ public:
     ///
     /// The default has none to drop: it returns kResultSuccess for an object with one holder and
     /// no contained reference, and kResultFailure otherwise.
+    ///
+    /// Threads: the one that releases.
     virtual int32 RemoveContainedReferences();
 
     /// Returns a new object with equal contents and counts of its own.
@@ -75,17 +80,22 @@ public:
     /// an array that means that the array must not change; only insertions into it allow that.
     ///
     /// Throws: Exception<std::logic_error>, unless overridden.
+    /// Threads: any that holds a reference, while no other changes the contents.
     virtual RCPtr<LRefCountedObject> CreateCopy() const;
 
     virtual ~LRefCountedObject();
 
     /// Changes the number of contained references by `delta` and returns true, or returns false
     /// with nothing changed if another thread changed it in between. It tries once.
+    ///
+    /// Threads: as AddReference.
     bool ModifyNumContainedReferences(int32 delta);
 
     /// Counts one more holder, by AddReference, and tries to count it as contained, by
     /// ModifyNumContainedReferences. If that one attempt fails, only the holder is counted. Returns
     /// the new number of holders.
+    ///
+    /// Threads: as AddReference.
     int32 AddContainedReference();
 
     /// Marks the object as one that only a single holder may have: from then on every further
