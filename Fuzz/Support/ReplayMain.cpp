@@ -17,7 +17,7 @@ int main(int argumentCount, char** arguments)
             // A failing input ends the process, so its name goes out first.
             std::printf("%s\n", entry.path().c_str());
             std::fflush(stdout);
-            // A block of exactly the input's size lets a sanitizer see a read behind its end.
+            // A block of exactly the input's size lets a sanitizer see a read after its end.
             std::vector<uint8_t> bytes(static_cast<size_t>(entry.file_size()));
             std::ifstream file(entry.path(), std::ios::binary);
             file.read(reinterpret_cast<char*>(bytes.data()),

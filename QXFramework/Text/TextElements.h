@@ -7,7 +7,7 @@
 
 #include <QX/Buffer.h>
 
-#include "UTFBlocks.h"
+#include "Blocks.h"
 
 #include <algorithm>
 #include <cstring>

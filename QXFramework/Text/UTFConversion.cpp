@@ -1,7 +1,9 @@
 // UTFConversion.cpp - the conversions: by blocks where one takes the text, else by characters.
 
 #include "UTFConversion.h"
-#include "UTFBlocks.h"
+#include "UTFBlocksFrom8.h"
+#include "UTFBlocksTo8.h"
+#include "UTFBlocksWide.h"
 
 #include <algorithm>
 

@@ -17,7 +17,7 @@
 
 namespace {
 
-/// The fields lie one behind the other from the message's start.
+/// The fields lie one after the other from the message's start.
 void CheckFields(const Monitor::DecodedMessage& message)
 {
     std::size_t offset = 0;

@@ -54,13 +54,13 @@ enum ConversionResult : unsigned int
 /// How surrogates and values out of range are treated; any value but strictConversion is lenient.
 enum ConversionFlags : unsigned int
 {
-    strictConversion = 0,
-    lenientConversion = 1
+    strictConversion = 0, ///< Stops where the table above says so.
+    lenientConversion = 1 ///< Goes on, with what the table says instead.
 };
 
-// All six: no pointer is null, and each start is at or before its end. They need no memory and may
-// be called on any thread. UTF-32 to UTF-16 looks at the target first, the others at the source; a
-// full target outranks a sourceIllegal that did not stop the conversion.
+// All of them: no pointer is null, and each start is at or before its end. They need no memory and
+// may be called on any thread. UTF-32 to UTF-16 looks at the target first, the others at the
+// source; a full target outranks a sourceIllegal that did not stop the conversion.
 
 /// Converts as the file comment says and moves both start pointers past what was converted.
 QX_API ConversionResult ConvertUTF32toUTF16(const UTF32** sourceStart, const UTF32* sourceEnd,

@@ -122,8 +122,8 @@ public:
     /// Assigns what Format returns and returns this string, which may be one of the arguments.
     StringT& SetFormatted(const char* format, ...);
 
-    /// Returns the number as printf writes it with `precision` decimals, six if that is negative,
-    /// cut as the text of Format is.
+    /// Returns the number as printf writes it with `precision` decimals, six if that is negative
+    /// and 16384 at most, cut as the text of Format is.
     static StringT FormatNumber(double value, int precision);
     static StringT FormatNumber(float value, int precision);
     /// Returns the number with a point before its last `decimals` digits, and with none below 1.

@@ -20,7 +20,7 @@ namespace {
 
 constexpr int kPatienceMilliseconds = 60000;
 
-/// The words that the program's own command line stands behind: empty, or an emulator.
+/// The words before the program's own command line: none, or an emulator.
 std::vector<std::string> GetEmulator()
 {
     std::vector<std::string> words;
