@@ -12,30 +12,36 @@ const Type kDeadType = {kNoType, "released object", nullptr};
 
 namespace {
 
-std::atomic<SInt32> gLiveObjects[kTypeCount];
+// The memory of the last destroyed objects of a type is kept for a while. One release too many then
+// finds a header that is marked as dead, and not the memory of another object.
+constexpr UInt32 kGraves = 16;
 
-// The memory of the last destroyed objects is kept for a while. One release too many then finds a
-// header that is marked as dead, and not the memory of another object.
-constexpr std::uint32_t kGraveyardSize = 64;
-std::atomic<Object*> gGraveyard[kGraveyardSize];
-std::atomic<std::uint32_t> gNextGrave;
+/// The objects of one type.
+struct Population
+{
+    std::atomic<UInt32> mBirths;
+    std::atomic<UInt32> mDeaths; ///< also the number of the next grave
+    std::atomic<Object*> mGraves[kGraves];
+};
+
+Population gPopulations[kTypeCount];
 
 void Bury(Object* object)
 {
     const Type& type = object->GetType();
-    gLiveObjects[type.mID].fetch_sub(1, std::memory_order_relaxed);
+    Population& population = gPopulations[type.mID];
     type.mDestroy(object);
 
     Object* dead = new (static_cast<void*>(object)) Object(kDeadType, 0);
-    const std::uint32_t grave = gNextGrave.fetch_add(1, std::memory_order_relaxed) % kGraveyardSize;
-    std::free(gGraveyard[grave].exchange(dead, std::memory_order_acq_rel));
+    const UInt32 grave = population.mDeaths.fetch_add(1, std::memory_order_relaxed) % kGraves;
+    std::free(population.mGraves[grave].exchange(dead, std::memory_order_acq_rel));
 }
 
 } // namespace
 
 void CountBirth(TypeID id)
 {
-    gLiveObjects[id].fetch_add(1, std::memory_order_relaxed);
+    gPopulations[id].mBirths.fetch_add(1, std::memory_order_relaxed);
 }
 
 void Object::Retain(const char* call)
@@ -59,6 +65,12 @@ bool Object::TryRetain()
 void Object::Release(const char* call)
 {
     if (GetCount() == kImmortal) {
+        return;
+    }
+    // Nobody else can come to the last reference, but to a port's, which its name leads to: so an
+    // atomic subtraction, the dearest step of a short life, is left out.
+    if (mCount.load(std::memory_order_acquire) == 1 && mType->mID != kMessagePortType) {
+        Bury(this);
         return;
     }
     const SInt32 before = mCount.fetch_sub(1, std::memory_order_acq_rel);
@@ -118,9 +130,12 @@ void CFRelease(CFTypeRef cf)
 
 SInt32 StandinGetLiveObjectCount(CFTypeID typeID)
 {
-    return typeID < Standin::kTypeCount
-               ? Standin::gLiveObjects[typeID].load(std::memory_order_relaxed)
-               : 0;
+    if (typeID >= Standin::kTypeCount) {
+        return 0;
+    }
+    const Standin::Population& population = Standin::gPopulations[typeID];
+    const UInt32 deaths = population.mDeaths.load(std::memory_order_relaxed);
+    return static_cast<SInt32>(population.mBirths.load(std::memory_order_relaxed) - deaths);
 }
 
 SInt32 StandinGetTotalLiveObjectCount(void)

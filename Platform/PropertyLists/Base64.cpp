@@ -36,7 +36,7 @@ SInt32 BitsOf(char character)
 
 } // namespace
 
-void AppendBase64Lines(std::string& text, std::string_view bytes, CFIndex indent)
+void AppendBase64Lines(std::pmr::string& text, std::string_view bytes, CFIndex indent)
 {
     const auto lineLength = static_cast<std::size_t>(76 - 8 * std::min<CFIndex>(indent, 8));
     const auto tabs = static_cast<std::size_t>(indent);

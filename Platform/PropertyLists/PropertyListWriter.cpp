@@ -10,6 +10,9 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstddef>
+#include <memory_resource>
+#include <string>
 #include <vector>
 
 namespace Standin {
@@ -29,7 +32,6 @@ class Writer
 public:
     Writer()
     {
-        // Room for the documents that go over a port, so that they are written without moving.
         mText.reserve(512);
         mText = kProlog;
     }
@@ -52,7 +54,10 @@ private:
     void AppendData(const __CFData& data, CFIndex indent);
     bool AppendDictionary(const __CFDictionary& dictionary, CFIndex indent);
 
-    std::string mText;
+    // Documents that go over a port are written into it, without a block of the heap.
+    std::byte mRoom[1024];
+    std::pmr::monotonic_buffer_resource mMemory{mRoom, sizeof(mRoom)};
+    std::pmr::string mText{&mMemory};
 };
 
 void Writer::AppendEscaped(std::string_view text)
@@ -118,7 +123,7 @@ bool Writer::AppendDictionary(const __CFDictionary& dictionary, CFIndex indent)
         mText += "<dict/>\n";
         return true;
     }
-    std::vector<const __CFDictionary::Entry*> entries;
+    std::pmr::vector<const __CFDictionary::Entry*> entries(&mMemory);
     entries.reserve(dictionary.mEntries.size());
     for (const __CFDictionary::Entry& entry : dictionary.mEntries) {
         if (entry.mKey == nullptr || CFGetTypeID(entry.mKey) != kStringType) {
