@@ -244,28 +244,9 @@ SInt32 Connection::Send(SInt32 messageID, CFDataRef data, Nanoseconds timeout, W
         if (!isLast) {
             YieldForRoom();
         }
-        while (!HasRoom() && !mIsBroken.load(std::memory_order_relaxed) && ReadOne()) {
-        }
-        if (mIsBroken.load(std::memory_order_relaxed)) {
-            return kCFMessagePortTransportError;
-        }
         short awaited = POLLIN;
-        const bool hasRoom = HasRoom();
-        if (hasRoom) {
-            switch (TrySend(frame, bytes)) {
-            case SendResult::kSent:
-                if (waiter != nullptr) {
-                    mWaiters.push_back(waiter);
-                }
-                return kCFMessagePortSuccess;
-            case SendResult::kClosed:
-                mIsBroken.store(true, std::memory_order_release);
-                return kCFMessagePortTransportError;
-            case SendResult::kRefused:
-                return kCFMessagePortTransportError;
-            case SendResult::kFull:
-                awaited = POLLOUT;
-            }
+        if (const auto status = SendIfRoom(frame, bytes, waiter, awaited)) {
+            return *status;
         }
         if (isLast) {
             return kCFMessagePortSendTimeout;
@@ -273,7 +254,7 @@ SInt32 Connection::Send(SInt32 messageID, CFDataRef data, Nanoseconds timeout, W
         if (deadline == 0) {
             deadline = Now() + timeout;
         }
-        if (!hasRoom && mTally) {
+        if (awaited == POLLIN && mTally) {
             mTally.AskForAcknowledgement();
             if (HasRoom()) {
                 continue;
@@ -283,6 +264,34 @@ SInt32 Connection::Send(SInt32 messageID, CFDataRef data, Nanoseconds timeout, W
         WaitFor(awaited, deadline);
         lock.lock();
     }
+}
+
+std::optional<SInt32> Connection::SendIfRoom(const Frame& frame, const void* bytes, Waiter* waiter,
+                                             short& awaited)
+{
+    while (!HasRoom() && !mIsBroken.load(std::memory_order_relaxed) && ReadOne()) {
+    }
+    if (mIsBroken.load(std::memory_order_relaxed)) {
+        return kCFMessagePortTransportError;
+    }
+    if (!HasRoom()) {
+        return std::nullopt;
+    }
+    switch (TrySend(frame, bytes)) {
+    case SendResult::kSent:
+        if (waiter != nullptr) {
+            mWaiters.push_back(waiter);
+        }
+        return kCFMessagePortSuccess;
+    case SendResult::kClosed:
+        mIsBroken.store(true, std::memory_order_release);
+        return kCFMessagePortTransportError;
+    case SendResult::kRefused:
+        return kCFMessagePortTransportError;
+    case SendResult::kFull:
+        awaited = POLLOUT;
+    }
+    return std::nullopt;
 }
 
 SendResult Connection::TrySend(const Frame& frame, const void* data)

@@ -17,6 +17,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -69,6 +70,9 @@ private:
 
     bool ReadOne();
     void DeliverReply(const Frame& frame, const unsigned char* data);
+    /// Returns the status of the send, or nothing if it has to wait for `awaited` (poll).
+    std::optional<SInt32> SendIfRoom(const Frame& frame, const void* bytes, Waiter* waiter,
+                                     short& awaited);
     SendResult TrySend(const Frame& frame, const void* data);
     bool HasRoom() const;
     void YieldForRoom() const;
