@@ -85,16 +85,21 @@ void LNotification::SetNotificationReuseEnable(bool enable)
         return;
     }
     // They move to an array of their own, which releases them from index 0 upwards: the end of a
-    // payload may switch reuse on again, and then parks and takes notifications here. Without
-    // memory for that array they are released where they are.
+    // payload may switch reuse on again, and then parks and takes notifications here.
     RCPtrArray<LNotification, 1, 0> released;
     const uint32 count = sAvailableNotificationsStack.GetCount();
     if (released.SetCount(count) >= 0) {
         for (uint32 index = 0; index < count; ++index) {
             released.GetPtr()[index].Swap(sAvailableNotificationsStack.GetPtr()[index]);
         }
+        sAvailableNotificationsStack.SetCount(0);
+        return;
     }
-    sAvailableNotificationsStack.SetCount(0);
+    // Without memory for that array they are released one by one. Such a payload may leave fewer.
+    for (uint32 left = count; left > 0 && sAvailableNotificationsStack.GetCount() != 0; --left) {
+        RCPtr<LNotification> first;
+        sAvailableNotificationsStack.RemoveItem(0, first);
+    }
 }
 
 void LNotification::NotificationIsAvailable(LNotification& notification)

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -187,6 +188,60 @@ TEST_F(Recycling, StaysOnIfThePayloadOfAParkedNotificationSwitchesItOn)
     const RCPtr<LNotification> second = Make();
     EXPECT_EQ(first.Get(), fourth);
     EXPECT_EQ(second.Get(), third);
+}
+
+TEST_F(Recycling, AsksForTwoBlocksAtMostWhenItIsSwitchedOff)
+{
+    static_cast<void>(Park(1000));
+    const TestSupport::FailingHeap heap(0);
+
+    LNotification::SetNotificationReuseEnable(false);
+
+    EXPECT_LE(heap.CountRequests(), 2);
+}
+
+TEST_F(Recycling, IsSwitchedOffWithoutMemoryWhateverAPayloadDoesMeanwhile)
+{
+    RCPtr<LNotification> made;
+    const struct
+    {
+        const char* what;
+        std::function<void()> act;
+        long left; ///< how many of three notifications are left, and the block of the parked one
+    } rows[] = {
+        {"nothing", [] {}, 0},
+        {"it switches reuse off too", [] { LNotification::SetNotificationReuseEnable(false); }, 0},
+        {"it switches reuse on and takes one",
+         [&made] {
+             LNotification::SetNotificationReuseEnable(true);
+             made = Make("C");
+         },
+         3},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        const long before = TestSupport::CountLiveBlocks();
+        LNotification::SetNotificationReuseEnable(true);
+        RCPtr<LNotification> posted = LNotification::Create("B", MakePayload(row.act));
+        RCPtr<LNotification> second = Make();
+        RCPtr<LNotification> third = Make();
+        // The first is parked with its payload, which ends with it.
+        posted->SetPosted(true);
+        posted = nullptr;
+        second = nullptr;
+        third = nullptr;
+
+        {
+            const TestSupport::FailingHeap heap(1);
+            EXPECT_NO_THROW(LNotification::SetNotificationReuseEnable(false));
+            EXPECT_TRUE(heap.HasRefused());
+        }
+
+        EXPECT_EQ(TestSupport::CountLiveBlocks(), before + row.left);
+        made = nullptr;
+        LNotification::SetNotificationReuseEnable(false);
+        EXPECT_EQ(TestSupport::CountLiveBlocks(), before);
+    }
 }
 
 TEST_F(Recycling, FreesOneThatWasParkedWhileItWasPosted)
