@@ -70,8 +70,9 @@ public:
     /// idle one; what is pending can still be flushed.
     bool DeliverPendingNotifications(bool deliverIdle);
 
-    /// Drops what was pending at the start of the call, undelivered, and returns whether something
-    /// is pending now.
+    /// Drops as many notifications as were pending at the start of the call, the oldest first and
+    /// undelivered, and returns whether something is pending now. If the end of a payload flushes
+    /// too and then posts, these may include what it has posted.
     bool FlushPendingNotifications();
 
     /// Returns the client that posts whatever it receives into this queue; null after

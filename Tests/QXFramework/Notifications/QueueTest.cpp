@@ -287,6 +287,27 @@ TEST_F(Queue, FlushesOnceWhatPayloadsPostAtTheirEnd)
     EXPECT_FALSE(queue->FlushPendingNotifications());
 }
 
+TEST_F(Queue, FlushesAsManyAsWerePendingAlsoIfAPayloadFlushesAndPosts)
+{
+    std::vector<RCPtr<LNotification>> late;
+    const auto flushAndPost = [this, &late] {
+        queue->FlushPendingNotifications();
+        late = PostThree();
+    };
+    queue->PostForBroadcast(LNotification::Create("A", MakePayload(flushAndPost)));
+    queue->PostForBroadcast(Make());
+
+    EXPECT_TRUE(queue->FlushPendingNotifications());
+
+    // Two were pending. The payload has flushed the second, so its own first post goes instead.
+    ASSERT_EQ(late.size(), 3u);
+    EXPECT_FALSE(late[0]->IsPosted());
+    EXPECT_TRUE(late[1]->IsPosted());
+    EXPECT_TRUE(late[2]->IsPosted());
+    EXPECT_FALSE(queue->FlushPendingNotifications());
+    EXPECT_EQ(journal, "");
+}
+
 TEST_F(Queue, EndsItsDeliveryWhenAClientReleasesTheDistributor)
 {
     const auto posted = PostThree();
