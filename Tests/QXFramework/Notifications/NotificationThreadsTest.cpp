@@ -310,6 +310,37 @@ TEST_F(NotificationThreads, ForwardToAQueueThatIsShutDownMeanwhile)
     }
 }
 
+TEST_F(NotificationThreads, ForwardToACenterWhoseClientsComeAndGo)
+{
+    auto& source = KeepDistributor();
+    auto& center = KeepCenter();
+    const auto receiver = center.GetPostingReceiver();
+    source.RegisterNotificationClient(receiver, "A", 0);
+    center.RegisterNotificationClient(MakeClient('s'), "B", 0);
+    const auto coming = MakeClient('c');
+    std::atomic<bool> isDone = false;
+
+    TestSupport::RunOnThreads(2, [&](std::size_t index) {
+        if (index == 0) {
+            for (int number = 0; number < 5000; ++number) {
+                source.DeliverNotificationAllClients(Make());
+            }
+            isDone = true;
+            return;
+        }
+        while (!isDone) {
+            center.RegisterNotificationClient(coming, "C", 0);
+            std::this_thread::yield();
+            center.UnregisterNotificationClient(coming);
+            std::this_thread::yield();
+            center.FlushPendingNotifications();
+        }
+    });
+
+    EXPECT_EQ(journal, "") << "no client is asked to leave a living center";
+    source.UnregisterNotificationClient(receiver);
+}
+
 TEST_F(NotificationThreads, HoldAndDropACenterTogether)
 {
     for (int round = 0; round < 30; ++round) {

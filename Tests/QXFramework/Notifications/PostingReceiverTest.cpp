@@ -134,6 +134,38 @@ TEST_F(PostingReceiver, HoldsNoQueueWhileItForwards)
     EXPECT_FALSE(target->FlushPendingNotifications());
 }
 
+TEST_F(PostingReceiver, HoldsNoQueueWhenWhatItsClientsWaitedForEnds)
+{
+    target->RegisterNotificationClient(MakeClient('a'), "A", kLatest);
+    std::string seen;
+    target->PostForBroadcast(
+        LNotification::Create("A", MakePayload([this, &seen] { seen = CountsOf(*target); })));
+    target->FlushPendingNotifications();
+    ASSERT_EQ(seen, "") << "the client still waits for it";
+    ASSERT_EQ(CountsOf(*target), "5/4");
+
+    source->DeliverNotificationAllClients(Make());
+
+    EXPECT_EQ(seen, "5/4");
+    EXPECT_FALSE(target->FlushPendingNotifications());
+}
+
+TEST_F(PostingReceiver, ReplacesWhatLatestOnlyClientsOfItsQueueWaitFor)
+{
+    const auto client = MakeClient('a');
+    const RCPtr<LRefCountedObject> second = MakePayload();
+    client->onHandle = [&second](const auto&, const auto& notification) {
+        EXPECT_EQ(notification->GetData(), second);
+    };
+    target->RegisterNotificationClient(client, "A", kLatest);
+
+    source->DeliverNotificationAllClients(LNotification::Create("A", MakePayload()));
+    source->DeliverNotificationAllClients(LNotification::Create("A", second));
+    target->DeliverPendingNotifications(false);
+
+    EXPECT_EQ(journal, "a");
+}
+
 TEST_F(PostingReceiver, LeavesTheEndOfACenterToTheThreadThatDropsIt)
 {
     const auto client = MakeClient('a');
