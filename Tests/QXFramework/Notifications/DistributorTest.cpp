@@ -100,6 +100,24 @@ TEST_F(Distributor, CountsTheNamesThatAClientWasUnregisteredFrom)
     EXPECT_TRUE(distributor.IsClientRegistered(other));
 }
 
+TEST_F(Distributor, UnregistersAClientFromTheLastOfItsNamesFirst)
+{
+    auto& center = KeepCenter();
+    const auto client = MakeClient('a');
+    for (const char* const name : {"A", "B", "C"}) {
+        center.RegisterNotificationClient(client, name, kLatest);
+        // The registration holds the notification until it ends.
+        center.PostForBroadcast(
+            LNotification::Create(name, MakePayload([this, name] { journal += name; })));
+    }
+    center.FlushPendingNotifications();
+    ASSERT_EQ(journal, "");
+
+    EXPECT_EQ(center.UnregisterNotificationClient(client), 3);
+
+    EXPECT_EQ(journal, "CBA");
+}
+
 TEST_F(Distributor, KeepsThePoolOfANameWhenItsLastClientLeaves)
 {
     auto& distributor = KeepDistributor();

@@ -88,6 +88,20 @@ TEST_F(LatestOnly, ClientsAreNotReachedByDirectDeliveryToAll)
     EXPECT_EQ(journal, "");
 }
 
+TEST_F(LatestOnly, ClientsAreReachedByTheirIndexWithWhatTheyWaitForOnly)
+{
+    center->RegisterNotificationClient(every, "A", 0);
+    center->RegisterNotificationClient(latest, "A", kLatest);
+    const auto pool = center->GetNotificationClientPool(LNotification::GetNotificationID("A"));
+    const auto posted = Post();
+
+    EXPECT_EQ(pool->DeliverNotification(*center, 1, Make()), 1u);
+    EXPECT_EQ(TakeJournal(), "");
+
+    EXPECT_EQ(pool->DeliverNotification(*center, 1, posted), 1u);
+    EXPECT_EQ(TakeJournal(), "l");
+}
+
 TEST_F(LatestOnly, ClientsThatTakeTheFlagLaterMissWhatIsPending)
 {
     center->RegisterNotificationClient(latest, "A", 0);
