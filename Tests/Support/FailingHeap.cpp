@@ -32,6 +32,7 @@ struct Watch
     int firstRefused;
     int lastRefused;
     std::size_t largest;
+    void (*look)();    ///< null if nobody looks
     char journal[256]; ///< an array: the journal must not use the heap that it watches
 };
 
@@ -69,6 +70,9 @@ bool Refuses(const char* function, std::size_t size)
     std::snprintf(text, sizeof(text), "%s %zu", function, size);
     Write(text);
     ++sWatch.requests;
+    if (sWatch.look != nullptr) {
+        sWatch.look();
+    }
     const bool isRefused = size > sWatch.largest || (sWatch.requests >= sWatch.firstRefused &&
                                                      sWatch.requests <= sWatch.lastRefused);
     sWatch.hasRefused = sWatch.hasRefused || isRefused;
@@ -169,7 +173,13 @@ namespace TestSupport {
 
 FailingHeap::FailingHeap(int first, int last, std::size_t largest)
 {
-    sWatch = {true, false, 0, first, last, largest, ""};
+    sWatch = {true, false, 0, first, last, largest, nullptr, ""};
+}
+
+FailingHeap::FailingHeap(void (*look)())
+    : FailingHeap(0)
+{
+    sWatch.look = look;
 }
 
 FailingHeap::~FailingHeap()

@@ -24,6 +24,8 @@ public:
     explicit FailingHeap(int refused)
         : FailingHeap(refused, refused, kAnySize)
     {}
+    /// Refuses none, and calls `look` at each request, which must not make any itself.
+    explicit FailingHeap(void (*look)());
     ~FailingHeap();
     FailingHeap(const FailingHeap&) = delete;
     FailingHeap& operator=(const FailingHeap&) = delete;

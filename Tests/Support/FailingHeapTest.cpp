@@ -49,6 +49,19 @@ std::string Ask()
     return answers;
 }
 
+TEST(FailingHeap, LooksAtEachRequestAndRefusesNone)
+{
+    static int sLooks = 0;
+    {
+        const FailingHeap heap([] { ++sLooks; });
+
+        EXPECT_EQ(Ask(), "++++++");
+    }
+
+    EXPECT_EQ(Ask(), "++++++");
+    EXPECT_EQ(sLooks, 6);
+}
+
 TEST(FailingHeap, RefusesTheRequestOfItsNumber)
 {
     const char* const answers[] = {"++++++", "-+++++", "+-++++", "++-+++",

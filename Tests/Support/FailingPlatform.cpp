@@ -57,6 +57,7 @@ OSStatus __wrap_MPEnterCriticalRegion(MPCriticalRegionID region, Duration timeou
     ++RegionProbe::sEntries;
     ++RegionProbe::sDepth;
     RegionProbe::sLastTimeout = timeout;
+    RegionProbe::sLastEntered = region;
     return status;
 }
 

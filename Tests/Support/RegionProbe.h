@@ -15,6 +15,7 @@ struct RegionProbe
     inline static std::atomic<int> sExits = 0;
     inline static std::atomic<Duration> sLastTimeout = 0;
     inline static std::atomic<MPCriticalRegionID> sLastRegion = nullptr;
+    inline static std::atomic<MPCriticalRegionID> sLastEntered = nullptr;
     /// How many regions the calling thread has entered and not left.
     inline static thread_local int sDepth = 0;
 
@@ -26,5 +27,6 @@ struct RegionProbe
         sExits = 0;
         sLastTimeout = 0;
         sLastRegion = nullptr;
+        sLastEntered = nullptr;
     }
 };

@@ -1,5 +1,6 @@
 // RCPtrQueueTest.cpp - order, growth and counts of the ring.
 
+#include "Support/FailingHeap.h"
 #include "Support/RegionProbe.h"
 #include "Support/Witness.h"
 
@@ -147,6 +148,28 @@ TEST_F(RCPtrQueueTest, EnqueueAndDequeueEnterTheMutexTwice)
     RegionProbe::Reset();
     EXPECT_THROW(queue.Dequeue(), std::runtime_error);
     EXPECT_EQ(RegionProbe::sEntries, 1);
+}
+
+TEST_F(RCPtrQueueTest, GrowsInsideTheMutexAndEntersItNoMoreThanWithRoom)
+{
+    static int sDepthThen = 0;
+    Mutex mutex;
+    Queue queue(&mutex, 256);
+    Enqueue(queue, std::string(255, 'A'));
+    ASSERT_TRUE(queue.IsFull());
+    const RCPtr<Witness> item = MakeWitness('B');
+
+    RegionProbe::Reset();
+    {
+        const TestSupport::FailingHeap heap([] { sDepthThen = RegionProbe::sDepth; });
+        queue.Enqueue(item);
+        EXPECT_EQ(heap.CountRequests(), 1);
+    }
+
+    EXPECT_EQ(queue.GetCount(), 257u);
+    EXPECT_EQ(sDepthThen, 1);
+    EXPECT_EQ(RegionProbe::sEntries, 2);
+    EXPECT_EQ(RegionProbe::sExits, 2);
 }
 
 TEST_F(RCPtrQueueTest, PushHandsTheReferenceOver)
