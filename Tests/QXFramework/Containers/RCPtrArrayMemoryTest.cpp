@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <new>
 
 namespace {
@@ -110,6 +111,36 @@ TEST_F(RCPtrArrayMemory, ADestructorMovesNothing)
     }
 
     EXPECT_EQ(heap.CountRequests(), requests);
+}
+
+TEST_F(RCPtrArrayMemory, NullSlotsCostNoRequestAtTheEnd)
+{
+    auto small = std::make_unique<Array>(10000);
+    auto large = std::make_unique<QX::RCPtrArray<Witness, 256, 256>>(10000);
+    const FailingHeap heap(0);
+
+    small = nullptr;
+    large = nullptr;
+
+    EXPECT_EQ(heap.CountRequests(), 0);
+}
+
+TEST_F(RCPtrArrayMemory, ARingThatHeld80000CostsNoRequestAtItsEnd)
+{
+    auto ring = std::make_unique<QX::RCPtrQueue<Witness, 256>>(nullptr, 80001);
+    const RCPtr<Witness> item = MakeWitness('A');
+    for (int count = 0; count < 80000; ++count) {
+        ring->Enqueue(item);
+    }
+    ASSERT_TRUE(ring->IsFull());
+    for (int count = 0; count < 80000; ++count) {
+        ring->Dequeue();
+    }
+    const FailingHeap heap(0);
+
+    ring = nullptr;
+
+    EXPECT_EQ(heap.CountRequests(), 0);
 }
 
 TEST_F(RCPtrArrayMemory, ARingOf256SlotsIsOneBlock)

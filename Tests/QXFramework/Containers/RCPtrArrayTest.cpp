@@ -68,6 +68,16 @@ TEST_F(RCPtrArrayInsert, MovesSlotsAndNoCounts)
     EXPECT_EQ(mJournal, "");
 }
 
+TEST_F(RCPtrArrayInsert, OpensNullSlotsAfterTheLastOne)
+{
+    Array array;
+    Fill(array, "ABC");
+
+    EXPECT_EQ(array.Insert(3, 2), 5);
+
+    EXPECT_EQ(NamesOf(array), "ABC..");
+}
+
 TEST_F(RCPtrArrayInsert, RefusesCountsThatNoMemoryHolds)
 {
     for (const uint32 count : {0xFFFFFFFFu, 0xFFFFFFFEu, 0x80000000u, 0x7FFFFFFFu, 0x40000000u}) {
@@ -260,6 +270,18 @@ TEST_F(RCPtrArrayRemoveLast, FillsAnElementOfItsOwn)
     EXPECT_EQ(NamesOf(array), "CB");
     EXPECT_EQ(array.RemoveLast(*array.GetAt(1)), 1);
     EXPECT_EQ(NamesOf(array), "C");
+}
+
+TEST_F(RCPtrArrayRemoveLast, FailsForAnEmptyArrayAndLeavesNull)
+{
+    Array array;
+    RCPtr<Witness> removed = MakeWitness('X', mJournal);
+    mJournal.clear();
+
+    EXPECT_EQ(array.RemoveLast(removed), kFailure);
+
+    EXPECT_EQ(removed, nullptr);
+    EXPECT_EQ(mJournal, "-X ~X ");
 }
 
 TEST_F(RCPtrArrayRemoveLast, FailsIfTheElementThatItFillsEmptiesTheArray)
