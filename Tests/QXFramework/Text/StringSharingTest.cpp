@@ -182,19 +182,68 @@ TEST(StringAssign, SharesTheEmptyBufferForNothing)
     EXPECT_TRUE(SharesEmpty(wide));
 }
 
+TEST(StringAssign, SharesTheEmptyBufferForNullWithoutACount)
+{
+    String text("abc");
+    String16 wide = Wide(u"abc");
+
+    text.Assign(nullptr, 0);
+    wide.Assign(nullptr, 0);
+
+    EXPECT_TRUE(SharesEmpty(text));
+    EXPECT_TRUE(SharesEmpty(wide));
+}
+
+TEST(StringAssign, ReadsTheNULOfAnEmptyTextAndNoMore)
+{
+    for (const uint32 count : {0u, 1u, String::kWholeText}) {
+        SCOPED_TRACE(count);
+        const auto nul = ExactBlock<char>(std::string_view("", 1));
+        const unsigned short unit = 0;
+        const auto wideNul = ExactBlock<unsigned short>({&unit, 1});
+        String text("abc");
+        String16 wide = Wide(u"abc");
+
+        text.Assign(nul.get(), count);
+        wide.Assign(wideNul.get(), count);
+
+        EXPECT_TRUE(SharesEmpty(text));
+        EXPECT_TRUE(SharesEmpty(wide));
+    }
+}
+
 TEST(StringAssign, EmptiesALockedFieldForNothingAndKeepsIt)
 {
     for (const char* const nothing : {kNullText, ""}) {
-        String text("abc");
-        const char* const field = text.Lock(10);
+        for (const uint32 count : {0u, String::kWholeText}) {
+            SCOPED_TRACE(count);
+            String text("abc");
+            const char* const field = text.Lock(10);
 
-        text.Assign(nothing, String::kWholeText);
+            text.Assign(nothing, count);
 
-        EXPECT_TRUE(text.IsLocked());
-        EXPECT_TRUE(text.IsEmpty());
-        EXPECT_EQ(text.CStr(), field);
-        EXPECT_EQ(text.GetBuffer()->GetSizeBytes(), 10u);
-        EXPECT_EQ(std::string_view(field, 4), std::string_view("\0bc\0", 4));
+            EXPECT_TRUE(text.IsLocked());
+            EXPECT_TRUE(text.IsEmpty());
+            EXPECT_EQ(text.CStr(), field);
+            EXPECT_EQ(text.GetBuffer()->GetSizeBytes(), 10u);
+            EXPECT_EQ(std::string_view(field, 4), std::string_view("\0bc\0", 4));
+        }
+    }
+}
+
+TEST(StringAssign, EmptiesALocked16BitFieldForNothingAndKeepsIt)
+{
+    const std::vector<unsigned short> empty = Units(u"");
+    for (const unsigned short* const nothing : {kNullUnits, empty.data()}) {
+        String16 wide = Wide(u"abc");
+        const unsigned short* const field = wide.Lock(10);
+
+        wide.Assign(nothing, 0);
+
+        EXPECT_TRUE(wide.IsLocked());
+        EXPECT_EQ(wide.CStr(), field);
+        EXPECT_EQ(wide.GetBuffer()->GetSizeBytes(), 20u);
+        EXPECT_EQ(std::u16string(field, field + 4), std::u16string(u"\0bc\0", 4));
     }
 }
 
