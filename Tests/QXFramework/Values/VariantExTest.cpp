@@ -40,6 +40,28 @@ TEST(VariantEx, PicksTheSetterOfItsArgument)
     EXPECT_EQ(variant.Set(nullptr), Variant::kEmpty);
 }
 
+/// What a class that derives from an extended variant can do.
+class DerivedVariant : public VariantEx
+{
+public:
+    using VariantEx::Adopt;
+    using VariantEx::AllocBuffer;
+};
+
+TEST(VariantEx, GivesADerivedClassABufferOfZeros)
+{
+    // The heap gives a block of that size out again.
+    LTextBuffer::Create(100, 0, true)->FillN('x', 0, -1);
+    DerivedVariant variant;
+
+    void* const block = variant.AllocBuffer(100);
+
+    EXPECT_EQ(std::string(static_cast<const char*>(block), 100), std::string(100, '\0'));
+    variant.Adopt(Variant::kBuffer, block, 100);
+    EXPECT_EQ(variant.GetBuffer()->GetRawPtr(), block);
+    EXPECT_EQ(variant.GetBuffer()->GetSizeBytes(), 100u);
+}
+
 TEST(VariantEx, SharesTheDataOfACopy)
 {
     VariantEx variant = OfBytes("abc");
