@@ -196,7 +196,7 @@ TEST(StringAssign, SharesTheEmptyBufferForNullWithoutACount)
 
 TEST(StringAssign, ReadsTheNULOfAnEmptyTextAndNoMore)
 {
-    for (const uint32 count : {0u, 1u, String::kWholeText}) {
+    for (const uint32 count : {uint32{0}, uint32{1}, String::kWholeText}) {
         SCOPED_TRACE(count);
         const auto nul = ExactBlock<char>(std::string_view("", 1));
         const unsigned short unit = 0;
@@ -215,7 +215,7 @@ TEST(StringAssign, ReadsTheNULOfAnEmptyTextAndNoMore)
 TEST(StringAssign, EmptiesALockedFieldForNothingAndKeepsIt)
 {
     for (const char* const nothing : {kNullText, ""}) {
-        for (const uint32 count : {0u, String::kWholeText}) {
+        for (const uint32 count : {uint32{0}, String::kWholeText}) {
             SCOPED_TRACE(count);
             String text("abc");
             const char* const field = text.Lock(10);
