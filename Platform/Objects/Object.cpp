@@ -33,7 +33,7 @@ void Bury(Object* object)
     type.mDestroy(object);
 
     Object* dead = new (static_cast<void*>(object)) Object(kDeadType, 0);
-    const UInt32 grave = population.mDeaths.fetch_add(1, std::memory_order_relaxed) % kGraves;
+    const UInt32 grave = population.mDeaths.fetch_add(1, std::memory_order_release) % kGraves;
     std::free(population.mGraves[grave].exchange(dead, std::memory_order_acq_rel));
 }
 
@@ -70,6 +70,7 @@ void Object::Release(const char* call)
     // Nobody else can come to the last reference, but to a port's, which its name leads to: so an
     // atomic subtraction, the dearest step of a short life, is left out.
     if (mCount.load(std::memory_order_acquire) == 1 && mType->mID != kMessagePortType) {
+        mCount.store(0, std::memory_order_relaxed); // for who uses it while it ends
         Bury(this);
         return;
     }
@@ -134,7 +135,8 @@ SInt32 StandinGetLiveObjectCount(CFTypeID typeID)
         return 0;
     }
     const Standin::Population& population = Standin::gPopulations[typeID];
-    const UInt32 deaths = population.mDeaths.load(std::memory_order_relaxed);
+    // The deaths first: whoever died by then was born before.
+    const UInt32 deaths = population.mDeaths.load(std::memory_order_acquire);
     return static_cast<SInt32>(population.mBirths.load(std::memory_order_relaxed) - deaths);
 }
 

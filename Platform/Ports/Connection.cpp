@@ -36,6 +36,9 @@ constexpr Nanoseconds kSlice = 10000000;
 // A running server makes room within a few microseconds; that is less than a sleep costs.
 constexpr int kMostYields = 30;
 
+// How many packets of the server a send reads before it looks at the clock.
+constexpr int kMostReads = 64;
+
 constexpr std::string_view kDefaultMode = "kCFRunLoopDefaultMode";
 
 } // namespace
@@ -232,9 +235,7 @@ SInt32 Connection::Send(SInt32 messageID, CFDataRef data, Nanoseconds timeout, W
     }
     std::unique_lock lock(mMutex);
     if (waiter != nullptr) {
-        // Allocates everything before the message is sent.
         mBuffer.resize(kLargestData);
-        mWaiters.reserve(mWaiters.size() + 1);
         frame.mKind = FrameKind::kRequest;
         frame.mNumber = waiter->mConversation = ++mLastConversation;
     }
@@ -269,13 +270,21 @@ SInt32 Connection::Send(SInt32 messageID, CFDataRef data, Nanoseconds timeout, W
 std::optional<SInt32> Connection::SendIfRoom(const Frame& frame, const void* bytes, Waiter* waiter,
                                              short& awaited)
 {
-    while (!HasRoom() && !mIsBroken.load(std::memory_order_relaxed) && ReadOne()) {
+    // A server that never stops writing must not keep the sender from its deadline.
+    for (int reads = 0; reads < kMostReads && !HasRoom(); ++reads) {
+        if (mIsBroken.load(std::memory_order_relaxed) || !ReadOne()) {
+            break;
+        }
     }
     if (mIsBroken.load(std::memory_order_relaxed)) {
         return kCFMessagePortTransportError;
     }
     if (!HasRoom()) {
         return std::nullopt;
+    }
+    if (waiter != nullptr) {
+        // Before the message is sent: without memory afterwards its reply would find nobody.
+        mWaiters.reserve(mWaiters.size() + 1);
     }
     switch (TrySend(frame, bytes)) {
     case SendResult::kSent:

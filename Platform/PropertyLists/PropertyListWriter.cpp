@@ -32,7 +32,7 @@ class Writer
 public:
     Writer()
     {
-        mText.reserve(512);
+        mText.reserve(kRoomForText);
         mText = kProlog;
     }
 
@@ -54,9 +54,12 @@ private:
     void AppendData(const __CFData& data, CFIndex indent);
     bool AppendDictionary(const __CFDictionary& dictionary, CFIndex indent);
 
-    // Documents that go over a port are written into it, without a block of the heap.
-    std::byte mRoom[1024];
-    std::pmr::monotonic_buffer_resource mMemory{mRoom, sizeof(mRoom)};
+    // Documents that go over a port are written into it, without a block of the heap. What follows
+    // the text is for the sorted entries of their dictionary.
+    static constexpr std::size_t kRoomForText = 768;
+    std::byte mRoom[kRoomForText + 256];
+    std::pmr::monotonic_buffer_resource mMemory{mRoom, sizeof(mRoom),
+                                                std::pmr::new_delete_resource()};
     std::pmr::string mText{&mMemory};
 };
 

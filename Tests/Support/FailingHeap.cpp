@@ -147,6 +147,12 @@ void* operator new[](std::size_t size)
     return operator new(size);
 }
 
+// The heap's own alignment is all that anybody here asks for.
+void* operator new(std::size_t size, std::align_val_t)
+{
+    return operator new(size);
+}
+
 void operator delete(void* block) noexcept
 {
     if (block != nullptr) {
@@ -165,6 +171,16 @@ void operator delete(void* block, std::size_t) noexcept
 }
 
 void operator delete[](void* block, std::size_t) noexcept
+{
+    operator delete(block);
+}
+
+void operator delete(void* block, std::align_val_t) noexcept
+{
+    operator delete(block);
+}
+
+void operator delete(void* block, std::size_t, std::align_val_t) noexcept
 {
     operator delete(block);
 }

@@ -116,6 +116,25 @@ TEST_F(MessagePortFolder, IsRefusedIfItIsAnotherUsers)
     EXPECT_FALSE(CanHold("name"));
 }
 
+TEST_F(MessagePortFolder, IsNotInAFolderOfAnotherUsers)
+{
+    if (!MayChangeUser()) {
+        GTEST_SKIP() << "needs root";
+    }
+    const fs::path home = mBase / "home";
+    const fs::path foreign = mBase / "foreign";
+    fs::create_directory(home);
+    fs::create_directory(foreign);
+    ASSERT_EQ(chown(foreign.c_str(), 65534, 65534), 0);
+    setenv("XDG_RUNTIME_DIR", foreign.c_str(), 1);
+    setenv("HOME", home.c_str(), 1);
+
+    EXPECT_EQ(FindFault(), "nothing");
+    EXPECT_TRUE(CanHold("name"));
+
+    EXPECT_TRUE(fs::is_empty(foreign));
+}
+
 TEST_F(MessagePortFolder, IsInTheCacheOfTheHomeIfTheSessionHasNone)
 {
     const std::string expected = "none of $XDG_RUNTIME_DIR, /run/user/" +

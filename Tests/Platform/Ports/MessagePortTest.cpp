@@ -1,6 +1,7 @@
 // MessagePortTest.cpp - message ports within one process: names, messages, replies and queues.
 
 #include "Platform/Ports/PortServer.h"
+#include "Support/Threads.h"
 
 #include <gmock/gmock.h>
 
@@ -38,6 +39,29 @@ public:
 private:
     CFMessagePortRef mPort = nullptr;
 };
+
+TEST_F(MessagePort, IsMadeAndReleasedByThreadsAtOnce)
+{
+    const std::string name = UniqueName("threads");
+    CFStringRef string = MakeString(name.c_str());
+
+    TestSupport::RunOnThreads(4, [string](std::size_t) {
+        for (int round = 0; round < 10000; ++round) {
+            // Null where another thread has just released the port and its name is still held.
+            const CFMessagePortRef port =
+                CFMessagePortCreateLocal(nullptr, string, &Ignore, nullptr, nullptr);
+            if (port != nullptr) {
+                CFRelease(port);
+            }
+        }
+    });
+
+    const CFMessagePortRef last =
+        CFMessagePortCreateLocal(nullptr, string, &Ignore, nullptr, nullptr);
+    EXPECT_NE(last, nullptr);
+    CFRelease(last);
+    CFRelease(string);
+}
 
 TEST_F(MessagePort, IsNullWhenNobodyHoldsTheName)
 {
