@@ -422,6 +422,19 @@ TEST_F(BufferSize, ResizeCountsElements)
     EXPECT_EQ(buffer.Resize<unsigned short>(0), 0);
 }
 
+TEST_F(BufferSize, ResizeReturnsTheElementsOfWhatResizeBytesReturns)
+{
+    class NineBytes : public Exact
+    {
+    public:
+        using Exact::Exact;
+        int32 ResizeBytes(uint32) override { return 9; }
+    };
+    NineBytes buffer(0, 0, false);
+
+    EXPECT_EQ(buffer.Resize<unsigned short>(7), 4);
+}
+
 TEST_F(BufferSize, ResizeRefusesACountThatNeedsMoreThan32Bits)
 {
     Exact buffer(7, 0, false);

@@ -72,6 +72,31 @@ TEST(ModifyNumContainedReferences, AddsTheDeltaAndWrapsAround)
     EXPECT_EQ(object.GetContainedReferenceCount(), std::numeric_limits<int32>::max() - 1);
 }
 
+/// Notes how many of its holders are contained when one more is counted.
+class NotesContained : public LRefCountedObject
+{
+public:
+    int32 AddReference() override
+    {
+        containedThen = GetContainedReferenceCount();
+        return LRefCountedObject::AddReference();
+    }
+
+    int32 containedThen = -1;
+};
+
+TEST(AddContainedReference, CountsTheHolderBeforeItCountsItAsContained)
+{
+    const RCPtr<NotesContained> object(new NotesContained);
+
+    object->AddContainedReference();
+
+    EXPECT_EQ(object->containedThen, 0);
+    EXPECT_EQ(object->GetContainedReferenceCount(), 1);
+    object->ModifyNumContainedReferences(-1);
+    object->RemoveReference();
+}
+
 TEST(AddContainedReference, CountsOnBothSidesAndCallsTheVirtualAddReference)
 {
     std::string journal;
