@@ -4,8 +4,6 @@
 
 #include <Standin/LiveObjects.h>
 
-#include <cstdint>
-
 namespace Standin {
 
 const Type kDeadType = {kNoType, "released object", nullptr};
@@ -64,13 +62,14 @@ bool Object::TryRetain()
 
 void Object::Release(const char* call)
 {
-    if (GetCount() == kImmortal) {
+    const SInt32 count = mCount.load(std::memory_order_acquire);
+    if (count == kImmortal) {
         return;
     }
-    // Nobody else can come to the last reference, but to a port's, which its name leads to: so an
-    // atomic subtraction, the dearest step of a short life, is left out.
-    if (mCount.load(std::memory_order_acquire) == 1 && mType->mID != kMessagePortType) {
-        mCount.store(0, std::memory_order_relaxed); // for who uses it while it ends
+    // No other thread can reach an object that has one holder, except a port by its name. So the
+    // atomic subtraction, which takes longest in a short life, is left out.
+    if (count == 1 && mType->mID != kMessagePortType) {
+        mCount.store(0, std::memory_order_relaxed); // its destructor must not find it alive
         Bury(this);
         return;
     }
@@ -135,7 +134,7 @@ SInt32 StandinGetLiveObjectCount(CFTypeID typeID)
         return 0;
     }
     const Standin::Population& population = Standin::gPopulations[typeID];
-    // The deaths first: whoever died by then was born before.
+    // Deaths are read first: the births of these objects are then counted already.
     const UInt32 deaths = population.mDeaths.load(std::memory_order_acquire);
     return static_cast<SInt32>(population.mBirths.load(std::memory_order_relaxed) - deaths);
 }

@@ -271,10 +271,8 @@ std::optional<SInt32> Connection::SendIfRoom(const Frame& frame, const void* byt
                                              short& awaited)
 {
     // A server that never stops writing must not keep the sender from its deadline.
-    for (int reads = 0; reads < kMostReads && !HasRoom(); ++reads) {
-        if (mIsBroken.load(std::memory_order_relaxed) || !ReadOne()) {
-            break;
-        }
+    int left = kMostReads;
+    while (left-- > 0 && !HasRoom() && !mIsBroken.load(std::memory_order_relaxed) && ReadOne()) {
     }
     if (mIsBroken.load(std::memory_order_relaxed)) {
         return kCFMessagePortTransportError;
@@ -283,7 +281,7 @@ std::optional<SInt32> Connection::SendIfRoom(const Frame& frame, const void* byt
         return std::nullopt;
     }
     if (waiter != nullptr) {
-        // Before the message is sent: without memory afterwards its reply would find nobody.
+        // Before the message is sent: if memory ran out after that, no one would get its reply.
         mWaiters.reserve(mWaiters.size() + 1);
     }
     switch (TrySend(frame, bytes)) {
