@@ -32,7 +32,7 @@ struct Watch
     int firstRefused;
     int lastRefused;
     std::size_t largest;
-    void (*look)();    ///< null if nobody looks
+    void (*look)();    ///< called at each request; null if there is none to call
     char journal[256]; ///< an array: the journal must not use the heap that it watches
 };
 
@@ -147,7 +147,7 @@ void* operator new[](std::size_t size)
     return operator new(size);
 }
 
-// The heap's own alignment is all that anybody here asks for.
+// The heap's own alignment is all that anyone here asks for.
 void* operator new(std::size_t size, std::align_val_t)
 {
     return operator new(size);

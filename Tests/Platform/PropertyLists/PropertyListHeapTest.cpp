@@ -1,14 +1,9 @@
 // PropertyListHeapTest.cpp - what the writer of documents asks of the heap, and without memory.
 
+#include "Platform/PlatformTesting.h"
 #include "Support/FailingHeap.h"
 
-#include <CoreFoundation/CoreFoundation.h>
-
-#include <gtest/gtest.h>
-
-#include <memory>
 #include <memory_resource>
-#include <vector>
 
 namespace {
 
@@ -28,13 +23,12 @@ protected:
         CFRelease(mData);
     }
 
-    void Fill(CFIndex bytes)
+    void Fill(std::size_t bytes)
     {
         const SInt32 device = 258;
-        const std::vector<UInt8> content(static_cast<std::size_t>(bytes), 0xA5);
         mDictionary = CFDictionaryCreateMutable(nullptr, 2, nullptr, nullptr);
         mNumber = CFNumberCreate(nullptr, kCFNumberSInt32Type, &device);
-        mData = CFDataCreate(nullptr, content.data(), bytes);
+        mData = Platform::MakeData(std::string(bytes, '\xA5'));
         CFDictionaryAddValue(mDictionary, CFSTR("Device"), mNumber);
         CFDictionaryAddValue(mDictionary, CFSTR("Data"), mData);
     }
